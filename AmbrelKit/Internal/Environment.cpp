@@ -1,0 +1,10 @@
+#include "AmbrelKit/Internal/Environment.hpp"
+
+namespace AmbrelKit {
+
+Environment& Environment::shared() {
+    static Environment environment;
+    return environment;
+}
+
+} // namespace AmbrelKit

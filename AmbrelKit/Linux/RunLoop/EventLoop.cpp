@@ -1,0 +1,244 @@
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+
+#include <cerrno>
+#include <limits>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <systemd/sd-event.h>
+#include <unistd.h>
+#include <utility>
+
+namespace AmbrelKit::Linux {
+
+namespace {
+
+/// Anything longer is added up by sd-event into a quarter of a second of delay for each timer.
+constexpr std::uint64_t accuracyMicroseconds = 1;
+
+/// A loop that is polled by a host gives the host a turn after this many callbacks.
+constexpr int callbacksPerDispatch = 256;
+
+int checked(int result, const char* what) {
+    if (result < 0) {
+        throw std::system_error(-result, std::generic_category(), what);
+    }
+    return result;
+}
+
+std::uint64_t microseconds(std::chrono::steady_clock::time_point time) {
+    const auto count =
+        std::chrono::ceil<std::chrono::microseconds>(time.time_since_epoch()).count();
+    return count > 0 ? static_cast<std::uint64_t>(count) : 0;
+}
+
+/// Rearmed from its own deadline, so that lateness never adds up.
+class LoopTimer final : public Timer {
+public:
+    LoopTimer(double interval, bool repeats, TimerTick tick)
+        : interval_(std::chrono::duration_cast<std::chrono::nanoseconds>(
+              std::chrono::duration<double>(interval))),
+          repeats_(repeats), tick_(std::move(tick)) {}
+
+    static std::shared_ptr<LoopTimer> schedule(EventLoop& loop, double interval, bool repeats,
+                                               TimerTick tick) {
+        auto timer = std::make_shared<LoopTimer>(interval, repeats, std::move(tick));
+        timer->due_ = std::chrono::steady_clock::now() + timer->interval_;
+        timer->deadline_ = loop.deadline([weak = std::weak_ptr(timer)] {
+            if (const auto timer = weak.lock()) {
+                timer->fire();
+            }
+        });
+        timer->deadline_->arm(timer->due_);
+        return timer;
+    }
+
+    void invalidate() override { deadline_.reset(); }
+
+private:
+    void fire() {
+        if (repeats_) {
+            const auto now = std::chrono::steady_clock::now();
+            due_ += interval_;
+            if (due_ <= now) { // ticks that were slept through are not made up for
+                due_ += (now - due_) / interval_ * interval_ + interval_;
+            }
+            deadline_->arm(due_);
+        } else {
+            deadline_.reset();
+        }
+        const TimerTick tick = tick_;
+        tick(*this);
+    }
+
+    std::chrono::nanoseconds interval_;
+    bool repeats_;
+    TimerTick tick_;
+    std::chrono::steady_clock::time_point due_;
+    std::shared_ptr<Deadline> deadline_;
+};
+
+} // namespace
+
+EventSource::EventSource(EventLoop& loop) : loop_(loop.weak_from_this()) {}
+
+EventSource::~EventSource() { sd_event_source_disable_unref(source_); }
+
+DescriptorWatch::DescriptorWatch(EventLoop& loop, int descriptor, std::uint32_t events,
+                                 std::function<void(std::uint32_t)> ready)
+    : EventSource(loop), ready_(std::move(ready)) {
+    checked(sd_event_add_io(loop.native(), &source_, descriptor, events, &run, this),
+            "watch a descriptor");
+}
+
+void DescriptorWatch::setEvents(std::uint32_t events) {
+    sd_event_source_set_io_events(source_, events);
+    if (const auto loop = loop_.lock()) {
+        loop->touch();
+    }
+}
+
+int DescriptorWatch::run(sd_event_source* /*source*/, int /*descriptor*/, std::uint32_t events,
+                         void* self) {
+    const auto keep = static_cast<DescriptorWatch*>(self)->shared_from_this();
+    if (const auto loop = keep->loop_.lock()) {
+        loop->guarded([&] { keep->ready_(events); });
+    }
+    return 0;
+}
+
+Deadline::Deadline(EventLoop& loop, std::function<void()> due)
+    : EventSource(loop), due_(std::move(due)) {
+    checked(sd_event_add_time(loop.native(), &source_, CLOCK_MONOTONIC,
+                              std::numeric_limits<std::uint64_t>::max(), accuracyMicroseconds, &run,
+                              this),
+            "schedule a timer");
+    sd_event_source_set_enabled(source_, SD_EVENT_OFF);
+}
+
+void Deadline::arm(std::chrono::steady_clock::time_point time) {
+    sd_event_source_set_time(source_, microseconds(time));
+    sd_event_source_set_enabled(source_, SD_EVENT_ONESHOT);
+    if (const auto loop = loop_.lock()) {
+        loop->touch();
+    }
+}
+
+void Deadline::disarm() { sd_event_source_set_enabled(source_, SD_EVENT_OFF); }
+
+int Deadline::run(sd_event_source* /*source*/, std::uint64_t /*due*/, void* self) {
+    const auto keep = static_cast<Deadline*>(self)->shared_from_this();
+    if (const auto loop = keep->loop_.lock()) {
+        loop->guarded([&] { keep->due_(); });
+    }
+    return 0;
+}
+
+EventLoop::EventLoop() {
+    checked(sd_event_new(&event_), "make an event loop");
+    wakeDescriptor_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wakeDescriptor_ < 0) {
+        const int error = errno;
+        sd_event_unref(event_);
+        throw std::system_error(error, std::generic_category(), "make an event descriptor");
+    }
+    const auto drain = [](sd_event_source*, int descriptor, std::uint32_t, void*) {
+        eventfd_t count = 0;
+        eventfd_read(descriptor, &count);
+        return 0;
+    };
+    sd_event_add_io(event_, &wakeSource_, wakeDescriptor_, EPOLLIN, drain, nullptr);
+}
+
+EventLoop::~EventLoop() {
+    sd_event_source_disable_unref(wakeSource_);
+    sd_event_unref(event_);
+    close(wakeDescriptor_);
+}
+
+std::shared_ptr<EventLoop> EventLoop::current() {
+    thread_local const std::shared_ptr<EventLoop> loop(new EventLoop);
+    return loop;
+}
+
+void EventLoop::run() {
+    const auto keep = shared_from_this();
+    throwFailure();
+    while (!std::exchange(stopping_, false)) {
+        turn(std::numeric_limits<std::uint64_t>::max());
+        throwFailure();
+    }
+}
+
+void EventLoop::stop() {
+    stopping_ = true;
+    touch();
+}
+
+int EventLoop::fileDescriptor() const { return sd_event_get_fd(event_); }
+
+void EventLoop::dispatch() {
+    const auto keep = shared_from_this();
+    throwFailure();
+    for (int i = 0; i < callbacksPerDispatch; ++i) {
+        const bool idle = sd_event_prepare(event_) == 0 && sd_event_wait(event_, 0) == 0;
+        if (idle) { // armed for the host's next poll
+            touched_ = false;
+            return;
+        }
+        turning_ = true;
+        sd_event_dispatch(event_);
+        turning_ = false;
+        throwFailure();
+    }
+    touch();
+}
+
+void EventLoop::turn(std::uint64_t timeoutMicroseconds) {
+    turning_ = true;
+    sd_event_run(event_, timeoutMicroseconds);
+    turning_ = false;
+    touched_ = false;
+}
+
+void EventLoop::throwFailure() {
+    if (failures_.empty()) {
+        return;
+    }
+    const auto failure = failures_.front();
+    failures_.pop_front();
+    touched_ = false;
+    touch(); // what else is due must not wait for news from outside
+    std::rethrow_exception(failure);
+}
+
+void EventLoop::touch() {
+    if (turning_ || std::exchange(touched_, true)) {
+        return;
+    }
+    eventfd_write(wakeDescriptor_, 1);
+}
+
+std::shared_ptr<Timer> EventLoop::scheduledTimer(double interval, bool repeats, TimerTick tick) {
+    return LoopTimer::schedule(*this, interval, repeats, std::move(tick));
+}
+
+std::shared_ptr<DescriptorWatch> EventLoop::watch(int descriptor, std::uint32_t events,
+                                                  std::function<void(std::uint32_t)> ready) {
+    std::shared_ptr<DescriptorWatch> watch(
+        new DescriptorWatch(*this, descriptor, events, std::move(ready)));
+    touch();
+    return watch;
+}
+
+std::shared_ptr<Deadline> EventLoop::deadline(std::function<void()> due) {
+    return std::shared_ptr<Deadline>(new Deadline(*this, std::move(due)));
+}
+
+} // namespace AmbrelKit::Linux
+
+namespace AmbrelKit {
+
+std::shared_ptr<RunLoop> RunLoop::current() { return Linux::EventLoop::current(); }
+
+} // namespace AmbrelKit

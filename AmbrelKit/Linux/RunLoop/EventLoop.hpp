@@ -1,0 +1,122 @@
+#ifndef AMBRELKIT_LINUX_RUNLOOP_EVENTLOOP_HPP
+#define AMBRELKIT_LINUX_RUNLOOP_EVENTLOOP_HPP
+
+#include "AmbrelKit/Platform/RunLoop.hpp"
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <memory>
+
+struct sd_event;
+struct sd_event_source;
+
+namespace AmbrelKit::Linux {
+
+class EventLoop;
+
+/// A registration with the loop. An owned handle: once it is gone its callback does not run, also
+/// when it goes inside that callback.
+class EventSource {
+public:
+    EventSource(const EventSource&) = delete;
+    EventSource& operator=(const EventSource&) = delete;
+    virtual ~EventSource();
+
+protected:
+    explicit EventSource(EventLoop& loop);
+
+    std::weak_ptr<EventLoop> loop_;
+    sd_event_source* source_ = nullptr;
+};
+
+/// Watches a descriptor that its owner keeps open for at least as long.
+class DescriptorWatch final : public EventSource,
+                              public std::enable_shared_from_this<DescriptorWatch> {
+public:
+    /// `events` and what the callback is given are EPOLLIN, EPOLLOUT, EPOLLHUP, EPOLLERR.
+    void setEvents(std::uint32_t events);
+
+private:
+    friend class EventLoop;
+    DescriptorWatch(EventLoop& loop, int descriptor, std::uint32_t events,
+                    std::function<void(std::uint32_t)> ready);
+    static int run(sd_event_source*, int, std::uint32_t events, void* self);
+
+    std::function<void(std::uint32_t)> ready_;
+};
+
+/// Runs its callback once each time it was armed, at the time it was armed for (accurate to a
+/// microsecond, never early).
+class Deadline final : public EventSource, public std::enable_shared_from_this<Deadline> {
+public:
+    /// Replaces the time; one in the past runs at the loop's next turn.
+    void arm(std::chrono::steady_clock::time_point time);
+    void disarm();
+
+private:
+    friend class EventLoop;
+    Deadline(EventLoop& loop, std::function<void()> due);
+    static int run(sd_event_source*, std::uint64_t, void* self);
+
+    std::function<void()> due_;
+};
+
+/// The run loop on sd-event. Everything that Linux sources register goes through here, so that a
+/// change made from outside a turn of the loop makes the descriptor readable, and what a callback
+/// throws never crosses a C frame.
+class EventLoop final : public RunLoop, public std::enable_shared_from_this<EventLoop> {
+public:
+    static std::shared_ptr<EventLoop> current();
+    ~EventLoop() override;
+    EventLoop(const EventLoop&) = delete;
+    EventLoop& operator=(const EventLoop&) = delete;
+
+    void run() override;
+    void stop() override;
+    [[nodiscard]] int fileDescriptor() const override;
+    void dispatch() override;
+    [[nodiscard]] std::shared_ptr<Timer> scheduledTimer(double interval, bool repeats,
+                                                        TimerTick tick) override;
+
+    [[nodiscard]] std::shared_ptr<DescriptorWatch> watch(int descriptor, std::uint32_t events,
+                                                         std::function<void(std::uint32_t)> ready);
+
+    /// A deadline that is not armed yet.
+    [[nodiscard]] std::shared_ptr<Deadline> deadline(std::function<void()> due);
+
+    /// Runs `body` and keeps what it throws, to be thrown again by `run()` or `dispatch()` once the
+    /// C frames below are left. Every callback that a C library makes into ours goes through here.
+    template <class Body> void guarded(Body&& body) noexcept {
+        try {
+            std::forward<Body>(body)();
+        } catch (...) {
+            failures_.push_back(std::current_exception());
+        }
+    }
+
+    /// Tells the loop that something it waits for has changed. Needed after a call into a C library
+    /// that registers with `native()` by itself.
+    void touch();
+
+    [[nodiscard]] sd_event* native() const { return event_; }
+
+private:
+    EventLoop();
+    void turn(std::uint64_t timeoutMicroseconds);
+    void throwFailure();
+
+    sd_event* event_ = nullptr;
+    int wakeDescriptor_ = -1;
+    sd_event_source* wakeSource_ = nullptr;
+    bool turning_ = false;
+    bool touched_ = false;
+    bool stopping_ = false;
+    std::deque<std::exception_ptr> failures_;
+};
+
+} // namespace AmbrelKit::Linux
+
+#endif

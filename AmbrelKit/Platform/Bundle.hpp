@@ -1,0 +1,46 @@
+#ifndef AMBRELKIT_PLATFORM_BUNDLE_HPP
+#define AMBRELKIT_PLATFORM_BUNDLE_HPP
+
+#include "AmbrelKit/Platform/JSONDictionary.hpp"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace AmbrelKit {
+
+/// What the host application says of itself: its information dictionary.
+///
+/// It is the JSON object in the file that the environment variable `AMBREL_INFO` names; without
+/// that variable the one in `Info.json` beside the executable; without that file what the host has
+/// set. Nothing is cached but what the host set.
+class Bundle {
+public:
+    /// The bundle of this process, made on first use. Used on one thread at a time.
+    static Bundle& main();
+
+    /// The information dictionary, or nothing when there is none or it can't be read.
+    [[nodiscard]] std::optional<JSONDictionary> infoDictionary() const;
+
+    /// Why a dictionary that is there can't be used, in one line for people: the file can't be
+    /// read, it is not JSON, its top level is not an object, or its "NSBonjourServices" is not a
+    /// list of strings. Nothing when all is well, or there is no dictionary.
+    [[nodiscard]] std::optional<std::string> problem() const;
+
+    /// The dictionary's list of DNS-SD service types, "NSBonjourServices": order and duplicates
+    /// kept. Nothing when there is no dictionary, no such key, or its value is not a list of
+    /// strings.
+    [[nodiscard]] std::optional<std::vector<std::string>> bonjourServices() const;
+
+    /// The dictionary that holds where no file gives one; nothing takes it away again.
+    void setInfoDictionary(std::optional<JSONDictionary> dictionary);
+
+private:
+    Bundle() = default;
+
+    std::optional<JSONDictionary> dictionary_;
+};
+
+} // namespace AmbrelKit
+
+#endif

@@ -1,0 +1,50 @@
+#ifndef AMBRELKIT_PLATFORM_UUID_HPP
+#define AMBRELKIT_PLATFORM_UUID_HPP
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace AmbrelKit {
+
+/// A 128-bit universally unique identifier. A plain value: any thread, no ownership.
+class UUID {
+public:
+    using Bytes = std::array<std::uint8_t, 16>;
+
+    /// The nil identifier, all bytes zero.
+    constexpr UUID() = default;
+
+    /// The identifier with these bytes, most significant first.
+    constexpr explicit UUID(const Bytes& bytes) : bytes_(bytes) {}
+
+    /// The identifier that `text` spells: 36 characters, hexadecimal digits of either case in
+    /// groups of 8-4-4-4-12 joined by hyphens. Anything else gives nothing.
+    static std::optional<UUID> parse(std::string_view text);
+
+    /// A new random identifier (version 4), from the system's random source.
+    static UUID random();
+
+    /// The canonical text: 36 characters, upper-case hexadecimal digits.
+    [[nodiscard]] std::string text() const;
+
+    [[nodiscard]] constexpr const Bytes& bytes() const { return bytes_; }
+
+    /// The order of the canonical texts, which is that of the bytes.
+    friend constexpr auto operator<=>(const UUID&, const UUID&) = default;
+
+private:
+    Bytes bytes_{};
+};
+
+} // namespace AmbrelKit
+
+template <> struct std::hash<AmbrelKit::UUID> {
+    std::size_t operator()(const AmbrelKit::UUID& uuid) const noexcept;
+};
+
+#endif

@@ -1,0 +1,94 @@
+#ifndef AMBRELKIT_AMBRELSDK_HPP
+#define AMBRELKIT_AMBRELSDK_HPP
+
+#include <AmbrelKit/AmbrelError.hpp>
+#include <AmbrelKit/AmbrelSDKDelegate.hpp>
+#include <AmbrelKit/Platform/Application.hpp>
+#include <AmbrelKit/Platform/BluetoothCentralManager.hpp>
+#include <AmbrelKit/Platform/LocationManager.hpp>
+#include <AmbrelKit/Platform/NetServiceBrowser.hpp>
+#include <AmbrelKit/Platform/NotificationCenter.hpp>
+#include <AmbrelKit/Platform/Timer.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace AmbrelKit {
+
+/// The entry to the kit: takes a ten-second snapshot of what surrounds the device, and hands it to
+/// the delegate as one dictionary.
+///
+/// The thread that creates a facade owns it; every operation is called there, also from inside a
+/// callback of the kit. No operation waits. The host owns the facade; releasing it ends what runs,
+/// and nothing more is delivered.
+class AmbrelSDK {
+public:
+    /// A facade on this machine's own platform, driven by the calling thread's `RunLoop`. The
+    /// DNS-SD types to browse are those of the main bundle's "NSBonjourServices".
+    static std::shared_ptr<AmbrelSDK> create();
+
+    /// A facade on a platform of the host's choice: the designated constructor. `bonjourServices`
+    /// are the DNS-SD types to browse, absent or empty for none. The factories are kept and called
+    /// at each start.
+    static std::shared_ptr<AmbrelSDK>
+    create(std::optional<std::vector<std::string>> bonjourServices,
+           BluetoothManagerFactory bluetoothManagerFactory,
+           LocationManagerFactory locationManagerFactory,
+           NetServiceBrowserFactory netServiceBrowserFactory, TimerFactory timerFactory,
+           std::shared_ptr<NotificationCenter> notificationCenter,
+           std::shared_ptr<Application> application);
+
+    virtual ~AmbrelSDK() = default;
+
+    /// The host's delegate, or null. Not owned.
+    [[nodiscard]] virtual std::shared_ptr<AmbrelSDKDelegate> delegate() const = 0;
+
+    /// Replaces the delegate. Starts, stops and reports nothing.
+    virtual void setDelegate(std::weak_ptr<AmbrelSDKDelegate> delegate) = 0;
+
+    /// Collects now, and again each time the application becomes active, until `stopScanning()` or
+    /// a single collection. A finished record within the reuse threshold is delivered again
+    /// instead; while a collection runs the request is ignored; without any granted permission an
+    /// empty record is delivered. Both deliveries happen before this returns.
+    virtual void startScanning() = 0;
+
+    /// As `startScanning()`, once: a collection that this starts ends the automatic mode.
+    virtual void startScanningOnce() = 0;
+
+    /// Ends the background task of the automatic mode. A running collection goes on.
+    virtual void completeScanning() = 0;
+
+    /// Ends the running collection without delivering it, the automatic mode and the background
+    /// task. What was collected stays in the open record until it is ten seconds old.
+    virtual void stopScanning() = 0;
+
+    /// Turns the automatic mode on without starting a collection now.
+    virtual void automaticModeForNotificationAndBackgroundTask() = 0;
+
+    /// Sets the reuse threshold of this process: up to how many seconds after its start a finished
+    /// collection is delivered again in answer to a request. From 0 to 30, both included. Throws
+    /// `AmbrelError::invalidThresholdValue` otherwise, and changes nothing.
+    virtual void setAmbrelTimeThreshold(std::int64_t seconds) = 0;
+
+    /// The same without an exception: false when `seconds` is not from 0 to 30, and then fills
+    /// `error` unless it is null.
+    virtual bool setAmbrelTimeThreshold(std::int64_t seconds, ErrorObject* error) noexcept = 0;
+
+    /// How many records the facade keeps, the newest; absent (the default) for every one. At least
+    /// 1; a host that runs for months sets it.
+    [[nodiscard]] virtual std::optional<std::size_t> historyLimit() const = 0;
+    virtual void setHistoryLimit(std::optional<std::size_t> limit) = 0;
+
+protected:
+    AmbrelSDK() = default;
+    AmbrelSDK(const AmbrelSDK&) = default;
+    AmbrelSDK& operator=(const AmbrelSDK&) = default;
+};
+
+} // namespace AmbrelKit
+
+#endif

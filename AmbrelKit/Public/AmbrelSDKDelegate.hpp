@@ -1,0 +1,47 @@
+#ifndef AMBRELKIT_AMBRELSDKDELEGATE_HPP
+#define AMBRELKIT_AMBRELSDKDELEGATE_HPP
+
+#include <AmbrelKit/AmbrelPermissionStatus.hpp>
+#include <AmbrelKit/Platform/JSONDictionary.hpp>
+
+namespace AmbrelKit {
+
+/// What a host implements: it receives the collections, and states the permissions and settings
+/// that it has.
+///
+/// Every operation is called on the thread that owns the kit. Inside one a host may call any
+/// operation of the facade, replace the delegate, drop its last reference to the facade, or throw:
+/// see docs/threads-and-lifetimes.md.
+///
+/// The kit takes the seven answers as the truth; it does not ask the system. They are asked often
+/// (each time a record is opened or changed), so an answer should be at hand.
+class AmbrelSDKDelegate {
+public:
+    virtual ~AmbrelSDKDelegate() = default;
+
+    /// A collection is finished, or a recent one is handed over again. `data` is its dictionary:
+    /// "timestamp" (whole seconds since 1970), "bleScan", "nearbyDevices", "ambrel_analytics", and
+    /// where known "ip", "wifiNetwork" and "locationCollection". May be called from inside a public
+    /// operation.
+    virtual void didReceiveUpdateWithCollectedData(const JSONDictionary& data) = 0;
+
+    /// Whether Bluetooth is switched on.
+    virtual AmbrelPermissionStatus bluetoothSettingStatus() = 0;
+    /// Whether this program may look for Bluetooth peripherals. Only granted lets the kit do so.
+    virtual AmbrelPermissionStatus bluetoothPermissionStatus() = 0;
+    /// Whether location is switched on.
+    virtual AmbrelPermissionStatus locationSettingStatus() = 0;
+    /// Whether this program may use the location. Only granted lets the kit do so.
+    virtual AmbrelPermissionStatus locationPermissionStatus() = 0;
+    /// Whether the location may be exact.
+    virtual AmbrelPermissionStatus locationPrecisePermissionStatus() = 0;
+    /// Whether the network is switched on.
+    virtual AmbrelPermissionStatus networkSettingStatus() = 0;
+    /// Whether this program may look for services on the local network. Only granted lets the kit
+    /// do so.
+    virtual AmbrelPermissionStatus networkPermissionStatus() = 0;
+};
+
+} // namespace AmbrelKit
+
+#endif
