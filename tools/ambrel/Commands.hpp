@@ -1,0 +1,40 @@
+#ifndef AMBREL_COMMANDS_HPP
+#define AMBREL_COMMANDS_HPP
+
+#include <stdexcept>
+
+namespace CLI {
+class App;
+} // namespace CLI
+
+namespace Ambrel {
+
+/// What the program ends with.
+enum ExitStatus : int {
+    done = 0,
+    failed = 1,    ///< it could not be done
+    badInput = 2,  ///< the command line or an input is wrong
+    notUsable = 3, ///< `doctor` found a source that is not usable
+    interrupted = 130,
+};
+
+/// Ends the program with one line on standard error.
+class CommandError : public std::runtime_error {
+public:
+    CommandError(ExitStatus status, const std::string& reason)
+        : std::runtime_error(reason), status_(status) {}
+
+    [[nodiscard]] ExitStatus status() const { return status_; }
+
+private:
+    ExitStatus status_;
+};
+
+// One function a command: adds the subcommand with its options. Its callback runs the command and
+// leaves the exit status in `status`; it may throw `CommandError`.
+void addReplayCommand(CLI::App& app, ExitStatus& status);
+void addScanCommand(CLI::App& app, ExitStatus& status);
+
+} // namespace Ambrel
+
+#endif

@@ -1,0 +1,44 @@
+#include "tools/ambrel/Commands.hpp"
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <exception>
+#include <iostream>
+
+namespace {
+
+constexpr const char* description =
+    "Takes a ten-second snapshot of what surrounds this device, as one JSON dictionary.";
+
+int run(int argc, char** argv) {
+    using namespace Ambrel;
+    CLI::App app(description, "ambrel");
+    app.set_version_flag("--version", "ambrel " AMBREL_VERSION);
+    app.require_subcommand(1);
+    ExitStatus status = done;
+    addScanCommand(app, status);
+    addReplayCommand(app, status);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& request) { // --help, --version
+        return app.exit(request);
+    } catch (const CLI::ParseError& error) {
+        throw CommandError(badInput, error.what());
+    }
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_DFL); // a closed pipe ends the program quietly
+    try {
+        return run(argc, argv);
+    } catch (const Ambrel::CommandError& error) {
+        std::cerr << "ambrel: " << error.what() << '\n';
+        return error.status();
+    } catch (const std::exception& error) {
+        std::cerr << "ambrel: " << error.what() << '\n';
+        return Ambrel::failed;
+    }
+}
