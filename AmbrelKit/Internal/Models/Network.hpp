@@ -1,8 +1,7 @@
 #ifndef AMBRELKIT_INTERNAL_MODELS_NETWORK_HPP
 #define AMBRELKIT_INTERNAL_MODELS_NETWORK_HPP
 
-#include "AmbrelKit/Internal/Extensions/Text.hpp"
-#include "AmbrelKit/Platform/JSONDictionary.hpp"
+#include "AmbrelKit/Internal/Extensions/JSONEncoder.hpp"
 
 #include <optional>
 #include <string>
@@ -10,26 +9,24 @@
 
 namespace AmbrelKit {
 
-/// The Wi-Fi network joined on one interface.
+/// The Wi-Fi network joined on one interface. Only the network's name is ever written.
 struct WifiNetworkHost {
     Text interface;
     std::optional<Text> ssid;
     std::optional<Text> bssid;
 
-    /// The host that the platform's description of the joined network makes: its "SSID" and "BSSID"
-    /// where they are texts. Nothing without a description.
-    static std::optional<WifiNetworkHost>
-    fromCurrentNetworkInfo(const std::string& interface,
-                           const std::optional<JSONDictionary>& currentNetworkInfo);
-
     friend bool operator==(const WifiNetworkHost&, const WifiNetworkHost&) = default;
+
+    [[nodiscard]] JSONValue encode(const JSONEncoder& encoder) const;
 };
 
-/// The Wi-Fi networks that the device is joined to.
+/// The Wi-Fi networks that the device is joined to, one for each joined interface.
 struct WifiNetwork {
     std::vector<WifiNetworkHost> connectedDevices;
 
     friend bool operator==(const WifiNetwork&, const WifiNetwork&) = default;
+
+    [[nodiscard]] JSONValue encode(const JSONEncoder& encoder) const;
 };
 
 /// What a tick of the collection timer carries.

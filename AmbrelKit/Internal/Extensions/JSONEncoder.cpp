@@ -1,0 +1,30 @@
+#include "AmbrelKit/Internal/Extensions/JSONEncoder.hpp"
+
+#include <cmath>
+
+namespace AmbrelKit {
+
+JSONEncoder JSONEncoder::default_() {
+    JSONEncoder encoder;
+    encoder.dateEncodingStrategy = [](TimePoint time) -> JSONValue {
+        return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
+    };
+    return encoder;
+}
+
+JSONValue JSONEncoder::encode(double number) const {
+    if (!std::isfinite(number)) {
+        throw EncodingError("a number that is not finite has no JSON form");
+    }
+    return number;
+}
+
+JSONValue JSONEncoder::encode(const std::map<Text, Text>& texts) const {
+    JSONDictionary dictionary;
+    for (const auto& [key, text] : texts) {
+        dictionary.emplace(key.string(), encode(text));
+    }
+    return dictionary;
+}
+
+} // namespace AmbrelKit

@@ -1,0 +1,51 @@
+#include "AmbrelKit/Internal/Extensions/Text.hpp"
+
+#include "AmbrelKit/Platform/UTF8.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <utf8proc.h>
+
+namespace AmbrelKit {
+
+namespace {
+
+bool isASCII(std::string_view text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+std::string composed(const std::string& text) {
+    struct Free {
+        void operator()(utf8proc_uint8_t* memory) const { std::free(memory); }
+    };
+    utf8proc_uint8_t* result = nullptr;
+    const auto length =
+        utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                     static_cast<utf8proc_ssize_t>(text.size()), &result,
+                     static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE));
+    const std::unique_ptr<utf8proc_uint8_t, Free> owned(result);
+    if (length < 0) { // the text is valid, so only memory can have been short
+        throw std::bad_alloc();
+    }
+    return {reinterpret_cast<const char*>(result), static_cast<std::size_t>(length)};
+}
+
+} // namespace
+
+Text::Text(std::string bytes) : spelled_(std::move(bytes)) {
+    if (isASCII(spelled_)) {
+        return;
+    }
+    if (!isValidUTF8(spelled_)) {
+        spelled_ = repairedUTF8(spelled_);
+    }
+    canonical_ = composed(spelled_);
+    if (canonical_ == spelled_) {
+        canonical_.clear();
+    }
+}
+
+} // namespace AmbrelKit

@@ -1,0 +1,80 @@
+#ifndef AMBRELKIT_INTERNAL_MODELS_AMBRELDATA_HPP
+#define AMBRELKIT_INTERNAL_MODELS_AMBRELDATA_HPP
+
+#include "AmbrelKit/Internal/Extensions/GroupedList.hpp"
+#include "AmbrelKit/Internal/Models/AmbrelAnalytics.hpp"
+#include "AmbrelKit/Internal/Models/Bluetooth.hpp"
+#include "AmbrelKit/Internal/Models/Location.hpp"
+#include "AmbrelKit/Internal/Models/NearbyDevice.hpp"
+#include "AmbrelKit/Internal/Models/Network.hpp"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace AmbrelKit {
+
+using BluetoothScan = GroupedList<BluetoothPeripheral, &BluetoothPeripheral::identifier>;
+using NearbyDevices = GroupedList<NearbyDevice, &NearbyDevice::protocolTypeWithName>;
+
+/// One collected-data record: what one scan saw. An immutable value; copies share what they hold.
+class AmbrelData {
+public:
+    using TimePoint = std::chrono::system_clock::time_point;
+
+    /// A fresh record: nothing seen, no network joined, and a permission snapshot taken now.
+    static AmbrelData new_(const UUID& uuid, TimePoint createdAt);
+
+    /// The canonical text of the record's identifier.
+    [[nodiscard]] std::string id() const { return uuid().text(); }
+    [[nodiscard]] const UUID& uuid() const { return fields_->uuid; }
+    /// When the record was opened.
+    [[nodiscard]] TimePoint createdAt() const { return fields_->createdAt; }
+    [[nodiscard]] const std::optional<Text>& addressIPv4() const { return fields_->addressIPv4; }
+    [[nodiscard]] const std::optional<WifiNetwork>& networkInfo() const {
+        return fields_->networkInfo;
+    }
+    [[nodiscard]] const BluetoothScan& bluetoothScan() const { return fields_->bluetoothScan; }
+    [[nodiscard]] const std::optional<Location>& location() const { return fields_->location; }
+    [[nodiscard]] const NearbyDevices& nearbyDevices() const { return fields_->nearbyDevices; }
+    [[nodiscard]] const AmbrelAnalytics& ambrelAnalytics() const {
+        return fields_->ambrelAnalytics;
+    }
+
+    // Each copy has one field replaced, and takes a new permission snapshot.
+    [[nodiscard]] AmbrelData copyWithAddressIPv4(std::optional<Text> addressIPv4) const;
+    [[nodiscard]] AmbrelData copyWithNetworkInfo(std::optional<WifiNetwork> networkInfo) const;
+    [[nodiscard]] AmbrelData copyWithBluetoothScan(BluetoothScan bluetoothScan) const;
+    [[nodiscard]] AmbrelData copyWithLocation(const Location& location) const;
+    [[nodiscard]] AmbrelData copyWithNearbyDevices(NearbyDevices nearbyDevices) const;
+
+    friend bool operator==(const AmbrelData& a, const AmbrelData& b) {
+        return a.fields_ == b.fields_ || *a.fields_ == *b.fields_;
+    }
+
+    /// The record's dictionary; the identifier is not part of it.
+    [[nodiscard]] JSONValue encode(const JSONEncoder& encoder) const;
+
+private:
+    struct Fields {
+        UUID uuid;
+        TimePoint createdAt;
+        std::optional<Text> addressIPv4;
+        std::optional<WifiNetwork> networkInfo;
+        BluetoothScan bluetoothScan;
+        std::optional<Location> location;
+        NearbyDevices nearbyDevices;
+        AmbrelAnalytics ambrelAnalytics;
+
+        bool operator==(const Fields&) const = default;
+    };
+
+    explicit AmbrelData(std::shared_ptr<const Fields> fields) : fields_(std::move(fields)) {}
+    template <class Value> [[nodiscard]] AmbrelData copy(Value Fields::*field, Value value) const;
+
+    std::shared_ptr<const Fields> fields_;
+};
+
+} // namespace AmbrelKit
+
+#endif

@@ -1,0 +1,11 @@
+#include <AmbrelKit/AmbrelError.hpp>
+
+namespace AmbrelKit {
+
+const AmbrelError AmbrelError::invalidThresholdValue(Case::invalidThresholdValue);
+
+const char* AmbrelError::what() const noexcept {
+    return "Threshold must be more than 0 and less than 30";
+}
+
+} // namespace AmbrelKit

@@ -1,0 +1,178 @@
+#include <AmbrelKit/AmbrelSDK.hpp>
+
+#include "AmbrelKit/Internal/Models/CollectionThreshold.hpp"
+#include "AmbrelKit/Public/Facade.hpp"
+
+#include <utility>
+
+namespace AmbrelKit {
+
+namespace {
+
+constexpr std::int64_t greatestThreshold = 30;
+
+} // namespace
+
+std::shared_ptr<AmbrelSDK>
+AmbrelSDK::create(std::optional<std::vector<std::string>> bonjourServices,
+                  BluetoothManagerFactory bluetoothManagerFactory,
+                  LocationManagerFactory locationManagerFactory,
+                  NetServiceBrowserFactory netServiceBrowserFactory, TimerFactory timerFactory,
+                  std::shared_ptr<NotificationCenter> notificationCenter,
+                  std::shared_ptr<Application> application) {
+    auto facade = std::make_shared<Facade>(
+        std::move(bonjourServices), std::move(bluetoothManagerFactory),
+        std::move(locationManagerFactory), std::move(netServiceBrowserFactory),
+        std::move(timerFactory), std::move(notificationCenter), std::move(application));
+    facade->registerAsDelegate();
+    return facade;
+}
+
+Facade::Facade(std::optional<std::vector<std::string>> bonjourServices,
+               BluetoothManagerFactory bluetoothManagerFactory,
+               LocationManagerFactory locationManagerFactory,
+               NetServiceBrowserFactory netServiceBrowserFactory, TimerFactory timerFactory,
+               std::shared_ptr<NotificationCenter> notificationCenter,
+               std::shared_ptr<Application> application)
+    : bluetoothDevicesProvider_(
+          std::make_shared<BluetoothDevicesProvider>(std::move(bluetoothManagerFactory))),
+      locationProvider_(std::make_shared<LocationProvider>(std::move(locationManagerFactory))),
+      nearbyDevicesProvider_(std::make_shared<NearbyDevicesProvider>(
+          std::move(bonjourServices), std::move(netServiceBrowserFactory))),
+      timerFactory_(std::move(timerFactory)), notificationCenter_(std::move(notificationCenter)),
+      taskScheduler_(std::make_shared<BackgroundTaskScheduler>(std::move(application))) {}
+
+void Facade::registerAsDelegate() {
+    PermissionsHelper::setPermissionsDelegate(weak_from_this());
+    bluetoothDevicesProvider_->setDelegate(weak_from_this());
+    locationProvider_->setDelegate(weak_from_this());
+    nearbyDevicesProvider_->setDelegate(weak_from_this());
+}
+
+std::shared_ptr<AmbrelSDKDelegate> Facade::delegate() const { return delegate_.lock(); }
+
+void Facade::setDelegate(std::weak_ptr<AmbrelSDKDelegate> delegate) {
+    delegate_ = std::move(delegate);
+}
+
+// A host may let go of the facade while one of these calls it back, so each holds on to it.
+
+void Facade::startScanning() {
+    const auto keep = shared_from_this();
+    store()->sendEvent(DataEvents::scan{ScanningMode::automatic});
+}
+
+void Facade::startScanningOnce() {
+    const auto keep = shared_from_this();
+    store()->sendEvent(DataEvents::scan{ScanningMode::once});
+}
+
+void Facade::completeScanning() {
+    const auto keep = shared_from_this();
+    taskScheduler_->endBackgroundTask();
+}
+
+void Facade::stopScanning() {
+    const auto keep = shared_from_this();
+    stop();
+    scanningSuspender()->disable();
+    taskScheduler_->endBackgroundTask();
+}
+
+void Facade::automaticModeForNotificationAndBackgroundTask() {
+    const auto keep = shared_from_this();
+    configureResumeAndSuspendScanning(ScanningMode::automatic);
+    configureBackgroundTask(ScanningMode::automatic);
+}
+
+void Facade::setAmbrelTimeThreshold(std::int64_t seconds) {
+    if (seconds < 0 || seconds > greatestThreshold) {
+        throw AmbrelError::invalidThresholdValue;
+    }
+    CollectionThreshold::value = seconds;
+}
+
+bool Facade::setAmbrelTimeThreshold(std::int64_t seconds, ErrorObject* error) noexcept {
+    try {
+        setAmbrelTimeThreshold(seconds);
+        return true;
+    } catch (const AmbrelError& thrown) {
+        if (error != nullptr) {
+            *error = {.domain = "AmbrelKit.AmbrelError",
+                      .code = static_cast<int>(thrown.error()),
+                      .description = thrown.what()};
+        }
+        return false;
+    }
+}
+
+std::optional<std::size_t> Facade::historyLimit() const {
+    return store_ ? store_->state().collectedData.limit() : std::nullopt;
+}
+
+void Facade::setHistoryLimit(std::optional<std::size_t> limit) { store()->limitHistory(limit); }
+
+void Facade::didDiscoverPeripheral(const BluetoothPeripheral& peripheral) {
+    store()->sendEvent(DataEvents::didDiscoverBluetoothPeripheral{peripheral});
+}
+
+void Facade::locationProviderDidUpdateLocation(const Location& location) {
+    store()->sendEvent(DataEvents::didUpdateLocation{location});
+}
+
+void Facade::didFindNearbyDevice(const NearbyDevice& device) {
+    store()->sendEvent(DataEvents::didDiscoverNearbyDevice{device});
+}
+
+AmbrelPermissionStatus Facade::bluetoothSettingStatus() {
+    const auto host = delegate();
+    return host ? host->bluetoothSettingStatus() : AmbrelPermissionStatus::unknown;
+}
+
+AmbrelPermissionStatus Facade::bluetoothPermissionStatus() {
+    const auto host = delegate();
+    return host ? host->bluetoothPermissionStatus() : AmbrelPermissionStatus::unknown;
+}
+
+AmbrelPermissionStatus Facade::locationSettingStatus() {
+    const auto host = delegate();
+    return host ? host->locationSettingStatus() : AmbrelPermissionStatus::unknown;
+}
+
+AmbrelPermissionStatus Facade::locationPermissionStatus() {
+    const auto host = delegate();
+    return host ? host->locationPermissionStatus() : AmbrelPermissionStatus::unknown;
+}
+
+AmbrelPermissionStatus Facade::locationPrecisePermissionStatus() {
+    const auto host = delegate();
+    return host ? host->locationPrecisePermissionStatus() : AmbrelPermissionStatus::unknown;
+}
+
+AmbrelPermissionStatus Facade::networkSettingStatus() {
+    const auto host = delegate();
+    return host ? host->networkSettingStatus() : AmbrelPermissionStatus::unknown;
+}
+
+AmbrelPermissionStatus Facade::networkPermissionStatus() {
+    const auto host = delegate();
+    return host ? host->networkPermissionStatus() : AmbrelPermissionStatus::unknown;
+}
+
+std::shared_ptr<DataStore> Facade::store() {
+    if (!store_) {
+        store_ = std::make_shared<DataStore>(State::initialState, std::make_shared<DataReducer>(),
+                                             environment());
+    }
+    return store_;
+}
+
+std::shared_ptr<ScanningBackgroundSuspender> Facade::scanningSuspender() {
+    if (!scanningSuspender_) {
+        scanningSuspender_ =
+            std::make_shared<ScanningBackgroundSuspender>(store(), notificationCenter_);
+    }
+    return scanningSuspender_;
+}
+
+} // namespace AmbrelKit

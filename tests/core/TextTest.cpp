@@ -1,0 +1,2 @@
+#include "AmbrelKit/Internal/Extensions/Text.hpp"
+#include <gtest/gtest.h>
