@@ -15,11 +15,12 @@ class Text {
 public:
     Text() = default;
 
-    /// The text of `bytes`; ill-formed UTF-8 is replaced by U+FFFD.
-    Text(std::string bytes); // NOLINT(google-explicit-constructor)
-    Text(std::string_view bytes)
-        : Text(std::string(bytes)) {}                     // NOLINT(google-explicit-constructor)
-    Text(const char* bytes) : Text(std::string(bytes)) {} // NOLINT(google-explicit-constructor)
+    // From what the kit is given texts in; ill-formed UTF-8 is replaced by U+FFFD.
+    // NOLINTBEGIN(google-explicit-constructor): a record is written down with plain texts
+    Text(std::string bytes);
+    Text(std::string_view bytes) : Text(std::string(bytes)) {}
+    Text(const char* bytes) : Text(std::string(bytes)) {}
+    // NOLINTEND(google-explicit-constructor)
 
     /// The text as it was spelled.
     [[nodiscard]] const std::string& string() const { return spelled_; }
