@@ -16,7 +16,9 @@ int run(int argc, char** argv) {
     app.set_version_flag("--version", "ambrel " AMBREL_VERSION);
     app.require_subcommand(1);
     ExitStatus status = done;
+#ifdef AMBREL_WITH_LINUX
     addScanCommand(app, status);
+#endif
     addReplayCommand(app, status);
     try {
         app.parse(argc, argv);

@@ -1,0 +1,35 @@
+#ifndef AMBRELKIT_SIMULATED_BLUETOOTHRADIO_HPP
+#define AMBRELKIT_SIMULATED_BLUETOOTHRADIO_HPP
+
+#include "AmbrelKit/Platform/BluetoothCentralManager.hpp"
+#include "AmbrelKit/Simulated/Context.hpp"
+
+#include <memory>
+
+namespace AmbrelKit::Simulated {
+
+/// A Bluetooth radio that reports what it is told to, through the newest manager that it made, if
+/// that lives and has a delegate; otherwise nobody hears it. A new manager tells nothing by itself.
+class BluetoothRadio {
+public:
+    explicit BluetoothRadio(std::shared_ptr<Context> context);
+
+    /// What a `BluetoothManagerFactory` does.
+    [[nodiscard]] std::shared_ptr<BluetoothCentralManager> makeManager();
+
+    /// The newest manager's state becomes `state`, which it reports.
+    void reportState(BluetoothManagerState state);
+
+    /// The newest manager reports a sighting, whether it scans or not.
+    void reportDiscovery(const Peripheral& peripheral);
+
+private:
+    class Manager;
+
+    std::shared_ptr<Context> context_;
+    std::weak_ptr<Manager> newest_;
+};
+
+} // namespace AmbrelKit::Simulated
+
+#endif

@@ -1,0 +1,102 @@
+#include "AmbrelKit/Simulated/Lifecycle.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace AmbrelKit::Simulated {
+
+/// Registered while it has a block.
+class NotificationCenter::Observer final : public NotificationObserver {
+public:
+    Observer(std::shared_ptr<Context> context, std::optional<std::string> name,
+             std::function<void(const Notification&)> block)
+        : context_(std::move(context)), name_(std::move(name)), block_(std::move(block)) {}
+
+    Observer(const Observer&) = delete;
+    Observer& operator=(const Observer&) = delete;
+    ~Observer() override { unregister(); }
+
+    void unregister() {
+        if (block_) {
+            context_->report("notification", "removeObserver");
+            block_ = nullptr;
+        }
+    }
+
+    [[nodiscard]] bool observes(std::string_view name) const {
+        return block_ && (!name_ || *name_ == name);
+    }
+
+    [[nodiscard]] std::function<void(const Notification&)> block() const { return block_; }
+
+private:
+    std::shared_ptr<Context> context_;
+    std::optional<std::string> name_;
+    std::function<void(const Notification&)> block_;
+};
+
+NotificationCenter::NotificationCenter(std::shared_ptr<Context> context)
+    : context_(std::move(context)) {}
+
+std::shared_ptr<NotificationObserver>
+NotificationCenter::addObserver(const std::optional<std::string>& name,
+                                std::function<void(const Notification&)> block) {
+    context_->report("notification", "addObserver");
+    std::erase_if(observers_, [](const auto& observer) { return observer.expired(); });
+    auto observer = std::make_shared<Observer>(context_, name, std::move(block));
+    observers_.push_back(observer);
+    return observer;
+}
+
+void NotificationCenter::removeObserver(const std::shared_ptr<NotificationObserver>& observer) {
+    const auto entry = std::find_if(observers_.begin(), observers_.end(),
+                                    [&](const auto& ours) { return ours.lock() == observer; });
+    if (observer && entry != observers_.end()) {
+        entry->lock()->unregister();
+        observers_.erase(entry);
+    }
+}
+
+void NotificationCenter::post(std::string_view name) {
+    const Notification notification{std::string(name)};
+    const auto observers = observers_; // a block may register and unregister
+    for (const auto& observer : observers) {
+        std::function<void(const Notification&)> block;
+        if (const auto registered = observer.lock(); registered && registered->observes(name)) {
+            block = registered->block();
+        }
+        if (block) {
+            block(notification);
+        }
+    }
+}
+
+Application::Application(std::shared_ptr<Context> context) : context_(std::move(context)) {}
+
+BackgroundTaskIdentifier Application::beginBackgroundTask(const std::string& name,
+                                                          std::function<void()> expirationHandler) {
+    const BackgroundTaskIdentifier identifier = ++lastIdentifier_;
+    context_->report("application", "beginBackgroundTask",
+                     {{"identifier", identifier}, {"name", name}});
+    tasks_.emplace(identifier, std::move(expirationHandler));
+    return identifier;
+}
+
+void Application::endBackgroundTask(BackgroundTaskIdentifier identifier) {
+    const auto task = tasks_.find(identifier);
+    if (task == tasks_.end()) {
+        return;
+    }
+    context_->report("application", "endBackgroundTask", {{"identifier", identifier}});
+    tasks_.erase(task);
+}
+
+void Application::expire(BackgroundTaskIdentifier identifier) {
+    const auto task = tasks_.find(identifier);
+    if (task != tasks_.end()) {
+        const auto handler = task->second; // ends the task, and with it the one that is kept
+        handler();
+    }
+}
+
+} // namespace AmbrelKit::Simulated

@@ -1,0 +1,38 @@
+#ifndef AMBRELKIT_SIMULATED_LOCATIONSERVICE_HPP
+#define AMBRELKIT_SIMULATED_LOCATIONSERVICE_HPP
+
+#include "AmbrelKit/Platform/LocationManager.hpp"
+#include "AmbrelKit/Simulated/Context.hpp"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace AmbrelKit::Simulated {
+
+/// A location service that reports what it is told to, through the newest manager that it made, if
+/// that lives and has a delegate; otherwise nobody hears it. A new manager tells nothing by itself.
+class LocationService {
+public:
+    explicit LocationService(std::shared_ptr<Context> context);
+
+    /// What a `LocationManagerFactory` does.
+    [[nodiscard]] std::shared_ptr<LocationManager> makeManager();
+
+    void reportAuthorization(LocationAuthorizationStatus status);
+
+    /// Reports fixes, oldest first, whether they were asked for or not.
+    void reportUpdate(const std::vector<LocationFix>& fixes);
+
+    void reportFailure(const std::string& error);
+
+private:
+    class Manager;
+
+    std::shared_ptr<Context> context_;
+    std::weak_ptr<Manager> newest_;
+};
+
+} // namespace AmbrelKit::Simulated
+
+#endif

@@ -1,0 +1,59 @@
+#ifndef AMBRELKIT_SIMULATED_NETWORKSTATE_HPP
+#define AMBRELKIT_SIMULATED_NETWORKSTATE_HPP
+
+#include "AmbrelKit/Platform/JSONDictionary.hpp"
+
+#include <ifaddrs.h>
+#include <map>
+#include <netinet/in.h>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace AmbrelKit::Simulated {
+
+/// One entry of the interface-address list.
+struct InterfaceAddress {
+    std::string name;
+    /// The text of an IPv4 or IPv6 address. Any other text makes an entry of no known family;
+    /// absent, one without an address.
+    std::optional<std::string> address;
+};
+
+/// What a tick of a collection finds of the device's network: nothing, until it is set.
+class NetworkState {
+public:
+    NetworkState() = default;
+    NetworkState(const NetworkState&) = delete;
+    NetworkState& operator=(const NetworkState&) = delete;
+
+    void setInterfaces(const std::vector<InterfaceAddress>& interfaces);
+
+    /// What the two captive-network queries answer: the interfaces that can be asked, and what is
+    /// joined on each; null, and a missing name, stand for nothing.
+    void setCaptiveNetwork(JSONValue supportedInterfaces, std::map<std::string, JSONValue> info);
+
+    /// The entries as getifaddrs would give them; null when there are none. Valid until they are
+    /// set again.
+    [[nodiscard]] const ifaddrs* interfaces() const {
+        return entries_.empty() ? nullptr : &entries_.front().link;
+    }
+
+    [[nodiscard]] std::optional<JSONValue> supportedInterfaces() const;
+    [[nodiscard]] std::optional<JSONValue> currentNetworkInfo(const std::string& interface) const;
+
+private:
+    struct Entry {
+        std::string name;
+        sockaddr_in6 address{}; ///< room for either family
+        ifaddrs link{};
+    };
+
+    std::vector<Entry> entries_; ///< their links point at each other: never moved once linked
+    JSONValue supported_;
+    std::map<std::string, JSONValue> info_;
+};
+
+} // namespace AmbrelKit::Simulated
+
+#endif

@@ -1,0 +1,90 @@
+#ifndef AMBRELKIT_SIMULATED_PLATFORM_HPP
+#define AMBRELKIT_SIMULATED_PLATFORM_HPP
+
+#include "AmbrelKit/Simulated/BluetoothRadio.hpp"
+#include "AmbrelKit/Simulated/Context.hpp"
+#include "AmbrelKit/Simulated/Lifecycle.hpp"
+#include "AmbrelKit/Simulated/LocationService.hpp"
+#include "AmbrelKit/Simulated/NetworkState.hpp"
+#include "AmbrelKit/Simulated/ServiceDiscovery.hpp"
+#include "AmbrelKit/Simulated/VirtualClock.hpp"
+
+#include <AmbrelKit/AmbrelSDK.hpp>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace AmbrelKit::Simulated {
+
+/// How a simulated platform begins.
+struct PlatformSettings {
+    /// The wall clock at virtual time 0, since 1970.
+    std::chrono::nanoseconds start{};
+    /// The identifiers that the kit gets for its records, in order. Then it gets
+    /// 00000000-0000-4000-8000-000000000001, …2 and so on, whatever the list held.
+    std::vector<UUID> identifiers;
+};
+
+/// A platform on which nothing happens but what it is told, in virtual time: for tests of a host,
+/// and for replays.
+///
+///     Simulated::Platform platform;
+///     const auto sdk = platform.createSDK(std::nullopt);
+///     sdk->setDelegate(delegate); // one that grants Bluetooth
+///     sdk->startScanningOnce();
+///     platform.bluetooth().reportState(BluetoothManagerState::poweredOn);
+///     platform.bluetooth().reportDiscovery({.identifier = identifier, .name = "Lamp"});
+///     platform.clock().advanceBy(11s); // the delegate has its dictionary now
+///
+/// While it lives, the settings of the process are its own: the reuse threshold (30 again), the
+/// clock, the identifier source and the sources of a tick's network state. They are what they were
+/// before when it goes, so platforms may follow each other, or lie within each other, but kits on
+/// different ones must not run at once. Everything is used on one thread.
+class Platform {
+public:
+    explicit Platform(PlatformSettings settings = {});
+    Platform(const Platform&) = delete;
+    Platform& operator=(const Platform&) = delete;
+
+    /// Silences the events, then restores the process's settings. Facades may outlive it.
+    ~Platform();
+
+    /// Who is told what the kit does from now on; empty for nobody.
+    void setSink(EventSink sink) { context_->sink = std::move(sink); }
+
+    /// A new facade on this platform.
+    [[nodiscard]] std::shared_ptr<AmbrelSDK>
+    createSDK(std::optional<std::vector<std::string>> bonjourServices);
+
+    [[nodiscard]] VirtualClock& clock() { return *clock_; }
+    [[nodiscard]] BluetoothRadio& bluetooth() { return *bluetooth_; }
+    [[nodiscard]] LocationService& location() { return *location_; }
+    [[nodiscard]] ServiceDiscovery& bonjour() { return *bonjour_; }
+    [[nodiscard]] NotificationCenter& notificationCenter() { return *notificationCenter_; }
+    [[nodiscard]] Application& application() { return *application_; }
+    [[nodiscard]] NetworkState& network() { return *network_; }
+
+    /// What a simulated object needs that a host adds.
+    [[nodiscard]] const std::shared_ptr<Context>& context() const { return context_; }
+
+private:
+    struct ProcessSettings;
+
+    std::unique_ptr<ProcessSettings> before_;
+    std::shared_ptr<Context> context_;
+    // Factories and closures that the kit keeps share these.
+    std::shared_ptr<VirtualClock> clock_;
+    std::shared_ptr<BluetoothRadio> bluetooth_;
+    std::shared_ptr<LocationService> location_;
+    std::shared_ptr<ServiceDiscovery> bonjour_;
+    std::shared_ptr<NotificationCenter> notificationCenter_;
+    std::shared_ptr<Application> application_;
+    std::shared_ptr<NetworkState> network_;
+};
+
+} // namespace AmbrelKit::Simulated
+
+#endif

@@ -1,0 +1,24 @@
+#ifndef AMBRELKIT_SIMULATED_REPLAY_REPLAY_HPP
+#define AMBRELKIT_SIMULATED_REPLAY_REPLAY_HPP
+
+#include "AmbrelKit/Simulated/Replay/Script.hpp"
+#include "AmbrelKit/Simulated/Replay/TraceWriter.hpp"
+
+#include <functional>
+#include <istream>
+#include <string_view>
+
+namespace AmbrelKit::Simulated {
+
+/// Runs a script, line by line as it comes in, and prints what the kit did: `print` is given each
+/// line of the trace, with its line feed, as it is written, and must not throw. Returns when the
+/// script says so or ends. Throws ScriptError when a line is wrong; the steps before it have run.
+/// Throws std::system_error when the script can't be read.
+///
+/// The settings of the process belong to the run meanwhile, as `Platform` says.
+void replay(std::istream& script, TraceOptions options,
+            std::function<void(std::string_view line)> print);
+
+} // namespace AmbrelKit::Simulated
+
+#endif

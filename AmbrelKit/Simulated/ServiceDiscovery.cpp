@@ -1,0 +1,118 @@
+#include "AmbrelKit/Simulated/ServiceDiscovery.hpp"
+
+#include <utility>
+
+namespace AmbrelKit::Simulated {
+
+class ServiceDiscovery::Browser final : public NetServiceBrowser {
+public:
+    explicit Browser(std::shared_ptr<Context> context) : context_(std::move(context)) {}
+
+    [[nodiscard]] std::shared_ptr<NetServiceBrowserDelegate> delegate() const override {
+        return delegate_.lock();
+    }
+    void setDelegate(std::weak_ptr<NetServiceBrowserDelegate> delegate) override {
+        delegate_ = std::move(delegate);
+    }
+
+    void searchForServicesOfType(const std::string& type, const std::string& domain) override {
+        context_->report("bonjour", "searchForServicesOfType",
+                         {{"type", type}, {"domain", domain}});
+        searched_ = type;
+    }
+
+    [[nodiscard]] bool searches(const std::string& type) const { return searched_ == type; }
+
+private:
+    std::shared_ptr<Context> context_;
+    std::weak_ptr<NetServiceBrowserDelegate> delegate_;
+    std::optional<std::string> searched_;
+};
+
+class ServiceDiscovery::Service final : public NetService {
+public:
+    Service(std::shared_ptr<Context> context, std::string type, std::string name)
+        : context_(std::move(context)), type_(std::move(type)), name_(std::move(name)) {}
+
+    [[nodiscard]] std::shared_ptr<NetServiceDelegate> delegate() const override {
+        return delegate_.lock();
+    }
+    void setDelegate(std::weak_ptr<NetServiceDelegate> delegate) override {
+        delegate_ = std::move(delegate);
+    }
+
+    void resolveWithTimeout(double seconds) override {
+        context_->report("bonjour", "resolveWithTimeout",
+                         {{"type", type_}, {"name", name_}, {"timeout", seconds}});
+    }
+
+    [[nodiscard]] std::string name() const override { return name_; }
+    [[nodiscard]] std::string type() const override { return type_; }
+    [[nodiscard]] std::optional<std::vector<std::string>> addresses() const override {
+        return records_.addresses;
+    }
+    [[nodiscard]] std::optional<std::string> TXTRecordData() const override { return records_.txt; }
+
+    void setRecords(ServiceRecords records) { records_ = std::move(records); }
+
+private:
+    std::shared_ptr<Context> context_;
+    std::string type_;
+    std::string name_;
+    std::weak_ptr<NetServiceDelegate> delegate_;
+    ServiceRecords records_;
+};
+
+ServiceDiscovery::ServiceDiscovery(std::shared_ptr<Context> context)
+    : context_(std::move(context)) {}
+
+std::shared_ptr<NetServiceBrowser> ServiceDiscovery::makeBrowser() {
+    context_->report("bonjour", "create");
+    std::erase_if(browsers_, [](const auto& browser) { return browser.expired(); });
+    auto browser = std::make_shared<Browser>(context_);
+    browsers_.push_back(browser);
+    return browser;
+}
+
+void ServiceDiscovery::reportFound(const std::string& type, const std::string& name) {
+    const auto browser = browserFor(type);
+    if (!browser) {
+        return;
+    }
+    auto& entry = services_[type][name];
+    if (!entry) {
+        entry = std::make_shared<Service>(context_, type, name);
+    }
+    const std::shared_ptr<NetService> service = entry;
+    browser->delegate()->netServiceBrowserDidFindService(*browser, service, false);
+}
+
+void ServiceDiscovery::reportResolved(const std::string& type, const std::string& name,
+                                      ServiceRecords records) {
+    const auto ofType = services_.find(type);
+    if (ofType == services_.end()) {
+        return;
+    }
+    const auto entry = ofType->second.find(name);
+    if (entry == ofType->second.end()) {
+        return;
+    }
+    const std::shared_ptr<Service> service = entry->second;
+    service->setRecords(std::move(records));
+    if (const auto delegate = service->delegate()) {
+        delegate->netServiceDidResolveAddress(*service);
+    }
+}
+
+std::shared_ptr<ServiceDiscovery::Browser>
+ServiceDiscovery::browserFor(const std::string& type) const {
+    for (const auto& candidate : browsers_) {
+        const auto browser = candidate.lock();
+        if (browser && browser->searches(type) && browser->delegate()) {
+            return browser;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace AmbrelKit::Simulated

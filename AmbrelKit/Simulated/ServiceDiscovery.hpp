@@ -1,0 +1,53 @@
+#ifndef AMBRELKIT_SIMULATED_SERVICEDISCOVERY_HPP
+#define AMBRELKIT_SIMULATED_SERVICEDISCOVERY_HPP
+
+#include "AmbrelKit/Platform/NetServiceBrowser.hpp"
+#include "AmbrelKit/Simulated/Context.hpp"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace AmbrelKit::Simulated {
+
+/// What a resolved DNS-SD service has to tell, in the forms of `NetService`.
+struct ServiceRecords {
+    std::optional<std::vector<std::string>> addresses;
+    std::optional<std::string> txt;
+};
+
+/// A local network whose DNS-SD services are found and resolved when it is told so. Types and names
+/// are compared by their bytes. There is one service object for each type and name, made when it is
+/// found first and kept as long as the network.
+class ServiceDiscovery {
+public:
+    explicit ServiceDiscovery(std::shared_ptr<Context> context);
+
+    /// What a `NetServiceBrowserFactory` does.
+    [[nodiscard]] std::shared_ptr<NetServiceBrowser> makeBrowser();
+
+    /// The oldest living browser with a delegate that searches for `type` reports the service.
+    /// Without such a browser nothing is found.
+    void reportFound(const std::string& type, const std::string& name);
+
+    /// The service, if it was found before, takes these records, and reports that it resolved if it
+    /// has a delegate.
+    void reportResolved(const std::string& type, const std::string& name, ServiceRecords records);
+
+private:
+    class Browser;
+    class Service;
+
+    [[nodiscard]] std::shared_ptr<Browser> browserFor(const std::string& type) const;
+
+    std::shared_ptr<Context> context_;
+    std::vector<std::weak_ptr<Browser>> browsers_; ///< oldest first
+    std::map<std::string, std::map<std::string, std::shared_ptr<Service>>> services_;
+};
+
+} // namespace AmbrelKit::Simulated
+
+#endif

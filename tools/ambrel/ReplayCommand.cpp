@@ -1,0 +1,72 @@
+#include "AmbrelKit/Simulated/Replay/Replay.hpp"
+#include "tools/ambrel/Commands.hpp"
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <system_error>
+
+namespace Ambrel {
+
+namespace {
+
+using namespace AmbrelKit::Simulated;
+
+struct ReplayArguments {
+    std::string file;
+    TraceOptions trace;
+};
+
+/// Each line at once: a reader behind a pipe follows a long run.
+void print(std::string_view line) {
+    std::cout.write(line.data(), static_cast<std::streamsize>(line.size()));
+    std::cout.flush();
+}
+
+void run(std::istream& script, const std::string& name, TraceOptions options) {
+    try {
+        replay(script, options, print);
+    } catch (const ScriptError& error) {
+        throw CommandError(badInput,
+                           name + ":" + std::to_string(error.line()) + ": " + error.what());
+    } catch (const std::system_error& error) {
+        throw CommandError(failed, name + ": " + error.what());
+    }
+    if (!std::cout) {
+        throw CommandError(failed, "can't write the trace");
+    }
+}
+
+void run(const ReplayArguments& arguments) {
+    if (arguments.file == "-") {
+        return run(std::cin, "standard input", arguments.trace);
+    }
+    std::ifstream file(arguments.file, std::ios::binary);
+    if (!file) {
+        throw CommandError(failed, arguments.file + ": " + std::generic_category().message(errno));
+    }
+    run(file, arguments.file, arguments.trace);
+}
+
+} // namespace
+
+void addReplayCommand(CLI::App& app, ExitStatus& status) {
+    CLI::App* command = app.add_subcommand(
+        "replay", "Runs a script of host calls and platform reports in virtual time, and prints "
+                  "what the kit did");
+    const auto arguments = std::make_shared<ReplayArguments>();
+    command->add_option("FILE", arguments->file, "the script, or - for standard input")->required();
+    command->add_flag("--queries", arguments->trace.queries,
+                      "print the questions to the host's delegate too");
+    command->add_flag("--quiet", arguments->trace.quiet,
+                      "print the delivered dictionaries and nothing else");
+    command->callback([arguments, &status] {
+        run(*arguments);
+        status = done;
+    });
+}
+
+} // namespace Ambrel
