@@ -255,19 +255,25 @@ void requireObject(const ScriptValue& line) {
     }
 }
 
+/// Before anything else of a header: another version may have other keys.
+void requireVersion(const ScriptValue& line) {
+    for (const ScriptValue& member : line) {
+        if (member.key != "ambrelReplay") {
+            continue;
+        }
+        if (const auto found = integerOf(member, "ambrelReplay"); found != version) {
+            throw LineError("version " + std::to_string(found) + " is unknown, 1 is known");
+        }
+        return;
+    }
+    throw LineError("the header is missing: no \"ambrelReplay\"");
+}
+
 } // namespace
 
 ScriptHeader headerOf(const ScriptValue& line) {
     requireObject(line);
-    const auto first = std::find_if(line.begin(), line.end(), [](const ScriptValue& member) {
-        return member.key == "ambrelReplay";
-    });
-    if (first == line.end()) {
-        throw LineError("the header is missing: no \"ambrelReplay\"");
-    }
-    if (integerOf(*first, "ambrelReplay") != version) {
-        throw LineError("version " + std::to_string((*first).integer) + " is unknown; this is 1");
-    }
+    requireVersion(line);
     const auto [mark, start, types, identifiers] = fieldsOf<4>(
         line, "the header", {"ambrelReplay", "start", "bonjourServices", "identifiers"});
     ScriptHeader header;

@@ -42,8 +42,8 @@ struct ScriptValue {
     std::size_t extent = 1;   ///< how many places this value takes with all that it holds
     std::int64_t integer = 0; ///< a whole number; one beyond 64 bits with sign is the greatest
     double real = 0;          ///< a number of either kind
-    std::string_view text;    ///< a text, or a real number as it is spelled
-    std::string_view key;     ///< where it is a member of an object
+    std::string_view text{};  ///< a text, or a real number as it is spelled
+    std::string_view key{};   ///< where it is a member of an object
 
     [[nodiscard]] bool is(Kind kind_) const { return kind == kind_; }
     [[nodiscard]] bool isNumber() const { return is(Kind::integer) || is(Kind::real); }
