@@ -1,7 +1,9 @@
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <stdexcept>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -32,13 +34,20 @@ std::uint64_t microseconds(std::chrono::steady_clock::time_point time) {
     return count > 0 ? static_cast<std::uint64_t>(count) : 0;
 }
 
+/// An interval as a timer can keep it. One of no length would never let the loop sleep, one of
+/// centuries would overflow the clock; both come from a host's mistake and stay harmless.
+std::chrono::nanoseconds keepable(double seconds) {
+    constexpr double shortest = 1e-4;
+    constexpr double longest = 1e9;
+    const double kept = seconds >= shortest ? std::min(seconds, longest) : shortest; // also for NaN
+    return std::chrono::round<std::chrono::nanoseconds>(std::chrono::duration<double>(kept));
+}
+
 /// Rearmed from its own deadline, so that lateness never adds up.
 class LoopTimer final : public Timer {
 public:
     LoopTimer(double interval, bool repeats, TimerTick tick)
-        : interval_(std::chrono::duration_cast<std::chrono::nanoseconds>(
-              std::chrono::duration<double>(interval))),
-          repeats_(repeats), tick_(std::move(tick)) {}
+        : interval_(keepable(interval)), repeats_(repeats), tick_(std::move(tick)) {}
 
     static std::shared_ptr<LoopTimer> schedule(EventLoop& loop, double interval, bool repeats,
                                                TimerTick tick) {
@@ -67,8 +76,7 @@ private:
         } else {
             deadline_.reset();
         }
-        const TimerTick tick = tick_;
-        tick(*this);
+        tick_(*this);
     }
 
     std::chrono::nanoseconds interval_;
@@ -92,10 +100,7 @@ DescriptorWatch::DescriptorWatch(EventLoop& loop, int descriptor, std::uint32_t 
 }
 
 void DescriptorWatch::setEvents(std::uint32_t events) {
-    sd_event_source_set_io_events(source_, events);
-    if (const auto loop = loop_.lock()) {
-        loop->touch();
-    }
+    checked(sd_event_source_set_io_events(source_, events), "watch a descriptor");
 }
 
 int DescriptorWatch::run(sd_event_source* /*source*/, int /*descriptor*/, std::uint32_t events,
@@ -117,8 +122,8 @@ Deadline::Deadline(EventLoop& loop, std::function<void()> due)
 }
 
 void Deadline::arm(std::chrono::steady_clock::time_point time) {
-    sd_event_source_set_time(source_, microseconds(time));
-    sd_event_source_set_enabled(source_, SD_EVENT_ONESHOT);
+    checked(sd_event_source_set_time(source_, microseconds(time)), "arm a timer");
+    checked(sd_event_source_set_enabled(source_, SD_EVENT_ONESHOT), "arm a timer");
     if (const auto loop = loop_.lock()) {
         loop->touch();
     }
@@ -136,24 +141,35 @@ int Deadline::run(sd_event_source* /*source*/, std::uint64_t /*due*/, void* self
 
 EventLoop::EventLoop() {
     checked(sd_event_new(&event_), "make an event loop");
-    wakeDescriptor_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (wakeDescriptor_ < 0) {
-        const int error = errno;
-        sd_event_unref(event_);
-        throw std::system_error(error, std::generic_category(), "make an event descriptor");
+    try {
+        wakeDescriptor_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        if (wakeDescriptor_ < 0) {
+            throw std::system_error(errno, std::generic_category(), "make an event descriptor");
+        }
+        checked(sd_event_add_io(event_, &wakeSource_, wakeDescriptor_, EPOLLIN, &drainWake, this),
+                "watch an event descriptor");
+    } catch (...) {
+        release();
+        throw;
     }
-    const auto drain = [](sd_event_source*, int descriptor, std::uint32_t, void*) {
-        eventfd_t count = 0;
-        eventfd_read(descriptor, &count);
-        return 0;
-    };
-    sd_event_add_io(event_, &wakeSource_, wakeDescriptor_, EPOLLIN, drain, nullptr);
 }
 
-EventLoop::~EventLoop() {
+EventLoop::~EventLoop() { release(); }
+
+void EventLoop::release() noexcept {
     sd_event_source_disable_unref(wakeSource_);
     sd_event_unref(event_);
-    close(wakeDescriptor_);
+    if (wakeDescriptor_ >= 0) {
+        close(wakeDescriptor_);
+    }
+}
+
+int EventLoop::drainWake(sd_event_source* /*source*/, int descriptor, std::uint32_t /*events*/,
+                         void* self) {
+    eventfd_t count = 0;
+    eventfd_read(descriptor, &count);
+    static_cast<EventLoop*>(self)->touched_ = false;
+    return 0;
 }
 
 std::shared_ptr<EventLoop> EventLoop::current() {
@@ -162,12 +178,13 @@ std::shared_ptr<EventLoop> EventLoop::current() {
 }
 
 void EventLoop::run() {
-    const auto keep = shared_from_this();
+    const auto keep = enter();
     throwFailure();
     while (!std::exchange(stopping_, false)) {
-        turn(std::numeric_limits<std::uint64_t>::max());
+        turn([this] { return sd_event_run(event_, std::numeric_limits<std::uint64_t>::max()); });
         throwFailure();
     }
+    touch(); // what the last callback changed is not armed yet, and the host may go on by poll()
 }
 
 void EventLoop::stop() {
@@ -178,27 +195,32 @@ void EventLoop::stop() {
 int EventLoop::fileDescriptor() const { return sd_event_get_fd(event_); }
 
 void EventLoop::dispatch() {
-    const auto keep = shared_from_this();
+    const auto keep = enter();
     throwFailure();
     for (int i = 0; i < callbacksPerDispatch; ++i) {
-        const bool idle = sd_event_prepare(event_) == 0 && sd_event_wait(event_, 0) == 0;
-        if (idle) { // armed for the host's next poll
-            touched_ = false;
+        const bool due = checked(sd_event_prepare(event_), "prepare the event loop") > 0 ||
+                         checked(sd_event_wait(event_, 0), "look for events") > 0;
+        if (!due) { // and armed for the host's next poll
             return;
         }
-        turning_ = true;
-        sd_event_dispatch(event_);
-        turning_ = false;
+        turn([this] { return sd_event_dispatch(event_); });
         throwFailure();
     }
     touch();
 }
 
-void EventLoop::turn(std::uint64_t timeoutMicroseconds) {
+std::shared_ptr<EventLoop> EventLoop::enter() {
+    if (turning_) {
+        throw std::logic_error("a run loop can't be run from a callback of its own");
+    }
+    return shared_from_this();
+}
+
+template <class Step> void EventLoop::turn(Step step) {
     turning_ = true;
-    sd_event_run(event_, timeoutMicroseconds);
+    const int result = step();
     turning_ = false;
-    touched_ = false;
+    checked(result, "run the event loop");
 }
 
 void EventLoop::throwFailure() {
@@ -207,12 +229,11 @@ void EventLoop::throwFailure() {
     }
     const auto failure = failures_.front();
     failures_.pop_front();
-    touched_ = false;
     touch(); // what else is due must not wait for news from outside
     std::rethrow_exception(failure);
 }
 
-void EventLoop::touch() {
+void EventLoop::touch() noexcept {
     if (turning_ || std::exchange(touched_, true)) {
         return;
     }
@@ -225,10 +246,8 @@ std::shared_ptr<Timer> EventLoop::scheduledTimer(double interval, bool repeats, 
 
 std::shared_ptr<DescriptorWatch> EventLoop::watch(int descriptor, std::uint32_t events,
                                                   std::function<void(std::uint32_t)> ready) {
-    std::shared_ptr<DescriptorWatch> watch(
+    return std::shared_ptr<DescriptorWatch>(
         new DescriptorWatch(*this, descriptor, events, std::move(ready)));
-    touch();
-    return watch;
 }
 
 std::shared_ptr<Deadline> EventLoop::deadline(std::function<void()> due) {

@@ -94,25 +94,29 @@ public:
             std::forward<Body>(body)();
         } catch (...) {
             failures_.push_back(std::current_exception());
+            touch();
         }
     }
 
     /// Tells the loop that something it waits for has changed. Needed after a call into a C library
     /// that registers with `native()` by itself.
-    void touch();
+    void touch() noexcept;
 
     [[nodiscard]] sd_event* native() const { return event_; }
 
 private:
     EventLoop();
-    void turn(std::uint64_t timeoutMicroseconds);
+    void release() noexcept;
+    static int drainWake(sd_event_source*, int descriptor, std::uint32_t, void* self);
+    [[nodiscard]] std::shared_ptr<EventLoop> enter();
+    template <class Step> void turn(Step step);
     void throwFailure();
 
     sd_event* event_ = nullptr;
     int wakeDescriptor_ = -1;
     sd_event_source* wakeSource_ = nullptr;
     bool turning_ = false;
-    bool touched_ = false;
+    bool touched_ = false; ///< the wake descriptor is readable
     bool stopping_ = false;
     std::deque<std::exception_ptr> failures_;
 };
