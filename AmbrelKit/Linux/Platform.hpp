@@ -1,0 +1,43 @@
+#ifndef AMBRELKIT_LINUX_PLATFORM_HPP
+#define AMBRELKIT_LINUX_PLATFORM_HPP
+
+#include <AmbrelKit/AmbrelSDK.hpp>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace AmbrelKit::Linux {
+
+/// What `AmbrelSDK::create()` stands on here. A host that wants one part otherwise replaces that
+/// and hands all of them to `create(services)`.
+struct PlatformServices {
+    /// The main bundle's list of DNS-SD service types.
+    std::optional<std::vector<std::string>> bonjourServices;
+    BluetoothManagerFactory bluetoothManagerFactory;
+    LocationManagerFactory locationManagerFactory;
+    NetServiceBrowserFactory netServiceBrowserFactory;
+    TimerFactory timerFactory;
+    std::shared_ptr<NotificationCenter> notificationCenter;
+    std::shared_ptr<Application> application;
+};
+
+/// This machine's services, driven by the calling thread's `RunLoop`; what they make is used on
+/// this thread. Sources that were left out of the build stay silent. The first call of a process
+/// also makes the kit's network queries this machine's own, unless they have been replaced before.
+/// Nothing is asked of any daemon yet. Throws std::system_error when the system gives no descriptor
+/// for the loop.
+PlatformServices platformServices();
+
+/// A facade on these services: the designated constructor with each of them.
+std::shared_ptr<AmbrelSDK> create(PlatformServices services);
+
+/// How many Wi-Fi networks this machine is joined to now, as a collection would tell. Does not
+/// wait.
+std::size_t joinedNetworkCount();
+
+} // namespace AmbrelKit::Linux
+
+#endif

@@ -1,0 +1,98 @@
+#include "tools/ambrel/CollectionOptions.hpp"
+
+#include "tools/ambrel/ServiceTypes.hpp"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <string>
+#include <unistd.h>
+
+namespace Ambrel {
+
+namespace {
+
+constexpr int greatestThreshold = 30; // seconds
+
+const std::vector<std::string>& permissions() {
+    static const std::vector<std::string> names{"bluetooth", "location", "network"};
+    return names;
+}
+
+std::string checkServiceType(const std::string& text) {
+    return isServiceType(text) ? "" : "\"" + text + "\" is not a service type, such as _ipp._tcp";
+}
+
+std::string checkPermission(const std::string& text) {
+    const auto& names = permissions();
+    return std::find(names.begin(), names.end(), text) != names.end()
+               ? ""
+               : "\"" + text + "\" is not one of bluetooth, location, network";
+}
+
+std::string checkThreshold(const std::string& text) {
+    const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+    return isNumber && text.size() <= 2 && std::stoi(text) <= greatestThreshold
+               ? ""
+               : "\"" + text + "\" is not a number of seconds from 0 to 30";
+}
+
+std::string checkFormat(const std::string& text) {
+    return text == "json" || text == "pretty" || text == "table"
+               ? ""
+               : "\"" + text + "\" is not one of json, pretty, table";
+}
+
+bool contains(const std::vector<std::string>& names, const std::string& name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+} // namespace
+
+void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
+    command
+        .add_option("--service", options.services,
+                    "look for this DNS-SD type, _ipp._tcp; may be repeated")
+        ->type_name("TYPE")
+        ->allow_extra_args(false)
+        ->check(checkServiceType);
+    command.add_option("--only", options.only, "grant only these of bluetooth,location,network")
+        ->type_name("LIST")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(checkPermission);
+    command.add_option("--without", options.without, "refuse these of bluetooth,location,network")
+        ->type_name("LIST")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(checkPermission);
+    command
+        .add_option("--threshold", options.threshold,
+                    "reuse a collection this young, 0 to 30 (default 30)")
+        ->type_name("SECONDS")
+        ->check(checkThreshold);
+    command.add_option("--format", options.format, "json, pretty or table")
+        ->type_name("FORMAT")
+        ->check(checkFormat);
+    command.add_flag("--quiet", options.quiet, "no progress, no notes");
+    command.footer(
+        "Without --service, the types are those that \"NSBonjourServices\" of the information\n"
+        "dictionary lists ($AMBREL_INFO, else Info.json beside the program), else common ones.\n"
+        "Without --format, the result is pretty in a terminal and json (on one line) elsewhere.");
+}
+
+bool isGranted(const CollectionOptions& options, const std::string& permission) {
+    return (options.only.empty() || contains(options.only, permission)) &&
+           !contains(options.without, permission);
+}
+
+OutputFormat outputFormat(const CollectionOptions& options) {
+    if (options.format.empty()) {
+        return isatty(STDOUT_FILENO) == 1 ? OutputFormat::pretty : OutputFormat::json;
+    }
+    if (options.format == "table") {
+        return OutputFormat::table;
+    }
+    return options.format == "pretty" ? OutputFormat::pretty : OutputFormat::json;
+}
+
+} // namespace Ambrel

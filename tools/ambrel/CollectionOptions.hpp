@@ -1,0 +1,43 @@
+#ifndef AMBREL_COLLECTIONOPTIONS_HPP
+#define AMBREL_COLLECTIONOPTIONS_HPP
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+} // namespace CLI
+
+namespace Ambrel {
+
+enum class OutputFormat {
+    json,   ///< compact, on one line
+    pretty, ///< indented
+    table,  ///< for reading
+};
+
+/// What the command line says of a collection.
+struct CollectionOptions {
+    std::vector<std::string> services; ///< empty: the information dictionary's, or the common ones
+    std::vector<std::string> only;     ///< empty: every permission
+    std::vector<std::string> without;
+    std::optional<std::int64_t> threshold; ///< seconds
+    std::string format;                    ///< empty: by where the output goes
+    bool quiet = false;
+};
+
+/// Adds the options of a collection to a command; parsing checks them and fills `options`, which
+/// has to live as long.
+void addCollectionOptions(CLI::App& command, CollectionOptions& options);
+
+/// Whether this host grants the permission: "bluetooth", "location" or "network".
+bool isGranted(const CollectionOptions& options, const std::string& permission);
+
+/// The format asked for; by default pretty in a terminal, else json.
+OutputFormat outputFormat(const CollectionOptions& options);
+
+} // namespace Ambrel
+
+#endif

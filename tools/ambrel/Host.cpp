@@ -1,0 +1,38 @@
+#include "tools/ambrel/Host.hpp"
+
+namespace Ambrel {
+
+using AmbrelKit::AmbrelPermissionStatus;
+
+namespace {
+
+AmbrelPermissionStatus permission(const CollectionOptions& options, const char* name) {
+    return isGranted(options, name) ? AmbrelPermissionStatus::granted
+                                    : AmbrelPermissionStatus::denied;
+}
+
+} // namespace
+
+Host::Host(const CollectionOptions& options)
+    : bluetooth_(permission(options, "bluetooth")), location_(permission(options, "location")),
+      network_(permission(options, "network")) {}
+
+void Host::didReceiveUpdateWithCollectedData(const AmbrelKit::JSONDictionary& data) {
+    delivered_ = data;
+}
+
+AmbrelPermissionStatus Host::bluetoothSettingStatus() { return AmbrelPermissionStatus::unknown; }
+
+AmbrelPermissionStatus Host::bluetoothPermissionStatus() { return bluetooth_; }
+
+AmbrelPermissionStatus Host::locationSettingStatus() { return AmbrelPermissionStatus::unknown; }
+
+AmbrelPermissionStatus Host::locationPermissionStatus() { return location_; }
+
+AmbrelPermissionStatus Host::locationPrecisePermissionStatus() { return location_; }
+
+AmbrelPermissionStatus Host::networkSettingStatus() { return AmbrelPermissionStatus::unknown; }
+
+AmbrelPermissionStatus Host::networkPermissionStatus() { return network_; }
+
+} // namespace Ambrel

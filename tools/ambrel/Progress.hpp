@@ -1,0 +1,57 @@
+#ifndef AMBREL_PROGRESS_HPP
+#define AMBREL_PROGRESS_HPP
+
+#include "tools/ambrel/ObservedPlatform.hpp"
+
+#include <chrono>
+#include <cstddef>
+#include <set>
+#include <string>
+#include <utility>
+
+namespace Ambrel {
+
+/// How much a collection has seen so far.
+class CollectionCounts final : public PlatformObserver {
+public:
+    void bluetoothDidDiscover(const AmbrelKit::Peripheral& peripheral) override;
+    void bonjourDidResolve(const AmbrelKit::NetService& service) override;
+    void locationDidUpdate(const std::vector<AmbrelKit::LocationFix>& fixes) override;
+
+    [[nodiscard]] std::size_t peripherals() const { return peripherals_.size(); }
+    [[nodiscard]] std::size_t services() const { return services_.size(); }
+    [[nodiscard]] std::size_t fixes() const { return fixes_; }
+
+private:
+    std::set<AmbrelKit::UUID> peripherals_;
+    std::set<std::pair<std::string, std::string>> services_;
+    std::size_t fixes_ = 0;
+};
+
+/// The one line on a terminal that a running collection renews. Gone when this goes.
+class Progress {
+public:
+    /// Whether standard error is a terminal that such a line can be drawn on.
+    static bool isPossible();
+
+    /// The collection begins now; `counts` is read at each renewal.
+    explicit Progress(std::shared_ptr<const CollectionCounts> counts);
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+    ~Progress();
+
+    /// Draws the line anew when its time has come. Returns how long from now it stays as it is.
+    std::chrono::milliseconds renew();
+
+private:
+    [[nodiscard]] std::string line(std::chrono::steady_clock::duration elapsed) const;
+
+    std::shared_ptr<const CollectionCounts> counts_;
+    std::chrono::steady_clock::time_point start_;
+    std::chrono::steady_clock::time_point due_;
+    bool coloured_;
+};
+
+} // namespace Ambrel
+
+#endif

@@ -1,0 +1,32 @@
+#include "tools/ambrel/Collection.hpp"
+#include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/Output.hpp"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace Ambrel {
+
+namespace {
+
+ExitStatus scan(const CollectionOptions& options) {
+    const OutputFormat format = outputFormat(options);
+    const auto data = collectOnce(options);
+    if (!data) {
+        return interrupted;
+    }
+    printResult(formatted(*data, format));
+    return done;
+}
+
+} // namespace
+
+void addScanCommand(CLI::App& app, ExitStatus& status) {
+    CLI::App* command = app.add_subcommand(
+        "scan", "Takes one snapshot, which lasts ten seconds, and prints its dictionary");
+    const auto options = std::make_shared<CollectionOptions>();
+    addCollectionOptions(*command, *options);
+    command->callback([options, &status] { status = scan(*options); });
+}
+
+} // namespace Ambrel

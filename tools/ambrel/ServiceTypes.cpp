@@ -1,0 +1,72 @@
+#include "tools/ambrel/ServiceTypes.hpp"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace Ambrel {
+
+namespace {
+
+bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+bool isServiceName(std::string_view name) {
+    constexpr std::size_t longest = 15;
+    return !name.empty() && name.size() <= longest && name.front() != '-' && name.back() != '-' &&
+           name.find("--") == std::string_view::npos &&
+           std::any_of(name.begin(), name.end(), isLetter) &&
+           std::all_of(name.begin(), name.end(),
+                       [](char c) { return isLetter(c) || isDigit(c) || c == '-'; });
+}
+
+} // namespace
+
+bool isServiceType(std::string_view text) {
+    if (text.ends_with('.')) {
+        text.remove_suffix(1);
+    }
+    if (!text.ends_with("._tcp") && !text.ends_with("._udp")) {
+        return false;
+    }
+    text.remove_suffix(std::string_view("._tcp").size());
+    return text.starts_with('_') && isServiceName(text.substr(1));
+}
+
+std::vector<std::string> commonServiceTypes() {
+    return {
+        "_http._tcp",            // web pages of devices
+        "_https._tcp",           //
+        "_ipp._tcp",             // printers and scanners
+        "_ipps._tcp",            //
+        "_printer._tcp",         //
+        "_pdl-datastream._tcp",  //
+        "_uscan._tcp",           //
+        "_scanner._tcp",         //
+        "_airplay._tcp",         // sound and pictures
+        "_raop._tcp",            //
+        "_googlecast._tcp",      //
+        "_spotify-connect._tcp", //
+        "_sonos._tcp",           //
+        "_daap._tcp",            //
+        "_rtsp._tcp",            //
+        "_hap._tcp",             // things in the house
+        "_homekit._tcp",         //
+        "_matter._tcp",          //
+        "_matterc._udp",         //
+        "_meshcop._udp",         //
+        "_hue._tcp",             //
+        "_mqtt._tcp",            //
+        "_home-assistant._tcp",  //
+        "_ssh._tcp",             // computers
+        "_sftp-ssh._tcp",        //
+        "_smb._tcp",             //
+        "_nfs._tcp",             //
+        "_afpovertcp._tcp",      //
+        "_rfb._tcp",             //
+        "_device-info._tcp",     //
+        "_workstation._tcp",     //
+    };
+}
+
+} // namespace Ambrel
