@@ -8,7 +8,10 @@
 #include <deque>
 #include <exception>
 #include <functional>
+#include <map>
 #include <memory>
+#include <typeindex>
+#include <typeinfo>
 
 struct sd_event;
 struct sd_event_source;
@@ -104,6 +107,18 @@ public:
 
     [[nodiscard]] sd_event* native() const { return event_; }
 
+    /// What the sources of this loop have in common, such as the bus connection: one `Common`,
+    /// made by `Common::make(loop)` on first use and kept for as long as somebody holds it.
+    template <class Common> [[nodiscard]] std::shared_ptr<Common> shared() {
+        std::weak_ptr<void>& kept = shared_[std::type_index(typeid(Common))];
+        auto common = std::static_pointer_cast<Common>(kept.lock());
+        if (!common) {
+            common = Common::make(shared_from_this());
+            kept = common;
+        }
+        return common;
+    }
+
 private:
     EventLoop();
     void release() noexcept;
@@ -119,6 +134,7 @@ private:
     bool touched_ = false; ///< the wake descriptor is readable
     bool stopping_ = false;
     std::deque<std::exception_ptr> failures_;
+    std::map<std::type_index, std::weak_ptr<void>> shared_;
 };
 
 } // namespace AmbrelKit::Linux

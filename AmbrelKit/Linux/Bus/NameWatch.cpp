@@ -1,0 +1,68 @@
+#include "AmbrelKit/Linux/Bus/NameWatch.hpp"
+
+#include <utility>
+
+namespace AmbrelKit::Linux {
+
+NameWatch::NameWatch(const std::shared_ptr<SystemBus>& bus, std::string name, Receiver changed)
+    : bus_(bus), name_(std::move(name)), changed_(std::move(changed)) {}
+
+std::shared_ptr<NameWatch> NameWatch::start(const std::shared_ptr<SystemBus>& bus, std::string name,
+                                            Receiver changed) {
+    std::shared_ptr<NameWatch> watch(new NameWatch(bus, std::move(name), std::move(changed)));
+    // Enrolled before the watch itself, the match is on its way before the question for the owner.
+    watch->changes_ = bus->match("type='signal',sender='org.freedesktop.DBus',"
+                                 "path='/org/freedesktop/DBus',interface='org.freedesktop.DBus',"
+                                 "member='NameOwnerChanged',arg0='" +
+                                     watch->name_ + "'",
+                                 [weak = std::weak_ptr(watch)](sd_bus_message* signal) {
+                                     if (const auto watch = weak.lock()) {
+                                         watch->ownerChanged(signal);
+                                     }
+                                 });
+    bus->enrol(watch);
+    return watch;
+}
+
+void NameWatch::connected() {
+    const auto bus = bus_.lock();
+    if (!bus) {
+        return;
+    }
+    const auto answered = [weak = weak_from_this()](sd_bus_message* reply) {
+        const char* owner = "";
+        const auto watch = weak.lock();
+        if (watch) {
+            watch->question_.reset();
+            sd_bus_message_read(reply, "s", &owner); // an error: nobody owns it
+            watch->tell(sd_bus_message_is_method_error(reply, nullptr) > 0 ? "" : owner);
+        }
+    };
+    question_ = bus->call(
+        {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner"},
+        [&](sd_bus_message* call) { return sd_bus_message_append(call, "s", name_.c_str()); },
+        answered);
+}
+
+void NameWatch::lost() {
+    question_.reset();
+    tell("");
+}
+
+void NameWatch::ownerChanged(sd_bus_message* signal) {
+    const char* name = nullptr;
+    const char* before = nullptr;
+    const char* after = nullptr;
+    if (sd_bus_message_read(signal, "sss", &name, &before, &after) > 0) {
+        tell(after);
+    }
+}
+
+void NameWatch::tell(const std::string& owner) {
+    if (owner_ != owner) {
+        owner_ = owner;
+        changed_(owner);
+    }
+}
+
+} // namespace AmbrelKit::Linux

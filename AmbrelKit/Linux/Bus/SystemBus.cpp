@@ -1,0 +1,222 @@
+#include "AmbrelKit/Linux/Bus/SystemBus.hpp"
+
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace AmbrelKit::Linux {
+
+namespace {
+
+constexpr std::chrono::seconds firstDelay{1};
+constexpr std::chrono::seconds longestDelay{64};
+
+constexpr const char* disconnectedRule = "type='signal',sender='org.freedesktop.DBus.Local',"
+                                         "path='/org/freedesktop/DBus/Local',"
+                                         "interface='org.freedesktop.DBus.Local',"
+                                         "member='Disconnected'";
+
+/// sd-bus closes the connection when a match is refused and nobody takes the answer.
+int ignoreAnswer(sd_bus_message* /*answer*/, void* /*self*/, sd_bus_error* /*error*/) { return 0; }
+
+} // namespace
+
+/// Lives as long as sd-bus keeps the call's slot, the time inside its own callback included.
+struct SystemBus::Reply {
+    std::weak_ptr<SystemBus> bus;
+    BusReceiver replied;
+
+    static int run(sd_bus_message* message, void* self, sd_bus_error* /*error*/) {
+        const auto* reply = static_cast<Reply*>(self);
+        const auto bus = reply->bus.lock();
+        if (!bus) {
+            return 0;
+        }
+        if (sd_bus_is_ready(sd_bus_message_get_bus(message)) > 0) {
+            bus->delay_ = firstDelay;
+        }
+        bus->loop_->guarded([&] { reply->replied(message); });
+        return 0;
+    }
+};
+
+SignalMatch::SignalMatch(std::weak_ptr<SystemBus> bus, std::string rule, BusReceiver received)
+    : bus_(std::move(bus)), rule_(std::move(rule)), received_(std::move(received)) {}
+
+SignalMatch::~SignalMatch() {
+    sd_bus_slot_unref(slot_);
+    if (const auto bus = bus_.lock()) {
+        bus->loop_->touch();
+    }
+}
+
+void SignalMatch::connected() {
+    lost();
+    if (const auto bus = bus_.lock()) {
+        sd_bus_add_match_async(bus->bus_, &slot_, rule_.c_str(), &run, &ignoreAnswer, this);
+        bus->loop_->touch();
+    }
+}
+
+void SignalMatch::lost() { slot_ = sd_bus_slot_unref(slot_); }
+
+int SignalMatch::run(sd_bus_message* signal, void* self, sd_bus_error* /*error*/) {
+    const auto keep = static_cast<SignalMatch*>(self)->shared_from_this();
+    if (const auto bus = keep->bus_.lock()) {
+        bus->loop_->guarded([&] { keep->received_(signal); });
+    }
+    return 0;
+}
+
+SystemBus::SystemBus(std::shared_ptr<EventLoop> loop)
+    : loop_(std::move(loop)), delay_(firstDelay) {}
+
+std::shared_ptr<SystemBus> SystemBus::make(const std::shared_ptr<EventLoop>& loop) {
+    std::shared_ptr<SystemBus> bus(new SystemBus(loop));
+    bus->reconnect_ = loop->deadline([weak = std::weak_ptr(bus)] {
+        if (const auto bus = weak.lock()) {
+            bus->connect();
+        }
+    });
+    bus->absence_ = loop->deadline([weak = std::weak_ptr(bus)] {
+        if (const auto bus = weak.lock()) {
+            bus->tellAbsence();
+        }
+    });
+    bus->connect();
+    return bus;
+}
+
+SystemBus::~SystemBus() { close(); }
+
+void SystemBus::connect() {
+    if (!open()) {
+        close();
+        reconnect_->arm(std::chrono::steady_clock::now() + delay_);
+        delay_ = std::min(delay_ * 2, longestDelay);
+        return;
+    }
+    for (const auto& registration : registrations()) {
+        registration->connected();
+    }
+}
+
+bool SystemBus::open() {
+    const bool opened =
+        sd_bus_open_system(&bus_) >= 0 &&
+        sd_bus_attach_event(bus_, loop_->native(), SD_EVENT_PRIORITY_NORMAL) >= 0 &&
+        sd_bus_add_match(bus_, &disconnected_, disconnectedRule, &disconnected, this) >= 0;
+    loop_->touch();
+    return opened;
+}
+
+void SystemBus::close() {
+    disconnected_ = sd_bus_slot_unref(disconnected_);
+    if (bus_ != nullptr) {
+        sd_bus_detach_event(bus_);
+        bus_ = sd_bus_close_unref(bus_);
+    }
+}
+
+void SystemBus::lost() {
+    close();
+    reconnect_->arm(std::chrono::steady_clock::now() + delay_);
+    delay_ = std::min(delay_ * 2, longestDelay);
+    absence_->arm(std::chrono::steady_clock::now());
+}
+
+int SystemBus::disconnected(sd_bus_message* /*signal*/, void* self, sd_bus_error* /*error*/) {
+    const auto bus = static_cast<SystemBus*>(self)->shared_from_this();
+    bus->loop_->guarded([&] { bus->lost(); });
+    return 0;
+}
+
+void SystemBus::tellAbsence() {
+    for (const auto& registration : registrations()) {
+        if (bus_ == nullptr) {
+            loop_->guarded([&] { registration->lost(); });
+        }
+    }
+}
+
+std::unique_ptr<PendingCall> SystemBus::call(const BusMethod& method, const BusArguments& arguments,
+                                             BusReceiver replied) {
+    sd_bus_slot* slot = nullptr;
+    if (!transmit(method, arguments, std::move(replied), &slot)) {
+        return nullptr;
+    }
+    return std::make_unique<PendingCall>(slot);
+}
+
+bool SystemBus::send(const BusMethod& method, const BusArguments& arguments, BusReceiver replied) {
+    if (!replied) {
+        return transmit(method, arguments, {}, nullptr);
+    }
+    sd_bus_slot* slot = nullptr;
+    if (!transmit(method, arguments, std::move(replied), &slot)) {
+        return false;
+    }
+    sd_bus_slot_set_floating(slot, 1);
+    sd_bus_slot_unref(slot);
+    return true;
+}
+
+bool SystemBus::transmit(const BusMethod& method, const BusArguments& arguments,
+                         BusReceiver replied, sd_bus_slot** slot) {
+    if (bus_ == nullptr) {
+        return false;
+    }
+    sd_bus_message* raw = nullptr;
+    if (sd_bus_message_new_method_call(bus_, &raw, method.service.c_str(), method.path.c_str(),
+                                       method.interface.c_str(), method.member.c_str()) < 0) {
+        return false;
+    }
+    const std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)> message(
+        raw, &sd_bus_message_unref);
+    // Daemons are used where they run; asking must not start one.
+    sd_bus_message_set_auto_start(raw, 0);
+    if (arguments && arguments(raw) < 0) {
+        return false;
+    }
+    loop_->touch();
+    if (slot == nullptr) {
+        return sd_bus_message_set_expect_reply(raw, 0) >= 0 && sd_bus_send(bus_, raw, nullptr) >= 0;
+    }
+    auto reply = std::make_unique<Reply>(Reply{weak_from_this(), std::move(replied)});
+    if (sd_bus_call_async(bus_, slot, raw, &Reply::run, reply.get(), 0) < 0) {
+        return false;
+    }
+    sd_bus_slot_set_destroy_callback(*slot, [](void* self) { delete static_cast<Reply*>(self); });
+    static_cast<void>(reply.release());
+    return true;
+}
+
+std::shared_ptr<SignalMatch> SystemBus::match(std::string rule, BusReceiver received) {
+    std::shared_ptr<SignalMatch> match(
+        new SignalMatch(weak_from_this(), std::move(rule), std::move(received)));
+    enrol(match);
+    return match;
+}
+
+void SystemBus::enrol(const std::shared_ptr<BusRegistration>& registration) {
+    std::erase_if(registrations_, [](const auto& weak) { return weak.expired(); });
+    registrations_.push_back(registration);
+    if (bus_ != nullptr) {
+        registration->connected();
+    } else {
+        absence_->arm(std::chrono::steady_clock::now());
+    }
+}
+
+std::vector<std::shared_ptr<BusRegistration>> SystemBus::registrations() {
+    std::vector<std::shared_ptr<BusRegistration>> alive;
+    for (const auto& weak : registrations_) {
+        if (auto registration = weak.lock()) {
+            alive.push_back(std::move(registration));
+        }
+    }
+    return alive;
+}
+
+} // namespace AmbrelKit::Linux

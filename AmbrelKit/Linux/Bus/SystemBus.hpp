@@ -1,0 +1,135 @@
+#ifndef AMBRELKIT_LINUX_BUS_SYSTEMBUS_HPP
+#define AMBRELKIT_LINUX_BUS_SYSTEMBUS_HPP
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <systemd/sd-bus.h>
+#include <vector>
+
+namespace AmbrelKit::Linux {
+
+class Deadline;
+class EventLoop;
+class SystemBus;
+
+/// Where a method call goes.
+struct BusMethod {
+    std::string service;
+    std::string path;
+    std::string interface;
+    std::string member;
+};
+
+/// Appends a call's arguments and returns what the last sd_bus_message_append returned; when that
+/// is negative the call is not made.
+using BusArguments = std::function<int(sd_bus_message*)>;
+
+/// Receives a reply or a signal. What it reads may have other types than expected, and a reply may
+/// be an error: sd_bus_message_is_method_error tells.
+using BusReceiver = std::function<void(sd_bus_message*)>;
+
+/// A call that waits for its reply. Dropping it means that the reply is not delivered.
+class PendingCall {
+public:
+    explicit PendingCall(sd_bus_slot* slot) : slot_(slot) {}
+    ~PendingCall() { sd_bus_slot_unref(slot_); }
+    PendingCall(const PendingCall&) = delete;
+    PendingCall& operator=(const PendingCall&) = delete;
+
+private:
+    sd_bus_slot* slot_;
+};
+
+/// What follows the connection: set up anew on each new one.
+class BusRegistration {
+public:
+    BusRegistration() = default;
+    BusRegistration(const BusRegistration&) = delete;
+    BusRegistration& operator=(const BusRegistration&) = delete;
+    virtual ~BusRegistration() = default;
+
+protected:
+    friend class SystemBus;
+    virtual void connected() = 0;
+    /// Also told, once or more, when there is no connection from the start.
+    virtual void lost() = 0;
+};
+
+/// A subscription to signals. It outlives a lost connection; dropping it ends it, also inside its
+/// own callback.
+class SignalMatch final : public BusRegistration, public std::enable_shared_from_this<SignalMatch> {
+public:
+    ~SignalMatch() override;
+
+private:
+    friend class SystemBus;
+    SignalMatch(std::weak_ptr<SystemBus> bus, std::string rule, BusReceiver received);
+    void connected() override;
+    void lost() override;
+    static int run(sd_bus_message* signal, void* self, sd_bus_error*);
+
+    std::weak_ptr<SystemBus> bus_;
+    std::string rule_;
+    BusReceiver received_;
+    sd_bus_slot* slot_ = nullptr;
+};
+
+/// The loop's one connection to the system bus: `loop->shared<SystemBus>()`. Sources hold it for as
+/// long as they want something from it; meanwhile a connection that cannot be had or is lost is
+/// tried for again, after 1 s and then less and less often.
+///
+/// Nothing here waits, and nothing calls back inside a call made here: replies and signals come
+/// from the loop, guarded. A connection that is lost first fails every call that waits for its
+/// reply with an error; then the name watches say that their names have no owner.
+class SystemBus final : public std::enable_shared_from_this<SystemBus> {
+public:
+    static std::shared_ptr<SystemBus> make(const std::shared_ptr<EventLoop>& loop);
+    ~SystemBus();
+    SystemBus(const SystemBus&) = delete;
+    SystemBus& operator=(const SystemBus&) = delete;
+
+    /// Calls a method. Null when it cannot be sent (no connection, wrong arguments): then no reply
+    /// comes.
+    [[nodiscard]] std::unique_ptr<PendingCall>
+    call(const BusMethod& method, const BusArguments& arguments, BusReceiver replied);
+
+    /// Calls a method whose reply is delivered whatever becomes of the caller, so `replied` must
+    /// know it weakly; without `replied` no reply is asked for. False when it cannot be sent.
+    bool send(const BusMethod& method, const BusArguments& arguments, BusReceiver replied = {});
+
+    /// Subscribes to the signals that a match rule describes. The rule should name the sender, by
+    /// its unique name: anybody may send a signal.
+    [[nodiscard]] std::shared_ptr<SignalMatch> match(std::string rule, BusReceiver received);
+
+    /// Has `registration` follow the connection for as long as it lives.
+    void enrol(const std::shared_ptr<BusRegistration>& registration);
+
+private:
+    friend class SignalMatch;
+    struct Reply;
+
+    explicit SystemBus(std::shared_ptr<EventLoop> loop);
+    void connect();
+    [[nodiscard]] bool open();
+    void close();
+    void lost();
+    void tellAbsence();
+    [[nodiscard]] bool transmit(const BusMethod& method, const BusArguments& arguments,
+                                BusReceiver replied, sd_bus_slot** slot);
+    [[nodiscard]] std::vector<std::shared_ptr<BusRegistration>> registrations();
+    static int disconnected(sd_bus_message*, void* self, sd_bus_error*);
+
+    std::shared_ptr<EventLoop> loop_;
+    sd_bus* bus_ = nullptr;
+    sd_bus_slot* disconnected_ = nullptr;
+    std::shared_ptr<Deadline> reconnect_;
+    std::shared_ptr<Deadline> absence_;
+    std::chrono::seconds delay_;
+    std::vector<std::weak_ptr<BusRegistration>> registrations_;
+};
+
+} // namespace AmbrelKit::Linux
+
+#endif

@@ -1,0 +1,255 @@
+#include "AmbrelKit/Linux/NearbyDevices/AvahiDaemon.hpp"
+
+#include <string_view>
+#include <utility>
+
+namespace AmbrelKit::Linux {
+
+namespace {
+
+/// Both the daemon (1,024 objects a client) and the bus (128 unanswered calls) refuse more at some
+/// point.
+constexpr int mostUnderWay = 100;
+
+// Avahi's numbers, the same in its protocol as in its headers.
+constexpr std::int32_t anyInterface = -1;
+constexpr std::int32_t anyProtocol = -1;
+constexpr std::uint32_t lookupWithoutTXT = 4;
+constexpr std::uint32_t lookupWithoutAddress = 8;
+
+constexpr const char* serverInterface = "org.freedesktop.Avahi.Server";
+constexpr const char* server2Interface = "org.freedesktop.Avahi.Server2";
+constexpr const char* browserInterface = "org.freedesktop.Avahi.ServiceBrowser";
+
+std::optional<std::vector<std::string>> readTexts(sd_bus_message* reply) {
+    std::vector<std::string> texts;
+    int result = sd_bus_message_enter_container(reply, 'a', "ay");
+    while (result > 0) {
+        const void* bytes = nullptr;
+        std::size_t length = 0;
+        result = sd_bus_message_read_array(reply, 'y', &bytes, &length);
+        if (result > 0) {
+            texts.emplace_back(static_cast<const char*>(bytes), length);
+        }
+    }
+    return result < 0 ? std::nullopt : std::optional(std::move(texts));
+}
+
+std::optional<ServiceRecord> readService(sd_bus_message* reply, bool withTXT) {
+    std::int32_t interface = 0;
+    std::int32_t protocol = 0;
+    std::int32_t family = 0;
+    const char* name = nullptr;
+    const char* type = nullptr;
+    const char* domain = nullptr;
+    const char* host = nullptr;
+    const char* address = nullptr;
+    std::uint16_t port = 0;
+    if (sd_bus_message_is_method_error(reply, nullptr) > 0 ||
+        sd_bus_message_read(reply, "iissssisq", &interface, &protocol, &name, &type, &domain, &host,
+                            &family, &address, &port) <= 0) {
+        return std::nullopt;
+    }
+    const auto texts = readTexts(reply);
+    if (!texts) {
+        return std::nullopt;
+    }
+    return ServiceRecord{host, port,
+                         withTXT ? std::optional(txtRecordBytes(*texts)) : std::nullopt};
+}
+
+std::optional<HostAddress> readAddress(sd_bus_message* reply) {
+    std::int32_t interface = 0;
+    std::int32_t protocol = 0;
+    std::int32_t family = 0;
+    const char* host = nullptr;
+    const char* address = nullptr;
+    if (sd_bus_message_is_method_error(reply, nullptr) > 0 ||
+        sd_bus_message_read(reply, "iisis", &interface, &protocol, &host, &family, &address) <= 0) {
+        return std::nullopt;
+    }
+    return parsedAddress(address);
+}
+
+/// Whether the daemon refuses us altogether. A type that it refuses is only that, and a daemon that
+/// is gone is the name watch's to tell.
+bool isRefusal(const sd_bus_error& error) {
+    return !std::string_view(error.name).starts_with("org.freedesktop.Avahi.Invalid") &&
+           sd_bus_error_has_names(&error, SD_BUS_ERROR_NO_REPLY, SD_BUS_ERROR_SERVICE_UNKNOWN,
+                                  SD_BUS_ERROR_NAME_HAS_NO_OWNER, SD_BUS_ERROR_DISCONNECTED) == 0;
+}
+
+} // namespace
+
+/// A ServiceBrowser object of the daemon.
+class AvahiDaemon::Browse final : public Lookup, public std::enable_shared_from_this<Browse> {
+public:
+    Browse(std::shared_ptr<AvahiDaemon> daemon, Sighted sighted)
+        : sighted(std::move(sighted)), daemon_(std::move(daemon)) {}
+    ~Browse() override {
+        if (!path_.empty()) {
+            daemon_->browses_.erase(path_);
+            daemon_->bus_->send({daemon_->owner_, path_, browserInterface, "Free"}, {});
+        }
+    }
+    Browse(const Browse&) = delete;
+    Browse& operator=(const Browse&) = delete;
+
+    void start(const std::string& path) {
+        path_ = path;
+        daemon_->browses_[path_] = weak_from_this();
+        daemon_->bus_->send({daemon_->owner_, path_, browserInterface, "Start"}, {});
+    }
+
+    Sighted sighted;
+
+private:
+    std::shared_ptr<AvahiDaemon> daemon_;
+    std::string path_;
+};
+
+/// A call that the daemon answers when the network has.
+class AvahiDaemon::Question final : public Lookup {
+public:
+    Question(std::shared_ptr<AvahiDaemon> daemon, const char* member, BusArguments arguments,
+             BusReceiver answered)
+        : member(member), arguments(std::move(arguments)), answered(std::move(answered)),
+          daemon_(std::move(daemon)) {}
+
+    const char* member;
+    BusArguments arguments;
+    BusReceiver answered;
+
+private:
+    std::shared_ptr<AvahiDaemon> daemon_;
+};
+
+AvahiDaemon::AvahiDaemon(const std::shared_ptr<SystemBus>& bus, std::string owner,
+                         std::function<void()> refused)
+    : bus_(bus), owner_(std::move(owner)), refused_(std::move(refused)) {}
+
+std::shared_ptr<AvahiDaemon> AvahiDaemon::start(const std::shared_ptr<SystemBus>& bus,
+                                                std::string owner, std::function<void()> refused) {
+    std::shared_ptr<AvahiDaemon> daemon(new AvahiDaemon(bus, std::move(owner), std::move(refused)));
+    daemon->items_ = bus->match("type='signal',sender='" + daemon->owner_ + "',interface='" +
+                                    browserInterface + "'",
+                                [weak = std::weak_ptr(daemon)](sd_bus_message* signal) {
+                                    if (const auto daemon = weak.lock()) {
+                                        daemon->itemSignal(signal);
+                                    }
+                                });
+    return daemon;
+}
+
+std::shared_ptr<Lookup> AvahiDaemon::browse(const std::string& type, const std::string& domain,
+                                            Sighted sighted) {
+    auto browse = std::make_shared<Browse>(shared_from_this(), std::move(sighted));
+    const auto arguments = [&](sd_bus_message* call) {
+        return sd_bus_message_append(call, "iissu", anyInterface, anyProtocol, type.c_str(),
+                                     domain.c_str(), 0U);
+    };
+    // Prepared first and started once the answer has told its path, it reports nothing before it is
+    // known here. An answer that nobody waits for any more still has to be freed.
+    const auto prepared = [asker = std::weak_ptr(browse), bus = std::weak_ptr(bus_),
+                           daemon = weak_from_this(), owner = owner_](sd_bus_message* reply) {
+        const char* path = nullptr;
+        if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
+            const auto self = daemon.lock();
+            if (self && isRefusal(*sd_bus_message_get_error(reply))) {
+                self->refused_();
+            }
+        } else if (sd_bus_message_read(reply, "o", &path) > 0) {
+            if (const auto browse = asker.lock()) {
+                browse->start(path);
+            } else if (const auto connection = bus.lock()) {
+                connection->send({owner, path, browserInterface, "Free"}, {});
+            }
+        }
+    };
+    bus_->send({owner_, "/", server2Interface, "ServiceBrowserPrepare"}, arguments, prepared);
+    return browse;
+}
+
+void AvahiDaemon::itemSignal(sd_bus_message* signal) {
+    const bool came = sd_bus_message_is_signal(signal, browserInterface, "ItemNew") > 0;
+    const bool went = sd_bus_message_is_signal(signal, browserInterface, "ItemRemove") > 0;
+    const auto found = browses_.find(sd_bus_message_get_path(signal));
+    if ((!came && !went) || found == browses_.end()) {
+        return;
+    }
+    std::int32_t interface = 0;
+    std::int32_t protocol = 0;
+    const char* name = nullptr;
+    const char* type = nullptr;
+    const char* domain = nullptr;
+    const auto browse = found->second.lock();
+    if (browse &&
+        sd_bus_message_read(signal, "iisss", &interface, &protocol, &name, &type, &domain) > 0) {
+        browse->sighted({{name, type, domain}, interface, protocol, came});
+    }
+}
+
+std::shared_ptr<Lookup> AvahiDaemon::resolve(const ServiceName& service, int interface,
+                                             bool withTXT, Served served) {
+    const std::uint32_t flags = lookupWithoutAddress | (withTXT ? 0 : lookupWithoutTXT);
+    return ask(
+        "ResolveService",
+        [service, interface, flags](sd_bus_message* call) {
+            return sd_bus_message_append(call, "iisssiu", interface, anyProtocol,
+                                         service.name.c_str(), service.type.c_str(),
+                                         service.domain.c_str(), anyProtocol, flags);
+        },
+        [served = std::move(served), withTXT](sd_bus_message* reply) {
+            served(readService(reply, withTXT));
+        });
+}
+
+std::shared_ptr<Lookup> AvahiDaemon::findAddress(const std::string& host, int interface, int family,
+                                                 Addressed addressed) {
+    const std::int32_t wanted = family == AF_INET ? 0 : 1;
+    return ask(
+        "ResolveHostName",
+        [host, interface, wanted](sd_bus_message* call) {
+            return sd_bus_message_append(call, "iisiu", interface, anyProtocol, host.c_str(),
+                                         wanted, 0U);
+        },
+        [addressed = std::move(addressed)](sd_bus_message* reply) {
+            addressed(readAddress(reply));
+        });
+}
+
+std::shared_ptr<Lookup> AvahiDaemon::ask(const char* member, BusArguments arguments,
+                                         BusReceiver answered) {
+    auto question = std::make_shared<Question>(shared_from_this(), member, std::move(arguments),
+                                               std::move(answered));
+    waiting_.push_back(question);
+    sendWaiting();
+    return question;
+}
+
+/// A question that is dropped keeps its place until the daemon has answered: there it goes on.
+void AvahiDaemon::sendWaiting() {
+    while (underWay_ < mostUnderWay && !waiting_.empty()) {
+        const auto question = waiting_.front().lock();
+        waiting_.pop_front();
+        if (!question) {
+            continue;
+        }
+        const auto answered = [daemon = weak_from_this(),
+                               asker = std::weak_ptr(question)](sd_bus_message* reply) {
+            if (const auto self = daemon.lock()) {
+                --self->underWay_;
+                self->sendWaiting();
+            }
+            if (const auto question = asker.lock()) {
+                question->answered(reply);
+            }
+        };
+        underWay_ += bus_->send({owner_, "/", serverInterface, question->member},
+                                question->arguments, answered)
+                         ? 1
+                         : 0;
+    }
+}
+
+} // namespace AmbrelKit::Linux

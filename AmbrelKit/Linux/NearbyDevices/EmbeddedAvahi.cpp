@@ -1,0 +1,205 @@
+#include "AmbrelKit/Linux/NearbyDevices/EmbeddedAvahi.hpp"
+
+#include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
+
+#include <avahi-core/log.h>
+#include <avahi-core/lookup.h>
+#include <utility>
+
+namespace AmbrelKit::Linux {
+
+/// One object of Avahi, and who receives what it reports.
+template <class Object, class Receiver> class EmbeddedAvahi::Query final
+    : public Lookup,
+      public std::enable_shared_from_this<EmbeddedAvahi::Query<Object, Receiver>> {
+public:
+    Query(std::shared_ptr<EmbeddedAvahi> stack, Receiver receiver, void (*release)(Object*))
+        : stack_(std::move(stack)), receiver_(std::move(receiver)), release_(release) {}
+    ~Query() override {
+        if (object_ != nullptr) {
+            release_(object_);
+        }
+    }
+    Query(const Query&) = delete;
+    Query& operator=(const Query&) = delete;
+
+    Object* own(Object* object) { return object_ = object; }
+
+    /// Called in Avahi's frames: has the receiver told what `make` returns.
+    template <class Make> void report(Make make) noexcept {
+        stack_->loop_->guarded([&] {
+            stack_->queue([weak = this->weak_from_this(), value = make()] {
+                if (const auto query = weak.lock()) {
+                    query->receiver_(value);
+                }
+            });
+        });
+    }
+
+private:
+    std::shared_ptr<EmbeddedAvahi> stack_;
+    Receiver receiver_;
+    void (*release_)(Object*);
+    Object* object_ = nullptr;
+};
+
+namespace {
+
+/// Records kept for each interface. Avahi's own limit holds some 800 services and drops the rest
+/// without a word.
+constexpr unsigned cacheLimit = 65536;
+
+std::optional<std::string> txtBytes(AvahiStringList* list) {
+    std::vector<std::string> texts;
+    for (; list != nullptr; list = avahi_string_list_get_next(list)) {
+        // NOLINTNEXTLINE: bytes are bytes
+        const auto* text = reinterpret_cast<const char*>(avahi_string_list_get_text(list));
+        texts.emplace_back(text, avahi_string_list_get_size(list));
+    }
+    return txtRecordBytes(texts);
+}
+
+HostAddress hostAddress(const AvahiAddress& address) {
+    if (address.proto == AVAHI_PROTO_INET) {
+        return in_addr{address.data.ipv4.address};
+    }
+    in6_addr ipv6{};
+    std::copy_n(address.data.ipv6.address, sizeof ipv6.s6_addr, ipv6.s6_addr);
+    return ipv6;
+}
+
+} // namespace
+
+EmbeddedAvahi::EmbeddedAvahi(const std::shared_ptr<EventLoop>& loop)
+    : loop_(loop), poll_(avahiPollOn(*loop)) {}
+
+std::shared_ptr<EmbeddedAvahi> EmbeddedAvahi::start(const std::shared_ptr<EventLoop>& loop) {
+    avahi_set_log_function([](AvahiLogLevel, const char*) {}); // else standard error is used
+    std::shared_ptr<EmbeddedAvahi> stack(new EmbeddedAvahi(loop));
+    stack->nextReport_ = loop->deadline([weak = std::weak_ptr(stack)] {
+        if (const auto stack = weak.lock()) {
+            stack->reportNext();
+        }
+    });
+    AvahiServerConfig config{};
+    avahi_server_config_init(&config);
+    config.disable_publishing = 1;
+    config.publish_hinfo = config.publish_addresses = 0;
+    config.publish_workstation = config.publish_domain = 0;
+    config.enable_wide_area = 0;
+    config.n_cache_entries_max = cacheLimit;
+    const auto stateChanged = [](AvahiServer*, AvahiServerState, void*) {};
+    stack->server_ = avahi_server_new(&stack->poll_, &config, stateChanged, nullptr, nullptr);
+    avahi_server_config_free(&config);
+    return stack->server_ != nullptr ? stack : nullptr;
+}
+
+EmbeddedAvahi::~EmbeddedAvahi() {
+    if (server_ != nullptr) {
+        avahi_server_free(server_);
+    }
+}
+
+void EmbeddedAvahi::queue(std::function<void()> report) {
+    reports_.push_back(std::move(report));
+    nextReport_->arm(std::chrono::steady_clock::now());
+}
+
+void EmbeddedAvahi::reportNext() {
+    const auto report = std::move(reports_.front());
+    reports_.pop_front();
+    if (!reports_.empty()) {
+        nextReport_->arm(std::chrono::steady_clock::now());
+    }
+    report();
+}
+
+std::shared_ptr<Lookup> EmbeddedAvahi::browse(const std::string& type, const std::string& domain,
+                                              Sighted sighted) {
+    using Browse = Query<AvahiSServiceBrowser, Sighted>;
+    const auto changed = [](AvahiSServiceBrowser*, AvahiIfIndex interface, AvahiProtocol protocol,
+                            AvahiBrowserEvent event, const char* name, const char* type,
+                            const char* domain, AvahiLookupResultFlags, void* self) {
+        if (event == AVAHI_BROWSER_NEW || event == AVAHI_BROWSER_REMOVE) {
+            static_cast<Browse*>(self)->report([&] {
+                return Sighting{
+                    {name, type, domain}, interface, protocol, event == AVAHI_BROWSER_NEW};
+            });
+        }
+    };
+    auto browse = std::make_shared<Browse>(shared_from_this(), std::move(sighted),
+                                           &avahi_s_service_browser_free);
+    auto* const browser = browse->own(avahi_s_service_browser_prepare(
+        server_, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, type.c_str(),
+        domain.empty() ? nullptr : domain.c_str(), AvahiLookupFlags{}, changed, browse.get()));
+    if (browser == nullptr) {
+        return nullptr;
+    }
+    avahi_s_service_browser_start(browser);
+    return browse;
+}
+
+std::shared_ptr<Lookup> EmbeddedAvahi::resolve(const ServiceName& service, int interface,
+                                               bool withTXT, Served served) {
+    using Resolve = Query<AvahiSServiceResolver, Served>;
+    const auto answered = [](AvahiSServiceResolver*, AvahiIfIndex, AvahiProtocol,
+                             AvahiResolverEvent event, const char*, const char*, const char*,
+                             const char* host, const AvahiAddress*, std::uint16_t port,
+                             AvahiStringList* txt, AvahiLookupResultFlags, void* self) {
+        static_cast<Resolve*>(self)->report([&]() -> std::optional<ServiceRecord> {
+            if (event != AVAHI_RESOLVER_FOUND) {
+                return std::nullopt;
+            }
+            return ServiceRecord{host, port, txtBytes(txt)};
+        });
+    };
+    const auto receiver = [served = std::move(served),
+                           withTXT](std::optional<ServiceRecord> record) {
+        if (record && !withTXT) {
+            record->txt.reset();
+        }
+        served(std::move(record));
+    };
+    auto resolve =
+        std::make_shared<Resolve>(shared_from_this(), receiver, &avahi_s_service_resolver_free);
+    int flags = AVAHI_LOOKUP_NO_ADDRESS;
+    if (!withTXT) {
+        flags |= AVAHI_LOOKUP_NO_TXT;
+    }
+    auto* const resolver = resolve->own(avahi_s_service_resolver_prepare(
+        server_, interface, AVAHI_PROTO_UNSPEC, service.name.c_str(), service.type.c_str(),
+        service.domain.c_str(), AVAHI_PROTO_UNSPEC, static_cast<AvahiLookupFlags>(flags), answered,
+        resolve.get()));
+    if (resolver == nullptr) {
+        return nullptr;
+    }
+    avahi_s_service_resolver_start(resolver);
+    return resolve;
+}
+
+std::shared_ptr<Lookup> EmbeddedAvahi::findAddress(const std::string& host, int interface,
+                                                   int family, Addressed addressed) {
+    using Find = Query<AvahiSHostNameResolver, Addressed>;
+    const auto answered = [](AvahiSHostNameResolver*, AvahiIfIndex, AvahiProtocol,
+                             AvahiResolverEvent event, const char*, const AvahiAddress* address,
+                             AvahiLookupResultFlags, void* self) {
+        static_cast<Find*>(self)->report([&]() -> std::optional<HostAddress> {
+            if (event != AVAHI_RESOLVER_FOUND || address == nullptr) {
+                return std::nullopt;
+            }
+            return hostAddress(*address);
+        });
+    };
+    auto find = std::make_shared<Find>(shared_from_this(), std::move(addressed),
+                                       &avahi_s_host_name_resolver_free);
+    auto* const resolver = find->own(avahi_s_host_name_resolver_prepare(
+        server_, interface, AVAHI_PROTO_UNSPEC, host.c_str(), avahi_af_to_proto(family),
+        AvahiLookupFlags{}, answered, find.get()));
+    if (resolver == nullptr) {
+        return nullptr;
+    }
+    avahi_s_host_name_resolver_start(resolver);
+    return find;
+}
+
+} // namespace AmbrelKit::Linux

@@ -1,0 +1,76 @@
+#ifndef AMBRELKIT_LINUX_NEARBYDEVICES_FOUNDSERVICE_HPP
+#define AMBRELKIT_LINUX_NEARBYDEVICES_FOUNDSERVICE_HPP
+
+#include "AmbrelKit/Linux/NearbyDevices/ServiceDiscovery.hpp"
+#include "AmbrelKit/Platform/NetService.hpp"
+
+namespace AmbrelKit::Linux {
+
+/// A service that a browser has found.
+///
+/// Resolving is asking for the host, port and TXT record, then for the host's IPv4 address; when
+/// that has not come within a second, for its IPv6 address too. The addresses are asked for by
+/// every protocol: a responder need not give the IPv4 address over IPv6. An answer with only the
+/// IPv6 address is reported, and once more with the IPv4 address should that follow. Without an
+/// answer it is asked again, less and less often.
+class FoundService final : public NetService,
+                           public ServiceDiscovery::Client,
+                           public std::enable_shared_from_this<FoundService> {
+public:
+    FoundService(std::shared_ptr<EventLoop> loop, ServiceName service, int interface);
+    ~FoundService() override;
+    FoundService(const FoundService&) = delete;
+    FoundService& operator=(const FoundService&) = delete;
+
+    [[nodiscard]] std::shared_ptr<NetServiceDelegate> delegate() const override;
+    void setDelegate(std::weak_ptr<NetServiceDelegate> delegate) override;
+    void resolveWithTimeout(double seconds) override;
+    [[nodiscard]] std::string name() const override;
+    [[nodiscard]] std::string type() const override;
+    [[nodiscard]] std::optional<std::vector<std::string>> addresses() const override;
+    [[nodiscard]] std::optional<std::string> TXTRecordData() const override;
+
+    /// The service was seen on `interface`, where it can be asked for.
+    void seenOn(int interface);
+
+    void stackChanged(const std::shared_ptr<DiscoveryStack>& stack) override;
+
+private:
+    void begin();
+    void ask();
+    void askLater();
+    void askAddress(int family);
+    void served(const std::optional<ServiceRecord>& record);
+    void addressed(int family, const std::optional<HostAddress>& address);
+    void noAddress();
+    void forgetLookups();
+    void end();
+    void report();
+
+    std::shared_ptr<EventLoop> loop_;
+    ServiceName service_;
+    std::vector<int> interfaces_; // the loopback last
+    std::weak_ptr<NetServiceDelegate> delegate_;
+    std::optional<ServiceRecord> record_;
+    std::vector<std::string> addresses_;
+
+    // Held while it resolves.
+    std::shared_ptr<ServiceDiscovery> discovery_;
+    std::shared_ptr<Deadline> next_;
+    std::shared_ptr<Deadline> limit_;
+    unsigned failures_ = 0;
+    bool reported_ = false;
+
+    // Of one attempt.
+    int askedOn_ = 0;
+    bool askedIPv6_ = false;
+    std::shared_ptr<Lookup> lookup_;
+    std::shared_ptr<Lookup> ipv4_;
+    std::shared_ptr<Lookup> ipv6_;
+    ServiceRecord target_;
+    std::vector<std::string> found_;
+};
+
+} // namespace AmbrelKit::Linux
+
+#endif

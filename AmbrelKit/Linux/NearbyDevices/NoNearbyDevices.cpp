@@ -1,0 +1,30 @@
+#include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
+
+#include <utility>
+
+namespace AmbrelKit::Linux {
+
+namespace {
+
+class SilentBrowser final : public NetServiceBrowser {
+public:
+    [[nodiscard]] std::shared_ptr<NetServiceBrowserDelegate> delegate() const override {
+        return delegate_.lock();
+    }
+    void setDelegate(std::weak_ptr<NetServiceBrowserDelegate> delegate) override {
+        delegate_ = std::move(delegate);
+    }
+    void searchForServicesOfType(const std::string& /*type*/,
+                                 const std::string& /*domain*/) override {}
+
+private:
+    std::weak_ptr<NetServiceBrowserDelegate> delegate_;
+};
+
+} // namespace
+
+NetServiceBrowserFactory makeNetServiceBrowserFactory(const std::shared_ptr<EventLoop>& /*loop*/) {
+    return [] { return std::make_shared<SilentBrowser>(); };
+}
+
+} // namespace AmbrelKit::Linux

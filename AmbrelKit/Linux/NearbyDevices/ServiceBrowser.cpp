@@ -1,0 +1,92 @@
+#include "AmbrelKit/Linux/NearbyDevices/ServiceBrowser.hpp"
+
+namespace AmbrelKit::Linux {
+
+ServiceBrowser::ServiceBrowser(std::shared_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
+
+ServiceBrowser::~ServiceBrowser() {
+    if (discovery_) {
+        discovery_->remove(weak_from_this());
+    }
+}
+
+std::shared_ptr<NetServiceBrowserDelegate> ServiceBrowser::delegate() const {
+    return delegate_.lock();
+}
+
+void ServiceBrowser::setDelegate(std::weak_ptr<NetServiceBrowserDelegate> delegate) {
+    delegate_ = std::move(delegate);
+}
+
+void ServiceBrowser::searchForServicesOfType(const std::string& type, const std::string& domain) {
+    search_.reset();
+    known_.clear();
+    const auto bare = avahiServiceType(type);
+    type_ = bare.value_or("");
+    domain_ = avahiDomain(domain);
+    if (!bare) {
+        return;
+    }
+    if (!discovery_) {
+        discovery_ = loop_->shared<ServiceDiscovery>();
+        discovery_->add(weak_from_this());
+    }
+    stackChanged(discovery_->stack());
+}
+
+void ServiceBrowser::stackChanged(const std::shared_ptr<DiscoveryStack>& stack) {
+    search_.reset();
+    for (auto& [name, known] : known_) {
+        known.places.clear();
+    }
+    if (stack && !type_.empty()) {
+        search_ =
+            stack->browse(type_, domain_, [weak = weak_from_this()](const Sighting& sighting) {
+                if (const auto browser = weak.lock()) {
+                    browser->sighted(sighting);
+                }
+            });
+    }
+}
+
+void ServiceBrowser::sighted(const Sighting& sighting) {
+    if (sighting.present) {
+        came(sighting);
+    } else {
+        went(sighting);
+    }
+}
+
+void ServiceBrowser::came(const Sighting& sighting) {
+    const auto& [name, type, domain] = sighting.service;
+    Known& known = known_[{name, domain}];
+    known.places.emplace(sighting.interface, sighting.protocol);
+    auto service = known.service.lock();
+    if (service) {
+        service->seenOn(sighting.interface);
+    }
+    if (known.present) {
+        return;
+    }
+    known.present = true;
+    if (!service) {
+        service = std::make_shared<FoundService>(loop_, ServiceName{name, type_, domain},
+                                                 sighting.interface);
+        known.service = service;
+    }
+    if (const auto delegate = delegate_.lock()) {
+        delegate->netServiceBrowserDidFindService(*this, service, false);
+    }
+}
+
+void ServiceBrowser::went(const Sighting& sighting) {
+    const auto found = known_.find({sighting.service.name, sighting.service.domain});
+    if (found == known_.end()) {
+        return;
+    }
+    Known& known = found->second;
+    known.places.erase({sighting.interface, sighting.protocol});
+    known.present = !known.places.empty();
+}
+
+} // namespace AmbrelKit::Linux

@@ -1,0 +1,58 @@
+#ifndef AMBRELKIT_LINUX_NEARBYDEVICES_SERVICEDISCOVERY_HPP
+#define AMBRELKIT_LINUX_NEARBYDEVICES_SERVICEDISCOVERY_HPP
+
+#include "AmbrelKit/Linux/Bus/NameWatch.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/DiscoveryStack.hpp"
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+
+#include <set>
+
+namespace AmbrelKit::Linux {
+
+/// The choice between avahi-daemon and the embedded stack, one for each loop:
+/// `loop->shared<ServiceDiscovery>()`. Held by browsers that search and services that resolve.
+///
+/// The daemon is used when its name has an owner. When there is none the embedded stack is used,
+/// and is kept if a daemon comes later: it finds as much beside one, and a change would only
+/// interrupt the search. A daemon that goes is given a second to come back before the embedded
+/// stack takes the port, which a daemon may want for itself when it starts.
+class ServiceDiscovery final : public std::enable_shared_from_this<ServiceDiscovery> {
+public:
+    /// Follows the choice.
+    class Client {
+    public:
+        Client() = default;
+        Client(const Client&) = delete;
+        Client& operator=(const Client&) = delete;
+        virtual ~Client() = default;
+        /// `stack` is to be used from now on; what an earlier one was asked is void. Null: there is
+        /// none for now. Calls nobody back.
+        virtual void stackChanged(const std::shared_ptr<DiscoveryStack>& stack) = 0;
+    };
+
+    static std::shared_ptr<ServiceDiscovery> make(const std::shared_ptr<EventLoop>& loop);
+
+    /// Null while there is none, as at first.
+    [[nodiscard]] const std::shared_ptr<DiscoveryStack>& stack() const { return stack_; }
+
+    void add(const std::weak_ptr<Client>& client) { clients_.insert(client); }
+    void remove(const std::weak_ptr<Client>& client) { clients_.erase(client); }
+
+private:
+    explicit ServiceDiscovery(const std::shared_ptr<EventLoop>& loop);
+    void ownerChanged(const std::string& owner);
+    void useEmbedded();
+    void use(std::shared_ptr<DiscoveryStack> stack);
+
+    std::shared_ptr<EventLoop> loop_;
+    std::shared_ptr<SystemBus> bus_;
+    std::shared_ptr<NameWatch> owner_;
+    std::shared_ptr<Deadline> patience_;
+    std::shared_ptr<DiscoveryStack> stack_;
+    bool onDaemon_ = false;
+    std::set<std::weak_ptr<Client>, std::owner_less<>> clients_;
+};
+
+} // namespace AmbrelKit::Linux
+
+#endif

@@ -1,0 +1,219 @@
+#!/usr/bin/env python3
+"""Runs a command that scans for services beside a real neighbour, and checks what it found.
+
+    bed.py [--daemon] [--services N] [--daemon-dies | --daemon-returns] COMMAND [ARGUMENT...]
+
+The command runs in a network namespace that a veth pair joins to another, in which an avahi-daemon
+publishes services of the three types below, N of them on hosts of their own. It is to print a
+collection's dictionary. With --daemon an avahi-daemon on a private bus runs on the command's side;
+two seconds into the scan it may be killed, and after half a second more be started again, while
+the neighbour publishes as many services again.
+
+All of it lives in namespaces of this run and is gone with it. Exit status 77: not permitted here.
+"""
+
+import argparse
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+TYPES = ["_ipp._tcp", "_http._tcp", "_ambrel-test._udp"]
+NEIGHBOUR_IPV4 = "10.77.0.2"
+SKIPPED = 77
+
+TXT = """<txt-record>id={id}</txt-record>
+<txt-record value-format="binary-hex">bin=fffe00807a</txt-record>
+<txt-record>Dup=first</txt-record><txt-record>dup=second</txt-record>
+<txt-record>flag</txt-record><txt-record>empty=</txt-record>
+<txt-record>eq=a=b</txt-record><txt-record>utf8=café</txt-record>"""
+
+
+class Service:
+    """A service that the neighbour publishes."""
+
+    def __init__(self, number, name=None, host=None, protocol="any", address=NEIGHBOUR_IPV4):
+        self.number, self.host, self.protocol, self.address = number, host, protocol, address
+        self.name = name or f"Device {number}"
+        self.type = TYPES[number % len(TYPES)]
+
+    def file(self):
+        host = f"<host-name>{self.host}</host-name>" if self.host else ""
+        return (
+            '<?xml version="1.0"?><!DOCTYPE service-group SYSTEM "avahi-service.dtd">'
+            f'<service-group><name>{self.name}</name><service protocol="{self.protocol}">'
+            f"<type>{self.type}</type>{host}<port>{1000 + self.number}</port>"
+            f"{TXT.format(id=self.number)}</service></service-group>"
+        )
+
+    def expected(self):
+        txt = {"id": str(self.number), "Dup": "first", "flag": "", "empty": "", "eq": "a=b", "utf8": "café"}
+        found = {"name": self.name, "protocolType": self.type + ".", "txtRecord": txt}
+        return found | ({"address": self.address} if self.address else {})
+
+
+def few_services():
+    return [
+        Service(0),
+        Service(1, name="Café d.o\\t &amp; 1"),
+        Service(2),
+        Service(3, name="By IPv6 only", protocol="ipv6"),
+        Service(4, name="By IPv4 only", protocol="ipv4"),
+        Service(5, name="IPv6 host", host="six.local", address=None),
+    ], {"six.local": ["fd77::66"]}
+
+
+def many_services(count, first=0):
+    services, hosts = [], {}
+    for i in range(first, first + count):
+        address = f"10.77.{1 + i // 250}.{1 + i % 250}"
+        services.append(Service(i, host=f"h{i}.local", address=address))
+        hosts[f"h{i}.local"] = [address, f"fd77::1:{i:x}"]
+    return services, hosts
+
+
+class Bed:
+    def __init__(self, folder):
+        self.folder = pathlib.Path(folder)
+        self.processes = []
+
+    def shell(self, script, side=None, **options):
+        inside = ["ip", "netns", "exec", side] if side else []
+        return subprocess.Popen([*inside, "sh", "-ec", script], **options)
+
+    def run(self, script, side=None):
+        if self.shell(script, side).wait() != 0:
+            raise RuntimeError(f"failed: {script}")
+
+    def join_sides(self):
+        # The run's own /run: names of namespaces, and avahi-daemon's fixed paths.
+        self.run("mount -t tmpfs run /run; ip netns add scan; ip netns add near;"
+                 "ip -n scan link add v0 type veth peer name v0 netns near")
+        for number, side in enumerate(["scan", "near"], start=1):
+            # Without duplicate address detection IPv6 is usable at once.
+            self.run(f"""for f in all v0; do echo 0 > /proc/sys/net/ipv6/conf/$f/accept_dad || true; done
+                ip addr add 10.77.0.{number}/16 dev v0; ip addr add fd77::{number}/64 dev v0 nodad
+                ip link set lo up; ip link set v0 up""", side)
+
+    def bus(self):
+        socket = self.folder / "bus"
+        (self.folder / "bus.conf").write_text(f"""<busconfig><type>system</type>
+            <listen>unix:path={socket}</listen><auth>EXTERNAL</auth>
+            <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
+            <allow send_type="method_call"/><allow receive_sender="*"/></policy></busconfig>""")
+        self.processes.append(subprocess.Popen(
+            ["dbus-daemon", "--nofork", "--nopidfile", f"--config-file={self.folder}/bus.conf"]))
+        wait_until(socket.exists, "the bus")
+        os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={socket}"
+
+    def write_services(self, services, hosts):
+        folder = self.folder / "services"
+        folder.mkdir(exist_ok=True)
+        for service in services:
+            (folder / f"{service.number}.service").write_text(service.file())
+        with open(self.folder / "hosts", "a") as file:
+            file.writelines(f"{a} {host}\n" for host, addresses in hosts.items() for a in addresses)
+
+    def avahi(self, side, with_bus):
+        folder = self.folder / side
+        folder.mkdir(exist_ok=True)
+        (folder / "conf").write_text(
+            f"[server]\nhost-name={side}\nallow-interfaces=v0\nenable-dbus={'yes' if with_bus else 'no'}\n"
+            "[wide-area]\nenable-wide-area=no\n[publish]\npublish-workstation=no\npublish-hinfo=no\n")
+        own = f"mount --bind {self.folder}/services /etc/avahi/services; mount --bind {self.folder}/hosts /etc/avahi/hosts;"
+        log = open(folder / "log", "w")
+        daemon = self.shell(
+            f"""mount -t tmpfs run /run; {'' if with_bus else own}
+            exec avahi-daemon -f {folder}/conf --no-drop-root --no-chroot --no-rlimits --no-proc-title""",
+            side, stdout=log, stderr=log)
+        self.processes.append(daemon)
+        wait_until(lambda: "startup complete" in (folder / "log").read_text(), f"avahi-daemon:\n{folder}/log")
+        return daemon
+
+    def wait_for_services(self, count):
+        log = self.folder / "near" / "log"
+        wait_until(lambda: log.read_text().count("successfully established") >= count, "the neighbour's services")
+
+
+def wait_until(condition, what):
+    for _ in range(400):
+        if condition():
+            return
+        time.sleep(0.05)
+    raise RuntimeError(f"waited in vain for {what}")
+
+
+def check(output, services):
+    found = json.loads(output)["nearbyDevices"]
+    for device in found:
+        device.pop("timestamp", None)
+    expected = [service.expected() for service in services]
+    for device in expected:
+        device["name"] = device["name"].replace("&amp;", "&")
+    missing = [device for device in expected if device not in found]
+    surplus = [device for device in found if device not in expected]
+    for word, devices in ("missing", missing), ("unexpected", surplus):
+        for device in devices[:10]:
+            print(f"{word}: {json.dumps(device, ensure_ascii=False)}")
+    print(f"{len(expected)} published, {len(found)} found, {len(missing)} missing, {len(surplus)} unexpected")
+    return 0 if not missing and not surplus else 1
+
+
+def inside(options):
+    with tempfile.TemporaryDirectory() as folder:
+        bed = Bed(folder)
+        os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={folder}/no-bus"
+        bed.join_sides()
+        services, hosts = many_services(options.services) if options.services else few_services()
+        bed.write_services(services, hosts)
+        neighbour = bed.avahi("near", with_bus=False)
+        bed.wait_for_services(len(services))
+        if options.daemon:
+            bed.bus()
+            daemon = bed.avahi("scan", with_bus=True)
+        scan = subprocess.Popen(["ip", "netns", "exec", "scan", *options.command], stdout=subprocess.PIPE)
+        if options.daemon_dies or options.daemon_returns:
+            time.sleep(2)
+            daemon.kill()
+            late, hosts = many_services(10, first=1000)
+            bed.write_services(late, hosts)
+            neighbour.send_signal(1)
+            services += late
+            if options.daemon_returns:
+                time.sleep(0.5)
+                bed.avahi("scan", with_bus=True)
+        output, _ = scan.communicate()
+        return check(output, services) if scan.returncode == 0 else 1
+
+
+def outside():
+    for program in "avahi-daemon", "dbus-daemon", "ip", "unshare":
+        if not shutil.which(program):
+            print(f"skipped: {program} is not installed")
+            return SKIPPED
+    user = [] if os.geteuid() == 0 else ["--user", "--map-root-user"]
+    unshare = ["unshare", *user, "--net", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
+    trial = subprocess.run([*unshare, "true"], capture_output=True, text=True)
+    if trial.returncode != 0:
+        print(f"skipped: network namespaces are not permitted here ({trial.stderr.strip()})")
+        return SKIPPED
+    return subprocess.run([*unshare, sys.executable, *sys.argv], env=os.environ | {"BED_INSIDE": "1"}).returncode
+
+
+def main():
+    parser = argparse.ArgumentParser(usage=__doc__)
+    parser.add_argument("--daemon", action="store_true")
+    parser.add_argument("--services", type=int, default=0)
+    parser.add_argument("--daemon-dies", action="store_true")
+    parser.add_argument("--daemon-returns", action="store_true")
+    parser.add_argument("command", nargs=argparse.REMAINDER)
+    options = parser.parse_args()
+    return inside(options) if os.environ.get("BED_INSIDE") else outside()
+
+
+if __name__ == "__main__":
+    sys.exit(main())
