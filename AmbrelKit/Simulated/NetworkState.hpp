@@ -26,6 +26,7 @@ public:
     NetworkState() = default;
     NetworkState(const NetworkState&) = delete;
     NetworkState& operator=(const NetworkState&) = delete;
+    ~NetworkState() = default;
 
     void setInterfaces(const std::vector<InterfaceAddress>& interfaces);
 

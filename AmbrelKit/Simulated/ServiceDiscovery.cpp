@@ -107,7 +107,7 @@ void ServiceDiscovery::reportResolved(const std::string& type, const std::string
 std::shared_ptr<ServiceDiscovery::Browser>
 ServiceDiscovery::browserFor(const std::string& type) const {
     for (const auto& candidate : browsers_) {
-        const auto browser = candidate.lock();
+        auto browser = candidate.lock();
         if (browser && browser->searches(type) && browser->delegate()) {
             return browser;
         }

@@ -42,6 +42,7 @@ void run(std::istream& script, const std::string& name, TraceOptions options) {
 
 void run(const ReplayArguments& arguments) {
     if (arguments.file == "-") {
+        std::ios::sync_with_stdio(false); // else each character is asked for by itself
         return run(std::cin, "standard input", arguments.trace);
     }
     std::ifstream file(arguments.file, std::ios::binary);

@@ -321,7 +321,7 @@ ScriptStep stepOf(const ScriptValue& line) {
     }
     ScriptStep step;
     step.at = timeOf(required(at, "at"), "at");
-    if (at->real < 0) {
+    if (required(at, "at").real < 0) { // -1e-12 rounds to 0
         throw LineError("\"at\" must not be less than 0");
     }
     if (action == nullptr) {
