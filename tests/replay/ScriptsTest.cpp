@@ -34,7 +34,7 @@ Result replay(const std::string& arguments) {
     const fs::path errors =
         fs::path(testing::TempDir()) / ("replay-errors-" + std::to_string(getpid()));
     const std::string command =
-        "'" AMBREL_TOOL "' replay " + arguments + " 2>'" + errors.string() + "'";
+        "exec 2>'" + errors.string() + "'; '" AMBREL_TOOL "' replay " + arguments;
     Result result;
     FILE* pipe = popen(command.c_str(), "r");
     std::array<char, 4096> buffer{};
