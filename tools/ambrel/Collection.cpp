@@ -39,9 +39,11 @@ Linux::PlatformServices services(const CollectionOptions& options) {
     return services;
 }
 
+enum class Ending { delivered, interrupted, readerGone };
+
 /// Waits in poll(2) as a host with a loop of its own would: for the kit's one descriptor beside its
-/// own business. True once the delivery is there, false when a signal came first.
-bool waitForDelivery(const Host& host, RunLoop& loop, Progress* progress) {
+/// own business.
+Ending waitForDelivery(const Host& host, RunLoop& loop, Progress* progress) {
     const InterruptSignals signals;
     std::array<pollfd, 3> descriptors{{
         {.fd = loop.fileDescriptor(), .events = POLLIN, .revents = 0},
@@ -54,16 +56,16 @@ bool waitForDelivery(const Host& host, RunLoop& loop, Progress* progress) {
             throw std::system_error(errno, std::generic_category(), "wait for events");
         }
         if (descriptors[1].revents != 0) {
-            return false;
+            return Ending::interrupted;
         }
-        if ((descriptors[2].revents & POLLERR) != 0) { // as writing into the closed pipe would
-            std::raise(SIGPIPE);
+        if ((descriptors[2].revents & POLLERR) != 0) {
+            return Ending::readerGone;
         }
         if (descriptors[0].revents != 0) {
             loop.dispatch();
         }
     }
-    return true;
+    return Ending::delivered;
 }
 
 } // namespace
@@ -84,7 +86,13 @@ std::optional<JSONDictionary> collectOnce(const CollectionOptions& options) {
         progress.emplace(counts);
     }
     kit->startScanningOnce();
-    if (!waitForDelivery(*host, *RunLoop::current(), progress ? &*progress : nullptr)) {
+    const Ending ending =
+        waitForDelivery(*host, *RunLoop::current(), progress ? &*progress : nullptr);
+    progress.reset();
+    if (ending == Ending::readerGone) {
+        std::raise(SIGPIPE); // as writing to it would
+    }
+    if (ending == Ending::interrupted) {
         kit->stopScanning();
         return std::nullopt;
     }

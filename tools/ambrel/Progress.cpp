@@ -55,7 +55,8 @@ void CollectionCounts::locationDidUpdate(const std::vector<AmbrelKit::LocationFi
 
 bool Progress::isPossible() {
     const char* const terminal = std::getenv("TERM");
-    return isatty(STDERR_FILENO) == 1 && isSet("TERM") && std::strcmp(terminal, "dumb") != 0;
+    return isatty(STDERR_FILENO) == 1 && terminal != nullptr && *terminal != '\0' &&
+           std::strcmp(terminal, "dumb") != 0;
 }
 
 Progress::Progress(std::shared_ptr<const CollectionCounts> counts)

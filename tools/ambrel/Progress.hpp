@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <set>
 #include <string>
+#include <unordered_set>
 #include <utility>
 
 namespace Ambrel {
@@ -23,7 +24,7 @@ public:
     [[nodiscard]] std::size_t fixes() const { return fixes_; }
 
 private:
-    std::set<AmbrelKit::UUID> peripherals_;
+    std::unordered_set<AmbrelKit::UUID> peripherals_;
     std::set<std::pair<std::string, std::string>> services_;
     std::size_t fixes_ = 0;
 };

@@ -8,7 +8,7 @@
 namespace Ambrel {
 
 /// A delivered dictionary for reading: one section for each kind, its columns aligned.
-std::string table(const AmbrelKit::JSONDictionary& data);
+std::string table(const AmbrelKit::JSONDictionary& dictionary);
 
 } // namespace Ambrel
 

@@ -1,0 +1,72 @@
+#include "tools/ambrel/Output.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Ambrel {
+namespace {
+
+using AmbrelKit::JSONDictionary;
+using AmbrelKit::JSONValue;
+using testing::HasSubstr;
+
+JSONDictionary dictionary(const char* json) { return JSONValue::parse(json).get<JSONDictionary>(); }
+
+TEST(Output, TheTableAlignsWhatATerminalShows) {
+    const auto data = dictionary(R"({
+        "timestamp": 1700000000, "ip": "192.0.2.1",
+        "bleScan": [
+            {"address": "00000000-0000-4000-8000-000000000001", "name": "Lamp",
+             "timestamp": 1700000003},
+            {"address": "00000000-0000-4000-8000-000000000002", "timestamp": 1700000000}],
+        "nearbyDevices": [
+            {"name": "受付", "protocolType": "_ipp._tcp.", "address": "192.0.2.7",
+             "txtRecord": {"b": "2", "a": ""}, "timestamp": 1700000001},
+            {"name": "Cafe\u0301", "protocolType": "_ssh._tcp.", "timestamp": 1700000012}],
+        "locationCollection": {"lat": 48.5, "lon": -2.25, "timestamp": 1699999988},
+        "wifiNetwork": {"connectedDevices": [{"name": "home"}, {}]}})");
+    EXPECT_EQ(formatted(data, OutputFormat::table),
+              "  Collected     2023-11-14 22:13:20 UTC\n"
+              "  IPv4 address  192.0.2.1\n"
+              "\n"
+              "Bluetooth peripherals: 2\n"
+              "  NAME  IDENTIFIER                            SEEN\n"
+              "  Lamp  00000000-0000-4000-8000-000000000001  +3 s\n"
+              "  -     00000000-0000-4000-8000-000000000002  +0 s\n"
+              "\n"
+              "Services: 2\n"
+              "  NAME  TYPE        ADDRESS    SEEN   TXT\n"
+              "  受付  _ipp._tcp.  192.0.2.7  +1 s   a=  b=2\n"
+              "  Cafe\u0301  _ssh._tcp.  -          +12 s  -\n"
+              "\n"
+              "Location: 1\n"
+              "  LATITUDE  LONGITUDE  DETERMINED\n"
+              "  48.5      -2.25      -12 s\n"
+              "\n"
+              "Wi-Fi networks: 2\n"
+              "  NAME\n"
+              "  home\n"
+              "  -\n");
+}
+
+TEST(Output, ANameCanNotCommandTheTerminal) {
+    const std::string name = "a\n\x1B[31m\x7F\u009B2J\u202Eb\u2028";
+    const JSONDictionary data{{"timestamp", 0},
+                              {"nearbyDevices",
+                               {{{"name", name},
+                                 {"protocolType", "_x._tcp."},
+                                 {"txtRecord", {{name, name}}},
+                                 {"timestamp", 0}}}}};
+    const std::string shown = "a\uFFFD\uFFFD[31m\uFFFD\uFFFD2J\uFFFDb\uFFFD";
+    const std::string table = formatted(data, OutputFormat::table);
+    EXPECT_THAT(table, HasSubstr("  " + shown + "  _x._tcp."));
+    EXPECT_THAT(table, HasSubstr(shown + "=" + shown + "\n"));
+    for (const auto format : {OutputFormat::json, OutputFormat::pretty}) {
+        const std::string text = formatted(data, format);
+        EXPECT_THAT(text, HasSubstr(R"(a\n\u001b[31m\u007f\u009b2J)"));
+        EXPECT_EQ(JSONValue::parse(text).get<JSONDictionary>(), data);
+    }
+}
+
+} // namespace
+} // namespace Ambrel

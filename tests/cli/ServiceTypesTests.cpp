@@ -1,0 +1,43 @@
+#include "tools/ambrel/ServiceTypes.hpp"
+
+#include <gtest/gtest.h>
+
+namespace Ambrel {
+namespace {
+
+TEST(ServiceTypes, AreThoseOfRFC6335) {
+    for (const char* type : {"_ipp._tcp", "_ipp._tcp.", "_a._udp", "_A1._tcp", "_1a._tcp",
+                             "_device-info._tcp", "_abcdefghijklmno._tcp"}) {
+        EXPECT_TRUE(isServiceType(type)) << type;
+    }
+    for (const char* type : {"",
+                             ".",
+                             "ipp",
+                             "_ipp",
+                             "ipp._tcp",
+                             "_ipp._sctp",
+                             "_ipp._tcp..",
+                             "_ipp_tcp",
+                             "__tcp",
+                             "_._tcp",
+                             "._tcp",
+                             "_-ipp._tcp",
+                             "_ipp-._tcp",
+                             "_i--p._tcp",
+                             "_631._tcp",
+                             "_i p._tcp",
+                             "_i_p._tcp",
+                             "_\xC3\xA9._tcp",
+                             "_abcdefghijklmnop._tcp",
+                             "_a._sub._ipp._tcp",
+                             "_ipp._tcp.local",
+                             " _ipp._tcp"}) {
+        EXPECT_FALSE(isServiceType(type)) << type;
+    }
+    for (const std::string& type : commonServiceTypes()) {
+        EXPECT_TRUE(isServiceType(type)) << type;
+    }
+}
+
+} // namespace
+} // namespace Ambrel
