@@ -1,0 +1,32 @@
+// Takes one collection and prints it.
+#include <AmbrelKit/AmbrelSDK.hpp>
+#include <AmbrelKit/Platform/RunLoop.hpp>
+
+#include <iostream>
+
+using namespace AmbrelKit;
+
+class Host : public AmbrelSDKDelegate {
+    void didReceiveUpdateWithCollectedData(const JSONDictionary& data) override {
+        std::cout << JSONValue(data).dump(2) << '\n';
+        RunLoop::current()->stop();
+    }
+    // What your users have allowed you; the kit takes your word for it.
+    AmbrelPermissionStatus bluetoothSettingStatus() override { return allowed; }
+    AmbrelPermissionStatus bluetoothPermissionStatus() override { return allowed; }
+    AmbrelPermissionStatus locationSettingStatus() override { return allowed; }
+    AmbrelPermissionStatus locationPermissionStatus() override { return allowed; }
+    AmbrelPermissionStatus locationPrecisePermissionStatus() override { return allowed; }
+    AmbrelPermissionStatus networkSettingStatus() override { return allowed; }
+    AmbrelPermissionStatus networkPermissionStatus() override { return allowed; }
+
+    static constexpr auto allowed = AmbrelPermissionStatus::granted;
+};
+
+int main() {
+    const auto host = std::make_shared<Host>();
+    const auto kit = AmbrelSDK::create();
+    kit->setDelegate(host);
+    kit->startScanningOnce();
+    RunLoop::current()->run();
+}
