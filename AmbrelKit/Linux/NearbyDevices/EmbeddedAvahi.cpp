@@ -15,11 +15,7 @@ template <class Object, class Receiver> class EmbeddedAvahi::Query final
 public:
     Query(std::shared_ptr<EmbeddedAvahi> stack, Receiver receiver, void (*release)(Object*))
         : stack_(std::move(stack)), receiver_(std::move(receiver)), release_(release) {}
-    ~Query() override {
-        if (object_ != nullptr) {
-            release_(object_);
-        }
-    }
+    ~Query() override { release(); }
     Query(const Query&) = delete;
     Query& operator=(const Query&) = delete;
 
@@ -36,7 +32,20 @@ public:
         });
     }
 
+    /// Called in Avahi's frames, as `report`, when one answer is all that was wanted. An object
+    /// that is kept for a tenth of a second more asks the network what it has just been told.
+    template <class Make> void answer(Make make) noexcept {
+        report(std::move(make));
+        release();
+    }
+
 private:
+    void release() noexcept {
+        if (auto* const object = std::exchange(object_, nullptr)) {
+            release_(object);
+        }
+    }
+
     std::shared_ptr<EmbeddedAvahi> stack_;
     Receiver receiver_;
     void (*release_)(Object*);
@@ -146,7 +155,7 @@ std::shared_ptr<Lookup> EmbeddedAvahi::resolve(const ServiceName& service, int i
                              AvahiResolverEvent event, const char*, const char*, const char*,
                              const char* host, const AvahiAddress*, std::uint16_t port,
                              AvahiStringList* txt, AvahiLookupResultFlags, void* self) {
-        static_cast<Resolve*>(self)->report([&]() -> std::optional<ServiceRecord> {
+        static_cast<Resolve*>(self)->answer([&]() -> std::optional<ServiceRecord> {
             if (event != AVAHI_RESOLVER_FOUND) {
                 return std::nullopt;
             }
@@ -183,7 +192,7 @@ std::shared_ptr<Lookup> EmbeddedAvahi::findAddress(const std::string& host, int 
     const auto answered = [](AvahiSHostNameResolver*, AvahiIfIndex, AvahiProtocol,
                              AvahiResolverEvent event, const char*, const AvahiAddress* address,
                              AvahiLookupResultFlags, void* self) {
-        static_cast<Find*>(self)->report([&]() -> std::optional<HostAddress> {
+        static_cast<Find*>(self)->answer([&]() -> std::optional<HostAddress> {
             if (event != AVAHI_RESOLVER_FOUND || address == nullptr) {
                 return std::nullopt;
             }
