@@ -62,6 +62,8 @@ protected:
 class SignalMatch final : public BusRegistration, public std::enable_shared_from_this<SignalMatch> {
 public:
     ~SignalMatch() override;
+    SignalMatch(const SignalMatch&) = delete;
+    SignalMatch& operator=(const SignalMatch&) = delete;
 
 private:
     friend class SystemBus;

@@ -61,7 +61,6 @@ constexpr unsigned cacheLimit = 65536;
 std::optional<std::string> txtBytes(AvahiStringList* list) {
     std::vector<std::string> texts;
     for (; list != nullptr; list = avahi_string_list_get_next(list)) {
-        // NOLINTNEXTLINE: bytes are bytes
         const auto* text = reinterpret_cast<const char*>(avahi_string_list_get_text(list));
         texts.emplace_back(text, avahi_string_list_get_size(list));
     }

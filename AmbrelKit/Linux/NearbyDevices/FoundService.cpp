@@ -97,7 +97,7 @@ void FoundService::end() {
     }
 }
 
-void FoundService::stackChanged(const std::shared_ptr<DiscoveryStack>& /*stack*/) { ask(); }
+void FoundService::stackChanged() { ask(); }
 
 void FoundService::forgetLookups() {
     lookup_.reset();

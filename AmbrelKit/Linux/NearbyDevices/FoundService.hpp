@@ -33,7 +33,7 @@ public:
     /// The service was seen on `interface`, where it can be asked for.
     void seenOn(int interface);
 
-    void stackChanged(const std::shared_ptr<DiscoveryStack>& stack) override;
+    void stackChanged() override;
 
 private:
     void begin();

@@ -31,14 +31,15 @@ void ServiceBrowser::searchForServicesOfType(const std::string& type, const std:
         discovery_ = loop_->shared<ServiceDiscovery>();
         discovery_->add(weak_from_this());
     }
-    stackChanged(discovery_->stack());
+    stackChanged();
 }
 
-void ServiceBrowser::stackChanged(const std::shared_ptr<DiscoveryStack>& stack) {
+void ServiceBrowser::stackChanged() {
     search_.reset();
     for (auto& [name, known] : known_) {
         known.places.clear();
     }
+    const auto stack = discovery_->stack();
     if (stack && !type_.empty()) {
         search_ =
             stack->browse(type_, domain_, [weak = weak_from_this()](const Sighting& sighting) {

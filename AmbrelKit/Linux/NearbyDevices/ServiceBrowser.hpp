@@ -25,7 +25,7 @@ public:
     void setDelegate(std::weak_ptr<NetServiceBrowserDelegate> delegate) override;
     void searchForServicesOfType(const std::string& type, const std::string& domain) override;
 
-    void stackChanged(const std::shared_ptr<DiscoveryStack>& stack) override;
+    void stackChanged() override;
 
 private:
     struct Known {

@@ -72,7 +72,7 @@ void ServiceDiscovery::use(std::shared_ptr<DiscoveryStack> stack) {
     const std::vector clients(clients_.begin(), clients_.end());
     for (const auto& weak : clients) {
         if (const auto client = weak.lock()) {
-            client->stackChanged(stack_);
+            client->stackChanged();
         }
     }
 }

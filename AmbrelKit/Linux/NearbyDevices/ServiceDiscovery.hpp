@@ -25,9 +25,9 @@ public:
         Client(const Client&) = delete;
         Client& operator=(const Client&) = delete;
         virtual ~Client() = default;
-        /// `stack` is to be used from now on; what an earlier one was asked is void. Null: there is
-        /// none for now. Calls nobody back.
-        virtual void stackChanged(const std::shared_ptr<DiscoveryStack>& stack) = 0;
+        /// `stack()` is another one, or none for now; what the one before was asked is void. Calls
+        /// nobody back.
+        virtual void stackChanged() = 0;
     };
 
     static std::shared_ptr<ServiceDiscovery> make(const std::shared_ptr<EventLoop>& loop);
