@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs a command that scans for services beside a real neighbour, and checks what it found.
 
-    bed.py [--daemon] [--services N] [--daemon-dies | --daemon-returns] COMMAND [ARGUMENT...]
+    bed.py [--daemon] [--services N] [--daemon-dies | --daemon-restarts] COMMAND [ARGUMENT...]
 
 The command runs in a network namespace that a veth pair joins to another, in which an avahi-daemon
 publishes services of the three types below, N of them on hosts of their own. It is to print a
@@ -90,6 +90,11 @@ class Bed:
             raise RuntimeError(f"failed: {script}")
 
     def join_sides(self):
+        # avahi-daemon hands its folder to this user, and only root exists in a user namespace.
+        for file in "passwd", "group":
+            (self.folder / file).write_text("root:x:0:\navahi:x:0:\n" if file == "group"
+                                            else "root:x:0:0::/:\navahi:x:0:0::/:\n")
+            self.run(f"mount --bind {self.folder}/{file} /etc/{file}")
         # The run's own /run: names of namespaces, and avahi-daemon's fixed paths.
         self.run("mount -t tmpfs run /run; ip netns add scan; ip netns add near;"
                  "ip -n scan link add v0 type veth peer name v0 netns near")
@@ -107,7 +112,7 @@ class Bed:
             <allow send_type="method_call"/><allow receive_sender="*"/></policy></busconfig>""")
         self.processes.append(subprocess.Popen(
             ["dbus-daemon", "--nofork", "--nopidfile", f"--config-file={self.folder}/bus.conf"]))
-        wait_until(socket.exists, "the bus")
+        wait_until(socket.exists, "the bus", self.folder / "bus.conf")
         os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={socket}"
 
     def write_services(self, services, hosts):
@@ -131,20 +136,20 @@ class Bed:
             exec avahi-daemon -f {folder}/conf --no-drop-root --no-chroot --no-rlimits --no-proc-title""",
             side, stdout=log, stderr=log)
         self.processes.append(daemon)
-        wait_until(lambda: "startup complete" in (folder / "log").read_text(), f"avahi-daemon:\n{folder}/log")
+        wait_until(lambda: "startup complete" in (folder / "log").read_text(), "avahi-daemon", folder / "log")
         return daemon
 
     def wait_for_services(self, count):
         log = self.folder / "near" / "log"
-        wait_until(lambda: log.read_text().count("successfully established") >= count, "the neighbour's services")
+        wait_until(lambda: log.read_text().count("successfully established") >= count, "the services", log)
 
 
-def wait_until(condition, what):
+def wait_until(condition, what, log):
     for _ in range(400):
         if condition():
             return
         time.sleep(0.05)
-    raise RuntimeError(f"waited in vain for {what}")
+    raise RuntimeError(f"waited in vain for {what}:\n{log.read_text()}")
 
 
 def check(output, services):
@@ -176,14 +181,14 @@ def inside(options):
             bed.bus()
             daemon = bed.avahi("scan", with_bus=True)
         scan = subprocess.Popen(["ip", "netns", "exec", "scan", *options.command], stdout=subprocess.PIPE)
-        if options.daemon_dies or options.daemon_returns:
+        if options.daemon_dies or options.daemon_restarts:
             time.sleep(2)
             daemon.kill()
             late, hosts = many_services(10, first=1000)
             bed.write_services(late, hosts)
             neighbour.send_signal(1)
             services += late
-            if options.daemon_returns:
+            if options.daemon_restarts:
                 time.sleep(0.5)
                 bed.avahi("scan", with_bus=True)
         output, _ = scan.communicate()
@@ -209,7 +214,7 @@ def main():
     parser.add_argument("--daemon", action="store_true")
     parser.add_argument("--services", type=int, default=0)
     parser.add_argument("--daemon-dies", action="store_true")
-    parser.add_argument("--daemon-returns", action="store_true")
+    parser.add_argument("--daemon-restarts", action="store_true")
     parser.add_argument("command", nargs=argparse.REMAINDER)
     options = parser.parse_args()
     return inside(options) if os.environ.get("BED_INSIDE") else outside()
