@@ -1,0 +1,90 @@
+#include "AmbrelKit/Internal/Extensions/JSONText.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace AmbrelKit {
+
+namespace {
+
+constexpr const char* tooDeep = "more than 512 arrays and dictionaries inside one another";
+
+void checkWritable(const JSONValue& value, int depth);
+
+void checkWritable(const JSONDictionary& dictionary, int depth) {
+    if (depth > greatestJSONDepth) {
+        throw JSONTextError(tooDeep);
+    }
+    for (const auto& [key, value] : dictionary) {
+        checkWritable(value, depth + 1);
+    }
+}
+
+/// The JSON library writes null for a number that is not finite, and an object for bytes: neither
+/// would read back as what was saved. Text is left to it; it refuses what is not UTF-8.
+void checkWritable(const JSONValue& value, int depth) {
+    if (value.is_object()) {
+        checkWritable(value.get_ref<const JSONDictionary&>(), depth);
+    } else if (value.is_array()) {
+        if (depth > greatestJSONDepth) {
+            throw JSONTextError(tooDeep);
+        }
+        for (const JSONValue& element : value) {
+            checkWritable(element, depth + 1);
+        }
+    } else if (value.is_number_float() && !std::isfinite(value.get<double>())) {
+        throw JSONTextError("a number that is not finite has no JSON form");
+    } else if (value.is_binary() || value.is_discarded()) {
+        throw JSONTextError(std::string("a value of type ") + value.type_name() +
+                            " has no JSON form");
+    }
+}
+
+/// At least the depth of `text` when that is JSON. Brackets inside texts are not told apart by
+/// their escapes alone, so the scan keeps track of where a text begins and ends.
+int depthOf(std::string_view text) {
+    int depth = 0;
+    int greatest = 0;
+    bool inText = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char character = text[i];
+        if (inText && character == '\\') {
+            ++i;
+        } else if (character == '"') {
+            inText = !inText;
+        } else if (!inText && (character == '{' || character == '[')) {
+            greatest = std::max(greatest, ++depth);
+        } else if (!inText && (character == '}' || character == ']')) {
+            --depth;
+        }
+    }
+    return greatest;
+}
+
+} // namespace
+
+std::string writeJSON(const JSONDictionary& dictionary) {
+    checkWritable(dictionary, 1);
+    try {
+        return JSONValue(dictionary).dump();
+    } catch (const JSONValue::exception& error) {
+        throw JSONTextError(error.what());
+    }
+}
+
+JSONValue readJSON(std::string_view text) {
+    const auto brackets =
+        std::count_if(text.begin(), text.end(), [](char c) { return c == '{' || c == '['; });
+    if (brackets > greatestJSONDepth && depthOf(text) > greatestJSONDepth) {
+        throw JSONTextError(tooDeep);
+    }
+    try {
+        return JSONValue::parse(text);
+    } catch (const JSONValue::parse_error& error) {
+        throw JSONTextError("no JSON (byte " + std::to_string(error.byte) + ")");
+    } catch (const JSONValue::exception& error) { // a number beyond the range of a double
+        throw JSONTextError(error.what());
+    }
+}
+
+} // namespace AmbrelKit

@@ -1,0 +1,188 @@
+#include <AmbrelKit/AmbrelStorage.hpp>
+
+#include "AmbrelKit/Internal/Extensions/DoubleText.hpp"
+#include "AmbrelKit/Internal/Extensions/File.hpp"
+#include "AmbrelKit/Internal/Extensions/JSONText.hpp"
+#include "AmbrelKit/Internal/Extensions/ReplaceFile.hpp"
+#include "AmbrelKit/Platform/UTF8.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <limits>
+#include <utility>
+
+namespace AmbrelKit {
+
+namespace {
+
+/// The environment variable's value; absent when it is unset or empty.
+std::optional<std::string> environment(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0' ? std::optional<std::string>(value) : std::nullopt;
+}
+
+/// The double that is the integer; nothing when it lies between two doubles.
+template <class Integer> std::optional<double> exactly(Integer integer) {
+    const auto number = static_cast<double>(integer);
+    const double tooGreat = std::ldexp(1.0, std::numeric_limits<Integer>::digits);
+    const bool exact = number < tooGreat && static_cast<Integer>(number) == integer;
+    return exact ? std::optional(number) : std::nullopt;
+}
+
+} // namespace
+
+AmbrelStorage& AmbrelStorage::shared() {
+    static AmbrelStorage storage;
+    return storage;
+}
+
+AmbrelStorage::AmbrelStorage()
+    : report([](const std::string& line) { std::cout << line << std::endl; }) {}
+
+void AmbrelStorage::save(const JSONDictionary& dictionary) const {
+    const auto time = timestamp(dictionary);
+    if (!time) {
+        return;
+    }
+    try {
+        const std::string directory = path();
+        if (!std::filesystem::exists(directory)) {
+            makeDirectory(directory);
+        }
+        replaceFile(directory, doubleText(*time), writeJSON(dictionary));
+    } catch (const std::exception& failure) {
+        reportFailure(failure);
+    }
+}
+
+void AmbrelStorage::delete_(const JSONDictionary& dictionary) const {
+    const auto time = timestamp(dictionary);
+    if (!time) {
+        return;
+    }
+    try {
+        removeFile(pathForDirectory(directoryPath, doubleText(*time)));
+    } catch (const std::exception& failure) {
+        reportFailure(failure);
+    }
+}
+
+std::vector<JSONDictionary> AmbrelStorage::savedCollections() const {
+    std::vector<JSONDictionary> collections;
+    forEachSavedCollection([&collections](JSONDictionary collection) {
+        collections.push_back(std::move(collection));
+    });
+    return collections;
+}
+
+void AmbrelStorage::forEachSavedCollection(const Visitor& visit) const {
+    for (const std::string& name : namesInDirectory()) {
+        if (auto collection = getInDirectory(name)) {
+            visit(std::move(*collection));
+        }
+    }
+}
+
+void AmbrelStorage::forEachSavedCollection(double since, double until, const Visitor& visit) const {
+    constexpr double beforeAll = -std::numeric_limits<double>::infinity();
+    std::vector<std::pair<double, std::string>> files;
+    for (std::string& name : namesInDirectory()) {
+        auto time = doubleOfText(name);
+        if (!time) {
+            const auto collection = getInDirectory(name);
+            if (!collection) {
+                continue;
+            }
+            time = timestamp(*collection).value_or(beforeAll);
+        }
+        if (*time >= since && *time <= until) {
+            files.emplace_back(*time, std::move(name));
+        }
+    }
+    std::sort(files.begin(), files.end());
+    for (const auto& [time, name] : files) {
+        if (auto collection = getInDirectory(name)) {
+            visit(std::move(*collection));
+        }
+    }
+}
+
+std::optional<std::string> AmbrelStorage::documentsPath() {
+    if (auto folder = environment("AMBREL_DOCUMENTS_DIR")) {
+        return folder;
+    }
+    if (auto folders = environment("STATE_DIRECTORY")) {
+        return folders->substr(0, folders->find(':')); // a service may have several
+    }
+    // A relative path in this variable is to be ignored: XDG Base Directory Specification.
+    if (auto folder = environment("XDG_DATA_HOME"); folder && folder->front() == '/') {
+        return *folder + "/ambrelkit";
+    }
+    if (auto home = environment("HOME")) {
+        return *home + "/.local/share/ambrelkit";
+    }
+    return std::nullopt;
+}
+
+std::string AmbrelStorage::pathForDirectory(std::string_view directory) {
+    return documentsPath().value_or("").append("/").append(directory);
+}
+
+std::string AmbrelStorage::pathForDirectory(std::string_view directory, std::string_view withName) {
+    return pathForDirectory(directory).append("/").append(withName);
+}
+
+/// The number under "timestamp"; a boolean is none, nor is an integer that a double cannot hold.
+std::optional<double> AmbrelStorage::timestamp(const JSONDictionary& dictionary) {
+    const auto found = dictionary.find(timestampKey);
+    if (found == dictionary.end()) {
+        return std::nullopt;
+    }
+    switch (found->second.type()) {
+    case JSONValue::value_t::number_integer:
+        return exactly(found->second.get<std::int64_t>());
+    case JSONValue::value_t::number_unsigned:
+        return exactly(found->second.get<std::uint64_t>());
+    case JSONValue::value_t::number_float:
+        return found->second.get<double>();
+    default:
+        return std::nullopt;
+    }
+}
+
+std::optional<JSONDictionary> AmbrelStorage::getInDirectory(const std::string& withName) const {
+    const std::string path = pathForDirectory(directoryPath, withName);
+    try {
+        JSONValue value = readJSON(readFile(path));
+        if (value.is_object()) {
+            return std::move(value.get_ref<JSONDictionary&>());
+        }
+    } catch (const JSONTextError& error) {
+        reportFailure(JSONTextError(path + ": " + error.what()));
+    } catch (const std::exception& failure) {
+        reportFailure(failure);
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> AmbrelStorage::namesInDirectory() const {
+    std::vector<std::string> names;
+    try {
+        names = namesIn(path());
+        std::erase_if(names, isTemporaryName);
+    } catch (const std::exception& failure) {
+        reportFailure(failure);
+    }
+    return names;
+}
+
+void AmbrelStorage::reportFailure(const std::exception& failure) const {
+    if (report) {
+        report(singleLine(failure.what()));
+    }
+}
+
+} // namespace AmbrelKit
