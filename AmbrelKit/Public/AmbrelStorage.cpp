@@ -43,8 +43,8 @@ AmbrelStorage::AmbrelStorage()
     : report([](const std::string& line) { std::cout << line << std::endl; }) {}
 
 void AmbrelStorage::save(const JSONDictionary& dictionary) const {
-    const auto time = timestamp(dictionary);
-    if (!time) {
+    const auto name = fileName(dictionary);
+    if (!name) {
         return;
     }
     try {
@@ -52,19 +52,19 @@ void AmbrelStorage::save(const JSONDictionary& dictionary) const {
         if (!std::filesystem::exists(directory)) {
             makeDirectory(directory);
         }
-        replaceFile(directory, doubleText(*time), writeJSON(dictionary));
+        replaceFile(directory, *name, writeJSON(dictionary));
     } catch (const std::exception& failure) {
         reportFailure(failure);
     }
 }
 
 void AmbrelStorage::delete_(const JSONDictionary& dictionary) const {
-    const auto time = timestamp(dictionary);
-    if (!time) {
+    const auto name = fileName(dictionary);
+    if (!name) {
         return;
     }
     try {
-        removeFile(pathForDirectory(directoryPath, doubleText(*time)));
+        removeFile(pathForDirectory(directoryPath, *name));
     } catch (const std::exception& failure) {
         reportFailure(failure);
     }
@@ -108,6 +108,11 @@ void AmbrelStorage::forEachSavedCollection(double since, double until, const Vis
             visit(std::move(*collection));
         }
     }
+}
+
+std::optional<std::string> AmbrelStorage::fileName(const JSONDictionary& dictionary) {
+    const auto time = timestamp(dictionary);
+    return time ? std::optional(doubleText(*time)) : std::nullopt;
 }
 
 std::optional<std::string> AmbrelStorage::documentsPath() {

@@ -71,8 +71,11 @@ public:
     /// holds none.
     void forEachSavedCollection(double since, double until, const Visitor& visit) const;
 
+    /// The name of the dictionary's file; nothing in the cases in which `save` does nothing.
+    [[nodiscard]] static std::optional<std::string> fileName(const JSONDictionary& dictionary);
+
     /// The directory of the files. It need not exist.
-    [[nodiscard]] std::string path() const { return pathForDirectory(directoryPath); }
+    [[nodiscard]] static std::string path() { return pathForDirectory(directoryPath); }
 
 private:
     static constexpr const char* directoryPath = "collections";

@@ -34,6 +34,7 @@ private:
 // leaves the exit status in `status`; it may throw `CommandError`.
 void addReplayCommand(CLI::App& app, ExitStatus& status);
 void addScanCommand(CLI::App& app, ExitStatus& status);
+void addStoreCommand(CLI::App& app, ExitStatus& status);
 
 } // namespace Ambrel
 

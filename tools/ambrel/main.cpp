@@ -20,6 +20,7 @@ int run(int argc, char** argv) {
     addScanCommand(app, status);
 #endif
     addReplayCommand(app, status);
+    addStoreCommand(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) { // --help, --version

@@ -1,0 +1,25 @@
+#ifndef AMBREL_DICTIONARYREADER_HPP
+#define AMBREL_DICTIONARYREADER_HPP
+
+#include <AmbrelKit/Platform/JSONDictionary.hpp>
+#include <cstddef>
+#include <functional>
+#include <istream>
+#include <string>
+
+namespace Ambrel {
+
+/// Reads dictionaries: one JSON object over any number of lines, or one on each line (NDJSON; blank
+/// lines are skipped). Calls `take` with each as soon as it is read, and with the number of its
+/// first line. Throws `CommandError` that names `source` and the line where no dictionary is.
+void readDictionaries(
+    std::istream& input, const std::string& source,
+    const std::function<void(const AmbrelKit::JSONDictionary& dictionary, std::size_t line)>& take);
+
+/// The command line or an input is wrong at that line.
+[[noreturn]] void throwBadLine(const std::string& source, std::size_t line,
+                               const std::string& reason);
+
+} // namespace Ambrel
+
+#endif

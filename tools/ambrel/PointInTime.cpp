@@ -1,0 +1,96 @@
+#include "tools/ambrel/PointInTime.hpp"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <ctime>
+
+namespace Ambrel {
+
+namespace {
+
+/// What stands behind a decimal point at the start of `text`, as a part of one; moves on behind it.
+double takeFraction(const char*& text, const char* end) {
+    double fraction = 0;
+    if (*text == '.') {
+        text = std::from_chars(text, end, fraction, std::chars_format::fixed).ptr;
+    }
+    return fraction;
+}
+
+std::optional<double> isoPointInTime(const std::string& text) {
+    std::tm parts{};
+    double fraction = 0;
+    std::optional<long> secondsEast;
+    const char* rest = strptime(text.c_str(), "%Y-%m-%d", &parts);
+    if (rest != nullptr && (*rest == 'T' || *rest == ' ')) {
+        rest = strptime(rest + 1, "%H:%M", &parts);
+        if (rest != nullptr && *rest == ':') {
+            rest = strptime(rest, ":%S", &parts);
+        }
+        if (rest != nullptr) {
+            fraction = takeFraction(rest, text.data() + text.size());
+        }
+        if (rest != nullptr && *rest != '\0') {
+            rest = strptime(rest, "%z", &parts);
+            secondsEast = parts.tm_gmtoff;
+        }
+    }
+    if (rest == nullptr || *rest != '\0') {
+        return std::nullopt;
+    }
+    parts.tm_isdst = -1;
+    const int day = parts.tm_mday;
+    const std::time_t time = secondsEast ? timegm(&parts) - *secondsEast : std::mktime(&parts);
+    // A day that its month has not becomes one of the next month.
+    return parts.tm_mday == day ? std::optional(static_cast<double>(time) + fraction)
+                                : std::nullopt;
+}
+
+/// The point in time as the C library takes it; beyond every calendar when it is out of its range.
+std::time_t wholeSeconds(double seconds) {
+    constexpr double greatest = 0x1p60;
+    return static_cast<std::time_t>(std::floor(std::clamp(seconds, -greatest, greatest)));
+}
+
+} // namespace
+
+std::optional<double> pointInTime(const std::string& text) {
+    double seconds = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, seconds);
+    if (error == std::errc() && rest == end && std::isfinite(seconds)) {
+        return seconds;
+    }
+    return isoPointInTime(text);
+}
+
+std::string localTime(double seconds) {
+    std::tm parts{};
+    std::array<char, 64> text{};
+    const std::time_t time = wholeSeconds(seconds);
+    if (localtime_r(&time, &parts) == nullptr ||
+        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts) == 0) {
+        return "-";
+    }
+    return text.data();
+}
+
+std::string age(double seconds, double now) {
+    struct Unit {
+        double length;
+        const char* name;
+    };
+    constexpr std::array<Unit, 5> units{
+        {{365.25 * 86400, " y"}, {86400, " d"}, {3600, " h"}, {60, " min"}, {0, " s"}}};
+    const double passed = now - seconds;
+    const auto* unit = std::find_if(units.begin(), units.end(),
+                                    [passed](const Unit& unit) { return passed >= unit.length; });
+    if (unit == units.end()) {
+        return "-";
+    }
+    return std::to_string(wholeSeconds(passed / std::max(unit->length, 1.0))) + unit->name;
+}
+
+} // namespace Ambrel

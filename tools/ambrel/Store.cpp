@@ -1,0 +1,19 @@
+#include "tools/ambrel/Store.hpp"
+
+#include <iostream>
+#include <memory>
+
+namespace Ambrel {
+
+bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>& work) {
+    const auto failed = std::make_shared<bool>(false);
+    auto& store = AmbrelKit::AmbrelStorage::shared();
+    store.report = [failed](const std::string& line) {
+        *failed = true;
+        std::cerr << "ambrel: " << line << '\n';
+    };
+    work(store);
+    return !*failed;
+}
+
+} // namespace Ambrel

@@ -1,0 +1,15 @@
+#ifndef AMBREL_STORE_HPP
+#define AMBREL_STORE_HPP
+
+#include <AmbrelKit/AmbrelStorage.hpp>
+#include <functional>
+
+namespace Ambrel {
+
+/// Lets `work` use the store, and writes each failure that the store reports meanwhile as one line
+/// to standard error. Returns whether there was none.
+bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>& work);
+
+} // namespace Ambrel
+
+#endif

@@ -1,0 +1,179 @@
+#include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/DictionaryReader.hpp"
+#include "tools/ambrel/PointInTime.hpp"
+#include "tools/ambrel/Store.hpp"
+#include "tools/ambrel/Summary.hpp"
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <limits>
+#include <memory>
+#include <system_error>
+#include <unistd.h>
+
+namespace Ambrel {
+
+namespace {
+
+using AmbrelKit::AmbrelStorage;
+using AmbrelKit::JSONDictionary;
+using AmbrelKit::JSONValue;
+
+constexpr double ever = std::numeric_limits<double>::infinity();
+
+/// What the subcommands are given; each uses its own part.
+struct StoreArguments {
+    std::string timestamp;
+    std::string since;
+    std::string until;
+    std::string format;
+    std::string file = "-";
+};
+
+void print(const std::string& line) {
+    if (!(std::cout << line << '\n')) {
+        throw CommandError(failed, "can't write to standard output");
+    }
+}
+
+ExitStatus statusOf(bool whole) {
+    if (!std::cout.flush()) {
+        throw CommandError(failed, "can't write to standard output");
+    }
+    return whole ? done : failed;
+}
+
+double parsedTime(const std::string& name, const std::string& text) {
+    const auto time = pointInTime(text);
+    if (!time) {
+        throw CommandError(badInput, name + ": '" + text + "' is no point in time");
+    }
+    return *time;
+}
+
+/// Visits from the oldest to the newest. A store that was never saved to is an empty one.
+ExitStatus visitStore(double since, double until, const AmbrelStorage::Visitor& visit) {
+    return statusOf(withStore([&](const AmbrelStorage& store) {
+        std::error_code unknown;
+        if (std::filesystem::exists(AmbrelStorage::path(), unknown) || unknown) {
+            store.forEachSavedCollection(since, until, visit);
+        } else {
+            std::cerr << "ambrel: nothing has been saved in " << AmbrelStorage::path() << '\n';
+        }
+    }));
+}
+
+ExitStatus list(const StoreArguments& arguments) {
+    if (arguments.format == "json") {
+        return visitStore(-ever, ever, [](const JSONDictionary& collection) {
+            print(Summary(collection).json().dump());
+        });
+    }
+    const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
+    print(Summary::heading());
+    return visitStore(-ever, ever, [now](const JSONDictionary& collection) {
+        print(Summary(collection).row(now.count()));
+    });
+}
+
+ExitStatus show(const StoreArguments& arguments) {
+    constexpr int indent = 2;
+    const double time = parsedTime("TIMESTAMP", arguments.timestamp);
+    const bool inTerminal = isatty(STDOUT_FILENO) != 0;
+    const bool compact = arguments.format.empty() ? !inTerminal : arguments.format == "json";
+    bool found = false;
+    const ExitStatus status = visitStore(time, time, [&](JSONDictionary collection) {
+        found = true;
+        print(JSONValue(std::move(collection)).dump(compact ? -1 : indent));
+    });
+    if (!found && status == done) {
+        throw CommandError(failed, "no collection of " + arguments.timestamp + " is saved");
+    }
+    return status;
+}
+
+ExitStatus exportAll(const StoreArguments& arguments) {
+    const auto& [timestamp, since, until, format, file] = arguments;
+    return visitStore(
+        since.empty() ? -ever : parsedTime("--since", since),
+        until.empty() ? ever : parsedTime("--until", until),
+        [](JSONDictionary collection) { print(JSONValue(std::move(collection)).dump()); });
+}
+
+ExitStatus saveFrom(std::istream& input, const std::string& source) {
+    return statusOf(withStore([&](const AmbrelStorage& store) {
+        readDictionaries(input, source, [&](const JSONDictionary& dictionary, std::size_t line) {
+            if (!AmbrelStorage::fileName(dictionary)) {
+                throwBadLine(source, line,
+                             "\"timestamp\" is missing or is no number that a double holds");
+            }
+            store.save(dictionary);
+        });
+    }));
+}
+
+ExitStatus save(const StoreArguments& arguments) {
+    if (arguments.file == "-") {
+        return saveFrom(std::cin, "standard input");
+    }
+    std::ifstream file(arguments.file, std::ios::binary);
+    if (!file) {
+        throw CommandError(failed, arguments.file + ": " + std::generic_category().message(errno));
+    }
+    return saveFrom(file, arguments.file);
+}
+
+ExitStatus deleteOne(const StoreArguments& arguments) {
+    const double time = parsedTime("TIMESTAMP", arguments.timestamp);
+    return statusOf(withStore([time](const AmbrelStorage& store) {
+        store.delete_({{"timestamp", time}});
+    }));
+}
+
+ExitStatus path(const StoreArguments& /*arguments*/) {
+    print(AmbrelStorage::path());
+    return statusOf(true);
+}
+
+} // namespace
+
+void addStoreCommand(CLI::App& app, ExitStatus& status) {
+    CLI::App* store = app.add_subcommand("store", "Keeps collections in files, one each");
+    store->require_subcommand(1);
+    const auto arguments = std::make_shared<StoreArguments>();
+    const auto add = [&](const char* name, const char* description, auto operation) {
+        CLI::App* command = store->add_subcommand(name, description);
+        command->callback([arguments, operation, &status] { status = operation(*arguments); });
+        return command;
+    };
+    const std::string timestampHelp = std::string("of the collection, ") + pointInTimeForms;
+
+    add("list", "Lists the saved collections, oldest first", list)
+        ->add_option("--format", arguments->format, "table (the default), or json for NDJSON")
+        ->check(CLI::IsMember({"table", "json"}));
+    CLI::App* command = add("show", "Prints one saved collection", show);
+    command->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)->required();
+    command
+        ->add_option("--format", arguments->format,
+                     "json: on one line (the default in a pipe); pretty: indented (in a terminal)")
+        ->check(CLI::IsMember({"json", "pretty"}));
+    add("save",
+        "Saves dictionaries, each as soon as it is read; one with the same timestamp is replaced",
+        save)
+        ->add_option("FILE", arguments->file,
+                     "one JSON object, or one on each line; - or nothing for standard input");
+    add("delete", "Deletes one saved collection", deleteOne)
+        ->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)
+        ->required();
+    command = add("export", "Prints the saved collections as NDJSON, oldest first", exportAll);
+    command->add_option("--since", arguments->since,
+                        std::string("not those before this time: ") + pointInTimeForms);
+    command->add_option("--until", arguments->until, "not those after this time: likewise");
+    add("path", "Prints the directory of the files", path);
+}
+
+} // namespace Ambrel
