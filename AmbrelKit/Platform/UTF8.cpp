@@ -95,19 +95,4 @@ std::string repairedUTF8(std::string_view bytes) {
     return text;
 }
 
-std::string singleLine(std::string_view bytes) {
-    const std::string text = repairedUTF8(bytes);
-    std::string line;
-    line.reserve(text.size());
-    for (std::string_view rest = text; !rest.empty();) {
-        const std::size_t length = characterLength(rest);
-        const auto first = static_cast<unsigned char>(rest[0]);
-        const bool isC0 = first < 0x20 || first == 0x7F;
-        const bool isC1 = first == 0xC2 && static_cast<unsigned char>(rest[1]) < 0xA0;
-        line.append(isC0 || isC1 ? " " : rest.substr(0, length));
-        rest.remove_prefix(length);
-    }
-    return line;
-}
-
 } // namespace AmbrelKit

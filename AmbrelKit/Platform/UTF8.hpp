@@ -13,10 +13,6 @@ bool isValidUTF8(std::string_view bytes);
 /// character) is replaced by one U+FFFD. Text of unknown origin goes through here where it enters.
 std::string repairedUTF8(std::string_view bytes);
 
-/// `bytes` as one line for a terminal or a log: valid UTF-8, with a space for every control
-/// character, so that a name from the air can neither break the line nor steer the terminal.
-std::string singleLine(std::string_view bytes);
-
 } // namespace AmbrelKit
 
 #endif

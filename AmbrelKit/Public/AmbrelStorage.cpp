@@ -32,6 +32,23 @@ template <class Integer> std::optional<double> exactly(Integer integer) {
     return exact ? std::optional(number) : std::nullopt;
 }
 
+/// A file's name may hold any byte, so an error that cites it could break the line, or steer the
+/// terminal that shows it.
+std::string singleLine(std::string_view text) {
+    std::string line = repairedUTF8(text);
+    bool afterC2 = false; // the first byte of U+0080 to U+009F, control characters too
+    for (char& character : line) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte < 0x20 || byte == 0x7F) {
+            character = ' ';
+        } else if (afterC2 && byte < 0xA0) {
+            character = '\xA0'; // the space that does not break
+        }
+        afterC2 = byte == 0xC2;
+    }
+    return line;
+}
+
 } // namespace
 
 AmbrelStorage& AmbrelStorage::shared() {

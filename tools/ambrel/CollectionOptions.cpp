@@ -5,7 +5,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <string>
-#include <unistd.h>
 
 namespace Ambrel {
 
@@ -83,16 +82,6 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
 bool isGranted(const CollectionOptions& options, const std::string& permission) {
     return (options.only.empty() || contains(options.only, permission)) &&
            !contains(options.without, permission);
-}
-
-OutputFormat outputFormat(const CollectionOptions& options) {
-    if (options.format.empty()) {
-        return isatty(STDOUT_FILENO) == 1 ? OutputFormat::pretty : OutputFormat::json;
-    }
-    if (options.format == "table") {
-        return OutputFormat::table;
-    }
-    return options.format == "pretty" ? OutputFormat::pretty : OutputFormat::json;
 }
 
 } // namespace Ambrel

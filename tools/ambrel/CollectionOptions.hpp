@@ -12,12 +12,6 @@ class App;
 
 namespace Ambrel {
 
-enum class OutputFormat {
-    json,   ///< compact, on one line
-    pretty, ///< indented
-    table,  ///< for reading
-};
-
 /// What the command line says of a collection.
 struct CollectionOptions {
     std::vector<std::string> services; ///< empty: the information dictionary's, or the common ones
@@ -34,9 +28,6 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options);
 
 /// Whether this host grants the permission: "bluetooth", "location" or "network".
 bool isGranted(const CollectionOptions& options, const std::string& permission);
-
-/// The format asked for; by default pretty in a terminal, else json.
-OutputFormat outputFormat(const CollectionOptions& options);
 
 } // namespace Ambrel
 

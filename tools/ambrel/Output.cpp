@@ -7,6 +7,7 @@
 #include <iostream>
 #include <string_view>
 #include <system_error>
+#include <unistd.h>
 
 namespace Ambrel {
 
@@ -39,6 +40,16 @@ std::string withEscapedControls(const std::string& json) {
 }
 
 } // namespace
+
+OutputFormat outputFormat(const std::string& name) {
+    if (name.empty()) {
+        return isatty(STDOUT_FILENO) == 1 ? OutputFormat::pretty : OutputFormat::json;
+    }
+    if (name == "table") {
+        return OutputFormat::table;
+    }
+    return name == "pretty" ? OutputFormat::pretty : OutputFormat::json;
+}
 
 std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format) {
     switch (format) {

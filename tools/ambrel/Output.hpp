@@ -1,13 +1,20 @@
 #ifndef AMBREL_OUTPUT_HPP
 #define AMBREL_OUTPUT_HPP
 
-#include "tools/ambrel/CollectionOptions.hpp"
-
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
 #include <string>
 
 namespace Ambrel {
+
+enum class OutputFormat {
+    json,   ///< compact, on one line
+    pretty, ///< indented
+    table,  ///< for reading
+};
+
+/// The format of that name; for an empty one pretty in a terminal, else json.
+OutputFormat outputFormat(const std::string& name);
 
 /// A delivered dictionary as text with a line end. No control character that some device chose for
 /// its name is in it as it is.

@@ -10,7 +10,7 @@ namespace Ambrel {
 namespace {
 
 ExitStatus scan(const CollectionOptions& options) {
-    const OutputFormat format = outputFormat(options);
+    const OutputFormat format = outputFormat(options.format);
     const auto data = collectOnce(options);
     if (!data) {
         return interrupted;

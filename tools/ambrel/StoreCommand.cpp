@@ -1,5 +1,6 @@
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/DictionaryReader.hpp"
+#include "tools/ambrel/Output.hpp"
 #include "tools/ambrel/PointInTime.hpp"
 #include "tools/ambrel/Store.hpp"
 #include "tools/ambrel/Summary.hpp"
@@ -9,11 +10,11 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <limits>
 #include <memory>
 #include <system_error>
-#include <unistd.h>
 
 namespace Ambrel {
 
@@ -21,7 +22,6 @@ namespace {
 
 using AmbrelKit::AmbrelStorage;
 using AmbrelKit::JSONDictionary;
-using AmbrelKit::JSONValue;
 
 constexpr double ever = std::numeric_limits<double>::infinity();
 
@@ -34,18 +34,7 @@ struct StoreArguments {
     std::string file = "-";
 };
 
-void print(const std::string& line) {
-    if (!(std::cout << line << '\n')) {
-        throw CommandError(failed, "can't write to standard output");
-    }
-}
-
-ExitStatus statusOf(bool whole) {
-    if (!std::cout.flush()) {
-        throw CommandError(failed, "can't write to standard output");
-    }
-    return whole ? done : failed;
-}
+ExitStatus statusOf(bool whole) { return whole ? done : failed; }
 
 double parsedTime(const std::string& name, const std::string& text) {
     const auto time = pointInTime(text);
@@ -55,40 +44,43 @@ double parsedTime(const std::string& name, const std::string& text) {
     return *time;
 }
 
-/// Visits from the oldest to the newest. A store that was never saved to is an empty one.
-ExitStatus visitStore(double since, double until, const AmbrelStorage::Visitor& visit) {
-    return statusOf(withStore([&](const AmbrelStorage& store) {
+/// Prints what `text` gives for each collection from the oldest to the newest, in larger pieces. A
+/// store that was never saved to is an empty one.
+ExitStatus printEach(double since, double until,
+                     const std::function<std::string(const JSONDictionary&)>& text) {
+    const bool whole = withStore([&](const AmbrelStorage& store) {
         std::error_code unknown;
         if (std::filesystem::exists(AmbrelStorage::path(), unknown) || unknown) {
-            store.forEachSavedCollection(since, until, visit);
+            store.forEachSavedCollection(since, until, [&text](const JSONDictionary& collection) {
+                std::cout << text(collection);
+            });
         } else {
             std::cerr << "ambrel: nothing has been saved in " << AmbrelStorage::path() << '\n';
         }
-    }));
+    });
+    printResult("");
+    return statusOf(whole);
 }
 
 ExitStatus list(const StoreArguments& arguments) {
     if (arguments.format == "json") {
-        return visitStore(-ever, ever, [](const JSONDictionary& collection) {
-            print(Summary(collection).json().dump());
+        return printEach(-ever, ever, [](const JSONDictionary& collection) {
+            return formatted(Summary(collection).json(), OutputFormat::json);
         });
     }
     const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
-    print(Summary::heading());
-    return visitStore(-ever, ever, [now](const JSONDictionary& collection) {
-        print(Summary(collection).row(now.count()));
+    std::cout << Summary::heading() << '\n';
+    return printEach(-ever, ever, [now](const JSONDictionary& collection) {
+        return Summary(collection).row(now.count()) + "\n";
     });
 }
 
 ExitStatus show(const StoreArguments& arguments) {
-    constexpr int indent = 2;
     const double time = parsedTime("TIMESTAMP", arguments.timestamp);
-    const bool inTerminal = isatty(STDOUT_FILENO) != 0;
-    const bool compact = arguments.format.empty() ? !inTerminal : arguments.format == "json";
     bool found = false;
-    const ExitStatus status = visitStore(time, time, [&](JSONDictionary collection) {
+    const ExitStatus status = printEach(time, time, [&](const JSONDictionary& collection) {
         found = true;
-        print(JSONValue(std::move(collection)).dump(compact ? -1 : indent));
+        return formatted(collection, outputFormat(arguments.format));
     });
     if (!found && status == done) {
         throw CommandError(failed, "no collection of " + arguments.timestamp + " is saved");
@@ -98,10 +90,10 @@ ExitStatus show(const StoreArguments& arguments) {
 
 ExitStatus exportAll(const StoreArguments& arguments) {
     const auto& [timestamp, since, until, format, file] = arguments;
-    return visitStore(
+    return printEach(
         since.empty() ? -ever : parsedTime("--since", since),
         until.empty() ? ever : parsedTime("--until", until),
-        [](JSONDictionary collection) { print(JSONValue(std::move(collection)).dump()); });
+        [](const JSONDictionary& collection) { return formatted(collection, OutputFormat::json); });
 }
 
 ExitStatus saveFrom(std::istream& input, const std::string& source) {
@@ -135,8 +127,8 @@ ExitStatus deleteOne(const StoreArguments& arguments) {
 }
 
 ExitStatus path(const StoreArguments& /*arguments*/) {
-    print(AmbrelStorage::path());
-    return statusOf(true);
+    printResult(AmbrelStorage::path() + "\n");
+    return done;
 }
 
 } // namespace
@@ -159,8 +151,9 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
     command->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)->required();
     command
         ->add_option("--format", arguments->format,
-                     "json: on one line (the default in a pipe); pretty: indented (in a terminal)")
-        ->check(CLI::IsMember({"json", "pretty"}));
+                     "json: on one line (the default in a pipe); pretty: indented (the default in "
+                     "a terminal); table: for reading")
+        ->check(CLI::IsMember({"json", "pretty", "table"}));
     add("save",
         "Saves dictionaries, each as soon as it is read; one with the same timestamp is replaced",
         save)

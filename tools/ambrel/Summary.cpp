@@ -1,7 +1,7 @@
 #include "tools/ambrel/Summary.hpp"
 
-#include "AmbrelKit/Platform/UTF8.hpp"
 #include "tools/ambrel/PointInTime.hpp"
+#include "tools/ambrel/TerminalText.hpp"
 
 #include <array>
 #include <cstdlib>
@@ -81,16 +81,16 @@ std::string Summary::heading() {
 std::string Summary::row(double now) const {
     std::string names;
     for (const std::string& name : networks) {
-        names += (names.empty() ? "" : ", ") + AmbrelKit::singleLine(name);
+        names += (names.empty() ? "" : ", ") + printable(name);
     }
     const bool timed = timestamp.is_number();
     const double seconds = timed ? timestamp.get<double>() : 0;
     return line(timed ? timestamp.dump() : "-", timed ? localTime(seconds) : "-",
                 timed ? age(seconds, now) : "-", peripherals, services, hasLocation ? "yes" : "-",
-                AmbrelKit::singleLine(address.value_or("-")), names.empty() ? "-" : names);
+                printable(address.value_or("-")), names.empty() ? "-" : names);
 }
 
-JSONValue Summary::json() const {
+JSONDictionary Summary::json() const {
     JSONDictionary summary{{"peripherals", peripherals},
                            {"services", services},
                            {"location", hasLocation},

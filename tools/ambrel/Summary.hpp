@@ -19,7 +19,7 @@ struct Summary {
     static std::string heading();
 
     /// The same as a dictionary; what is not known has no key.
-    [[nodiscard]] AmbrelKit::JSONValue json() const;
+    [[nodiscard]] AmbrelKit::JSONDictionary json() const;
 
     AmbrelKit::JSONValue timestamp; ///< null when it is no number
     std::size_t peripherals;
