@@ -69,6 +69,7 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
                     "reuse a collection this young, 0 to 30 (default 30)")
         ->type_name("SECONDS")
         ->check(checkThreshold);
+    command.add_flag("--save", options.save, "save what is delivered too: see ambrel store");
     command.add_option("--format", options.format, "json, pretty or table")
         ->type_name("FORMAT")
         ->check(checkFormat);

@@ -19,6 +19,7 @@ struct CollectionOptions {
     std::vector<std::string> without;
     std::optional<std::int64_t> threshold; ///< seconds
     std::string format;                    ///< empty: by where the output goes
+    bool save = false; ///< each dictionary into the store too
     bool quiet = false;
 };
 

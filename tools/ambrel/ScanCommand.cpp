@@ -1,6 +1,7 @@
 #include "tools/ambrel/Collection.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Output.hpp"
+#include "tools/ambrel/Store.hpp"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -15,8 +16,9 @@ ExitStatus scan(const CollectionOptions& options) {
     if (!data) {
         return interrupted;
     }
+    const bool kept = !options.save || saveCollection(*data);
     printResult(formatted(*data, format));
-    return done;
+    return kept ? done : failed;
 }
 
 } // namespace

@@ -16,4 +16,9 @@ bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>&
     return !*failed;
 }
 
+bool saveCollection(const AmbrelKit::JSONDictionary& collection) {
+    return withStore(
+        [&collection](const AmbrelKit::AmbrelStorage& store) { store.save(collection); });
+}
+
 } // namespace Ambrel

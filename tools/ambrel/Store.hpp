@@ -10,6 +10,9 @@ namespace Ambrel {
 /// to standard error. Returns whether there was none.
 bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>& work);
 
+/// Saves one dictionary; false when that failed.
+bool saveCollection(const AmbrelKit::JSONDictionary& collection);
+
 } // namespace Ambrel
 
 #endif
