@@ -124,9 +124,9 @@ private:
     std::shared_ptr<AvahiDaemon> daemon_;
 };
 
-AvahiDaemon::AvahiDaemon(const std::shared_ptr<SystemBus>& bus, std::string owner,
+AvahiDaemon::AvahiDaemon(std::shared_ptr<SystemBus> bus, std::string owner,
                          std::function<void()> refused)
-    : bus_(bus), owner_(std::move(owner)), refused_(std::move(refused)) {}
+    : bus_(std::move(bus)), owner_(std::move(owner)), refused_(std::move(refused)) {}
 
 std::shared_ptr<AvahiDaemon> AvahiDaemon::start(const std::shared_ptr<SystemBus>& bus,
                                                 std::string owner, std::function<void()> refused) {

@@ -28,8 +28,7 @@ private:
     class Browse;
     class Question;
 
-    AvahiDaemon(const std::shared_ptr<SystemBus>& bus, std::string owner,
-                std::function<void()> refused);
+    AvahiDaemon(std::shared_ptr<SystemBus> bus, std::string owner, std::function<void()> refused);
     void itemSignal(sd_bus_message* signal);
     [[nodiscard]] std::shared_ptr<Lookup> ask(const char* member, BusArguments arguments,
                                               BusReceiver answered);

@@ -12,6 +12,7 @@ namespace {
 constexpr std::size_t ipv4RecordLength = 16;
 constexpr std::size_t ipv6RecordLength = 28;
 constexpr std::size_t longestLabel = 63;
+constexpr std::size_t longestText = 255;
 
 bool isLabelCharacter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
@@ -56,10 +57,9 @@ std::string avahiDomain(std::string_view domain) { return std::string(withoutTra
 
 std::string txtRecordBytes(const std::vector<std::string>& lastFirst) {
     std::string record;
-    for (auto text = lastFirst.rbegin(); text != lastFirst.rend(); ++text) {
-        const std::size_t length = std::min<std::size_t>(text->size(), 255);
-        record += static_cast<char>(length);
-        record.append(*text, 0, length);
+    for (const std::string& text : lastFirst) {
+        const std::string whole = text.substr(0, longestText);
+        record.insert(0, static_cast<char>(whole.size()) + whole);
     }
     // A record is never shorter than one empty string.
     return record.empty() ? std::string(1, '\0') : record;

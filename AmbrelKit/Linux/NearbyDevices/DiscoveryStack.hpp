@@ -24,15 +24,15 @@ struct ServiceName {
 /// An instance that came or went on one interface by one protocol.
 struct Sighting {
     ServiceName service;
-    int interface;
-    int protocol;
-    bool present;
+    int interface = 0;
+    int protocol = 0;
+    bool present = true;
 };
 
 /// Where an instance is served.
 struct ServiceRecord {
     std::string host;
-    std::uint16_t port;
+    std::uint16_t port = 0;
     std::optional<std::string> txt;
 };
 
