@@ -3,6 +3,8 @@
 #include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Internal/Models/CollectionThreshold.hpp"
 
+#include <limits>
+
 namespace AmbrelKit {
 
 namespace {
@@ -14,7 +16,14 @@ constexpr double collectionPeriod = 10.0;
 
 /// Seconds; negative when the record was opened in what is now the future.
 double age(const AmbrelData& data, TimePoint now) {
-    return std::chrono::duration<double>(now - data.createdAt()).count();
+    const TimePoint opened = data.createdAt();
+    TimePoint::rep distance = 0;
+    if (__builtin_sub_overflow(now.time_since_epoch().count(), opened.time_since_epoch().count(),
+                               &distance)) { // a clock that was set by centuries
+        return now < opened ? -std::numeric_limits<double>::infinity()
+                            : std::numeric_limits<double>::infinity();
+    }
+    return std::chrono::duration<double>(TimePoint::duration(distance)).count();
 }
 
 bool isTimeoutNotExceeded(TimePoint now, const AmbrelData& data) {
