@@ -21,10 +21,6 @@ struct Outcome {
 /// `lines` are correct JSON; only a host's call after a release is found wrong.
 Outcome run(const std::vector<std::string>& lines, bool queries);
 
-/// A service type or name of the scripts that are tested, and the form that stands for all that
-/// are canonically equivalent to it.
-std::string canonicalForm(const std::string& text);
-
 } // namespace ReplayModel
 
 #endif
