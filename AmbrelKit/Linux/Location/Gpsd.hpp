@@ -1,0 +1,59 @@
+#ifndef AMBRELKIT_LINUX_LOCATION_GPSD_HPP
+#define AMBRELKIT_LINUX_LOCATION_GPSD_HPP
+
+#include "AmbrelKit/Linux/Location/GpsdReport.hpp"
+#include "AmbrelKit/Linux/Location/LocationSource.hpp"
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+
+#include <sys/socket.h>
+
+namespace AmbrelKit::Linux {
+
+/// Where gpsd listens.
+struct GpsdEndpoint {
+    /// Throws std::invalid_argument when `address` is not a numeric one: looking a name up would
+    /// wait.
+    GpsdEndpoint(const std::string& address, std::uint16_t port);
+
+    sockaddr_storage address{};
+    socklen_t size = 0;
+};
+
+/// Fixes from gpsd's JSON socket. While the source lives, a gpsd that is not there or has gone is
+/// tried again, at first soon and then less often.
+class Gpsd final : public LocationSource, public std::enable_shared_from_this<Gpsd> {
+public:
+    static std::shared_ptr<Gpsd> start(const std::shared_ptr<EventLoop>& loop,
+                                       const GpsdEndpoint& endpoint,
+                                       std::weak_ptr<LocationSourceOwner> owner);
+    ~Gpsd() override;
+    Gpsd(const Gpsd&) = delete;
+    Gpsd& operator=(const Gpsd&) = delete;
+
+    [[nodiscard]] State state() const override { return state_; }
+
+private:
+    Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint,
+         std::weak_ptr<LocationSourceOwner> owner);
+    void connect();
+    void socketReady();
+    [[nodiscard]] bool watchReports();
+    void readReports();
+    void disconnect();
+    void retryLater();
+
+    std::weak_ptr<EventLoop> loop_;
+    GpsdEndpoint endpoint_;
+    std::weak_ptr<LocationSourceOwner> owner_;
+    State state_ = State::asking;
+    int socket_ = -1;
+    bool connected_ = false;
+    std::shared_ptr<DescriptorWatch> watch_;
+    std::shared_ptr<Deadline> retry_;
+    std::chrono::milliseconds delay_;
+    LineSplitter lines_;
+};
+
+} // namespace AmbrelKit::Linux
+
+#endif
