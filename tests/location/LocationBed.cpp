@@ -25,15 +25,12 @@ bool runUntil(const std::function<bool()>& condition, std::chrono::milliseconds 
     using Clock = std::chrono::steady_clock;
     const auto loop = EventLoop::current();
     const auto end = Clock::now() + limit;
-    while (!condition()) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+    while (!condition() && Clock::now() < end) {
         pollfd descriptor{.fd = loop->fileDescriptor(), .events = POLLIN, .revents = 0};
-        if (left <= 0 || poll(&descriptor, 1, static_cast<int>(left)) == 0) {
-            return condition();
-        }
+        poll(&descriptor, 1, 10); // the condition may be about a daemon
         loop->dispatch();
     }
-    return true;
+    return condition();
 }
 
 std::size_t openDescriptors() {
@@ -91,10 +88,12 @@ Child::Child(const std::vector<std::string>& command, const std::string& output)
     posix_spawnattr_destroy(&attributes);
 }
 
-void Child::kill() {
+void Child::signal(int number) {
     if (pid_ > 0) {
-        ::kill(-pid_, SIGKILL);
-        waitpid(std::exchange(pid_, -1), nullptr, 0);
+        kill(-pid_, number);
+        if (number == SIGKILL) {
+            waitpid(std::exchange(pid_, -1), nullptr, 0);
+        }
     }
 }
 

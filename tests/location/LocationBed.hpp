@@ -4,6 +4,7 @@
 #include "AmbrelKit/Linux/Location/Location.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <set>
@@ -56,10 +57,11 @@ class Child {
 public:
     explicit Child(const std::vector<std::string>& command,
                    const std::string& output = "/dev/null");
-    ~Child() { kill(); }
+    ~Child() { signal(SIGKILL); }
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
-    void kill();
+    /// After SIGKILL it is gone.
+    void signal(int number);
 
 private:
     pid_t pid_ = -1;

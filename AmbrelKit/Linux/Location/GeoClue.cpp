@@ -130,6 +130,9 @@ void GeoClue::daemonChanged(const std::string& daemon) {
     daemon_ = daemon;
     if (!daemon.empty()) {
         retry_->disarm();
+        if (state_ == State::absent) {
+            become(State::asking);
+        }
         ask({daemon_, managerPath, managerInterface, "GetClient"}, &GeoClue::clientMade);
     } else if (gone) {
         retryLater();
@@ -173,10 +176,12 @@ void GeoClue::clientMade(sd_bus_message* reply) {
     signals_ = bus_->match("type='signal',sender='" + daemon_ + "',path='" + client_ + "'",
                            receiver(&GeoClue::clientSignalled));
     const BusMethod set{daemon_, client_, propertiesInterface, "Set"};
-    bus_->send(set, [this](sd_bus_message* call) {
-        return sd_bus_message_append(call, "ssv", clientInterface, "DesktopId", "s",
-                                     desktopId_.c_str());
-    });
+    if (!desktopId_.empty()) { // an empty one would pass as a name
+        bus_->send(set, [this](sd_bus_message* call) {
+            return sd_bus_message_append(call, "ssv", clientInterface, "DesktopId", "s",
+                                         desktopId_.c_str());
+        });
+    }
     bus_->send(set, [this](sd_bus_message* call) {
         return sd_bus_message_append(call, "ssv", clientInterface, "RequestedAccuracyLevel", "u",
                                      static_cast<std::uint32_t>(accuracy_));

@@ -1,0 +1,276 @@
+#include "tests/location/LocationBed.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
+namespace AmbrelKit::Linux {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr const char* geoClueName = "org.freedesktop.GeoClue2";
+
+/// Tells GeoClue how exact a location the user allows. It is asked for more than that only about
+/// programs in a sandbox.
+class Agent {
+public:
+    explicit Agent(std::uint32_t level = 8) : level_(level) {
+        sd_bus_open_system(&bus_);
+        sd_bus_attach_event(bus_, EventLoop::current()->native(), 0);
+        static const sd_bus_vtable table[] = {SD_BUS_VTABLE_START(0),
+                                              SD_BUS_PROPERTY("MaxAccuracyLevel", "u", nullptr,
+                                                              offsetof(Agent, level_),
+                                                              SD_BUS_VTABLE_PROPERTY_EMITS_CHANGE),
+                                              SD_BUS_VTABLE_END};
+        sd_bus_add_object_vtable(bus_, nullptr, path, interface, table, this);
+        sd_bus_call_method_async(bus_, nullptr, geoClueName, "/org/freedesktop/GeoClue2/Manager",
+                                 "org.freedesktop.GeoClue2.Manager", "AddAgent", &added, this, "s",
+                                 "ambrel-test-agent");
+        EXPECT_TRUE(runUntil([this] { return added_; }));
+    }
+    ~Agent() {
+        sd_bus_detach_event(bus_);
+        sd_bus_close_unref(bus_);
+    }
+    Agent(const Agent&) = delete;
+    Agent& operator=(const Agent&) = delete;
+
+    void setLevel(std::uint32_t level) {
+        level_ = level;
+        sd_bus_emit_properties_changed(bus_, path, interface, "MaxAccuracyLevel", nullptr);
+    }
+
+private:
+    static constexpr const char* path = "/org/freedesktop/GeoClue2/Agent";
+    static constexpr const char* interface = "org.freedesktop.GeoClue2.Agent";
+
+    static int added(sd_bus_message* reply, void* self, sd_bus_error* /*error*/) {
+        static_cast<Agent*>(self)->added_ = sd_bus_message_is_method_error(reply, nullptr) == 0;
+        return 0;
+    }
+
+    sd_bus* bus_ = nullptr;
+    std::uint32_t level_;
+    bool added_ = false;
+};
+
+/// A bus, and on demand GeoClue on it, whose only source is the receiver of the tests. GeoClue asks
+/// a web service where it is whatever its configuration says: it runs where there is no network.
+class GeoClue : public testing::Test {
+protected:
+    void SetUp() override {
+        if (access("/usr/libexec/geoclue", X_OK) != 0) {
+            GTEST_SKIP() << "GeoClue is not installed";
+        }
+        if (std::system("unshare --mount --net true 2>/dev/null") != 0) {
+            GTEST_SKIP() << "no right to make namespaces";
+        }
+        write("bus.conf", "<busconfig><type>system</type><listen>unix:path=" + file("bus") +
+                              "</listen><auth>EXTERNAL</auth><servicedir>" + folder_.native() +
+                              "</servicedir><policy context=\"default\"><allow user=\"*\"/>"
+                              "<allow own=\"*\"/><allow send_destination=\"*\"/>"
+                              "<allow receive_sender=\"*\"/></policy></busconfig>");
+        write("geoclue.conf",
+              "[agent]\nwhitelist=ambrel-test-agent\n[network-nmea]\nenable=true\nnmea-socket=" +
+                  file("nmea") +
+                  "\n[3g]\nenable=false\n[cdma]\nenable=false\n[modem-gps]\nenable=false\n"
+                  "[wifi]\nenable=false\nurl=http://127.0.0.1:9/\nsubmit-data=false\n"
+                  "[compass]\nenable=false\n"
+                  "[org.ambrelkit.refused]\nallowed=false\nsystem=false\nusers=\n");
+        nmea_ = std::make_unique<NmeaServer>(std::filesystem::path(file("nmea")));
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + file("bus")).c_str(), 1);
+        bus_ = std::make_unique<Child>(std::vector<std::string>{
+            "dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + file("bus.conf")});
+        ASSERT_TRUE(
+            runUntil([this] { return control_ != nullptr || sd_bus_open_system(&control_) >= 0; }));
+    }
+    void TearDown() override {
+        sd_bus_flush_close_unref(control_);
+        std::filesystem::remove_all(folder_);
+    }
+
+    [[nodiscard]] std::string file(const std::string& name) const { return folder_ / name; }
+    void write(const std::string& name, const std::string& text) const {
+        std::ofstream(file(name)) << text;
+    }
+    [[nodiscard]] std::vector<std::string> daemonCommand() const {
+        return {"unshare",
+                "--mount",
+                "--net",
+                "sh",
+                "-c",
+                "mount --bind " + file("geoclue.conf") +
+                    " /etc/geoclue/geoclue.conf && exec /usr/libexec/geoclue -t 0"};
+    }
+    void startDaemon() {
+        daemon_ = std::make_unique<Child>(daemonCommand(), file("log"));
+        ASSERT_TRUE(runUntil([this] { return names().contains(geoClueName); }));
+    }
+
+    /// Who is on the bus.
+    [[nodiscard]] std::set<std::string> names() const {
+        std::set<std::string> set;
+        char** list = nullptr;
+        sd_bus_list_names(control_, &list, nullptr);
+        for (char** name = list; name != nullptr && *name != nullptr; ++name) {
+            set.insert(*name);
+            free(*name);
+        }
+        free(list);
+        return set;
+    }
+
+    static LocationOptions options(const std::string& desktopId = "org.ambrelkit.test",
+                                   LocationSourceKind source = LocationSourceKind::geoClue,
+                                   std::uint16_t gpsdPort = 1) {
+        return {.source = source, .desktopId = desktopId, .gpsdPort = gpsdPort};
+    }
+
+    std::filesystem::path folder_ = [] {
+        std::string name = std::filesystem::temp_directory_path() / "ambrel-geoclue-XXXXXX";
+        return std::filesystem::path(mkdtemp(name.data()));
+    }();
+    std::unique_ptr<NmeaServer> nmea_;
+    std::unique_ptr<Child> bus_;
+    sd_bus* control_ = nullptr;
+    std::unique_ptr<Child> daemon_;
+};
+
+TEST_F(GeoClue, GivesThePlaceThatItsReceiverTells) {
+    startDaemon();
+    const Agent agent;
+    const Session session(options());
+    ASSERT_TRUE(runUntil([&] { return session.hasFixes(2); }));
+    EXPECT_THAT(session.heard->statuses, ElementsAre(0, 4));
+    for (const LocationFix& fix : session.heard->fixes) {
+        EXPECT_NEAR(fix.coordinate.latitude, NmeaServer::place.latitude, 1e-6);
+        EXPECT_NEAR(fix.coordinate.longitude, NmeaServer::place.longitude, 1e-6);
+        EXPECT_TRUE(nmea_->stamps.contains(fix.timestamp));
+    }
+}
+
+TEST_F(GeoClue, ARefusalIsDeniedAndSaysWhy) {
+    startDaemon();
+    for (const auto& [level, id, why] : {std::tuple(0U, "org.ambrelkit.test", "disabled"),
+                                         std::tuple(8U, "org.ambrelkit.refused", "configuration"),
+                                         std::tuple(8U, "", "DesktopId")}) {
+        const Agent agent(level);
+        const Session session(options(id));
+        ASSERT_TRUE(runUntil([&] { return !session.heard->failures.empty(); })) << why;
+        EXPECT_THAT(session.heard->statuses, ElementsAre(0, 2)) << why;
+        EXPECT_THAT(session.heard->failures, ElementsAre(HasSubstr(why)));
+    }
+}
+
+TEST_F(GeoClue, AnAgentThatComesLateIsAskedThen) {
+    startDaemon();
+    const Session session(options());
+    ASSERT_TRUE(runUntil([&] { return !session.heard->failures.empty(); }));
+    EXPECT_THAT(session.heard->statuses, ElementsAre(0));
+    const Agent agent;
+    EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
+    EXPECT_THAT(session.heard->statuses, ElementsAre(0, 4));
+}
+
+TEST_F(GeoClue, TheUserMayTurnLocationOffAndOn) {
+    startDaemon();
+    Agent agent;
+    const Session session(options());
+    ASSERT_TRUE(runUntil([&] { return session.hasFixes(); }));
+    agent.setLevel(0);
+    ASSERT_TRUE(runUntil([&] { return session.heard->statuses.back() == 2; }));
+    agent.setLevel(8);
+    ASSERT_TRUE(runUntil([&] { return session.heard->statuses.back() == 4; }));
+    const std::size_t before = session.heard->fixes.size();
+    EXPECT_TRUE(runUntil([&] { return session.hasFixes(before + 1); }));
+}
+
+TEST_F(GeoClue, OneThatIsKilledIsTakenUpWhenItComesBack) {
+    startDaemon();
+    auto agent = std::make_unique<Agent>();
+    const Session session(options());
+    ASSERT_TRUE(runUntil([&] { return session.hasFixes(); }));
+    daemon_->signal(SIGKILL);
+    startDaemon();
+    agent = std::make_unique<Agent>();
+    const std::size_t before = session.heard->fixes.size();
+    EXPECT_TRUE(runUntil([&] { return session.hasFixes(before + 1); }));
+    EXPECT_THAT(session.heard->statuses, ElementsAre(0, 4));
+}
+
+TEST_F(GeoClue, OneThatHangsCostsNothingButTheFix) {
+    startDaemon();
+    const Agent agent;
+    daemon_->signal(SIGSTOP);
+    const Session session(options());
+    ASSERT_TRUE(runUntil([&] { return !session.heard->failures.empty(); }));
+    EXPECT_THAT(session.heard->statuses, ElementsAre(0));
+    daemon_->signal(SIGCONT);
+    EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
+}
+
+TEST_F(GeoClue, OneThatDoesNotRunIsStarted) {
+    std::string exec = "/bin/sh -c '" + daemonCommand().back() + "'";
+    write("org.freedesktop.GeoClue2.service",
+          "[D-BUS Service]\nName=org.freedesktop.GeoClue2\nUser=root\nExec=/bin/sh " + file("run") +
+              "\n");
+    write("run", "exec unshare --mount --net sh -c '" + daemonCommand().back() + "'");
+    std::unique_ptr<Session> session;
+    session = std::make_unique<Session>(options());
+    const Agent agent;
+    EXPECT_TRUE(runUntil([&] { return session->hasFixes(); }));
+}
+
+TEST_F(GeoClue, AutomaticFallsBackToGpsd) {
+    Server gpsd;
+    gpsd.accepted = [&gpsd] {
+        gpsd.send(R"({"class":"TPV","mode":3,"lat":1,"lon":1})"
+                  "\n");
+    };
+    const auto automatic =
+        options("org.ambrelkit.test", LocationSourceKind::automatic, gpsd.port());
+    const auto statuses = [&] {
+        const Session session(automatic);
+        EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
+        gpsd.hangUp();
+        return session.heard->statuses;
+    };
+    EXPECT_THAT(statuses(), ElementsAre(0, 4)) << "no GeoClue";
+    startDaemon();
+    {
+        const Agent agent(0);
+        EXPECT_THAT(statuses(), ElementsAre(0, 2, 4)) << "refused";
+    }
+    {
+        const Agent agent(4); // to the city: started, but no fix from a receiver comes
+        EXPECT_THAT(statuses(), ElementsAre(0, 4)) << "no fix";
+    }
+    gpsd.accepted = [] { ADD_FAILURE() << "gpsd asked beside GeoClue"; };
+    const Agent agent;
+    EXPECT_THAT(statuses(), ElementsAre(0, 4)) << "GeoClue";
+}
+
+TEST_F(GeoClue, AThousandRoundsLeaveNothing) {
+    startDaemon();
+    const Agent agent;
+    const auto namesBefore = names();
+    const std::size_t descriptorsBefore = openDescriptors();
+    for (int i = 0; i < 1000; ++i) {
+        const Session session(options());
+        runUntil([&] { return session.heard->statuses.size() > static_cast<std::size_t>(i % 2); });
+    }
+    EXPECT_TRUE(runUntil([&] { return names() == namesBefore; }));
+    nmea_->server.hangUp();
+    EXPECT_EQ(openDescriptors(), descriptorsBefore);
+}
+
+} // namespace
+} // namespace AmbrelKit::Linux
