@@ -26,12 +26,12 @@ void installNetworkQueries() {
 
 } // namespace
 
-PlatformServices platformServices() {
+PlatformServices platformServices(const LocationOptions& location) {
     [[maybe_unused]] static const bool installed = (installNetworkQueries(), true);
     const auto loop = EventLoop::current();
     return {.bonjourServices = Bundle::main().bonjourServices(),
             .bluetoothManagerFactory = [] { return std::make_shared<SilentBluetoothManager>(); },
-            .locationManagerFactory = [] { return std::make_shared<SilentLocationManager>(); },
+            .locationManagerFactory = makeLocationManagerFactory(loop, location),
             .netServiceBrowserFactory = makeNetServiceBrowserFactory(loop),
             .timerFactory =
                 [loop](double interval, bool repeats, TimerTick tick) {

@@ -2,7 +2,6 @@
 #define AMBRELKIT_LINUX_SILENTMANAGERS_HPP
 
 #include "AmbrelKit/Platform/BluetoothCentralManager.hpp"
-#include "AmbrelKit/Platform/LocationManager.hpp"
 
 #include <memory>
 #include <optional>
@@ -24,29 +23,13 @@ public:
     [[nodiscard]] BluetoothManagerState state() const override {
         return BluetoothManagerState::unknown;
     }
-    void
-    scanForPeripheralsWithServices(const std::optional<std::vector<UUID>>& /*services*/,
-                                   const std::optional<JSONDictionary>& /*options*/) override {}
+    void scanForPeripheralsWithServices(const std::optional<std::vector<UUID>>& /*services*/,
+                                        const std::optional<JSONDictionary>& /*options*/) override {
+    }
     void stopScan() override {}
 
 private:
     std::weak_ptr<BluetoothCentralManagerDelegate> delegate_;
-};
-
-class SilentLocationManager final : public LocationManager {
-public:
-    [[nodiscard]] std::shared_ptr<LocationManagerDelegate> delegate() const override {
-        return delegate_.lock();
-    }
-    void setDelegate(std::weak_ptr<LocationManagerDelegate> delegate) override {
-        delegate_ = std::move(delegate);
-    }
-    void requestWhenInUseAuthorization() override {}
-    void startUpdatingLocation() override {}
-    void stopUpdatingLocation() override {}
-
-private:
-    std::weak_ptr<LocationManagerDelegate> delegate_;
 };
 
 } // namespace AmbrelKit::Linux

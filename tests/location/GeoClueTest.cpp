@@ -94,6 +94,8 @@ protected:
     }
     void TearDown() override {
         sd_bus_flush_close_unref(control_);
+        daemon_.reset();
+        bus_.reset();
         std::filesystem::remove_all(folder_);
     }
 
@@ -149,8 +151,8 @@ TEST_F(GeoClue, GivesThePlaceThatItsReceiverTells) {
     const Agent agent;
     const Session session(options());
     ASSERT_TRUE(runUntil([&] { return session.hasFixes(2); }));
-    EXPECT_THAT(session.heard->statuses, ElementsAre(0, 4));
-    for (const LocationFix& fix : session.heard->fixes) {
+    EXPECT_THAT(session.statuses, ElementsAre(0, 4));
+    for (const LocationFix& fix : session.fixes) {
         EXPECT_NEAR(fix.coordinate.latitude, NmeaServer::place.latitude, 1e-6);
         EXPECT_NEAR(fix.coordinate.longitude, NmeaServer::place.longitude, 1e-6);
         EXPECT_TRUE(nmea_->stamps.contains(fix.timestamp));
@@ -164,20 +166,20 @@ TEST_F(GeoClue, ARefusalIsDeniedAndSaysWhy) {
                                          std::tuple(8U, "", "DesktopId")}) {
         const Agent agent(level);
         const Session session(options(id));
-        ASSERT_TRUE(runUntil([&] { return !session.heard->failures.empty(); })) << why;
-        EXPECT_THAT(session.heard->statuses, ElementsAre(0, 2)) << why;
-        EXPECT_THAT(session.heard->failures, ElementsAre(HasSubstr(why)));
+        ASSERT_TRUE(runUntil([&] { return !session.failures.empty(); })) << why;
+        EXPECT_THAT(session.statuses, ElementsAre(0, 2)) << why;
+        EXPECT_THAT(session.failures, ElementsAre(HasSubstr(why)));
     }
 }
 
 TEST_F(GeoClue, AnAgentThatComesLateIsAskedThen) {
     startDaemon();
     const Session session(options());
-    ASSERT_TRUE(runUntil([&] { return !session.heard->failures.empty(); }));
-    EXPECT_THAT(session.heard->statuses, ElementsAre(0));
+    ASSERT_TRUE(runUntil([&] { return !session.failures.empty(); }));
+    EXPECT_THAT(session.statuses, ElementsAre(0));
     const Agent agent;
     EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
-    EXPECT_THAT(session.heard->statuses, ElementsAre(0, 4));
+    EXPECT_THAT(session.statuses, ElementsAre(0, 4));
 }
 
 TEST_F(GeoClue, TheUserMayTurnLocationOffAndOn) {
@@ -186,10 +188,10 @@ TEST_F(GeoClue, TheUserMayTurnLocationOffAndOn) {
     const Session session(options());
     ASSERT_TRUE(runUntil([&] { return session.hasFixes(); }));
     agent.setLevel(0);
-    ASSERT_TRUE(runUntil([&] { return session.heard->statuses.back() == 2; }));
+    ASSERT_TRUE(runUntil([&] { return session.statuses.back() == 2; }));
     agent.setLevel(8);
-    ASSERT_TRUE(runUntil([&] { return session.heard->statuses.back() == 4; }));
-    const std::size_t before = session.heard->fixes.size();
+    ASSERT_TRUE(runUntil([&] { return session.statuses.back() == 4; }));
+    const std::size_t before = session.fixes.size();
     EXPECT_TRUE(runUntil([&] { return session.hasFixes(before + 1); }));
 }
 
@@ -198,12 +200,12 @@ TEST_F(GeoClue, OneThatIsKilledIsTakenUpWhenItComesBack) {
     auto agent = std::make_unique<Agent>();
     const Session session(options());
     ASSERT_TRUE(runUntil([&] { return session.hasFixes(); }));
-    daemon_->signal(SIGKILL);
+    daemon_.reset();
     startDaemon();
     agent = std::make_unique<Agent>();
-    const std::size_t before = session.heard->fixes.size();
+    const std::size_t before = session.fixes.size();
     EXPECT_TRUE(runUntil([&] { return session.hasFixes(before + 1); }));
-    EXPECT_THAT(session.heard->statuses, ElementsAre(0, 4));
+    EXPECT_THAT(session.statuses, ElementsAre(0, 4));
 }
 
 TEST_F(GeoClue, OneThatHangsCostsNothingButTheFix) {
@@ -211,23 +213,31 @@ TEST_F(GeoClue, OneThatHangsCostsNothingButTheFix) {
     const Agent agent;
     daemon_->signal(SIGSTOP);
     const Session session(options());
-    ASSERT_TRUE(runUntil([&] { return !session.heard->failures.empty(); }));
-    EXPECT_THAT(session.heard->statuses, ElementsAre(0));
+    ASSERT_TRUE(runUntil([&] { return !session.failures.empty(); }));
+    EXPECT_THAT(session.statuses, ElementsAre(0));
     daemon_->signal(SIGCONT);
     EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
 }
 
 TEST_F(GeoClue, OneThatDoesNotRunIsStarted) {
-    std::string exec = "/bin/sh -c '" + daemonCommand().back() + "'";
     write("org.freedesktop.GeoClue2.service",
-          "[D-BUS Service]\nName=org.freedesktop.GeoClue2\nUser=root\nExec=/bin/sh " + file("run") +
-              "\n");
+          "[D-BUS Service]\nName=org.freedesktop.GeoClue2\nUser=root\nExec=/bin/sh " + file("run"));
     write("run", "exec unshare --mount --net sh -c '" + daemonCommand().back() + "'");
-    std::unique_ptr<Session> session;
-    session = std::make_unique<Session>(options());
+    const Session session(options());
     const Agent agent;
-    EXPECT_TRUE(runUntil([&] { return session->hasFixes(); }));
+    EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
 }
+
+#ifdef AMBREL_TOOL
+TEST_F(GeoClue, ThePlaceIsInTheDictionaryOfAScan) {
+    startDaemon();
+    const Agent agent;
+    const auto dictionary = scan("auto");
+    ASSERT_TRUE(dictionary.contains("locationCollection")) << dictionary;
+    EXPECT_NEAR(dictionary["locationCollection"]["lat"], NmeaServer::place.latitude, 1e-6);
+    EXPECT_NEAR(dictionary["locationCollection"]["lon"], NmeaServer::place.longitude, 1e-6);
+}
+#endif
 
 TEST_F(GeoClue, AutomaticFallsBackToGpsd) {
     Server gpsd;
@@ -241,7 +251,7 @@ TEST_F(GeoClue, AutomaticFallsBackToGpsd) {
         const Session session(automatic);
         EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
         gpsd.hangUp();
-        return session.heard->statuses;
+        return session.statuses;
     };
     EXPECT_THAT(statuses(), ElementsAre(0, 4)) << "no GeoClue";
     startDaemon();
@@ -265,7 +275,7 @@ TEST_F(GeoClue, AThousandRoundsLeaveNothing) {
     const std::size_t descriptorsBefore = openDescriptors();
     for (int i = 0; i < 1000; ++i) {
         const Session session(options());
-        runUntil([&] { return session.heard->statuses.size() > static_cast<std::size_t>(i % 2); });
+        runUntil([&] { return session.statuses.size() > static_cast<std::size_t>(i % 2); });
     }
     EXPECT_TRUE(runUntil([&] { return names() == namesBefore; }));
     nmea_->server.hangUp();

@@ -7,9 +7,9 @@
 #include <csignal>
 #include <filesystem>
 #include <functional>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <string>
-#include <sys/socket.h>
 #include <sys/types.h>
 #include <vector>
 
@@ -21,35 +21,30 @@ bool runUntil(const std::function<bool()>& condition,
 
 std::size_t openDescriptors();
 
-/// Does what the kit does with a manager, and keeps what it was told.
-class Receiver final : public LocationManagerDelegate {
-public:
-    void locationManagerDidChangeAuthorizationStatus(LocationManager& manager,
-                                                     LocationAuthorizationStatus status) override;
-    void locationManagerDidUpdateLocations(LocationManager& manager,
-                                           const std::vector<LocationFix>& locations) override;
-    void locationManagerDidFailWithError(LocationManager& manager,
-                                         const std::string& error) override;
-
-    std::vector<int> statuses;
-    std::vector<LocationFix> fixes;
-    std::vector<std::string> failures;
-};
-
-/// A manager with its receiver, from start to stop.
-class Session {
+/// A manager from start to stop, with a receiver that does what the kit does and keeps what it was
+/// told.
+class Session final : public LocationManagerDelegate {
 public:
     explicit Session(const LocationOptions& options);
-    ~Session();
+    ~Session() override;
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    [[nodiscard]] bool hasFixes(std::size_t count = 1) const {
-        return heard->fixes.size() >= count;
-    }
+    void locationManagerDidChangeAuthorizationStatus(LocationManager&,
+                                                     LocationAuthorizationStatus status) override;
+    void locationManagerDidUpdateLocations(LocationManager&,
+                                           const std::vector<LocationFix>& locations) override;
+    void locationManagerDidFailWithError(LocationManager&, const std::string& error) override;
 
-    std::shared_ptr<Receiver> heard = std::make_shared<Receiver>();
+    [[nodiscard]] bool hasFixes(std::size_t count = 1) const { return fixes.size() >= count; }
+
     std::shared_ptr<LocationManager> manager;
+    std::vector<int> statuses;
+    std::vector<LocationFix> fixes;
+    std::vector<std::string> failures;
+
+private:
+    std::shared_ptr<void> alive_ = std::make_shared<int>();
 };
 
 /// A program of this test, killed with it.
@@ -57,17 +52,21 @@ class Child {
 public:
     explicit Child(const std::vector<std::string>& command,
                    const std::string& output = "/dev/null");
-    ~Child() { signal(SIGKILL); }
+    ~Child();
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
-    /// After SIGKILL it is gone.
-    void signal(int number);
+
+    void signal(int number) const { kill(-pid_, number); }
+    [[nodiscard]] bool ended();
 
 private:
     pid_t pid_ = -1;
 };
 
-/// Listens on loopback, or on a Unix socket, and holds whoever connects.
+/// What `ambrel scan --only location` prints.
+nlohmann::json scan(const std::string& source);
+
+/// Listens on a port of loopback, or on a Unix socket, and holds whoever connects.
 class Server {
 public:
     explicit Server(std::uint16_t port = 0);
@@ -77,32 +76,35 @@ public:
     Server& operator=(const Server&) = delete;
 
     [[nodiscard]] std::uint16_t port() const;
-    /// Sends to everybody who is connected.
-    void send(std::string_view text);
+    void send(std::string_view text) const;
     void hangUp();
 
     std::function<void()> accepted = [] {};
     std::vector<int> peers;
 
 private:
-    void listenAt(const sockaddr* address, std::size_t size);
+    void listenAt(const void* address, std::size_t size, int family);
+
     int socket_ = -1;
     std::shared_ptr<DescriptorWatch> watch_;
 };
 
-/// A receiver at 48.20849° N, 16.37208° W, one burst of sentences a second.
+/// A receiver at 48.20849 north, 16.37208 west, that tells so at once and every second.
 class NmeaServer {
 public:
-    template <class Where> explicit NmeaServer(const Where& where) : server(where) { start(); }
+    template <class Where> explicit NmeaServer(const Where& where) : server(where) {
+        server.accepted = [this] { burst(); };
+    }
 
     static constexpr LocationCoordinate place{.latitude = 48.20849, .longitude = -16.37208};
     Server server;
     std::set<std::chrono::system_clock::time_point> stamps;
 
 private:
-    void start();
     void burst();
-    std::shared_ptr<Timer> timer_;
+
+    std::shared_ptr<Timer> timer_ =
+        EventLoop::current()->scheduledTimer(1, true, [this](Timer&) { burst(); });
 };
 
 } // namespace AmbrelKit::Linux

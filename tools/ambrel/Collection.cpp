@@ -30,7 +30,8 @@ void noteBundleProblem() {
 }
 
 Linux::PlatformServices services(const CollectionOptions& options) {
-    auto services = Linux::platformServices();
+    auto services =
+        Linux::platformServices({.source = options.location, .desktopId = "org.ambrelkit.ambrel"});
     if (!options.services.empty()) {
         services.bonjourServices = options.services;
     } else if (!services.bonjourServices) {

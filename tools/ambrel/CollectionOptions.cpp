@@ -4,9 +4,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <map>
 #include <string>
 
 namespace Ambrel {
+
+using AmbrelKit::Linux::LocationSourceKind;
 
 namespace {
 
@@ -26,6 +29,21 @@ std::string checkPermission(const std::string& text) {
     return std::find(names.begin(), names.end(), text) != names.end()
                ? ""
                : "\"" + text + "\" is not one of bluetooth, location, network";
+}
+
+const std::map<std::string, LocationSourceKind>& locationSources() {
+    static const std::map<std::string, LocationSourceKind> sources{
+        {"auto", LocationSourceKind::automatic},
+        {"geoclue", LocationSourceKind::geoClue},
+        {"gpsd", LocationSourceKind::gpsd},
+        {"none", LocationSourceKind::none}};
+    return sources;
+}
+
+std::string checkLocation(const std::string& text) {
+    return locationSources().contains(text)
+               ? ""
+               : "\"" + text + "\" is not one of auto, geoclue, gpsd, none";
 }
 
 std::string checkThreshold(const std::string& text) {
@@ -64,6 +82,13 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
         ->delimiter(',')
         ->allow_extra_args(false)
         ->check(checkPermission);
+    command
+        .add_option_function<std::string>(
+            "--location",
+            [&options](const std::string& text) { options.location = locationSources().at(text); },
+            "take a fix from auto, geoclue, gpsd or none (default auto)")
+        ->type_name("SOURCE")
+        ->check(checkLocation);
     command
         .add_option("--threshold", options.threshold,
                     "reuse a collection this young, 0 to 30 (default 30)")

@@ -1,6 +1,8 @@
 #ifndef AMBREL_COLLECTIONOPTIONS_HPP
 #define AMBREL_COLLECTIONOPTIONS_HPP
 
+#include "AmbrelKit/Linux/Location/Location.hpp"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -17,6 +19,7 @@ struct CollectionOptions {
     std::vector<std::string> services; ///< empty: the information dictionary's, or the common ones
     std::vector<std::string> only;     ///< empty: every permission
     std::vector<std::string> without;
+    AmbrelKit::Linux::LocationSourceKind location = AmbrelKit::Linux::LocationSourceKind::automatic;
     std::optional<std::int64_t> threshold; ///< seconds
     std::string format;                    ///< empty: by where the output goes
     bool save = false; ///< each dictionary into the store too

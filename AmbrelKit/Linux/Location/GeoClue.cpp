@@ -148,7 +148,7 @@ void GeoClue::activate() {
         [](sd_bus_message* call) { return sd_bus_message_append(call, "su", service, 0U); },
         receiver(&GeoClue::activated));
     if (!question_) {
-        missing();
+        become(State::absent);
     }
 }
 
@@ -156,12 +156,6 @@ void GeoClue::activate() {
 void GeoClue::activated(sd_bus_message* reply) {
     question_.reset();
     if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
-        missing();
-    }
-}
-
-void GeoClue::missing() {
-    if (state_ == State::asking) {
         become(State::absent);
     }
 }

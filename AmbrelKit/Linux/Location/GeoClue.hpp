@@ -36,7 +36,6 @@ private:
     void daemonChanged(const std::string& daemon);
     void activate();
     void activated(sd_bus_message* reply);
-    void missing();
     void clientMade(sd_bus_message* reply);
     void started(sd_bus_message* reply);
     void refusedOrFailed(sd_bus_message* reply);

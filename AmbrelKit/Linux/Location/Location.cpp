@@ -131,7 +131,7 @@ void Manager::joinGpsd() {
 
 void Manager::geoClueTimeIsUp() {
     if (geoClue_ && geoClue_->state() == State::asking) {
-        fail("GeoClue has not answered: no agent may be running that asks the user");
+        fail("GeoClue has not answered; perhaps no agent is running that could ask the user");
     }
     joinGpsd();
 }
@@ -176,6 +176,8 @@ void Manager::report() {
     const auto keep = shared_from_this();
     if (const auto delegate = delegate_.lock()) {
         tell(*delegate);
+    } else {
+        fixes_.clear();
     }
 }
 

@@ -31,7 +31,7 @@ public:
         asking,  ///< no answer yet
         absent,  ///< there is no such daemon
         refused, ///< it does not serve this program
-        ready,   ///< it serves; a daemon that goes later does not change that
+        ready,   ///< it serves, or has served and is awaited
     };
 
     LocationSource() = default;
