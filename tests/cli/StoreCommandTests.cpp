@@ -37,9 +37,8 @@ protected:
     /// Runs `ambrel store` with arguments as a shell reads them.
     Outcome store(const std::string& arguments, const std::string& input = "") const {
         std::ofstream(directory / "in") << input;
-        const std::string command = "cd '" + directory.string() +
-                                    "' && '" AMBREL_TOOL "' store " + arguments +
-                                    " <in >out 2>err";
+        const std::string command = "cd '" + directory.string() + "' && '" AMBREL_TOOL "' store " +
+                                    arguments + " <in >out 2>err";
         const int status = std::system(command.c_str());
         return {WEXITSTATUS(status), contents("out"), contents("err")};
     }

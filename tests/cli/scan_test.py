@@ -132,7 +132,7 @@ class CommandLine(unittest.TestCase):
     def test_help_fits_a_terminal_and_names_every_option(self):
         result = scan("--help")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
-        for option in ["--service", "--only", "--without", "--threshold", "--format", "--quiet"]:
+        for option in ["--service", "--only", "--without", "--threshold", "--format", "--save", "--quiet"]:
             self.assertIn(option, result.stdout)
         self.assertLessEqual(max(map(len, result.stdout.splitlines())), 90)
 
@@ -153,6 +153,19 @@ class Refused(unittest.TestCase):
         self.assertGreater(pretty.count("\n"), 5)
         self.assertEqual(json.loads(pretty).keys(), data.keys())
         self.assertIn("Services: none", scan(*NOTHING, "--format", "table").stdout)
+
+    def test_save_keeps_what_is_printed(self):
+        with tempfile.TemporaryDirectory() as folder:
+            result = scan(*NOTHING, "--save", AMBREL_DOCUMENTS_DIR=folder)
+            self.assertEqual((result.returncode, result.stderr), (0, ""))
+            [name] = os.listdir(f"{folder}/collections")
+            with open(f"{folder}/collections/{name}", encoding="utf-8") as file:
+                self.assertEqual(json.load(file), json.loads(result.stdout))
+
+            result = scan(*NOTHING, "--save", AMBREL_DOCUMENTS_DIR=f"{folder}/collections/{name}")
+            self.assertEqual(result.returncode, 1)
+            self.assertEqual(len(result.stderr.splitlines()), 1)
+            json.loads(result.stdout)
 
     def test_an_information_dictionary_of_no_use_is_told(self):
         for text, reason in [

@@ -1,5 +1,5 @@
-"""Every dictionary that the replay scripts deliver has the documented form, and the documented form
-is no wider than that.
+"""Every dictionary that the replay scripts and a scan deliver has the documented form, and the
+documented form is no wider than that.
 
     dictionaries_test.py SOURCE_DIRECTORY AMBREL
 """
@@ -47,6 +47,13 @@ class Dictionaries(unittest.TestCase):
             VALIDATOR.validate(dictionary)
             count += 1
         self.assertGreaterEqual(count, 200)
+
+    def test_a_scan_delivers_the_form(self):
+        scan = [AMBREL, "scan", "--without", "bluetooth,location,network"]
+        run = subprocess.run(scan, capture_output=True)
+        if b"scan" in run.stderr:
+            self.skipTest("built without a platform to scan on")
+        VALIDATOR.validate(json.loads(run.stdout))
 
     def test_what_is_never_delivered_is_refused(self):
         full = next(each for each in sample(200) if

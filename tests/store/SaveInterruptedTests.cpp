@@ -37,6 +37,20 @@ protected:
     }
 
     bool leftSomething() const { return names(documents).size() > 1; }
+
+    /// Waits until there is an entry beside the collections that was not there `before`.
+    bool beginsToSave(const std::vector<std::string>& before) const {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (std::chrono::steady_clock::now() < end) {
+            const auto now = names(documents);
+            if (std::any_of(now.begin(), now.end(), [&before](const auto& name) {
+                    return std::find(before.begin(), before.end(), name) == before.end();
+                })) {
+                return true;
+            }
+        }
+        return false;
+    }
 };
 
 TEST_F(SaveInterruptedTest, AFullDiskLeavesTheEarlierFile) {
@@ -65,20 +79,23 @@ TEST_F(SaveInterruptedTest, AFullDiskLeavesTheEarlierFile) {
 
 TEST_F(SaveInterruptedTest, AKilledSaveLeavesWholeFiles) {
     constexpr int kills = 500;
-    constexpr std::size_t length = 200'000;
+    constexpr std::size_t length = 50'000;
     std::mt19937 random(1);
     int inTheMiddle = 0;
     store.save(marked(0, 'z', length));
     for (int i = 0; i < kills; ++i) {
+        const auto before = names(documents);
         const pid_t child = startChild([this, i] {
             for (int n = 0;; ++n) { // an earlier file, and one of this round
                 store.save(marked(n % 2 == 0 ? 0 : i, static_cast<char>('a' + n % 26), length));
             }
             return 0;
         });
+        const bool began = beginsToSave(before);
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
+        ASSERT_TRUE(began);
         inTheMiddle += leftSomething() ? 1 : 0;
         if (i % 10 == 0) { // reading them all each time is what would take long
             const auto saved = store.savedCollections();
