@@ -62,7 +62,7 @@ ExitStatus printEach(double since, double until,
     return statusOf(whole);
 }
 
-ExitStatus list(const StoreArguments& arguments) {
+ExitStatus runList(const StoreArguments& arguments) {
     if (arguments.format == "json") {
         return printEach(-ever, ever, [](const JSONDictionary& collection) {
             return formatted(Summary(collection).json(), OutputFormat::json);
@@ -75,7 +75,7 @@ ExitStatus list(const StoreArguments& arguments) {
     });
 }
 
-ExitStatus show(const StoreArguments& arguments) {
+ExitStatus runShow(const StoreArguments& arguments) {
     const double time = parsedTime("TIMESTAMP", arguments.timestamp);
     bool found = false;
     const ExitStatus status = printEach(time, time, [&](const JSONDictionary& collection) {
@@ -88,7 +88,7 @@ ExitStatus show(const StoreArguments& arguments) {
     return status;
 }
 
-ExitStatus exportAll(const StoreArguments& arguments) {
+ExitStatus runExport(const StoreArguments& arguments) {
     const auto& [timestamp, since, until, format, file] = arguments;
     return printEach(
         since.empty() ? -ever : parsedTime("--since", since),
@@ -108,7 +108,7 @@ ExitStatus saveFrom(std::istream& input, const std::string& source) {
     }));
 }
 
-ExitStatus save(const StoreArguments& arguments) {
+ExitStatus runSave(const StoreArguments& arguments) {
     if (arguments.file == "-") {
         return saveFrom(std::cin, "standard input");
     }
@@ -119,14 +119,14 @@ ExitStatus save(const StoreArguments& arguments) {
     return saveFrom(file, arguments.file);
 }
 
-ExitStatus deleteOne(const StoreArguments& arguments) {
+ExitStatus runDelete(const StoreArguments& arguments) {
     const double time = parsedTime("TIMESTAMP", arguments.timestamp);
     return statusOf(withStore([time](const AmbrelStorage& store) {
         store.delete_({{"timestamp", time}});
     }));
 }
 
-ExitStatus path(const StoreArguments& /*arguments*/) {
+ExitStatus runPath(const StoreArguments& /*arguments*/) {
     printResult(AmbrelStorage::path() + "\n");
     return done;
 }
@@ -144,10 +144,10 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
     };
     const std::string timestampHelp = std::string("of the collection, ") + pointInTimeForms;
 
-    add("list", "Lists the saved collections, oldest first", list)
+    add("list", "Lists the saved collections, oldest first", runList)
         ->add_option("--format", arguments->format, "table (the default), or json for NDJSON")
         ->check(CLI::IsMember({"table", "json"}));
-    CLI::App* command = add("show", "Prints one saved collection", show);
+    CLI::App* command = add("show", "Prints one saved collection", runShow);
     command->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)->required();
     command
         ->add_option("--format", arguments->format,
@@ -156,17 +156,17 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
         ->check(CLI::IsMember({"json", "pretty", "table"}));
     add("save",
         "Saves dictionaries, each as soon as it is read; one with the same timestamp is replaced",
-        save)
+        runSave)
         ->add_option("FILE", arguments->file,
                      "one JSON object, or one on each line; - or nothing for standard input");
-    add("delete", "Deletes one saved collection", deleteOne)
+    add("delete", "Deletes one saved collection", runDelete)
         ->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)
         ->required();
-    command = add("export", "Prints the saved collections as NDJSON, oldest first", exportAll);
+    command = add("export", "Prints the saved collections as NDJSON, oldest first", runExport);
     command->add_option("--since", arguments->since,
                         std::string("not those before this time: ") + pointInTimeForms);
     command->add_option("--until", arguments->until, "not those after this time: likewise");
-    add("path", "Prints the directory of the files", path);
+    add("path", "Prints the directory of the files", runPath);
 }
 
 } // namespace Ambrel

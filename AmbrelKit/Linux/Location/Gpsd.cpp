@@ -15,8 +15,8 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
-constexpr std::chrono::milliseconds firstDelay{250};
-constexpr std::chrono::milliseconds longestDelay{4000};
+constexpr std::chrono::milliseconds firstRetry{250};
+constexpr std::chrono::milliseconds longestRetry{4000};
 
 constexpr std::string_view watchCommand = "?WATCH={\"enable\":true,\"json\":true};\n";
 
@@ -38,7 +38,7 @@ GpsdEndpoint::GpsdEndpoint(const std::string& host, std::uint16_t port) {
 
 Gpsd::Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint,
            std::weak_ptr<LocationSourceOwner> owner)
-    : loop_(loop), endpoint_(endpoint), owner_(std::move(owner)), delay_(firstDelay) {}
+    : loop_(loop), endpoint_(endpoint), owner_(std::move(owner)), delay_(firstRetry) {}
 
 Gpsd::~Gpsd() { disconnect(); }
 
@@ -119,7 +119,7 @@ void Gpsd::readReports() {
     });
     const auto owner = owner_.lock();
     if (!fixes.empty() && owner) {
-        delay_ = firstDelay;
+        delay_ = firstRetry;
         owner->sourceDidFix(*this, std::move(fixes));
     }
 }
@@ -136,7 +136,7 @@ void Gpsd::disconnect() {
 void Gpsd::retryLater() {
     disconnect();
     retry_->arm(std::chrono::steady_clock::now() + delay_);
-    delay_ = std::min(delay_ * 2, longestDelay);
+    delay_ = std::min(delay_ * 2, longestRetry);
 }
 
 LocationSourceFactory gpsdFactory(const std::shared_ptr<EventLoop>& loop,
