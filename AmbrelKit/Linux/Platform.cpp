@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Platform.hpp"
 
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
+#include "AmbrelKit/Linux/Location/Location.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"

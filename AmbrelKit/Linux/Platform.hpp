@@ -1,7 +1,7 @@
 #ifndef AMBRELKIT_LINUX_PLATFORM_HPP
 #define AMBRELKIT_LINUX_PLATFORM_HPP
 
-#include "AmbrelKit/Linux/Location/Location.hpp"
+#include "AmbrelKit/Linux/Location/LocationOptions.hpp"
 
 #include <AmbrelKit/AmbrelSDK.hpp>
 

@@ -120,7 +120,7 @@ class CommandLine(unittest.TestCase):
             (["--threshold", "1.5"], "1.5"),
             (["--threshold", ""], "--threshold"),
             (["--format", "xml"], "xml"),
-            (["--location", "gpsd"], "--location"),
+            (["--location", "moon"], "moon"),
         ]:
             with self.subTest(arguments):
                 result = scan(*arguments)

@@ -35,7 +35,8 @@ class Installation(unittest.TestCase):
     def test_only_what_is_promised_is_installed(self):
         top = sorted(os.listdir(os.path.join(self.prefix, "include", "AmbrelKit")))
         self.assertEqual(top, ["AmbrelError.hpp", "AmbrelPermissionStatus.hpp", "AmbrelSDK.hpp",
-                               "AmbrelSDKDelegate.hpp", "AmbrelStorage.hpp", "Linux", "Platform", "Simulated"])
+                               "AmbrelSDKDelegate.hpp", "AmbrelStorage.hpp", "Linux", "Platform",
+                               "Simulated"])
         tool = os.path.join(self.prefix, "bin", "ambrel")
         if os.path.exists(tool):
             self.assertEqual(run(tool, "--version"), f"ambrel {VERSION}\n")
