@@ -22,7 +22,7 @@ struct CollectionOptions {
     AmbrelKit::Linux::LocationSourceKind location = AmbrelKit::Linux::LocationSourceKind::automatic;
     std::optional<std::int64_t> threshold; ///< seconds
     std::string format;                    ///< empty: by where the output goes
-    bool save = false; ///< each dictionary into the store too
+    bool save = false;                     ///< each dictionary into the store too
     bool quiet = false;
 };
 
