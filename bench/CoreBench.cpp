@@ -55,6 +55,7 @@ void sendDiscoveries(benchmark::State& bench, std::int64_t held, std::int64_t ea
     const auto list = peripherals(held);
     const auto store = storeWith(list, earlier);
     std::vector<DataEvent> events;
+    events.reserve(list.size());
     for (const auto& peripheral : list) {
         events.emplace_back(DataEvents::didDiscoverBluetoothPeripheral{peripheral});
     }

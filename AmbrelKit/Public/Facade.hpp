@@ -65,8 +65,8 @@ private:
     [[nodiscard]] bool allowScanning() const;
     void start(ScanningMode mode);
     void stop();
-    void notifyDelegate(const JSONDictionary& data);
-    void deliverEmptyRecord();
+    void notifyDelegate(const JSONDictionary& data) const;
+    void deliverEmptyRecord() const;
     void configureTimer();
     void sendTimerTickEvent();
     void configureResumeAndSuspendScanning(ScanningMode mode);

@@ -76,13 +76,13 @@ void Facade::stop() {
     }
 }
 
-void Facade::notifyDelegate(const JSONDictionary& data) {
+void Facade::notifyDelegate(const JSONDictionary& data) const {
     if (const auto host = delegate()) {
         host->didReceiveUpdateWithCollectedData(data);
     }
 }
 
-void Facade::deliverEmptyRecord() {
+void Facade::deliverEmptyRecord() const {
     const UUID uuid = Environment::shared().generateUUID();
     const auto record = AmbrelData::new_(uuid, Environment::shared().currentDate());
     notifyDelegate(JSONEncoder::serialize(record).value_or(JSONDictionary()));

@@ -14,6 +14,8 @@ class FileDescriptor {
 public:
     explicit FileDescriptor(int number) : number_(number) {}
     FileDescriptor(FileDescriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
     FileDescriptor& operator=(FileDescriptor&&) = delete;
     ~FileDescriptor();
 

@@ -11,9 +11,9 @@ namespace AmbrelKit::Linux {
 
 /// Where gpsd listens.
 struct GpsdEndpoint {
-    /// Throws std::invalid_argument when `address` is not a numeric one: looking a name up would
+    /// Throws std::invalid_argument when `host` is not a numeric address: looking a name up would
     /// wait.
-    GpsdEndpoint(const std::string& address, std::uint16_t port);
+    GpsdEndpoint(const std::string& host, std::uint16_t port);
 
     sockaddr_storage address{};
     socklen_t size = 0;
