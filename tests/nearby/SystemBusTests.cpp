@@ -42,7 +42,7 @@ protected:
     std::shared_ptr<SystemBus> bus = driver.loop()->shared<SystemBus>();
     std::vector<std::string> owners;
     std::function<void(const std::string&)> note = [this](const std::string& owner) {
-        owners.push_back(owner.empty() ? "none" : "somebody");
+        owners.emplace_back(owner.empty() ? "none" : "somebody");
     };
 };
 

@@ -113,13 +113,13 @@ private:
     Record newRecord();
 
     Record* currentRecord(Facade& facade);
-    void scan(std::size_t facade, bool automatic);
-    template <class Change> void event(std::size_t facade, Change change);
+    void scan(std::size_t index, bool automatic);
+    template <class Change> void event(std::size_t index, Change change);
     void startCollecting(std::size_t facade, bool automatic);
-    void stopCollecting(std::size_t facade);
+    void stopCollecting(std::size_t index);
     void deliver(std::size_t facade, const json& data);
     void finish(std::size_t facade, const json& data);
-    void enable(std::size_t facade, bool automatic);
+    void enable(std::size_t index, bool automatic);
     void disableObserver(Facade& facade);
     void endTask(Facade& facade);
     void tick(std::size_t facade);
