@@ -81,7 +81,7 @@ std::chrono::duration<double> replayTime(std::size_t& printed) {
 void millionSightings(benchmark::State& state) {
     std::chrono::duration<double> parsing{};
     std::chrono::duration<double> replaying{};
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::size_t printed = 0;
         parsing += parseTime();
         const auto time = replayTime(printed);
