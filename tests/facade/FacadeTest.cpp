@@ -31,10 +31,12 @@ protected:
         }
     }
 
-    Platform platform;
-    Host host{platform, {{"_ipp._tcp."}}};
+    // What the host and the platform still write to when they go.
     std::vector<JSONDictionary> delivered;
     std::string calls;
+
+    Platform platform;
+    Host host{platform, {{"_ipp._tcp."}}};
 };
 
 TEST_F(Facade, ACollectionHoldsWhatEachSourceReported) {
