@@ -1,4 +1,5 @@
 #include "tests/location/LocationBed.hpp"
+#include "tests/support/PrivateBus.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -73,11 +74,6 @@ protected:
         if (std::system("unshare --mount --net true 2>/dev/null") != 0) {
             GTEST_SKIP() << "no right to make namespaces";
         }
-        write("bus.conf", "<busconfig><type>system</type><listen>unix:path=" + file("bus") +
-                              "</listen><auth>EXTERNAL</auth><servicedir>" + folder_.native() +
-                              "</servicedir><policy context=\"default\"><allow user=\"*\"/>"
-                              "<allow own=\"*\"/><allow send_destination=\"*\"/>"
-                              "<allow receive_sender=\"*\"/></policy></busconfig>");
         write("geoclue.conf",
               "[agent]\nwhitelist=ambrel-test-agent\n[network-nmea]\nenable=true\nnmea-socket=" +
                   file("nmea") +
@@ -86,20 +82,11 @@ protected:
                   "[compass]\nenable=false\n"
                   "[org.ambrelkit.refused]\nallowed=false\nsystem=false\nusers=\n");
         nmea_ = std::make_unique<NmeaServer>(std::filesystem::path(file("nmea")));
-        setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + file("bus")).c_str(), 1);
-        bus_ = std::make_unique<Child>(std::vector<std::string>{
-            "dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + file("bus.conf")});
-        ASSERT_TRUE(
-            runUntil([this] { return control_ != nullptr || sd_bus_open_system(&control_) >= 0; }));
+        sd_bus_open_system(&control_);
     }
-    void TearDown() override {
-        sd_bus_flush_close_unref(control_);
-        daemon_.reset();
-        bus_.reset();
-        std::filesystem::remove_all(folder_);
-    }
+    void TearDown() override { sd_bus_flush_close_unref(control_); }
 
-    [[nodiscard]] std::string file(const std::string& name) const { return folder_ / name; }
+    [[nodiscard]] std::string file(const std::string& name) const { return bus_.folder() / name; }
     void write(const std::string& name, const std::string& text) const {
         std::ofstream(file(name)) << text;
     }
@@ -136,12 +123,8 @@ protected:
         return {.source = source, .desktopId = desktopId, .gpsdPort = gpsdPort};
     }
 
-    std::filesystem::path folder_ = [] {
-        std::string name = std::filesystem::temp_directory_path() / "ambrel-geoclue-XXXXXX";
-        return std::filesystem::path(mkdtemp(name.data()));
-    }();
+    PrivateBus bus_;
     std::unique_ptr<NmeaServer> nmea_;
-    std::unique_ptr<Child> bus_;
     sd_bus* control_ = nullptr;
     std::unique_ptr<Child> daemon_;
 };
@@ -153,8 +136,7 @@ TEST_F(GeoClue, GivesThePlaceThatItsReceiverTells) {
     ASSERT_TRUE(runUntil([&] { return session.hasFixes(2); }));
     EXPECT_THAT(session.statuses, ElementsAre(0, 4));
     for (const LocationFix& fix : session.fixes) {
-        EXPECT_NEAR(fix.coordinate.latitude, NmeaServer::place.latitude, 1e-6);
-        EXPECT_NEAR(fix.coordinate.longitude, NmeaServer::place.longitude, 1e-6);
+        EXPECT_TRUE(NmeaServer::isPlace(fix.coordinate));
         EXPECT_TRUE(nmea_->stamps.contains(fix.timestamp));
     }
 }
@@ -232,10 +214,7 @@ TEST_F(GeoClue, OneThatDoesNotRunIsStarted) {
 TEST_F(GeoClue, ThePlaceIsInTheDictionaryOfAScan) {
     startDaemon();
     const Agent agent;
-    const auto dictionary = scan("auto");
-    ASSERT_TRUE(dictionary.contains("locationCollection")) << dictionary;
-    EXPECT_NEAR(dictionary["locationCollection"]["lat"], NmeaServer::place.latitude, 1e-6);
-    EXPECT_NEAR(dictionary["locationCollection"]["lon"], NmeaServer::place.longitude, 1e-6);
+    EXPECT_TRUE(NmeaServer::isPlace(scan("auto").value()));
 }
 #endif
 

@@ -1,13 +1,11 @@
 #include "tests/location/LocationBed.hpp"
+#include "tests/support/Isolation.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
-#include <net/if.h>
-#include <sched.h>
 #include <stdexcept>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -142,10 +140,8 @@ protected:
         if (access("/usr/sbin/gpsd", X_OK) != 0) {
             GTEST_SKIP() << "gpsd is not installed";
         }
-        ifreq loopback{.ifr_ifrn = {.ifrn_name = "lo"}, .ifr_ifru = {.ifru_flags = IFF_UP}};
-        if (unshare(CLONE_NEWNET) != 0 ||
-            ioctl(socket(AF_INET, SOCK_DGRAM, 0), SIOCSIFFLAGS, &loopback) != 0) {
-            GTEST_SKIP() << "no right to make a network namespace";
+        if (const std::string refusal = isolateNetwork(); !refusal.empty()) {
+            GTEST_SKIP() << refusal;
         }
         nmea_ = std::make_unique<NmeaServer>(std::uint16_t{0});
         gpsd_ = std::make_unique<Child>(
@@ -161,18 +157,14 @@ TEST_F(GpsdDaemon, GivesThePlaceThatItsReceiverTells) {
     const Session session({.source = LocationSourceKind::gpsd});
     ASSERT_TRUE(runUntil([&] { return session.hasFixes(2); }));
     for (const LocationFix& fix : session.fixes) {
-        EXPECT_NEAR(fix.coordinate.latitude, NmeaServer::place.latitude, 1e-6);
-        EXPECT_NEAR(fix.coordinate.longitude, NmeaServer::place.longitude, 1e-6);
+        EXPECT_TRUE(NmeaServer::isPlace(fix.coordinate));
     }
     EXPECT_TRUE(nmea_->stamps.contains(session.fixes.back().timestamp));
 }
 
 #ifdef AMBREL_TOOL
 TEST_F(GpsdDaemon, ThePlaceIsInTheDictionaryOfAScan) {
-    const auto dictionary = scan("gpsd");
-    ASSERT_TRUE(dictionary.contains("locationCollection")) << dictionary;
-    EXPECT_NEAR(dictionary["locationCollection"]["lat"], NmeaServer::place.latitude, 1e-6);
-    EXPECT_NEAR(dictionary["locationCollection"]["lon"], NmeaServer::place.longitude, 1e-6);
+    EXPECT_TRUE(NmeaServer::isPlace(scan("gpsd").value()));
 }
 #endif
 

@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <iomanip>
 #include <netinet/in.h>
+#include <nlohmann/json.hpp>
 #include <numeric>
-#include <poll.h>
 #include <sstream>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -18,21 +18,13 @@
 namespace AmbrelKit::Linux {
 
 bool runUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
-    const auto loop = EventLoop::current();
     const auto end = std::chrono::steady_clock::now() + limit;
     bool held = condition();
     while (!held && std::chrono::steady_clock::now() < end) {
-        pollfd descriptor{.fd = loop->fileDescriptor(), .events = POLLIN, .revents = 0};
-        poll(&descriptor, 1, 10); // the condition may be about a daemon
-        loop->dispatch();
+        LoopDriver().during(std::chrono::milliseconds(5));
         held = condition();
     }
     return held;
-}
-
-std::size_t openDescriptors() {
-    const std::filesystem::directory_iterator folder("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
 }
 
 Session::Session(const LocationOptions& options)
@@ -92,14 +84,18 @@ bool Child::ended() {
     return pid_ < 0;
 }
 
-nlohmann::json scan(const std::string& source) {
+std::optional<LocationCoordinate> scan(const std::string& source) {
     const std::string output =
         std::filesystem::temp_directory_path() / ("ambrel-scan-" + std::to_string(getpid()));
     Child tool({AMBREL_TOOL, "scan", "--only", "location", "--location", source}, output);
     EXPECT_TRUE(runUntil([&tool] { return tool.ended(); }));
     std::ifstream file(output);
     std::filesystem::remove(output);
-    return nlohmann::json::parse(file, nullptr, false);
+    const auto dictionary = nlohmann::json::parse(file, nullptr, false);
+    const auto location = dictionary.find("locationCollection");
+    return location == dictionary.end()
+               ? std::nullopt
+               : std::optional(LocationCoordinate{location->at("lat"), location->at("lon")});
 }
 
 Server::Server(std::uint16_t port) {

@@ -2,12 +2,13 @@
 #define AMBRELKIT_TESTS_LOCATION_LOCATIONBED_HPP
 
 #include "AmbrelKit/Linux/Location/Location.hpp"
-#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "tests/support/LoopDriver.hpp"
 
+#include <cmath>
 #include <csignal>
 #include <filesystem>
 #include <functional>
-#include <nlohmann/json.hpp>
+#include <optional>
 #include <set>
 #include <string>
 #include <sys/types.h>
@@ -15,11 +16,10 @@
 
 namespace AmbrelKit::Linux {
 
-/// Runs the loop until `condition` holds; false when it does not within `limit`.
+/// Runs the loop until `condition`, which may be about a daemon, holds; false when it does not
+/// within `limit`.
 bool runUntil(const std::function<bool()>& condition,
               std::chrono::milliseconds limit = std::chrono::seconds(20));
-
-std::size_t openDescriptors();
 
 /// A manager from start to stop, with a receiver that does what the kit does and keeps what it was
 /// told.
@@ -63,8 +63,8 @@ private:
     pid_t pid_ = -1;
 };
 
-/// What `ambrel scan --only location` prints.
-nlohmann::json scan(const std::string& source);
+/// The place in what `ambrel scan --only location` prints.
+std::optional<LocationCoordinate> scan(const std::string& source);
 
 /// Listens on a port of loopback, or on a Unix socket, and holds whoever connects.
 class Server {
@@ -96,7 +96,11 @@ public:
         server.accepted = [this] { burst(); };
     }
 
-    static constexpr LocationCoordinate place{.latitude = 48.20849, .longitude = -16.37208};
+    static bool isPlace(const LocationCoordinate& coordinate) {
+        return std::abs(coordinate.latitude - 48.20849) < 1e-6 &&
+               std::abs(coordinate.longitude + 16.37208) < 1e-6;
+    }
+
     Server server;
     std::set<std::chrono::system_clock::time_point> stamps;
 

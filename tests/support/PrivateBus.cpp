@@ -17,7 +17,8 @@ PrivateBus::PrivateBus() {
     const std::string address = "unix:path=" + (folder_ / "socket").string();
     std::ofstream(folder_ / "conf")
         << "<busconfig><type>system</type><listen>" << address
-        << "</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow user=\"*\"/>"
+        << "</listen><auth>EXTERNAL</auth><servicedir>" << folder_.native()
+        << "</servicedir><policy context=\"default\"><allow user=\"*\"/>"
            "<allow own=\"*\"/><allow send_destination=\"*\"/><allow send_type=\"method_call\"/>"
            "<allow receive_sender=\"*\"/></policy></busconfig>";
     setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);

@@ -20,6 +20,9 @@ public:
     /// The daemon neither answers nor goes away from here on.
     void freeze() const;
 
+    /// A folder of the test's own. A service file in it lets the daemon start that service.
+    [[nodiscard]] const std::filesystem::path& folder() const { return folder_; }
+
 private:
     std::filesystem::path folder_;
     pid_t process_ = -1;
