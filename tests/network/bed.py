@@ -21,6 +21,7 @@ import subprocess
 import sys
 import tempfile
 import time
+from xml.sax.saxutils import escape
 
 TYPES = ["_ipp._tcp", "_http._tcp", "_ambrel-test._udp"]
 NEIGHBOUR_IPV4 = "10.77.0.2"
@@ -45,7 +46,7 @@ class Service:
         host = f"<host-name>{self.host}</host-name>" if self.host else ""
         return (
             '<?xml version="1.0"?><!DOCTYPE service-group SYSTEM "avahi-service.dtd">'
-            f'<service-group><name>{self.name}</name><service protocol="{self.protocol}">'
+            f'<service-group><name>{escape(self.name)}</name><service protocol="{self.protocol}">'
             f"<type>{self.type}</type>{host}<port>{1000 + self.number}</port>"
             f"{TXT.format(id=self.number)}</service></service-group>"
         )
@@ -59,7 +60,7 @@ class Service:
 def few_services():
     return [
         Service(0),
-        Service(1, name="Café d.o\\t &amp; 1"),
+        Service(1, name="Café d.o\\t & 1"),
         Service(2),
         Service(3, name="By IPv6 only", protocol="ipv6"),
         Service(4, name="By IPv4 only", protocol="ipv4"),
@@ -79,7 +80,6 @@ def many_services(count, first=0):
 class Bed:
     def __init__(self, folder):
         self.folder = pathlib.Path(folder)
-        self.processes = []
 
     def shell(self, script, side=None, **options):
         inside = ["ip", "netns", "exec", side] if side else []
@@ -110,9 +110,10 @@ class Bed:
             <listen>unix:path={socket}</listen><auth>EXTERNAL</auth>
             <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
             <allow send_type="method_call"/><allow receive_sender="*"/></policy></busconfig>""")
-        self.processes.append(subprocess.Popen(
-            ["dbus-daemon", "--nofork", "--nopidfile", f"--config-file={self.folder}/bus.conf"]))
-        wait_until(socket.exists, "the bus", self.folder / "bus.conf")
+        log = self.folder / "bus.log"
+        subprocess.Popen(["dbus-daemon", "--nofork", "--nopidfile", f"--config-file={self.folder}/bus.conf"],
+                         stderr=open(log, "w"))
+        wait_until(socket.exists, "the bus", log)
         os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={socket}"
 
     def write_services(self, services, hosts):
@@ -130,13 +131,12 @@ class Bed:
             f"[server]\nhost-name={side}\nallow-interfaces=v0\nenable-dbus={'yes' if with_bus else 'no'}\n"
             "[wide-area]\nenable-wide-area=no\n[publish]\npublish-workstation=no\npublish-hinfo=no\n")
         own = f"mount --bind {self.folder}/services /etc/avahi/services; mount --bind {self.folder}/hosts /etc/avahi/hosts;"
-        log = open(folder / "log", "w")
+        log = folder / "log"
         daemon = self.shell(
             f"""mount -t tmpfs run /run; {'' if with_bus else own}
             exec avahi-daemon -f {folder}/conf --no-drop-root --no-chroot --no-rlimits --no-proc-title""",
-            side, stdout=log, stderr=log)
-        self.processes.append(daemon)
-        wait_until(lambda: "startup complete" in (folder / "log").read_text(), "avahi-daemon", folder / "log")
+            side, stderr=open(log, "w"))
+        wait_until(lambda: "startup complete" in log.read_text(), "avahi-daemon", log)
         return daemon
 
     def wait_for_services(self, count):
@@ -157,8 +157,6 @@ def check(output, services):
     for device in found:
         device.pop("timestamp", None)
     expected = [service.expected() for service in services]
-    for device in expected:
-        device["name"] = device["name"].replace("&amp;", "&")
     missing = [device for device in expected if device not in found]
     surplus = [device for device in found if device not in expected]
     for word, devices in ("missing", missing), ("unexpected", surplus):
@@ -196,6 +194,7 @@ def inside(options):
 
 
 def outside():
+    os.environ["PATH"] += ":/usr/sbin:/sbin"
     for program in "avahi-daemon", "dbus-daemon", "ip", "unshare":
         if not shutil.which(program):
             print(f"skipped: {program} is not installed")

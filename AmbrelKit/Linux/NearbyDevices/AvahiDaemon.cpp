@@ -245,10 +245,10 @@ void AvahiDaemon::sendWaiting() {
                 question->answered(reply);
             }
         };
-        underWay_ += bus_->send({owner_, "/", serverInterface, question->member},
-                                question->arguments, answered)
-                         ? 1
-                         : 0;
+        if (bus_->send({owner_, "/", serverInterface, question->member}, question->arguments,
+                       answered)) {
+            ++underWay_;
+        }
     }
 }
 
