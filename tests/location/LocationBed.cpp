@@ -56,6 +56,7 @@ void Session::locationManagerDidFailWithError(LocationManager& /*manager*/,
 
 Child::Child(const std::vector<std::string>& command, const std::string& output) {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
     }
