@@ -9,8 +9,8 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
-constexpr std::chrono::seconds firstDelay{1};
-constexpr std::chrono::seconds longestDelay{64};
+constexpr std::chrono::seconds firstReconnectDelay{1};
+constexpr std::chrono::seconds longestReconnectDelay{64};
 
 constexpr const char* disconnectedRule = "type='signal',sender='org.freedesktop.DBus.Local',"
                                          "path='/org/freedesktop/DBus/Local',"
@@ -34,7 +34,7 @@ struct SystemBus::Reply {
             return 0;
         }
         if (sd_bus_is_ready(sd_bus_message_get_bus(message)) > 0) {
-            bus->delay_ = firstDelay;
+            bus->delay_ = firstReconnectDelay;
         }
         bus->loop_->guarded([&] { reply->replied(message); });
         return 0;
@@ -70,7 +70,7 @@ int SignalMatch::run(sd_bus_message* signal, void* self, sd_bus_error* /*error*/
 }
 
 SystemBus::SystemBus(std::shared_ptr<EventLoop> loop)
-    : loop_(std::move(loop)), delay_(firstDelay) {}
+    : loop_(std::move(loop)), delay_(firstReconnectDelay) {}
 
 std::shared_ptr<SystemBus> SystemBus::make(const std::shared_ptr<EventLoop>& loop) {
     std::shared_ptr<SystemBus> bus(new SystemBus(loop));
@@ -94,7 +94,7 @@ void SystemBus::connect() {
     if (!open()) {
         close();
         reconnect_->arm(std::chrono::steady_clock::now() + delay_);
-        delay_ = std::min(delay_ * 2, longestDelay);
+        delay_ = std::min(delay_ * 2, longestReconnectDelay);
         return;
     }
     for (const auto& registration : registrations()) {
@@ -122,7 +122,7 @@ void SystemBus::close() {
 void SystemBus::lost() {
     close();
     reconnect_->arm(std::chrono::steady_clock::now() + delay_);
-    delay_ = std::min(delay_ * 2, longestDelay);
+    delay_ = std::min(delay_ * 2, longestReconnectDelay);
     absence_->arm(std::chrono::steady_clock::now());
 }
 
