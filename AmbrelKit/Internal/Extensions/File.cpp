@@ -1,5 +1,6 @@
 #include "AmbrelKit/Internal/Extensions/File.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
@@ -32,24 +33,20 @@ std::string readFile(const std::string& path) {
         errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
         throwFileError(path + ": not a regular file");
     }
-    std::string contents(static_cast<std::size_t>(status.st_size) + 1, '\0');
+    std::string contents(static_cast<std::size_t>(status.st_size), '\0');
     std::size_t length = 0;
-    for (;;) {
+    while (length < contents.size()) {
         const ssize_t count =
             read(file.number(), contents.data() + length, contents.size() - length);
-        if (count == 0) {
-            contents.resize(length);
-            return contents;
-        }
-        if (count > 0) {
-            length += static_cast<std::size_t>(count);
-        } else if (errno != EINTR) {
+        if (count < 0 && errno != EINTR) {
             throwFileError(path);
         }
-        if (length == contents.size()) { // it has grown meanwhile
-            contents.resize(2 * length);
+        if (count == 0) { // it was cut short meanwhile
+            contents.resize(length);
         }
+        length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     }
+    return contents;
 }
 
 void removeFile(const std::string& path) {
