@@ -19,6 +19,10 @@ struct Outcome {
 };
 
 class StoreCommandTests : public Test {
+public:
+    StoreCommandTests(const StoreCommandTests&) = delete;
+    StoreCommandTests& operator=(const StoreCommandTests&) = delete;
+
 protected:
     StoreCommandTests() {
         std::string folder = TempDir() + "ambrel-tool-XXXXXX";

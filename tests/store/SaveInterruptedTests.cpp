@@ -36,10 +36,10 @@ protected:
         return text.size() == length && text.find_first_not_of(text.front()) == text.npos;
     }
 
-    bool leftSomething() const { return names(documents).size() > 1; }
+    [[nodiscard]] bool leftSomething() const { return names(documents).size() > 1; }
 
     /// Waits until there is an entry beside the collections that was not there `before`.
-    bool beginsToSave(const std::vector<std::string>& before) const {
+    [[nodiscard]] bool beginsToSave(const std::vector<std::string>& before) const {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (std::chrono::steady_clock::now() < end) {
             const auto now = names(documents);
