@@ -1,11 +1,11 @@
 #include "AmbrelKit/Linux/Platform.hpp"
 
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
+#include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
 #include "AmbrelKit/Linux/Location/Location.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
-#include "AmbrelKit/Linux/SilentManagers.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
 
 #include <utility>
@@ -31,7 +31,7 @@ PlatformServices platformServices(const LocationOptions& location) {
     [[maybe_unused]] static const bool installed = (installNetworkQueries(), true);
     const auto loop = EventLoop::current();
     return {.bonjourServices = Bundle::main().bonjourServices(),
-            .bluetoothManagerFactory = [] { return std::make_shared<SilentBluetoothManager>(); },
+            .bluetoothManagerFactory = makeBluetoothManagerFactory(loop),
             .locationManagerFactory = makeLocationManagerFactory(loop, location),
             .netServiceBrowserFactory = makeNetServiceBrowserFactory(loop),
             .timerFactory =

@@ -17,8 +17,8 @@ class BluetoothCentralManager;
 /// What a central manager says of its radio. A platform may report other numbers; they mean
 /// nothing.
 enum class BluetoothManagerState : int {
-    unknown = 0,      ///< nothing is known, or the service behind the manager was lost
-    resetting = 1,    ///< the connection to the service is being made anew
+    unknown = 0,      ///< nothing is known yet
+    resetting = 1,    ///< the service behind the manager was lost; it may come back
     unsupported = 2,  ///< there is no adapter
     unauthorized = 3, ///< this process may not use it
     poweredOff = 4,   ///< switched off, or blocked by a radio switch

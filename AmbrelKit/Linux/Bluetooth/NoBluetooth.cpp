@@ -1,18 +1,12 @@
-#ifndef AMBRELKIT_LINUX_SILENTMANAGERS_HPP
-#define AMBRELKIT_LINUX_SILENTMANAGERS_HPP
+#include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
 
-#include "AmbrelKit/Platform/BluetoothCentralManager.hpp"
-
-#include <memory>
-#include <optional>
 #include <utility>
-#include <vector>
-
-// What stands where a source is not part of the build: it takes every call and reports nothing.
 
 namespace AmbrelKit::Linux {
 
-class SilentBluetoothManager final : public BluetoothCentralManager {
+namespace {
+
+class SilentManager final : public BluetoothCentralManager {
 public:
     [[nodiscard]] std::shared_ptr<BluetoothCentralManagerDelegate> delegate() const override {
         return delegate_.lock();
@@ -32,6 +26,10 @@ private:
     std::weak_ptr<BluetoothCentralManagerDelegate> delegate_;
 };
 
-} // namespace AmbrelKit::Linux
+} // namespace
 
-#endif
+BluetoothManagerFactory makeBluetoothManagerFactory(std::shared_ptr<EventLoop> /*loop*/) {
+    return [] { return std::make_shared<SilentManager>(); };
+}
+
+} // namespace AmbrelKit::Linux

@@ -1,0 +1,13 @@
+#include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
+
+#include "AmbrelKit/Linux/Bluetooth/CentralManager.hpp"
+
+#include <utility>
+
+namespace AmbrelKit::Linux {
+
+BluetoothManagerFactory makeBluetoothManagerFactory(std::shared_ptr<EventLoop> loop) {
+    return [loop = std::move(loop)] { return std::make_shared<CentralManager>(loop); };
+}
+
+} // namespace AmbrelKit::Linux

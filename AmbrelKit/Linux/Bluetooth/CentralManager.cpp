@@ -1,0 +1,90 @@
+#include "AmbrelKit/Linux/Bluetooth/CentralManager.hpp"
+
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace AmbrelKit::Linux {
+
+CentralManager::CentralManager(std::shared_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
+
+CentralManager::~CentralManager() {
+    if (blueZ_) {
+        blueZ_->unfollow(*this);
+    }
+}
+
+std::shared_ptr<BluetoothCentralManagerDelegate> CentralManager::delegate() const {
+    return delegate_.lock();
+}
+
+void CentralManager::setDelegate(std::weak_ptr<BluetoothCentralManagerDelegate> delegate) {
+    delegate_ = std::move(delegate);
+    announcement_.reset();
+    followAsNeeded();
+    if (blueZ_ && !delegate_.expired()) {
+        announcement_ = loop_->deadline([this] { blueZStateChanged(); });
+        announcement_->arm(std::chrono::steady_clock::now());
+    }
+}
+
+void CentralManager::scanForPeripheralsWithServices(
+    const std::optional<std::vector<UUID>>& services,
+    const std::optional<JSONDictionary>& /*options*/) {
+    if (scanning_) {
+        return;
+    }
+    scanning_ = true;
+    services_ = services;
+    followAsNeeded();
+    blueZ_->wantsChanged();
+}
+
+void CentralManager::stopScan() {
+    if (!scanning_) {
+        return;
+    }
+    scanning_ = false;
+    blueZ_->wantsChanged();
+    followAsNeeded();
+}
+
+void CentralManager::followAsNeeded() {
+    const bool needed = scanning_ || !delegate_.expired();
+    if (needed && !blueZ_) {
+        blueZ_ = loop_->shared<BlueZ>();
+        blueZ_->follow(shared_from_this());
+    } else if (!needed && blueZ_) {
+        std::exchange(blueZ_, nullptr)->unfollow(*this);
+    }
+}
+
+void CentralManager::blueZStateChanged() {
+    const auto keep = shared_from_this();
+    if (!blueZ_ || blueZ_->state() == BluetoothManagerState::unknown) {
+        return;
+    }
+    announcement_.reset();
+    state_ = blueZ_->state();
+    if (const auto delegate = delegate_.lock()) {
+        delegate->centralManagerDidUpdateState(*this);
+    }
+}
+
+void CentralManager::blueZHeard(const BlueZDevice& device) {
+    static const JSONDictionary nothing;
+    const auto advertises = [&](const UUID& service) {
+        return std::ranges::find(device.services, service) != device.services.end();
+    };
+    if (!scanning_ || (services_ && std::ranges::none_of(*services_, advertises))) {
+        return;
+    }
+    const auto keep = shared_from_this();
+    if (const auto delegate = delegate_.lock()) {
+        delegate->centralManagerDidDiscoverPeripheral(*this, device.peripheral, nothing,
+                                                      *device.rssi);
+    }
+}
+
+} // namespace AmbrelKit::Linux

@@ -1,0 +1,173 @@
+#include "AmbrelKit/Linux/Bluetooth/Discovery.hpp"
+
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+
+#include <utility>
+
+namespace AmbrelKit::Linux {
+
+namespace {
+
+/// A new filter replaces the connection's earlier one, and what it leaves out has no limit: RSSI
+/// and Pathloss, of which BlueZ takes only one, are unset by their absence.
+int appendFilter(sd_bus_message* call) {
+    return sd_bus_message_append(call, "a{sv}", 4, "Transport", "s", "le", "DuplicateData", "b", 0,
+                                 "Discoverable", "b", 0, "UUIDs", "as", 0);
+}
+
+bool isError(sd_bus_message* reply) { return sd_bus_message_is_method_error(reply, nullptr) > 0; }
+
+bool isError(sd_bus_message* reply, const char* name) {
+    return sd_bus_message_is_method_error(reply, name) > 0;
+}
+
+/// BlueZ says so of a start that it has already granted, of a start that the controller refuses,
+/// and of a stop that comes before the start has finished.
+bool isInProgress(sd_bus_message* reply) { return isError(reply, "org.bluez.Error.InProgress"); }
+
+bool isDenied(sd_bus_message* reply) {
+    return isError(reply, SD_BUS_ERROR_ACCESS_DENIED) ||
+           isError(reply, "org.bluez.Error.NotAuthorized");
+}
+
+} // namespace
+
+Discovery::Discovery(const std::shared_ptr<EventLoop>& loop, std::function<void()> denied)
+    : bus_(loop->shared<SystemBus>()), denied_(std::move(denied)),
+      retry_(*loop, [this] { step(); }) {}
+
+std::shared_ptr<Discovery> Discovery::make(const std::shared_ptr<EventLoop>& loop,
+                                           std::function<void()> denied) {
+    return std::shared_ptr<Discovery>(new Discovery(loop, std::move(denied)));
+}
+
+Discovery::~Discovery() {
+    if (phase_ == Phase::running) {
+        bus_->send(method("StopDiscovery"), {});
+    }
+}
+
+void Discovery::aim(std::optional<Place> wanted) {
+    if (wanted_ == wanted) {
+        return;
+    }
+    wanted_ = std::move(wanted);
+    retry_.reset();
+    step();
+}
+
+void Discovery::reported(bool discovering) {
+    discovering_ = discovering;
+    if (phase_ == Phase::running && !discovering) {
+        waitThenRetry();
+    }
+}
+
+void Discovery::lost() {
+    ++generation_;
+    phase_ = Phase::idle;
+    call_.reset();
+}
+
+void Discovery::step() {
+    if (retry_.pending()) {
+        return;
+    }
+    if (phase_ == Phase::idle && wanted_) {
+        setFilter();
+    } else if (phase_ == Phase::running && wanted_ != place_) {
+        stop();
+    }
+}
+
+void Discovery::setFilter() {
+    phase_ = Phase::starting;
+    place_ = *wanted_;
+    const auto replied = [weak = weak_from_this()](sd_bus_message* reply) {
+        const auto discovery = weak.lock();
+        if (!discovery) {
+            return;
+        }
+        if (isError(reply)) {
+            discovery->failed(reply);
+        } else if (discovery->wanted_ == discovery->place_) {
+            discovery->start();
+        } else {
+            discovery->phase_ = Phase::idle;
+            discovery->step();
+        }
+    };
+    call_ = bus_->call(method("SetDiscoveryFilter"), appendFilter, replied);
+    if (!call_) {
+        waitThenRetry();
+    }
+}
+
+void Discovery::start() {
+    const BusMethod stop = method("StopDiscovery");
+    const auto replied = [weak = weak_from_this(), bus = std::weak_ptr(bus_), stop,
+                          generation = generation_](sd_bus_message* reply) {
+        const auto discovery = weak.lock();
+        if (discovery && discovery->generation_ == generation) {
+            discovery->started(reply);
+        } else if (const auto connection = bus.lock(); connection && !isError(reply)) {
+            connection->send(stop, {}); // nobody waits for it any more
+        }
+    };
+    if (!bus_->send(method("StartDiscovery"), {}, replied)) {
+        waitThenRetry();
+    }
+}
+
+void Discovery::started(sd_bus_message* reply) {
+    if (isError(reply) && !(isInProgress(reply) && discovering_)) {
+        failed(reply);
+        return;
+    }
+    phase_ = Phase::running;
+    retry_.reset();
+    step();
+}
+
+void Discovery::failed(sd_bus_message* reply) {
+    if (isDenied(reply)) {
+        phase_ = Phase::idle;
+        denied_();
+    } else {
+        waitThenRetry();
+    }
+}
+
+void Discovery::stop() {
+    phase_ = Phase::stopping;
+    const auto replied = [weak = weak_from_this()](sd_bus_message* reply) {
+        if (const auto discovery = weak.lock()) {
+            discovery->stopped(reply);
+        }
+    };
+    call_ = bus_->call(method("StopDiscovery"), {}, replied);
+    if (!call_) {
+        lost(); // the connection, and with it the discovery
+    }
+}
+
+void Discovery::stopped(sd_bus_message* reply) {
+    if (isInProgress(reply)) {
+        waitThenRetry();
+        phase_ = Phase::running;
+        return;
+    }
+    phase_ = Phase::idle; // an error says that there is nothing to stop
+    step();
+}
+
+void Discovery::waitThenRetry() {
+    phase_ = Phase::idle;
+    retry_.schedule();
+}
+
+BusMethod Discovery::method(const char* member) const {
+    return {place_.daemon, place_.adapter, "org.bluez.Adapter1", member};
+}
+
+} // namespace AmbrelKit::Linux

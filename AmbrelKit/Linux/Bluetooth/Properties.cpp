@@ -1,0 +1,250 @@
+#include "AmbrelKit/Linux/Bluetooth/Properties.hpp"
+
+#include <string>
+
+namespace AmbrelKit::Linux {
+
+namespace {
+
+constexpr std::string_view adapterInterface = "org.bluez.Adapter1";
+constexpr std::string_view deviceInterface = "org.bluez.Device1";
+
+/// The types of an array of dictionary entries, as sd-bus wants to see them.
+struct Dictionary {
+    const char* array;
+    const char* entry;
+    char key;
+    const char* value;
+};
+
+constexpr Dictionary properties{"a{sv}", "sv", 's', "v"};
+constexpr Dictionary interfaces{"a{sa{sv}}", "sa{sv}", 's', "a{sv}"};
+constexpr Dictionary objects{"a{oa{sa{sv}}}", "oa{sa{sv}}", 'o', "a{sa{sv}}"};
+constexpr Dictionary manufacturerData{"a{qv}", "qv", 'q', "v"};
+constexpr Dictionary serviceData = properties;
+
+bool enter(sd_bus_message* message, char type, const char* contents) {
+    return sd_bus_message_enter_container(message, type, contents) > 0;
+}
+
+bool leave(sd_bus_message* message) { return sd_bus_message_exit_container(message) >= 0; }
+
+/// Calls `entry` at the start of each entry, for it to read key and value. Stops where the message
+/// is not what it should be.
+template <class Entry>
+void eachEntry(sd_bus_message* message, const Dictionary& types, const Entry& entry) {
+    if (!enter(message, 'a', types.array + 1)) {
+        return;
+    }
+    while (enter(message, 'e', types.entry)) {
+        entry();
+        if (!leave(message)) {
+            return;
+        }
+    }
+    leave(message);
+}
+
+bool skipBytes(sd_bus_message* message) {
+    if (!enter(message, 'v', "ay")) {
+        return false;
+    }
+    const void* bytes = nullptr;
+    std::size_t size = 0;
+    sd_bus_message_read_array(message, 'y', &bytes, &size);
+    return leave(message);
+}
+
+bool skipBytesBy(sd_bus_message* message, const Dictionary& types) {
+    if (!enter(message, 'v', types.array)) {
+        return false;
+    }
+    eachEntry(message, types, [&] {
+        const void* key = nullptr; // room for a key of either type
+        sd_bus_message_read_basic(message, types.key, &key);
+        if (!skipBytes(message)) {
+            sd_bus_message_skip(message, "v");
+        }
+    });
+    return leave(message);
+}
+
+/// Skips a variant as sd_bus_message_skip does, but for an advertisement's bytes: those it reads
+/// one by one, which costs more than all the rest of a signal.
+void skipVariant(sd_bus_message* message) {
+    if (!skipBytesBy(message, manufacturerData) && !skipBytesBy(message, serviceData) &&
+        !skipBytes(message)) {
+        sd_bus_message_skip(message, "v");
+    }
+}
+
+/// Calls `read(key)` at the value of each entry. What it leaves, by returning false, is skipped.
+template <class Read>
+void eachValue(sd_bus_message* message, const Dictionary& types, const Read& read) {
+    eachEntry(message, types, [&] {
+        const char* key = nullptr;
+        if (sd_bus_message_read_basic(message, types.key, &key) <= 0 || read(key)) {
+            return;
+        }
+        if (*types.value == 'v') {
+            skipVariant(message);
+        } else {
+            sd_bus_message_skip(message, types.value);
+        }
+    });
+}
+
+/// Calls `read` for each text of an array of texts.
+template <class Read> void eachText(sd_bus_message* message, const Read& read) {
+    if (!enter(message, 'a', "s")) {
+        return;
+    }
+    const char* text = nullptr;
+    while (sd_bus_message_read_basic(message, 's', &text) > 0) {
+        read(std::string_view(text));
+    }
+    leave(message);
+}
+
+/// Reads a variant that holds a basic type; one that holds another type stays unread.
+template <class Value>
+bool readVariant(sd_bus_message* message, char type, std::optional<Value>& value) {
+    const char contents[] = {type, '\0'};
+    if (!enter(message, 'v', contents)) {
+        return false;
+    }
+    Value content{};
+    if (sd_bus_message_read_basic(message, type, &content) > 0) {
+        value = content;
+    }
+    return leave(message);
+}
+
+bool readFlag(sd_bus_message* message, std::optional<bool>& flag) {
+    std::optional<int> value; // a boolean is an int to sd-bus
+    const bool read = readVariant(message, 'b', value);
+    if (value) {
+        flag = *value != 0;
+    }
+    return read;
+}
+
+bool readText(sd_bus_message* message, std::optional<std::string_view>& text) {
+    std::optional<const char*> value;
+    const bool read = readVariant(message, 's', value);
+    if (value) {
+        text = *value;
+    }
+    return read;
+}
+
+bool readServices(sd_bus_message* message, std::optional<std::vector<UUID>>& services) {
+    if (!enter(message, 'v', "as")) {
+        return false;
+    }
+    services.emplace();
+    eachText(message, [&](std::string_view text) {
+        if (const auto service = UUID::parse(text)) {
+            services->push_back(*service);
+        }
+    });
+    return leave(message);
+}
+
+AdapterProperties readAdapter(sd_bus_message* message) {
+    AdapterProperties adapter;
+    eachValue(message, properties, [&](std::string_view key) {
+        if (key == "Powered") {
+            return readFlag(message, adapter.powered);
+        }
+        return key == "Discovering" && readFlag(message, adapter.discovering);
+    });
+    return adapter;
+}
+
+DeviceProperties readDevice(sd_bus_message* message) {
+    DeviceProperties device;
+    eachValue(message, properties, [&](std::string_view key) {
+        if (key == "RSSI") {
+            return readVariant(message, 'n', device.rssi);
+        }
+        if (key == "Name") {
+            return readText(message, device.name);
+        }
+        if (key == "Address") {
+            return readText(message, device.address);
+        }
+        if (key == "AddressType") {
+            std::optional<std::string_view> type;
+            const bool read = readText(message, type);
+            if (type) {
+                device.addressIsRandom = *type == "random";
+            }
+            return read;
+        }
+        return key == "UUIDs" && readServices(message, device.services);
+    });
+    return device;
+}
+
+bool readInterface(sd_bus_message* message, std::string_view interface, ObjectProperties& object) {
+    if (interface == deviceInterface) {
+        object.device = readDevice(message);
+    } else if (interface == adapterInterface) {
+        object.adapter = readAdapter(message);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+ObjectProperties readInterfaces(sd_bus_message* message) {
+    ObjectProperties object;
+    eachValue(message, interfaces, [&](std::string_view interface) {
+        return readInterface(message, interface, object);
+    });
+    return object;
+}
+
+std::string_view readText(sd_bus_message* message, char type) {
+    const char* text = nullptr;
+    return sd_bus_message_read_basic(message, type, &text) > 0 ? text : "";
+}
+
+} // namespace
+
+ObjectProperties readChanges(sd_bus_message* message) {
+    ObjectProperties object;
+    readInterface(message, readText(message, 's'), object);
+    if (object.device && !object.device->rssi) {
+        eachText(message, [&](std::string_view invalidated) {
+            object.device->rssiInvalidated |= invalidated == "RSSI";
+        });
+    }
+    return object;
+}
+
+ObjectProperties readAdded(sd_bus_message* message, std::string_view& path) {
+    path = readText(message, 'o');
+    return readInterfaces(message);
+}
+
+RemovedInterfaces readRemoved(sd_bus_message* message) {
+    RemovedInterfaces removed{.path = readText(message, 'o')};
+    eachText(message, [&](std::string_view interface) {
+        removed.adapter |= interface == adapterInterface;
+        removed.device |= interface == deviceInterface;
+    });
+    return removed;
+}
+
+void readObjects(
+    sd_bus_message* message,
+    const std::function<void(std::string_view path, const ObjectProperties&)>& object) {
+    eachValue(message, objects, [&](std::string_view path) {
+        object(path, readInterfaces(message));
+        return true;
+    });
+}
+
+} // namespace AmbrelKit::Linux

@@ -1,0 +1,312 @@
+// Against the real bluetoothd, over a controller that is made up: see run.
+
+#include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
+#include "AmbrelKit/Linux/Bluetooth/PeripheralIdentifier.hpp"
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "tests/guest/Radio.hpp"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <linux/rfkill.h>
+#include <map>
+#include <poll.h>
+#include <set>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace AmbrelKit;
+using Clock = std::chrono::steady_clock;
+using Names = std::map<UUID, std::optional<std::string>>;
+
+constexpr int crowd = 400;
+constexpr double kernelsDiscovery = 10.24; // seconds
+
+double seconds(Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
+
+/// What is to be found: each advertiser's identifier, and its name.
+const Names& expected() {
+    static const Names names = [] {
+        Names all;
+        for (int i = 0; i < crowd; ++i) {
+            const auto advertiser = Advertiser::number(i);
+            all[Linux::peripheralIdentifier({advertiser.address, advertiser.random})] =
+                advertiser.name.empty() ? std::nullopt : std::optional(advertiser.name);
+        }
+        return all;
+    }();
+    return names;
+}
+
+/// The daemon, as a process of ours.
+class Daemon {
+public:
+    void start() {
+        const char* arguments[] = {"/usr/libexec/bluetooth/bluetoothd", "-n", nullptr};
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/tmp/bluetoothd.log",
+                                         O_WRONLY | O_CREAT | O_APPEND, 0644);
+        posix_spawn(&process_, arguments[0], &actions, nullptr, const_cast<char* const*>(arguments),
+                    environ);
+        posix_spawn_file_actions_destroy(&actions);
+    }
+    void end(int signal) {
+        kill(process_, signal);
+        waitpid(process_, nullptr, 0);
+    }
+
+private:
+    pid_t process_ = -1;
+};
+
+/// Scans as the kit does, and keeps what it hears.
+class Receiver final : public BluetoothCentralManagerDelegate {
+public:
+    void centralManagerDidUpdateState(BluetoothCentralManager& manager) override {
+        state = manager.state();
+        if (state == BluetoothManagerState::poweredOn) {
+            on = Clock::now();
+            manager.scanForPeripheralsWithServices(std::nullopt, std::nullopt);
+        }
+    }
+    void centralManagerDidDiscoverPeripheral(BluetoothCentralManager& /*manager*/,
+                                             const Peripheral& peripheral,
+                                             const JSONDictionary& /*data*/,
+                                             int /*rssi*/) override {
+        auto& name = heard[peripheral.identifier];
+        name = peripheral.name ? peripheral.name : name;
+        ++sightings;
+    }
+
+    BluetoothManagerState state = BluetoothManagerState::unknown;
+    Clock::time_point on;
+    Names heard;
+    int sightings = 0;
+};
+
+class GuestTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        radio = std::make_unique<Radio>(crowd);
+        daemon.start();
+    }
+    static void TearDownTestSuite() {
+        daemon.end(SIGTERM);
+        radio.reset();
+    }
+
+    void begin() {
+        receiver = std::make_shared<Receiver>();
+        manager = Linux::makeBluetoothManagerFactory(loop)();
+        manager->setDelegate(receiver);
+    }
+
+    bool until(const std::function<bool()>& done, double limit = 15) {
+        const auto end = Clock::now() + std::chrono::duration<double>(limit);
+        while (!done() && Clock::now() < end) {
+            pollfd ready{loop->fileDescriptor(), POLLIN, 0};
+            if (poll(&ready, 1, 20) > 0) {
+                loop->dispatch();
+            }
+        }
+        return done();
+    }
+
+    void expectTheCrowd() {
+        EXPECT_TRUE(until([&] { return receiver->heard.size() >= crowd; }))
+            << receiver->heard.size() << " heard";
+        std::printf("    %zu devices %.2f s after the radio was on, %d reports\n",
+                    receiver->heard.size(), seconds(Clock::now() - receiver->on),
+                    receiver->sightings);
+        until([] { return false; }, 1);
+        EXPECT_EQ(receiver->heard, expected());
+    }
+
+    /// Expects reports again within half a second, from when the manager said that its radio is on;
+    /// or from when nothing in the way is left, at most `delay` later.
+    void expectScanningAgain(double delay = 0) {
+        using enum BluetoothManagerState;
+        ASSERT_TRUE(until([&] { return receiver->state == poweredOn; }));
+        const auto before = receiver->sightings;
+        ASSERT_TRUE(until([&] { return receiver->sightings > before; }));
+        // The radio itself is silent for the first 0.2 s of a scan.
+        const double silent = seconds(Clock::now() - receiver->on) - 0.2;
+        std::printf("    reports again %.2f s after the radio was on\n", silent + 0.2);
+        EXPECT_LT(silent, 0.5 + delay);
+    }
+
+    bool becomes(BluetoothManagerState state) {
+        return until([&] { return receiver->state == state; });
+    }
+
+    static inline std::unique_ptr<Radio> radio;
+    static inline Daemon daemon;
+    std::shared_ptr<Linux::EventLoop> loop = Linux::EventLoop::current();
+    std::shared_ptr<Receiver> receiver;
+    std::shared_ptr<BluetoothCentralManager> manager;
+};
+
+/// Whether some program discovers, as bluetoothd says.
+bool daemonDiscovers() {
+    sd_bus* bus = nullptr;
+    int discovering = 0;
+    sd_bus_open_system(&bus);
+    sd_bus_get_property_trivial(bus, "org.bluez", "/org/bluez/hci0", "org.bluez.Adapter1",
+                                "Discovering", nullptr, 'b', &discovering);
+    sd_bus_close_unref(bus);
+    return discovering != 0;
+}
+
+TEST_F(GuestTest, HearsExactlyTheCrowdTwiceWithinHalfAMinute) {
+    begin();
+    expectTheCrowd();
+    manager->stopScan();
+    const int sightings = receiver->sightings;
+    EXPECT_TRUE(until([] { return !daemonDiscovers(); }));
+    EXPECT_EQ(receiver->sightings, sightings) << "after the stop";
+    manager->setDelegate({});
+    begin(); // BlueZ still knows the devices, and adds none of them anew
+    expectTheCrowd();
+    manager.reset();
+    EXPECT_TRUE(until([] { return !daemonDiscovers(); })) << "released while it scans";
+}
+
+TEST_F(GuestTest, SurvivesTheDaemon) {
+    begin();
+    ASSERT_TRUE(until([&] { return receiver->sightings > 0; }));
+    daemon.end(SIGTERM);
+    ASSERT_TRUE(becomes(BluetoothManagerState::resetting));
+    daemon.start();
+    expectScanningAgain();
+}
+
+TEST_F(GuestTest, SurvivesTheDaemonsCrash) {
+    begin();
+    ASSERT_TRUE(until([&] { return receiver->sightings > 0; }));
+    daemon.end(SIGKILL);
+    ASSERT_TRUE(becomes(BluetoothManagerState::resetting));
+    daemon.start();
+    // The kernel goes on with the dead daemon's discovery, and refuses another one.
+    expectScanningAgain(kernelsDiscovery);
+}
+
+TEST_F(GuestTest, SurvivesTheController) {
+    begin();
+    ASSERT_TRUE(until([&] { return receiver->sightings > 0; }));
+    radio->unplug();
+    ASSERT_TRUE(becomes(BluetoothManagerState::unsupported));
+    radio->plug();
+    expectScanningAgain();
+}
+
+TEST_F(GuestTest, SurvivesTheRadioSwitch) {
+    const int rfkill = open("/dev/rfkill", O_RDWR);
+    ASSERT_GE(rfkill, 0);
+    const auto block = [&](bool blocked) {
+        rfkill_event event{};
+        event.type = RFKILL_TYPE_BLUETOOTH;
+        event.op = RFKILL_OP_CHANGE_ALL;
+        event.soft = blocked ? 1 : 0;
+        return write(rfkill, &event, sizeof event) > 0;
+    };
+    begin();
+    ASSERT_TRUE(until([&] { return receiver->sightings > 0; }));
+    ASSERT_TRUE(block(true));
+    ASSERT_TRUE(becomes(BluetoothManagerState::poweredOff));
+    manager->stopScan(); // of a radio that is off
+    ASSERT_TRUE(block(false));
+    expectScanningAgain();
+    close(rfkill);
+}
+
+TEST_F(GuestTest, LeavesAnotherProgramsScan) {
+    sd_bus* other = nullptr;
+    sd_bus_open_system(&other);
+    ASSERT_GE(sd_bus_call_method(other, "org.bluez", "/org/bluez/hci0", "org.bluez.Adapter1",
+                                 "StartDiscovery", nullptr, nullptr, nullptr),
+              0);
+    begin();
+    expectTheCrowd();
+    manager->stopScan();
+    until([] { return false; }, 1);
+    EXPECT_TRUE(daemonDiscovers());
+    sd_bus_close_unref(other);
+}
+
+/// Runs a program as an ordinary user, and returns what it prints.
+std::string outputAsUser(const char* program, const std::vector<const char*>& options) {
+    int ends[2];
+    if (pipe(ends) != 0) {
+        return "";
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(ends[1], STDOUT_FILENO);
+        std::vector<char*> arguments{const_cast<char*>(program)};
+        for (const char* option : options) {
+            arguments.push_back(const_cast<char*>(option));
+        }
+        arguments.push_back(nullptr);
+        if (setgid(1000) == 0 && setuid(1000) == 0) {
+            execv(program, arguments.data());
+        }
+        _exit(127);
+    }
+    close(ends[1]);
+    std::string output;
+    char text[4096];
+    for (ssize_t length = 0; (length = read(ends[0], text, sizeof text)) > 0;) {
+        output.append(text, static_cast<std::size_t>(length));
+    }
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    return output;
+}
+
+TEST_F(GuestTest, AnOrdinaryUserTakesASnapshot) {
+    const auto output =
+        outputAsUser("./ambrel", {"scan", "--only", "bluetooth", "--quiet", "--format", "json"});
+    const auto data = JSONValue::parse(output, nullptr, false);
+    ASSERT_TRUE(data.is_object()) << output;
+    Names found;
+    for (const auto& entry : data.at("bleScan")) {
+        const auto name = entry.find("name");
+        found[UUID::parse(entry.at("address").get<std::string>()).value()] =
+            name == entry.end() ? std::nullopt : std::optional(name->get<std::string>());
+    }
+    EXPECT_EQ(found, expected());
+}
+
+TEST(Identifier, IsAnotherOneOnAnotherMachine) {
+    const auto identifier = [] { return outputAsUser("/proc/self/exe", {"identifier"}); };
+    const std::string here = identifier();
+    EXPECT_EQ(here.size(), 36U) << here;
+    EXPECT_EQ(here, identifier());
+    std::ofstream("/etc/machine-id") << "fedcba9876543210fedcba9876543210\n";
+    EXPECT_NE(here, identifier());
+    std::ofstream("/etc/machine-id") << "0123456789abcdef0123456789abcdef\n";
+    EXPECT_EQ(here, identifier());
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    if (count > 1 && std::string(arguments[1]) == "identifier") {
+        const auto advertiser = Advertiser::number(1);
+        const auto identifier =
+            Linux::peripheralIdentifier({advertiser.address, advertiser.random});
+        std::fputs(identifier.text().c_str(), stdout);
+        return 0;
+    }
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    ::testing::InitGoogleTest(&count, arguments);
+    return RUN_ALL_TESTS();
+}
