@@ -50,11 +50,6 @@ std::shared_ptr<AmbrelSDK> create(PlatformServices services) {
         std::move(services.application));
 }
 
-std::size_t joinedNetworkCount() {
-    const auto info = NetworkEnvironment::networkInfo();
-    return info ? info->connectedDevices.size() : 0;
-}
-
 } // namespace Linux
 
 std::shared_ptr<AmbrelSDK> AmbrelSDK::create() { return Linux::create(Linux::platformServices()); }

@@ -5,7 +5,6 @@
 
 #include <AmbrelKit/AmbrelSDK.hpp>
 
-#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -36,10 +35,6 @@ PlatformServices platformServices(const LocationOptions& location = {});
 
 /// A facade on these services: the designated constructor with each of them.
 std::shared_ptr<AmbrelSDK> create(PlatformServices services);
-
-/// How many Wi-Fi networks this machine is joined to now, as a collection would tell. Does not
-/// wait.
-std::size_t joinedNetworkCount();
 
 } // namespace AmbrelKit::Linux
 

@@ -1,18 +1,24 @@
 #include "tools/ambrel/Host.hpp"
 #include "tools/ambrel/ObservedPlatform.hpp"
 #include "tools/ambrel/Progress.hpp"
+#include "tools/ambrel/ScriptRecorder.hpp"
 
+#include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Simulated/Platform.hpp"
+#include "AmbrelKit/Simulated/Replay/Replay.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sstream>
 
 namespace Ambrel {
 namespace {
 
 using namespace AmbrelKit;
 using namespace std::chrono_literals;
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr const char* type = "_ipp._tcp.";
@@ -63,33 +69,43 @@ void play(Simulated::Platform& platform) {
     platform.bluetooth().reportDiscovery({.identifier = identifier, .name = std::nullopt});
     platform.location().reportAuthorization(LocationAuthorizationStatus::authorizedAlways);
     platform.location().reportFailure("no sky");
-    platform.location().reportUpdate({LocationFix{}, LocationFix{}});
+    platform.location().reportUpdate(
+        {LocationFix{}, LocationFix{.coordinate = {.latitude = 1.5, .longitude = -0.1},
+                                    .timestamp = Environment::shared().currentDate()}});
+    platform.network().setInterfaces({{.name = "en0", .address = "192.0.2.7"}});
+    platform.network().setCaptiveNetwork({"en1"}, {{"en1", {{"SSID", "Caf\u00e9"}}}});
     for (int i = 0; i < 2; ++i) {
         platform.bonjour().reportFound(type, "Printer");
-        platform.bonjour().reportResolved(type, "Printer", {});
+        platform.bonjour().reportResolved(type, "Printer",
+                                          {.addresses = {},
+                                           .txt = "\x03"
+                                                  "a=b"});
     }
     platform.clock().advanceBy(11s);
 }
 
-std::optional<JSONDictionary> collected(std::shared_ptr<PlatformObserver> observer) {
-    Simulated::Platform platform;
+/// The dictionary of `play`, as text.
+std::string collected(Simulated::Platform& platform, std::shared_ptr<PlatformObserver> observer) {
     auto services = servicesOf(platform);
+    std::optional<ObservedNetwork> network;
     if (observer) {
-        services = observed(std::move(services), std::move(observer));
+        services = observed(std::move(services), observer);
+        network.emplace(std::move(observer));
     }
     const auto host = std::make_shared<Host>(CollectionOptions());
     const auto kit = Linux::create(std::move(services));
     kit->setDelegate(host);
     kit->startScanningOnce();
     play(platform);
-    return host->delivered();
+    return host->hasDelivered() ? JSONValue(host->takeDelivered()).dump() : "nothing";
 }
 
 TEST(ObservedPlatform, TellsEveryReportAndChangesNothing) {
+    Simulated::Platform platform;
     const auto log = std::make_shared<Log>();
-    const auto data = collected(log);
-    ASSERT_TRUE(data);
-    EXPECT_EQ(JSONValue(*data), JSONValue(collected(nullptr).value()));
+    const auto data = collected(platform, log);
+    Simulated::Platform unobserved;
+    EXPECT_EQ(data, collected(unobserved, nullptr));
     EXPECT_THAT(log->lines,
                 ElementsAre("state 5", "peripheral Lamp", "peripheral -", "authorization 3",
                             "failed no sky", "fixes 2", "found Printer", "resolved Printer",
@@ -112,10 +128,29 @@ TEST(ObservedPlatform, IsSilentOnceTheCollectionIsOver) {
 
 TEST(CollectionCounts, CountAPeripheralAndAServiceOnce) {
     const auto counts = std::make_shared<CollectionCounts>();
-    ASSERT_TRUE(collected(counts));
+    Simulated::Platform platform;
+    collected(platform, counts);
     EXPECT_EQ(counts->peripherals(), 1U);
     EXPECT_EQ(counts->services(), 1U);
     EXPECT_EQ(counts->fixes(), 2U);
+    EXPECT_EQ(counts->networks(), 1U);
+}
+
+TEST(ScriptRecorder, ItsScriptDeliversTheSame) {
+    Simulated::Platform platform;
+    std::stringstream script;
+    const auto host = std::make_shared<Host>(CollectionOptions());
+    const auto recorder = std::make_shared<ScriptRecorder>(
+        std::vector<std::string>{type}, host, [&](const auto& line) { script << line << '\n'; });
+    recorder->hostCalls("startScanningOnce");
+    const auto delivered = collected(platform, recorder);
+    recorder->end();
+    EXPECT_THAT(delivered,
+                AllOf(HasSubstr("Printer"), HasSubstr("192.0.2.7"), HasSubstr("{\"a\":\"b\"}"),
+                      HasSubstr("Caf\u00e9"), HasSubstr("\"lat\":1.5")));
+    std::string replayed;
+    Simulated::replay(script, {.quiet = true}, [&](auto line) { replayed += line; });
+    EXPECT_EQ(replayed, delivered + "\n");
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs `ambrel scan` as a user does: exit statuses, what goes where, signals, pipes, a terminal.
+"""Runs `ambrel scan` and `ambrel watch` as a user does: exit statuses, what goes where, signals, pipes, a terminal.
 
 Nothing here looks at a network: only the location is ever granted.
 """
@@ -30,8 +30,8 @@ def environment(**changes):
     return {**kept, "TERM": "xterm", **changes}
 
 
-def scan(*arguments, **changes):
-    return subprocess.run([AMBREL, "scan", *arguments], env=environment(**changes),
+def scan(*arguments, command="scan", **changes):
+    return subprocess.run([AMBREL, command, *arguments], env=environment(**changes),
                           capture_output=True, text=True, timeout=PATIENCE)
 
 
@@ -128,6 +128,10 @@ class CommandLine(unittest.TestCase):
                 self.assertEqual(result.stdout, "")
                 self.assertEqual(len(result.stderr.splitlines()), 1, result.stderr)
                 self.assertIn(named, result.stderr)
+
+        self.assertEqual(scan("--every", "0.5", command="watch").returncode, 2)
+        self.assertEqual(scan("-", command="record").returncode, 2)
+        self.assertIn("No such file", scan("/nowhere/script", command="record").stderr)
 
     def test_help_fits_a_terminal_and_names_every_option(self):
         result = scan("--help")
@@ -270,6 +274,49 @@ class Running(unittest.TestCase):
                 process.terminate()
                 self.assertEqual(process.wait(timeout=5), 130)
                 self.assertEqual(self.terminal.read_rest(), "")
+
+
+def voluntary_switches(pid):
+    with open(f"/proc/{pid}/status", encoding="utf-8") as file:
+        return [line for line in file if line.startswith("voluntary")]
+
+
+class Watching(unittest.TestCase):
+    """With every permission refused a dictionary is there at once, and then nothing is to be done."""
+
+    def start(self, *arguments):
+        process = subprocess.Popen([AMBREL, "watch", *NOTHING, *arguments], env=environment(),
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        self.addCleanup(process.kill)
+        json.loads(process.stdout.readline())
+        return process
+
+    def test_sleeps_until_it_is_interrupted(self):
+        for stop in [signal.SIGINT, signal.SIGTERM]:
+            process = self.start()
+            self.assertTrue(waits_in_scan(process.pid))
+            before = voluntary_switches(process.pid)
+            time.sleep(10 if stop == signal.SIGINT else 0)
+            self.assertEqual(voluntary_switches(process.pid), before)
+            process.send_signal(stop)
+            begin = time.monotonic()
+            self.assertEqual(process.communicate(timeout=5), ("", ""))
+            self.assertLess(time.monotonic() - begin, 0.5)
+            self.assertEqual(process.returncode, 130)
+
+    def test_a_reader_that_goes_away_ends_it(self):
+        process = self.start()
+        process.stdout.close()
+        self.assertEqual(process.wait(timeout=5), -signal.SIGPIPE)
+
+    def test_every(self):
+        begin = time.monotonic()
+        process = self.start("--every", "1.5")
+        for _ in range(2):
+            json.loads(process.stdout.readline())
+        self.assertGreaterEqual(time.monotonic() - begin, 3)
+        process.terminate()
+        self.assertEqual(process.wait(timeout=5), 130)
 
 
 if __name__ == "__main__":

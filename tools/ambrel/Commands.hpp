@@ -32,9 +32,11 @@ private:
 
 // One function a command: adds the subcommand with its options. Its callback runs the command and
 // leaves the exit status in `status`; it may throw `CommandError`.
+void addRecordCommand(CLI::App& app, ExitStatus& status);
 void addReplayCommand(CLI::App& app, ExitStatus& status);
 void addScanCommand(CLI::App& app, ExitStatus& status);
 void addStoreCommand(CLI::App& app, ExitStatus& status);
+void addWatchCommand(CLI::App& app, ExitStatus& status);
 
 } // namespace Ambrel
 

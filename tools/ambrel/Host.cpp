@@ -1,5 +1,7 @@
 #include "tools/ambrel/Host.hpp"
 
+#include <utility>
+
 namespace Ambrel {
 
 using AmbrelKit::AmbrelPermissionStatus;
@@ -18,7 +20,13 @@ Host::Host(const CollectionOptions& options)
       network_(permission(options, "network")) {}
 
 void Host::didReceiveUpdateWithCollectedData(const AmbrelKit::JSONDictionary& data) {
-    delivered_ = data;
+    delivered_.push_back(data);
+}
+
+AmbrelKit::JSONDictionary Host::takeDelivered() {
+    auto data = std::move(delivered_.front());
+    delivered_.pop_front();
+    return data;
 }
 
 AmbrelPermissionStatus Host::bluetoothSettingStatus() { return AmbrelPermissionStatus::unknown; }

@@ -5,19 +5,19 @@
 
 #include <AmbrelKit/AmbrelSDKDelegate.hpp>
 
-#include <optional>
+#include <deque>
 
 namespace Ambrel {
 
 /// The tool as the kit's host: grants the permissions of the command line, knows nothing of the
-/// settings, and keeps what was delivered last.
+/// settings, and keeps what is delivered until it is taken.
 class Host final : public AmbrelKit::AmbrelSDKDelegate {
 public:
     explicit Host(const CollectionOptions& options);
 
-    [[nodiscard]] const std::optional<AmbrelKit::JSONDictionary>& delivered() const {
-        return delivered_;
-    }
+    [[nodiscard]] bool hasDelivered() const { return !delivered_.empty(); }
+    /// The oldest dictionary that has not been taken yet. There must be one.
+    AmbrelKit::JSONDictionary takeDelivered();
 
     void didReceiveUpdateWithCollectedData(const AmbrelKit::JSONDictionary& data) override;
     AmbrelKit::AmbrelPermissionStatus bluetoothSettingStatus() override;
@@ -32,7 +32,7 @@ private:
     AmbrelKit::AmbrelPermissionStatus bluetooth_;
     AmbrelKit::AmbrelPermissionStatus location_;
     AmbrelKit::AmbrelPermissionStatus network_;
-    std::optional<AmbrelKit::JSONDictionary> delivered_;
+    std::deque<AmbrelKit::JSONDictionary> delivered_;
 };
 
 } // namespace Ambrel

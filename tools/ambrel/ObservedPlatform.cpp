@@ -154,6 +154,17 @@ decorating(std::function<std::shared_ptr<Object>()> factory,
     };
 }
 
+TimerFactory observedTimers(TimerFactory factory, std::shared_ptr<PlatformObserver> observer) {
+    return [factory = std::move(factory),
+            observer = std::move(observer)](double interval, bool repeats, TimerTick tick) {
+        observer->timerDidSchedule();
+        return factory(interval, repeats, [observer, tick = std::move(tick)](Timer& timer) {
+            observer->timerWillFire();
+            tick(timer);
+        });
+    };
+}
+
 } // namespace
 
 Linux::PlatformServices observed(Linux::PlatformServices services,
@@ -162,9 +173,24 @@ Linux::PlatformServices observed(Linux::PlatformServices services,
         decorating<ObservedBluetoothManager>(std::move(services.bluetoothManagerFactory), observer);
     services.locationManagerFactory =
         decorating<ObservedLocationManager>(std::move(services.locationManagerFactory), observer);
-    services.netServiceBrowserFactory = decorating<ObservedBrowser>(
-        std::move(services.netServiceBrowserFactory), std::move(observer));
+    services.netServiceBrowserFactory =
+        decorating<ObservedBrowser>(std::move(services.netServiceBrowserFactory), observer);
+    services.timerFactory = observedTimers(std::move(services.timerFactory), std::move(observer));
     return services;
+}
+
+ObservedNetwork::ObservedNetwork(std::shared_ptr<PlatformObserver> observer) {
+    auto services = before_;
+    // The kit asks for the address first, and for the networks right after it.
+    const auto address = std::make_shared<std::optional<std::string>>();
+    services.addressIPv4 = [query = before_.addressIPv4, address] { return *address = query(); };
+    services.availableNetworks = [query = before_.availableNetworks, address,
+                                  observer = std::move(observer)] {
+        auto joined = query();
+        observer->networkDidAnswer(*address, joined);
+        return joined;
+    };
+    services.install();
 }
 
 } // namespace Ambrel

@@ -2,8 +2,10 @@
 #define AMBREL_OBSERVEDPLATFORM_HPP
 
 #include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Linux/ProcessServices.hpp"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,11 +24,29 @@ public:
     }
     virtual void locationDidUpdate(const std::vector<AmbrelKit::LocationFix>& /*fixes*/) {}
     virtual void locationDidFail(const std::string& /*error*/) {}
+    /// The kit's collection timer was scheduled: a collection has begun.
+    virtual void timerDidSchedule() {}
+    virtual void timerWillFire() {}
+    virtual void networkDidAnswer(const std::optional<std::string>& /*addressIPv4*/,
+                                  const std::vector<AmbrelKit::Linux::JoinedNetwork>& /*joined*/) {}
 };
 
-/// The same services, whose managers and browsers tell `observer` too.
+/// The same services, whose managers, browsers and timers tell `observer` too.
 AmbrelKit::Linux::PlatformServices observed(AmbrelKit::Linux::PlatformServices services,
                                             std::shared_ptr<PlatformObserver> observer);
+
+/// While it lives, the process's answers about the network are told to `observer` too: once a tick,
+/// when both are known.
+class ObservedNetwork {
+public:
+    explicit ObservedNetwork(std::shared_ptr<PlatformObserver> observer);
+    ObservedNetwork(const ObservedNetwork&) = delete;
+    ObservedNetwork& operator=(const ObservedNetwork&) = delete;
+    ~ObservedNetwork() { before_.install(); }
+
+private:
+    AmbrelKit::Linux::ProcessServices before_ = AmbrelKit::Linux::ProcessServices::current();
+};
 
 } // namespace Ambrel
 

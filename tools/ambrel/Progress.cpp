@@ -41,6 +41,11 @@ std::string counted(std::size_t count, const std::string& one, const std::string
 
 } // namespace
 
+void CollectionCounts::timerDidSchedule() {
+    *this = {};
+    running_ = true;
+}
+
 void CollectionCounts::bluetoothDidDiscover(const AmbrelKit::Peripheral& peripheral) {
     peripherals_.insert(peripheral.identifier);
 }
@@ -51,6 +56,12 @@ void CollectionCounts::bonjourDidResolve(const AmbrelKit::NetService& service) {
 
 void CollectionCounts::locationDidUpdate(const std::vector<AmbrelKit::LocationFix>& fixes) {
     fixes_ += fixes.size();
+}
+
+void CollectionCounts::networkDidAnswer(
+    const std::optional<std::string>& /*addressIPv4*/,
+    const std::vector<AmbrelKit::Linux::JoinedNetwork>& joined) {
+    networks_ = joined.size();
 }
 
 bool Progress::isPossible() {
@@ -77,11 +88,10 @@ std::chrono::milliseconds Progress::renew() {
 std::string Progress::line(Clock::duration elapsed) const {
     const auto done = std::min<std::size_t>(cells * elapsed / length, cells);
     const std::string bar = std::string(done, '#') + std::string(cells - done, '-');
-    const std::string counts =
-        "  " + counted(counts_->peripherals(), "peripheral", "peripherals") + ", " +
-        counted(counts_->services(), "service", "services") + ", " +
-        counted(counts_->fixes(), "fix", "fixes") + ", " +
-        counted(AmbrelKit::Linux::joinedNetworkCount(), "network", "networks");
+    const std::string counts = "  " + counted(counts_->peripherals(), "peripheral", "peripherals") +
+                               ", " + counted(counts_->services(), "service", "services") + ", " +
+                               counted(counts_->fixes(), "fix", "fixes") + ", " +
+                               counted(counts_->networks(), "network", "networks");
     const std::size_t width = columns();
     const std::string start = coloured_ ? "\033[32m" : "";
     const std::string end = coloured_ ? "\033[0m" : "";

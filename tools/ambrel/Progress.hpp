@@ -12,21 +12,30 @@
 
 namespace Ambrel {
 
-/// How much a collection has seen so far.
+/// How much the collection that was begun last has seen so far.
 class CollectionCounts final : public PlatformObserver {
 public:
+    void timerDidSchedule() override;
     void bluetoothDidDiscover(const AmbrelKit::Peripheral& peripheral) override;
     void bonjourDidResolve(const AmbrelKit::NetService& service) override;
     void locationDidUpdate(const std::vector<AmbrelKit::LocationFix>& fixes) override;
+    void networkDidAnswer(const std::optional<std::string>& addressIPv4,
+                          const std::vector<AmbrelKit::Linux::JoinedNetwork>& joined) override;
 
+    /// Whether a collection has begun that was not said to have ended.
+    [[nodiscard]] bool running() const { return running_; }
+    void collectionEnded() { running_ = false; }
     [[nodiscard]] std::size_t peripherals() const { return peripherals_.size(); }
     [[nodiscard]] std::size_t services() const { return services_.size(); }
     [[nodiscard]] std::size_t fixes() const { return fixes_; }
+    [[nodiscard]] std::size_t networks() const { return networks_; }
 
 private:
+    bool running_ = false;
     std::unordered_set<AmbrelKit::UUID> peripherals_;
     std::set<std::pair<std::string, std::string>> services_;
     std::size_t fixes_ = 0;
+    std::size_t networks_ = 0;
 };
 
 /// The one line on a terminal that a running collection renews. Gone when this goes.

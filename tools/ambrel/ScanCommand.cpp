@@ -12,7 +12,9 @@ namespace {
 
 ExitStatus scan(const CollectionOptions& options) {
     const OutputFormat format = outputFormat(options.format);
-    const auto data = collectOnce(options);
+    Collection collection(options, std::make_shared<Host>(options));
+    collection.kit()->startScanningOnce();
+    const auto data = collection.next();
     if (!data) {
         return interrupted;
     }

@@ -18,6 +18,8 @@ int run(int argc, char** argv) {
     ExitStatus status = done;
 #ifdef AMBREL_WITH_LINUX
     addScanCommand(app, status);
+    addWatchCommand(app, status);
+    addRecordCommand(app, status);
 #endif
     addReplayCommand(app, status);
     addStoreCommand(app, status);

@@ -1,0 +1,40 @@
+#ifndef AMBRELKIT_LINUX_PROCESSSERVICES_HPP
+#define AMBRELKIT_LINUX_PROCESSSERVICES_HPP
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace AmbrelKit::Linux {
+
+/// The Wi-Fi network that one interface is joined to.
+struct JoinedNetwork {
+    std::string interface;
+    std::optional<std::string> ssid;  ///< UTF-8
+    std::optional<std::string> bssid; ///< six pairs of hexadecimal digits joined by colons
+};
+
+/// What every kit of this process asks without an object to ask: the wall clock, at each event, and
+/// the state of the network, at each tick of a collection. A host that wants one of them otherwise,
+/// or wants to see the answers, replaces it before it starts a collection, on the thread of its
+/// kits. The closures are called from the kit's callbacks; they may not wait.
+struct ProcessServices {
+    std::function<std::chrono::system_clock::time_point()> currentDate;
+    /// This machine's IPv4 address in dotted decimal, or nothing.
+    std::function<std::optional<std::string>()> addressIPv4;
+    /// One entry for each interface that is joined to a Wi-Fi network.
+    std::function<std::vector<JoinedNetwork>()> availableNetworks;
+
+    /// What is used now. Before the first `platformServices()` of the process that is not yet this
+    /// machine's.
+    static ProcessServices current();
+
+    /// Has these used from now on.
+    void install() const;
+};
+
+} // namespace AmbrelKit::Linux
+
+#endif
