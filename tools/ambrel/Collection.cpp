@@ -30,8 +30,7 @@ void noteBundleProblem() {
 }
 
 Linux::PlatformServices services(const CollectionOptions& options) {
-    auto services =
-        Linux::platformServices({.source = options.location, .desktopId = "org.ambrelkit.ambrel"});
+    auto services = Linux::platformServices(locationOptions(options.location));
     services.bonjourServices = serviceTypes(options);
     return services;
 }

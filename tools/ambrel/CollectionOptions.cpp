@@ -82,13 +82,7 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
         ->delimiter(',')
         ->allow_extra_args(false)
         ->check(checkPermission);
-    command
-        .add_option_function<std::string>(
-            "--location",
-            [&options](const std::string& text) { options.location = locationSources().at(text); },
-            "take a fix from auto, geoclue, gpsd or none (default auto)")
-        ->type_name("SOURCE")
-        ->check(checkLocation);
+    addLocationOption(command, options.location);
     command
         .add_option("--threshold", options.threshold,
                     "reuse a collection this young, 0 to 30 (default 30)")
@@ -103,6 +97,20 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
         "Without --service, the types are those that \"NSBonjourServices\" of the information\n"
         "dictionary lists ($AMBREL_INFO, else Info.json beside the program), else common ones.\n"
         "Without --format, the result is pretty in a terminal and json (on one line) elsewhere.");
+}
+
+void addLocationOption(CLI::App& command, LocationSourceKind& location) {
+    command
+        .add_option_function<std::string>(
+            "--location",
+            [&location](const std::string& text) { location = locationSources().at(text); },
+            "take a fix from auto, geoclue, gpsd or none (default auto)")
+        ->type_name("SOURCE")
+        ->check(checkLocation);
+}
+
+AmbrelKit::Linux::LocationOptions locationOptions(LocationSourceKind location) {
+    return {.source = location, .desktopId = "org.ambrelkit.ambrel"};
 }
 
 bool isGranted(const CollectionOptions& options, const std::string& permission) {

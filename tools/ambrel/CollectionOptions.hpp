@@ -30,6 +30,12 @@ struct CollectionOptions {
 /// has to live as long.
 void addCollectionOptions(CLI::App& command, CollectionOptions& options);
 
+/// Adds the choice of where a fix may come from.
+void addLocationOption(CLI::App& command, AmbrelKit::Linux::LocationSourceKind& location);
+
+/// The tool's own use of the location.
+AmbrelKit::Linux::LocationOptions locationOptions(AmbrelKit::Linux::LocationSourceKind location);
+
 /// Whether this host grants the permission: "bluetooth", "location" or "network".
 bool isGranted(const CollectionOptions& options, const std::string& permission);
 

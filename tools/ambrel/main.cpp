@@ -23,6 +23,9 @@ int run(int argc, char** argv) {
 #endif
     addReplayCommand(app, status);
     addStoreCommand(app, status);
+#ifdef AMBREL_WITH_LINUX
+    addDoctorCommand(app, status);
+#endif
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) { // --help, --version

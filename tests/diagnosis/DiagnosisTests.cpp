@@ -1,0 +1,150 @@
+#include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
+#include "tests/bluetooth/FakeBlueZ.hpp"
+#include "tests/support/LoopDriver.hpp"
+#include "tests/support/PrivateBus.hpp"
+
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace AmbrelKit::Linux;
+using ::testing::HasSubstr;
+
+enum class Manner { silent, refusing, answering };
+
+/// A daemon of which only the manner matters: it answers every call alike.
+class Daemon {
+public:
+    Daemon(sd_event* loop, const char* name, Manner manner) : manner_(manner) {
+        sd_bus_open_system(&bus_);
+        sd_bus_add_filter(bus_, nullptr, &called, this);
+        sd_bus_request_name(bus_, name, 0);
+        sd_bus_attach_event(bus_, loop, 0);
+    }
+    ~Daemon() {
+        sd_bus_detach_event(bus_);
+        sd_bus_close_unref(bus_);
+    }
+    Daemon(const Daemon&) = delete;
+    Daemon& operator=(const Daemon&) = delete;
+
+private:
+    static int called(sd_bus_message* call, void* self, sd_bus_error* /*error*/) {
+        if (sd_bus_message_is_method_call(call, nullptr, nullptr) <= 0) {
+            return 0;
+        }
+        switch (static_cast<Daemon*>(self)->manner_) {
+        case Manner::silent:
+            break;
+        case Manner::refusing:
+            sd_bus_reply_method_errorf(call, SD_BUS_ERROR_ACCESS_DENIED, "no");
+            break;
+        case Manner::answering:
+            sd_bus_reply_method_return(call, "s", "answer");
+            break;
+        }
+        return 1;
+    }
+
+    sd_bus* bus_ = nullptr;
+    Manner manner_;
+};
+
+class DiagnosisTest : public ::testing::Test, protected LoopDriver {
+protected:
+    /// What is found of the source: "ok" or "no", the finding, and the remedy.
+    std::string found(const std::string& source,
+                      const LocationOptions& location = {.source = LocationSourceKind::none}) {
+        std::vector<SourceDiagnosis> all;
+        const auto diagnosis = Diagnosis::start(location, [&](const auto& found) { all = found; });
+        EXPECT_TRUE(until([&] { return !all.empty(); }));
+        for (const auto& one : all) {
+            EXPECT_EQ(one.usable, one.remedy.empty()) << one.source;
+            if (one.source == source) {
+                return (one.usable ? "ok " : "no ") + one.finding + ": " + one.remedy;
+            }
+        }
+        return "missing";
+    }
+
+    Daemon daemon(const char* name, Manner manner) { return {loop()->native(), name, manner}; }
+
+    PrivateBus bus;
+};
+
+TEST_F(DiagnosisTest, WithoutABus) {
+    for (const bool hangs : {true, false}) {
+        if (hangs) {
+            bus.freeze();
+        } else {
+            bus.stop();
+        }
+        EXPECT_THAT(found("bluetooth"), HasSubstr("system bus does not answer"));
+        EXPECT_THAT(found("lifecycle"), HasSubstr("systemctl start dbus"));
+        EXPECT_THAT(found("services"), ::testing::Not(HasSubstr("avahi-daemon (")));
+    }
+}
+
+TEST_F(DiagnosisTest, OfBluetooth) {
+    EXPECT_THAT(found("bluetooth"), HasSubstr("no BlueZ is not installed: apt install bluez"));
+    std::ofstream(bus.folder() / "org.bluez.service")
+        << "[D-BUS Service]\nName=org.bluez\nExec=/bin/false\n";
+    bus.stop();
+    bus.start();
+    EXPECT_THAT(found("bluetooth"), HasSubstr("no bluetoothd is not running: systemctl enable"));
+
+    FakeBlueZ fake(loop()->native());
+    fake.start();
+    if (!std::filesystem::exists("/sys/class/bluetooth/hci0")) {
+        EXPECT_THAT(found("bluetooth"), HasSubstr("no there is no Bluetooth adapter"));
+    }
+    fake.plug("hci0", false);
+    EXPECT_THAT(found("bluetooth"), HasSubstr("no hci0 is "));
+    fake.plug("hci1");
+    EXPECT_EQ(found("bluetooth"), "ok BlueZ, hci1: ");
+    fake.failNext("GetManagedObjects", SD_BUS_ERROR_ACCESS_DENIED);
+    EXPECT_THAT(found("bluetooth"), HasSubstr("no this user may not use BlueZ"));
+    fake.hold("GetManagedObjects");
+    EXPECT_THAT(found("bluetooth"), HasSubstr("does not answer: systemctl restart bluetooth"));
+}
+
+struct Row {
+    const char* source;
+    const char* name;
+    Manner manner;
+    const char* found;
+};
+
+TEST_F(DiagnosisTest, OfADaemonsManner) {
+    const Row rows[] = {
+        {"lifecycle", "org.freedesktop.login1", Manner::answering, "ok logind"},
+        {"lifecycle", "org.freedesktop.login1", Manner::refusing, "no logind refuses"},
+        {"lifecycle", "org.freedesktop.login1", Manner::silent, "systemctl restart systemd-logind"},
+        {"lifecycle", "org.example", Manner::answering, "no there is no logind"},
+        {"services", "org.freedesktop.Avahi", Manner::silent, "systemctl restart avahi-daemon"},
+    };
+    for (const Row& row : rows) {
+        const auto other = daemon(row.name, row.manner);
+        EXPECT_THAT(found(row.source), HasSubstr(row.found));
+    }
+}
+
+TEST_F(DiagnosisTest, OfALocationThatCannotBeHad) {
+    const LocationOptions geoClue{.source = LocationSourceKind::geoClue, .desktopId = "org.host"};
+    const LocationOptions gpsd{.source = LocationSourceKind::gpsd, .gpsdPort = 1};
+    EXPECT_THAT(found("location", geoClue), HasSubstr("no GeoClue is not installed: apt install"));
+    EXPECT_THAT(found("location", gpsd),
+                HasSubstr("no nothing answers as gpsd at 127.0.0.1 port 1"));
+    constexpr const char* name = "org.freedesktop.GeoClue2";
+    {
+        const auto refusing = daemon(name, Manner::refusing);
+        EXPECT_THAT(found("location", geoClue), HasSubstr("GeoClue refuses the location: no: allow "
+                                                          "org.host in"));
+    }
+    const auto silent = daemon(name, Manner::silent);
+    EXPECT_THAT(found("location", geoClue), HasSubstr("systemctl restart geoclue"));
+}
+
+} // namespace
