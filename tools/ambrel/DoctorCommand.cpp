@@ -59,7 +59,7 @@ void addDoctorCommand(CLI::App& app, ExitStatus& status) {
         std::string format;
     };
     CLI::App* command = app.add_subcommand(
-        "doctor", "Says of each source whether it works here, and if not, what would help");
+        "doctor", "Says whether each source works here, and if not, what would help");
     const auto arguments = std::make_shared<Arguments>();
     addLocationOption(*command, arguments->location);
     command->add_option("--format", arguments->format, "table or json (one object a line)")

@@ -64,8 +64,7 @@ ExitStatus record(const RecordArguments& arguments) {
 
 void addRecordCommand(CLI::App& app, ExitStatus& status) {
     CLI::App* command = app.add_subcommand(
-        "record",
-        "Takes one snapshot, and writes what the platform reported as a script for replay");
+        "record", "Takes one, and writes what the platform reported as a script");
     const auto arguments = std::make_shared<RecordArguments>();
     command->add_option("FILE", arguments->file, "the script to be written")->required();
     addCollectionOptions(*command, arguments->options);

@@ -55,9 +55,8 @@ void run(const ReplayArguments& arguments) {
 } // namespace
 
 void addReplayCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command = app.add_subcommand(
-        "replay", "Runs a script of host calls and platform reports in virtual time, and prints "
-                  "what the kit did");
+    CLI::App* command =
+        app.add_subcommand("replay", "Runs a script in virtual time, and prints what the kit did");
     const auto arguments = std::make_shared<ReplayArguments>();
     command->add_option("FILE", arguments->file, "the script, or - for standard input")->required();
     command->add_flag("--queries", arguments->trace.queries,

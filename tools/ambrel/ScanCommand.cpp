@@ -26,8 +26,8 @@ ExitStatus scan(const CollectionOptions& options) {
 } // namespace
 
 void addScanCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command = app.add_subcommand(
-        "scan", "Takes one snapshot, which lasts ten seconds, and prints its dictionary");
+    CLI::App* command =
+        app.add_subcommand("scan", "Takes one snapshot, which lasts ten seconds, and prints it");
     const auto options = std::make_shared<CollectionOptions>();
     addCollectionOptions(*command, *options);
     command->callback([options, &status] { status = scan(*options); });

@@ -134,7 +134,7 @@ ExitStatus runPath(const StoreArguments& /*arguments*/) {
 } // namespace
 
 void addStoreCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* store = app.add_subcommand("store", "Keeps collections in files, one each");
+    CLI::App* store = app.add_subcommand("store", "Keeps collections in files");
     store->require_subcommand(1);
     const auto arguments = std::make_shared<StoreArguments>();
     const auto add = [&](const char* name, const char* description, auto operation) {
@@ -142,30 +142,34 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
         command->callback([arguments, operation, &status] { status = operation(*arguments); });
         return command;
     };
-    const std::string timestampHelp = std::string("of the collection, ") + pointInTimeForms;
+    const std::string times = std::string("A time is ") + pointInTimeForms + ".";
+    constexpr const char* timestampHelp = "of the collection";
 
     add("list", "Lists the saved collections, oldest first", runList)
         ->add_option("--format", arguments->format, "table (the default), or json for NDJSON")
+        ->type_name("FORMAT")
         ->check(CLI::IsMember({"table", "json"}));
     CLI::App* command = add("show", "Prints one saved collection", runShow);
     command->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)->required();
+    command->footer(times);
     command
         ->add_option("--format", arguments->format,
-                     "json: on one line (the default in a pipe); pretty: indented (the default in "
-                     "a terminal); table: for reading")
+                     "json (the default in a pipe), pretty (in a terminal), table")
+        ->type_name("FORMAT")
         ->check(CLI::IsMember({"json", "pretty", "table"}));
-    add("save",
-        "Saves dictionaries, each as soon as it is read; one with the same timestamp is replaced",
-        runSave)
-        ->add_option("FILE", arguments->file,
-                     "one JSON object, or one on each line; - or nothing for standard input");
-    add("delete", "Deletes one saved collection", runDelete)
-        ->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)
-        ->required();
+    command = add("save", "Saves dictionaries, each as soon as it is read", runSave);
+    command->add_option("FILE", arguments->file,
+                        "one JSON object, or one a line (default: standard input)");
+    command->footer("A saved dictionary with the same timestamp is replaced.");
+    command = add("delete", "Deletes one saved collection", runDelete);
+    command->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)->required();
+    command->footer(times);
     command = add("export", "Prints the saved collections as NDJSON, oldest first", runExport);
-    command->add_option("--since", arguments->since,
-                        std::string("not those before this time: ") + pointInTimeForms);
-    command->add_option("--until", arguments->until, "not those after this time: likewise");
+    command->add_option("--since", arguments->since, "not those before this time")
+        ->type_name("TIME");
+    command->add_option("--until", arguments->until, "not those after this time")
+        ->type_name("TIME");
+    command->footer(times);
     add("path", "Prints the directory of the files", runPath);
 }
 

@@ -67,8 +67,7 @@ ExitStatus watch(const WatchOptions& options) {
 
 void addWatchCommand(CLI::App& app, ExitStatus& status) {
     CLI::App* command = app.add_subcommand(
-        "watch",
-        "Prints a dictionary now and whenever device or user come back, until interrupted");
+        "watch", "Takes one now, and when device or user come back, until interrupted");
     const auto options = std::make_shared<WatchOptions>();
     command
         ->add_option("--every", options->every,
