@@ -5,6 +5,7 @@
 #include "AmbrelKit/Linux/Location/Location.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
+#include "AmbrelKit/Linux/Network/Wireless.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
 
@@ -16,13 +17,38 @@ namespace Linux {
 
 namespace {
 
-/// The default closure knows no interface name of a Linux machine.
-void installNetworkQueries() {
-    using Query = std::optional<std::string> (*)();
-    const auto* const query = NetworkEnvironment::addressIPv4.target<Query>();
-    if (query != nullptr && *query == &NetworkEnvironment::_addressIPv4) {
-        NetworkEnvironment::addressIPv4 = addressIPv4;
+std::optional<JSONValue> currentNetworkInfo(const std::string& interface) {
+    const auto network = joinedNetwork(interface);
+    if (!network) {
+        return std::nullopt;
     }
+    JSONDictionary info;
+    info.emplace(CaptiveNetwork::networkInfoKeyBSSID, network->accessPoint);
+    if (network->name) {
+        info.emplace(CaptiveNetwork::networkInfoKeySSID, *network->name);
+    }
+    return info;
+}
+
+/// Replaces a closure that still is its default.
+template <class Result, class... Arguments>
+void install(std::function<Result(Arguments...)>& closure, Result (*original)(Arguments...),
+             Result (*replacement)(Arguments...)) {
+    using Function = Result (*)(Arguments...);
+    const auto* const held = closure.template target<Function>();
+    if (held != nullptr && *held == original) {
+        closure = replacement;
+    }
+}
+
+/// The default closures know no interface name of a Linux machine, and no radio.
+void installNetworkQueries() {
+    install(NetworkEnvironment::addressIPv4, NetworkEnvironment::_addressIPv4, addressIPv4);
+    install(
+        CaptiveNetwork::supportedInterfaces, CaptiveNetwork::_supportedInterfaces,
+        +[]() -> std::optional<JSONValue> { return wirelessStations(); });
+    install(CaptiveNetwork::currentNetworkInfo, CaptiveNetwork::_currentNetworkInfo,
+            currentNetworkInfo);
 }
 
 } // namespace

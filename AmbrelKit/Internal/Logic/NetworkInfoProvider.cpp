@@ -93,12 +93,17 @@ std::function<std::optional<std::string>()> NetworkEnvironment::addressIPv4 = _a
 std::function<std::vector<WifiNetworkHost>()> NetworkEnvironment::availableNetworks =
     _availableNetworks;
 
-std::function<std::optional<JSONValue>()> CaptiveNetwork::supportedInterfaces = [] {
-    return std::nullopt;
-};
+std::function<std::optional<JSONValue>()> CaptiveNetwork::supportedInterfaces =
+    _supportedInterfaces;
 
 std::function<std::optional<JSONValue>(const std::string&)> CaptiveNetwork::currentNetworkInfo =
-    [](const std::string& /*interface*/) { return std::nullopt; };
+    _currentNetworkInfo;
+
+std::optional<JSONValue> CaptiveNetwork::_supportedInterfaces() { return std::nullopt; }
+
+std::optional<JSONValue> CaptiveNetwork::_currentNetworkInfo(const std::string& /*interface*/) {
+    return std::nullopt;
+}
 
 std::optional<WifiNetwork> NetworkEnvironment::networkInfo() {
     return WifiNetwork{.connectedDevices = availableNetworks()};

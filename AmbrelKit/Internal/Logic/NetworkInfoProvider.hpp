@@ -53,6 +53,10 @@ struct CaptiveNetwork {
 
     /// What is joined on an interface: a dictionary, or nothing. Any other value counts as nothing.
     static std::function<std::optional<JSONValue>(const std::string& interface)> currentNetworkInfo;
+
+    // The defaults of the two.
+    static std::optional<JSONValue> _supportedInterfaces();
+    static std::optional<JSONValue> _currentNetworkInfo(const std::string& interface);
 };
 
 } // namespace AmbrelKit

@@ -1,0 +1,13 @@
+// Wi-Fi was left out of this build.
+
+#include "AmbrelKit/Linux/Network/Wireless.hpp"
+
+namespace AmbrelKit::Linux {
+
+std::vector<std::string> wirelessStations() { return {}; }
+
+std::optional<JoinedNetwork> joinedNetwork(const std::string& /*interface*/) {
+    return std::nullopt;
+}
+
+} // namespace AmbrelKit::Linux

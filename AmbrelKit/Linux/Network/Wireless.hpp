@@ -1,0 +1,25 @@
+#ifndef AMBRELKIT_LINUX_NETWORK_WIRELESS_HPP
+#define AMBRELKIT_LINUX_NETWORK_WIRELESS_HPP
+
+#include "AmbrelKit/Linux/Network/JoinedNetwork.hpp"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace AmbrelKit::Linux {
+
+// Both ask the kernel over a connection that the calling thread keeps, and do not wait: what the
+// kernel does not answer at once counts as nothing. No privilege is needed.
+
+/// The names of the interfaces by which this machine joins Wi-Fi networks, in the order of
+/// their indexes. Empty without a radio, or without Wi-Fi in this build.
+std::vector<std::string> wirelessStations();
+
+/// The network that an interface is joined to now; nothing when there is none, or no such
+/// interface.
+std::optional<JoinedNetwork> joinedNetwork(const std::string& interface);
+
+} // namespace AmbrelKit::Linux
+
+#endif

@@ -1,0 +1,13 @@
+#ifndef AMBRELKIT_TESTS_GUEST_USER_HPP
+#define AMBRELKIT_TESTS_GUEST_USER_HPP
+
+#include <string>
+#include <vector>
+
+/// The guest's ordinary user, and their only group.
+constexpr unsigned ordinaryUser = 1000;
+
+/// Runs a program as an ordinary user, and returns what it prints.
+std::string outputAsUser(const char* program, const std::vector<const char*>& options);
+
+#endif

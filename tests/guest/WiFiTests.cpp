@@ -1,0 +1,228 @@
+// Against the kernel's nl80211, over radios that are made up: see run. wlan0 and wlan1 are access
+// points, wlan2 and wlan3 stations.
+
+#include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
+#include "AmbrelKit/Linux/Network/Wireless.hpp"
+#include "AmbrelKit/Linux/Platform.hpp"
+#include "tests/guest/User.hpp"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ifaddrs.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace AmbrelKit;
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Clock = std::chrono::steady_clock;
+using Lines = std::vector<std::string>;
+
+const std::string first = " 02:00:00:00:00:00";
+const std::string second = " 02:00:00:00:01:00";
+
+void shell(const std::string& command) { EXPECT_EQ(std::system(command.c_str()), 0) << command; }
+
+void loadModules() {
+    shell("while read -r module; do insmod /modules/$module radios=4 2>/dev/null; done "
+          "</modules/wifi; test -e /sys/class/net/wlan3");
+}
+
+/// The networks that an ordinary user is told, each with its interface and access point.
+Lines joined() {
+    EXPECT_EQ(seteuid(ordinaryUser), 0);
+    Lines lines;
+    for (const auto& host : NetworkEnvironment::availableNetworks()) {
+        lines.push_back(host.interface.string() + " " +
+                        (host.ssid ? host.ssid->string() : "(no name)") + " " +
+                        (host.bssid ? host.bssid->string() : "(no address)"));
+    }
+    EXPECT_EQ(seteuid(0), 0);
+    return lines;
+}
+
+bool until(const std::function<bool()>& done) {
+    const auto end = Clock::now() + 10s;
+    while (!done() && Clock::now() < end) {
+        std::this_thread::sleep_for(50ms);
+    }
+    return done();
+}
+
+std::string hex(const std::string& bytes) {
+    std::string text;
+    for (const unsigned char byte : bytes) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", byte);
+        text += digits;
+    }
+    return text;
+}
+
+/// A daemon that stays in the background and takes its process id's file with it.
+class BackgroundProgram {
+public:
+    /// `fileOption` stands before the name of the settings' file.
+    BackgroundProgram(const std::string& program, const std::string& fileOption,
+                      const std::string& interface, const std::string& settings)
+        : pidFile_("/run/" + interface + ".pid") {
+        const std::string file = "/run/" + interface + ".conf";
+        std::ofstream(file) << settings;
+        shell(program + " -B -P " + pidFile_ + fileOption + file +
+              " >/tmp/wifi.log || { cat /tmp/wifi.log; false; }");
+    }
+    ~BackgroundProgram() {
+        shell("kill $(cat " + pidFile_ + ")");
+        EXPECT_TRUE(until([&] { return access(pidFile_.c_str(), F_OK) != 0; }));
+    }
+    BackgroundProgram(const BackgroundProgram&) = delete;
+    BackgroundProgram& operator=(const BackgroundProgram&) = delete;
+
+private:
+    std::string pidFile_;
+};
+
+class AccessPoint : BackgroundProgram {
+public:
+    AccessPoint(const std::string& interface, const std::string& name, const std::string& more = "")
+        : BackgroundProgram("hostapd", " ", interface,
+                            "interface=" + interface +
+                                "\nhw_mode=g\nchannel=" + (interface == "wlan0" ? "1" : "6") +
+                                "\nssid2=" + hex(name) + "\n" + more) {}
+};
+
+class Station : BackgroundProgram {
+public:
+    Station(const std::string& interface, const std::string& name,
+            const std::string& more = "key_mgmt=NONE")
+        : BackgroundProgram(
+              "wpa_supplicant -i " + interface + " -D nl80211", " -c ", interface,
+              "ctrl_interface=/run/wpa\nnetwork={\nscan_ssid=1\nscan_freq=2412 2437\nssid=" +
+                  hex(name) + "\n" + more + "\n}\n"),
+          command_("wpa_cli -p /run/wpa -i " + interface + " ") {}
+
+    bool tell(const std::string& command) const {
+        return std::system((command_ + command + " >/dev/null").c_str()) == 0;
+    }
+
+private:
+    std::string command_;
+};
+
+class WiFi : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { Linux::platformServices(); }
+};
+
+TEST_F(WiFi, IsNothingWhileThereIsNoRadio) {
+    EXPECT_THAT(Linux::wirelessStations(), IsEmpty());
+    EXPECT_THAT(joined(), IsEmpty());
+    for (const bool again : {true, false}) { // the kernel numbers nl80211 anew
+        loadModules();
+        EXPECT_THAT(Linux::wirelessStations(), ElementsAre("wlan0", "wlan1", "wlan2", "wlan3"));
+        EXPECT_THAT(joined(), IsEmpty());
+        EXPECT_FALSE(Linux::joinedNetwork("lo"));
+        EXPECT_FALSE(Linux::joinedNetwork("wlan"));
+        if (again) {
+            shell("rmmod mac80211_hwsim && rmmod mac80211 && rmmod cfg80211");
+            EXPECT_THAT(Linux::wirelessStations(), IsEmpty());
+        }
+    }
+}
+
+TEST_F(WiFi, IsTheNetworkThatWasJoinedWhateverItsName) {
+    const std::string secured = "wpa=2\nwpa_key_mgmt=WPA-PSK\nrsn_pairwise=CCMP\n"
+                                "wpa_passphrase=correct horse\n";
+    const std::string broken = std::string("A\0\xE2\x82"
+                                           "B",
+                                           5) +
+                               std::string(27, '\xFF');
+    std::string repaired = std::string("A\0\uFFFDB", 6);
+    for (int i = 0; i < 27; ++i) {
+        repaired += "\uFFFD";
+    }
+    struct Row {
+        std::string name;
+        std::string accessPoint;
+        std::string station;
+        std::string told;
+    };
+    const std::string open = "key_mgmt=NONE";
+    const Row rows[] = {
+        {"Caf\u00E9 5", "", open, "Caf\u00E9 5"},
+        {"secured", secured, "psk=\"correct horse\"", "secured"},
+        {"hidden by nothing", "ignore_broadcast_ssid=1\n", open, "hidden by nothing"},
+        {"hidden by zeros", "ignore_broadcast_ssid=2\n", open, "hidden by zeros"},
+        {broken, "", open, repaired},
+    };
+    for (const Row& row : rows) {
+        const AccessPoint accessPoint("wlan0", row.name, row.accessPoint);
+        const Station station("wlan2", row.name, row.station);
+        EXPECT_TRUE(until([] { return !joined().empty(); })) << row.name;
+        EXPECT_THAT(joined(), ElementsAre("wlan2 " + row.told + first));
+        EXPECT_THAT(Linux::wirelessStations(), ElementsAre("wlan1", "wlan2", "wlan3"));
+        station.tell("disconnect"); // the kernel still lists the access point
+        EXPECT_TRUE(until([] { return joined().empty(); })) << row.name;
+    }
+}
+
+TEST_F(WiFi, FollowsTheStationToAnotherAccessPoint) {
+    const auto one = std::make_unique<AccessPoint>("wlan0", "both");
+    const Station station("wlan2", "both");
+    ASSERT_TRUE(until([] { return joined() == Lines{"wlan2 both" + first}; }));
+    auto other = std::make_unique<AccessPoint>("wlan1", "both");
+    station.tell("scan");
+    ASSERT_TRUE(until([&] { return station.tell("bss" + second + " | grep -q ."); }));
+    EXPECT_TRUE(station.tell("roam" + second + " | grep OK"));
+    EXPECT_TRUE(until([] { return joined() == Lines{"wlan2 both" + second}; }));
+    other.reset();
+    EXPECT_TRUE(until([] { return joined() == Lines{"wlan2 both" + first}; }));
+}
+
+double microseconds(const std::function<void()>& body) {
+    constexpr int times = 100;
+    const auto start = Clock::now();
+    for (int i = 0; i < times; ++i) {
+        body();
+    }
+    return std::chrono::duration<double, std::micro>(Clock::now() - start).count() / times;
+}
+
+TEST_F(WiFi, OfTwoRadiosIsToldAndCostsLittle) {
+    std::string crowd;
+    for (int i = 1; i < 16; ++i) {
+        crowd += "bss=wlan0_" + std::to_string(i) + "\nssid=crowd " + std::to_string(i) + "\n";
+    }
+    const AccessPoint one("wlan0", "one", crowd);
+    const AccessPoint other("wlan1", "other");
+    const Station inOne("wlan2", "one");
+    const Station inOther("wlan3", "other");
+    const Lines both{"wlan2 one" + first, "wlan3 other" + second};
+    ASSERT_TRUE(until([&] { return joined() == both; }));
+    shell("ip address add 192.0.2.7/24 dev wlan3");
+
+    const double tick = microseconds([] { NetworkEnvironment::availableNetworks(); });
+    const double yardstick = microseconds([] {
+        ifaddrs* list = nullptr;
+        getifaddrs(&list);
+        freeifaddrs(list);
+    });
+    std::printf("    a tick asks for %.0f us; getifaddrs takes %.0f us here\n", tick, yardstick);
+    EXPECT_LT(tick, 5000);
+
+    const auto output = outputAsUser("./ambrel", {"scan", "--only", "network", "--quiet"});
+    const auto data = JSONValue::parse(output, nullptr, false);
+    ASSERT_TRUE(data.is_object()) << output;
+    EXPECT_EQ(data.at("ip"), "192.0.2.7");
+    EXPECT_EQ(data.at("wifiNetwork").dump(),
+              R"({"connectedDevices":[{"name":"one"},{"name":"other"}]})");
+}
+
+} // namespace
