@@ -18,14 +18,14 @@ namespace Linux {
 namespace {
 
 std::optional<JSONValue> currentNetworkInfo(const std::string& interface) {
-    const auto network = joinedNetwork(interface);
+    const auto network = association(interface);
     if (!network) {
         return std::nullopt;
     }
     JSONDictionary info;
-    info.emplace(CaptiveNetwork::networkInfoKeyBSSID, network->accessPoint);
-    if (network->name) {
-        info.emplace(CaptiveNetwork::networkInfoKeySSID, *network->name);
+    info.emplace(CaptiveNetwork::networkInfoKeyBSSID, network->bssid);
+    if (network->ssid) {
+        info.emplace(CaptiveNetwork::networkInfoKeySSID, *network->ssid);
     }
     return info;
 }

@@ -130,8 +130,8 @@ TEST_F(WiFi, IsNothingWhileThereIsNoRadio) {
         loadModules();
         EXPECT_THAT(Linux::wirelessStations(), ElementsAre("wlan0", "wlan1", "wlan2", "wlan3"));
         EXPECT_THAT(joined(), IsEmpty());
-        EXPECT_FALSE(Linux::joinedNetwork("lo"));
-        EXPECT_FALSE(Linux::joinedNetwork("wlan"));
+        EXPECT_FALSE(Linux::association("lo"));
+        EXPECT_FALSE(Linux::association("wlan"));
         if (again) {
             shell("rmmod mac80211_hwsim && rmmod mac80211 && rmmod cfg80211");
             EXPECT_THAT(Linux::wirelessStations(), IsEmpty());

@@ -6,8 +6,6 @@ namespace AmbrelKit::Linux {
 
 std::vector<std::string> wirelessStations() { return {}; }
 
-std::optional<JoinedNetwork> joinedNetwork(const std::string& /*interface*/) {
-    return std::nullopt;
-}
+std::optional<Association> association(const std::string& /*interface*/) { return std::nullopt; }
 
 } // namespace AmbrelKit::Linux

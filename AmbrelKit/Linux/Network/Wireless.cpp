@@ -185,8 +185,8 @@ std::vector<std::string> wirelessStations() {
     return stations;
 }
 
-std::optional<JoinedNetwork> joinedNetwork(const std::string& interface) {
-    JoinedNetworkSearch search;
+std::optional<Association> association(const std::string& interface) {
+    AssociationSearch search;
     ask([&](NL80211& kernel) {
         search = {};
         const auto index = kernel.index(interface);

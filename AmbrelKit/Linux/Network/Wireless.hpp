@@ -1,7 +1,7 @@
 #ifndef AMBRELKIT_LINUX_NETWORK_WIRELESS_HPP
 #define AMBRELKIT_LINUX_NETWORK_WIRELESS_HPP
 
-#include "AmbrelKit/Linux/Network/JoinedNetwork.hpp"
+#include "AmbrelKit/Linux/Network/Association.hpp"
 
 #include <optional>
 #include <string>
@@ -18,7 +18,7 @@ std::vector<std::string> wirelessStations();
 
 /// The network that an interface is joined to now; nothing when there is none, or no such
 /// interface.
-std::optional<JoinedNetwork> joinedNetwork(const std::string& interface);
+std::optional<Association> association(const std::string& interface);
 
 } // namespace AmbrelKit::Linux
 

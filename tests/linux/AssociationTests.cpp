@@ -1,4 +1,4 @@
-#include "AmbrelKit/Linux/Network/JoinedNetwork.hpp"
+#include "AmbrelKit/Linux/Network/Association.hpp"
 
 #include <gtest/gtest.h>
 
@@ -43,17 +43,17 @@ std::string named(const std::string& name) { return answered(element(0, name)); 
 
 /// What is told after these results: the name and the access point, or "none".
 std::string told(const std::vector<std::string>& results) {
-    JoinedNetworkSearch search;
+    AssociationSearch search;
     for (const std::string& result : results) {
         const std::vector<char> copy(result.begin(),
                                      result.end()); // so that a sanitizer sees its end
         search.add(std::as_bytes(std::span(copy)));
     }
     const auto network = search.result();
-    return network ? network->name.value_or("?") + " at " + network->accessPoint : "none";
+    return network ? network->ssid.value_or("?") + " at " + network->bssid : "none";
 }
 
-TEST(JoinedNetwork, IsTheAccessPointThatTheKernelMarks) {
+TEST(Association, IsTheAccessPointThatTheKernelMarks) {
     const std::string at = " at 02:00:5e:10:00:ff";
     const std::string zeros(7, '\0');
     const std::string longest(32, 'x');

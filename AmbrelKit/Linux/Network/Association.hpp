@@ -1,5 +1,5 @@
-#ifndef AMBRELKIT_LINUX_NETWORK_JOINEDNETWORK_HPP
-#define AMBRELKIT_LINUX_NETWORK_JOINEDNETWORK_HPP
+#ifndef AMBRELKIT_LINUX_NETWORK_ASSOCIATION_HPP
+#define AMBRELKIT_LINUX_NETWORK_ASSOCIATION_HPP
 
 #include <array>
 #include <cstddef>
@@ -13,21 +13,21 @@
 namespace AmbrelKit::Linux {
 
 /// The Wi-Fi network that an interface is joined to.
-struct JoinedNetwork {
-    /// Its SSID: any bytes up to 32, so ill-formed UTF-8 has been repaired. Nothing when the access
+struct Association {
+    /// Its name: any bytes up to 32, so ill-formed UTF-8 has been repaired. Nothing when the access
     /// point hides it and the kernel has not heard it otherwise.
-    std::optional<std::string> name;
-    std::string accessPoint; ///< the BSSID, as "02:00:5e:10:00:ff"
+    std::optional<std::string> ssid;
+    std::string bssid; ///< the access point's address, as "02:00:5e:10:00:ff"
 };
 
 /// Finds the network that an interface is joined to among the kernel's scan results of it. They are
 /// what the kernel remembers, and of each access point what that sent: any bytes.
-class JoinedNetworkSearch {
+class AssociationSearch {
 public:
     /// Takes the payload of one NL80211_ATTR_BSS. The results may come in any order.
     void add(std::span<const std::byte> attributes);
 
-    [[nodiscard]] std::optional<JoinedNetwork> result() const;
+    [[nodiscard]] std::optional<Association> result() const;
 
 private:
     using Address = std::array<std::uint8_t, 6>;

@@ -1,4 +1,4 @@
-#include "AmbrelKit/Linux/Network/JoinedNetwork.hpp"
+#include "AmbrelKit/Linux/Network/Association.hpp"
 
 #include "AmbrelKit/Platform/UTF8.hpp"
 
@@ -55,7 +55,7 @@ std::string_view networkName(std::span<const std::byte> elements) {
 
 } // namespace
 
-void JoinedNetworkSearch::add(std::span<const std::byte> attributes) {
+void AssociationSearch::add(std::span<const std::byte> attributes) {
     if (joined_ && names_.contains(*joined_)) {
         return;
     }
@@ -85,7 +85,7 @@ void JoinedNetworkSearch::add(std::span<const std::byte> attributes) {
     }
 }
 
-std::optional<JoinedNetwork> JoinedNetworkSearch::result() const {
+std::optional<Association> AssociationSearch::result() const {
     if (!joined_) {
         return std::nullopt;
     }
@@ -93,9 +93,9 @@ std::optional<JoinedNetwork> JoinedNetworkSearch::result() const {
     const Address& bytes = *joined_;
     std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", bytes[0], bytes[1],
                   bytes[2], bytes[3], bytes[4], bytes[5]);
-    JoinedNetwork network{.name = std::nullopt, .accessPoint = text.data()};
+    Association network{.ssid = std::nullopt, .bssid = text.data()};
     if (const auto name = names_.find(bytes); name != names_.end()) {
-        network.name = repairedUTF8(name->second);
+        network.ssid = repairedUTF8(name->second);
     }
     return network;
 }
