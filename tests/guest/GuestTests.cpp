@@ -59,7 +59,7 @@ public:
                     environ);
         posix_spawn_file_actions_destroy(&actions);
     }
-    void end(int signal) {
+    void end(int signal) const {
         kill(process_, signal);
         waitpid(process_, nullptr, 0);
     }

@@ -110,7 +110,7 @@ public:
                   hex(name) + "\n" + more + "\n}\n"),
           command_("wpa_cli -p /run/wpa -i " + interface + " ") {}
 
-    bool tell(const std::string& command) const {
+    [[nodiscard]] bool tell(const std::string& command) const {
         return std::system((command_ + command + " >/dev/null").c_str()) == 0;
     }
 
@@ -170,7 +170,7 @@ TEST_F(WiFi, IsTheNetworkThatWasJoinedWhateverItsName) {
         EXPECT_TRUE(until([] { return !joined().empty(); })) << row.name;
         EXPECT_THAT(joined(), ElementsAre("wlan2 " + row.told + first));
         EXPECT_THAT(Linux::wirelessStations(), ElementsAre("wlan1", "wlan2", "wlan3"));
-        station.tell("disconnect"); // the kernel still lists the access point
+        EXPECT_TRUE(station.tell("disconnect")); // the kernel still lists the access point
         EXPECT_TRUE(until([] { return joined().empty(); })) << row.name;
     }
 }

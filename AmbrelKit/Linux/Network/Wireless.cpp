@@ -179,6 +179,7 @@ std::vector<std::string> wirelessStations() {
         });
     });
     std::vector<std::string> stations;
+    stations.reserve(byIndex.size());
     for (auto& [index, name] : byIndex) {
         stations.push_back(std::move(name));
     }
