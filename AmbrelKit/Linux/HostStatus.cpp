@@ -31,23 +31,20 @@ public:
     }
 
     [[nodiscard]] AmbrelPermissionStatus bluetoothPermissionStatus() const override {
-        if (!adapters_) {
-            return unknown;
-        }
-        const AdapterWatch::Facts& facts = adapters_->facts();
-        return facts.refused ? denied : facts.answered ? granted : unknown;
+        const auto permitted = adapters_ ? adapters_->facts().permitted : std::nullopt;
+        return !permitted ? unknown : *permitted ? granted : denied;
     }
 
     [[nodiscard]] AmbrelPermissionStatus locationSettingStatus() const override {
-        return geoClue_ && geoClue_->isPresent() ? granted : unknown;
+        return geoClue_ && geoClue_->hasRefused() ? denied : locationPermissionStatus();
     }
 
     [[nodiscard]] AmbrelPermissionStatus locationPermissionStatus() const override {
-        return geoClue_ && geoClue_->hasRefused() ? denied : locationSettingStatus();
+        return geoClue_ && geoClue_->isPresent() ? granted : unknown;
     }
 
     [[nodiscard]] AmbrelPermissionStatus locationPrecisePermissionStatus() const override {
-        return geoClue_ && geoClue_->hasRefused() ? denied : unknown;
+        return unknown;
     }
 
     [[nodiscard]] AmbrelPermissionStatus networkSettingStatus() const override {
@@ -60,12 +57,11 @@ public:
     }
 
 private:
-    using Answers = std::array<AmbrelPermissionStatus, 6>;
+    using Answers = std::array<AmbrelPermissionStatus, 5>; ///< those that change
 
     [[nodiscard]] Answers answers() const {
-        return {bluetoothSettingStatus(),          bluetoothPermissionStatus(),
-                locationSettingStatus(),           locationPermissionStatus(),
-                locationPrecisePermissionStatus(), networkSettingStatus()};
+        return {bluetoothSettingStatus(), bluetoothPermissionStatus(), locationSettingStatus(),
+                locationPermissionStatus(), networkSettingStatus()};
     }
 
     void factsChanged();

@@ -13,9 +13,11 @@ namespace AmbrelKit::Linux {
 ///
 /// It follows what changes. An answer is what is known at that moment, without waiting; what is
 /// not known yet is `unknown`, so a host makes it some time ahead of its first collection. No
-/// daemon is started, no device looked for, no user asked. A machine without a bus at the start
-/// stays unknown but for the network. Used on one thread, whose `RunLoop` drives it; dropping it
-/// ends it.
+/// daemon is started, no device looked for, no user asked. Without a bus at the start all but the
+/// network stays unknown. Used on one thread, whose `RunLoop` drives it; dropping it ends it.
+///
+/// Only a refusal takes a granted permission back, not a daemon that goes: a source is stopped at
+/// the end of a collection if it is permitted then.
 class HostStatus {
 public:
     /// Begins to follow. `changed` is called from the loop when an answer is another than before;
@@ -31,16 +33,17 @@ public:
     /// Granted while BlueZ has an adapter that is on. Denied while it has none: none is there, or
     /// all are off or blocked (rfkill). Unknown without BlueZ.
     [[nodiscard]] virtual AmbrelPermissionStatus bluetoothSettingStatus() const = 0;
-    /// Granted while BlueZ answers this program, denied when the bus does not let it ask.
+    /// Granted once BlueZ has answered this program, denied when the bus does not let it ask.
     [[nodiscard]] virtual AmbrelPermissionStatus bluetoothPermissionStatus() const = 0;
 
-    /// Granted while GeoClue runs or can be started, else unknown. A desktop's switch is known to
-    /// its agent alone: it shows as a refusal of the permission, once the location was asked for.
+    /// Granted where the location may be asked for, and denied once GeoClue has refused it to this
+    /// loop's collections, until it serves one. A desktop's switch is known to GeoClue's agent
+    /// alone, and shows in no other way.
     [[nodiscard]] virtual AmbrelPermissionStatus locationSettingStatus() const = 0;
-    /// As the setting, and denied once GeoClue has refused this program, until it serves it. A host
-    /// that takes fixes from gpsd, which asks nobody, answers by itself.
+    /// Granted where GeoClue runs or can be started, else unknown: with a refusal every collection
+    /// asks again. A host that takes its fixes from gpsd, which asks nobody, grants it by itself.
     [[nodiscard]] virtual AmbrelPermissionStatus locationPermissionStatus() const = 0;
-    /// Denied with the permission, else unknown: GeoClue does not tell how exact it may be.
+    /// Unknown: GeoClue does not tell how exact it may be.
     [[nodiscard]] virtual AmbrelPermissionStatus locationPrecisePermissionStatus() const = 0;
 
     /// Granted while a link other than loopback is up and connected, denied while none is. Known

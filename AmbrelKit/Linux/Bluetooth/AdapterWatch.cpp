@@ -33,7 +33,8 @@ std::shared_ptr<AdapterWatch> AdapterWatch::start(const std::shared_ptr<SystemBu
 void AdapterWatch::ownerChanged(const std::string& owner) {
     signals_.clear();
     question_.reset();
-    facts_ = {};
+    facts_.answered = false;
+    facts_.powered.clear();
     if (!owner.empty()) {
         for (const char* rule : rules) {
             signals_.push_back(bus_->match("type='signal',sender='" + owner + "'," + rule,
@@ -57,9 +58,11 @@ void AdapterWatch::ownerChanged(const std::string& owner) {
 /// A BlueZ that has only just begun may answer with an error: its adapters come as signals then.
 void AdapterWatch::objectsReplied(sd_bus_message* reply) {
     question_.reset();
-    facts_.refused = sd_bus_message_is_method_error(reply, SD_BUS_ERROR_ACCESS_DENIED) > 0;
-    facts_.answered = sd_bus_message_is_method_error(reply, nullptr) == 0;
-    if (facts_.answered) {
+    if (sd_bus_message_is_method_error(reply, SD_BUS_ERROR_ACCESS_DENIED) > 0) {
+        facts_.permitted = false;
+    } else if (sd_bus_message_is_method_error(reply, nullptr) == 0) {
+        facts_.permitted = true;
+        facts_.answered = true;
         readObjects(reply, [this](std::string_view path, const ObjectProperties& object) {
             if (object.adapter) {
                 take(path, *object.adapter);

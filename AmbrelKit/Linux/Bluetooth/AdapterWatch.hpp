@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace AmbrelKit::Linux {
@@ -16,11 +17,11 @@ struct AdapterProperties;
 /// for as long as a host runs. BlueZ is not started for it.
 class AdapterWatch final : public std::enable_shared_from_this<AdapterWatch> {
 public:
-    /// What BlueZ says. It answers nothing while it does not run.
     struct Facts {
-        bool answered = false;
-        bool refused = false;                ///< the bus does not let this program ask
+        bool answered = false;               ///< BlueZ runs, and what follows of the adapters is so
         std::map<std::string, bool> powered; ///< by the adapter's object path
+        /// Whether the bus lets this program ask, as it was seen last; absent before.
+        std::optional<bool> permitted;
     };
 
     /// `changed` is called from the loop. Null when BlueZ was left out of the build.

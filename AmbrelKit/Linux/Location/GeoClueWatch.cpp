@@ -31,8 +31,8 @@ void GeoClueWatch::ownerChanged(const std::string& owner) {
                                    }
                                });
     }
-    if (!question_) {
-        present_ = !owner.empty();
+    if (!question_) { // a lost bus says nothing
+        present_ = present_ || !owner.empty();
         (*changed_)();
     }
 }
