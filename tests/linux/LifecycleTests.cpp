@@ -18,7 +18,6 @@ namespace {
 using namespace AmbrelKit;
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -32,9 +31,6 @@ constexpr const char* mockInterface = "org.freedesktop.DBus.Mock";
 /// waits for the answers while the loop stands still.
 class LifecycleTest : public testing::Test, protected LoopDriver {
 protected:
-    LifecycleTest() { sd_bus_open_system(&asker_); }
-    ~LifecycleTest() override { sd_bus_close_unref(asker_); }
-
     void startLogind() {
         // The system's Python, since Debian installs dbusmock for no other.
         logind.emplace(std::vector<std::string>{"/usr/bin/python3", "-m", "dbusmock", "--system",
@@ -47,8 +43,8 @@ protected:
     template <class... Arguments> bool ask(const char* path, const char* interface,
                                            const char* member, const char* types = "",
                                            Arguments... arguments) {
-        return sd_bus_call_method(asker_, login1, path, interface, member, nullptr, nullptr, types,
-                                  arguments...) >= 0;
+        return sd_bus_call_method(asker_.get(), login1, path, interface, member, nullptr, nullptr,
+                                  types, arguments...) >= 0;
     }
 
     void announceSleep(bool sleeping) {
@@ -65,8 +61,8 @@ protected:
     /// What is delayed, by whom, why and how, as logind lists it.
     std::vector<std::string> inhibitors() {
         sd_bus_message* reply = nullptr;
-        sd_bus_call_method(asker_, login1, managerPath, managerInterface, "ListInhibitors", nullptr,
-                           &reply, "");
+        sd_bus_call_method(asker_.get(), login1, managerPath, managerInterface, "ListInhibitors",
+                           nullptr, &reply, "");
         std::vector<std::string> list;
         sd_bus_message_enter_container(reply, 'a', "(ssssuu)");
         const char* text[4];
@@ -111,7 +107,13 @@ protected:
     int activations = 0;
 
 private:
-    sd_bus* asker_ = nullptr;
+    static sd_bus* open() {
+        sd_bus* opened = nullptr;
+        sd_bus_open_system(&opened);
+        return opened;
+    }
+
+    std::unique_ptr<sd_bus, decltype(&sd_bus_close_unref)> asker_{open(), &sd_bus_close_unref};
 };
 
 TEST_F(LifecycleTest, SleepIsDelayedExactlyAsLongAsATaskIsOpen) {

@@ -8,6 +8,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace AmbrelKit::Linux {
 

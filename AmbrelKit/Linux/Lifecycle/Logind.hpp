@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace AmbrelKit::Linux {
@@ -52,7 +53,7 @@ public:
 
 private:
     friend class SleepDelay;
-    explicit Logind(const std::shared_ptr<EventLoop>& loop) : loop_(loop) {}
+    explicit Logind(std::shared_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
     void follow();
     void ownerChanged(const std::string& owner);
     void sleepAnnounced(sd_bus_message* signal);

@@ -22,12 +22,10 @@ public:
     AmbrelPermissionStatus networkSettingStatus() override {
         return system->networkSettingStatus();
     }
-    AmbrelPermissionStatus networkPermissionStatus() override {
-        return {
-        private:
-            std::shared_ptr<Linux::HostStatus> system = Linux::HostStatus::start();
-        };
-    }
+    AmbrelPermissionStatus networkPermissionStatus() override { return {}; }
+
+private:
+    std::shared_ptr<Linux::HostStatus> system = Linux::HostStatus::start();
 };
 
 int main() {
