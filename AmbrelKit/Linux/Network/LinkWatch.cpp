@@ -16,9 +16,7 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
-/// A link that flaps, or a thousand that are made at once, are looked at this often.
-constexpr std::chrono::milliseconds interval{100};
-constexpr int mostMessages = 256;
+constexpr int mostMessages = 256; ///< what comes beyond is taken at the loop's next turn
 
 /// A socket that becomes readable whenever a link changes; -1 when there can be none.
 int linkSocket() {
@@ -54,7 +52,6 @@ LinkWatch::LinkWatch(EventLoop& loop, std::function<void()> changed)
     : changed_(std::move(changed)), socket_(linkSocket()) {
     if (socket_.get() >= 0) {
         watch_ = loop.watch(socket_.get(), EPOLLIN, [this](std::uint32_t) { news(); });
-        watch_->limitRate(interval, 1);
         up_ = anyLinkIsUp();
     }
 }
