@@ -70,7 +70,10 @@ TEST_F(HostStatusTest, FollowsWhatTheSystemShows) {
         {"switched off, or blocked", [&] { fake.power("hci0", false); }, "dgggd"},
         {"another is on", [&] { fake.plug("hci1"); }, "ggggd"},
         {"pulled out", [&] { fake.unplug("hci1"); }, "dgggd"},
+        {"switched on", [&] { fake.power("hci0", true); }, "ggggd"},
         {"BlueZ gone", [&] { fake.stop(); }, "ugggd"},
+        {"back without adapter", [&] { fake.start(); }, "dgggd"},
+        {"gone again", [&] { fake.stop(); }, "ugggd"},
         {"back, and refuses",
          [&] {
              fake.failNext("GetManagedObjects", SD_BUS_ERROR_ACCESS_DENIED);
@@ -82,8 +85,8 @@ TEST_F(HostStatusTest, FollowsWhatTheSystemShows) {
         {"a link up",
          [&] { run("ip link add v0 type veth peer v1 && ip link set v1 up && ip link set v0 up"); },
          "udggg"},
-        {"unplugged", [&] { run("ip link set v1 down && ip link set v0 down"); }, "udggd"},
-        {"up again", [&] { run("ip link set v1 up && ip link set v0 up"); }, "udggg"},
+        {"unplugged at the other end", [&] { run("ip link set v1 down"); }, "udggd"},
+        {"plugged again", [&] { run("ip link set v1 up"); }, "udggg"},
         {"removed", [&] { run("ip link del v0"); }, "udggd"},
     });
     EXPECT_FALSE(exists(bus.folder() / "started"));

@@ -89,14 +89,19 @@ protected:
         return application->beginBackgroundTask("a task", std::move(timeIsUp));
     }
 
-    /// Until an observer hears of logind's signals, and has heard all that were made for this.
-    void awaitFollowed() {
+    /// Until every signal that was sent before has been heard.
+    void drain() {
         bool last = false;
         const auto task = begin([&last] { last = true; });
-        ASSERT_TRUE(runUntil([this] { return activateSession(true), activations > 0; }));
         announceSleep(true);
         ASSERT_TRUE(until([&last] { return last; }));
         application->endBackgroundTask(task);
+    }
+
+    /// Until an observer hears of logind's signals, and has heard all that were made for this.
+    void awaitFollowed() {
+        ASSERT_TRUE(runUntil([this] { return activateSession(true), activations > 0; }));
+        drain();
         activations = 0;
     }
 
@@ -136,6 +141,7 @@ TEST_F(LifecycleTest, SleepIsDelayedExactlyAsLongAsATaskIsOpen) {
 
 TEST_F(LifecycleTest, TheAnnouncementOfSleepEndsTheTasks) {
     startLogind();
+    const auto observer = observe();
     std::vector<std::string> expired;
     BackgroundTaskIdentifier second = 0;
     const auto first = begin([&] {
@@ -152,11 +158,17 @@ TEST_F(LifecycleTest, TheAnnouncementOfSleepEndsTheTasks) {
 
     const auto fourth = begin([&] { expired.emplace_back("fourth"); });
     announceSleep(false);
-    ASSERT_TRUE(inhibited(1)) << "the time of the others is up";
+    ASSERT_TRUE(until([this] { return activations == 1; }));
+    const auto fifth = application->beginBackgroundTask("the last", [] {});
+    ASSERT_TRUE(runUntil([this] {
+        const auto list = inhibitors();
+        return !list.empty() && list.back().find("the last") != std::string::npos;
+    }));
+    EXPECT_THAT(inhibitors(), SizeIs(2)) << "the time of the others is up";
     announceSleep(true);
     EXPECT_TRUE(inhibited(0));
     EXPECT_THAT(expired, ElementsAre("first", "third", "fourth"));
-    for (const auto task : {first, third, fourth}) {
+    for (const auto task : {first, third, fourth, fifth}) {
         application->endBackgroundTask(task);
     }
 }
@@ -193,7 +205,7 @@ TEST_F(LifecycleTest, ALogindThatStartsAgainIsFollowedAgain) {
 TEST_F(LifecycleTest, ResumeAndTheSessionsActivationAreTold) {
     startLogind();
     const auto descriptors = openDescriptors();
-    auto observer = observe();
+    const auto observer = observe();
     awaitFollowed();
     const std::pair<std::function<void()>, int> steps[] = {
         {[this] { announceSleep(true); }, 0},    {[this] { announceSleep(false); }, 1},
@@ -206,8 +218,9 @@ TEST_F(LifecycleTest, ResumeAndTheSessionsActivationAreTold) {
         happens();
         ASSERT_TRUE(runUntil([&] { return activations >= expected; }));
     }
+    drain();
     EXPECT_EQ(activations, expected);
-    observer.reset();
+    NotificationCenter::default_()->removeObserver(observer);
     EXPECT_EQ(openDescriptors(), descriptors) << "logind is followed for nobody";
 }
 
