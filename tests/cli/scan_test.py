@@ -315,6 +315,7 @@ class Watching(unittest.TestCase):
         for _ in range(2):
             json.loads(process.stdout.readline())
         self.assertGreaterEqual(time.monotonic() - begin, 3)
+        self.assertTrue(waits_in_scan(process.pid))  # it may be printing still
         process.terminate()
         self.assertEqual(process.wait(timeout=5), 130)
 
