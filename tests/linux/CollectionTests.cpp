@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Platform.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
+#include "tests/support/QuietHost.hpp"
 
 #include <gtest/gtest.h>
 
@@ -12,26 +13,6 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/// Grants the network alone, for which no service type is looked for: nothing leaves the machine.
-class QuietHost final : public AmbrelSDKDelegate {
-public:
-    void didReceiveUpdateWithCollectedData(const JSONDictionary& /*data*/) override {
-        delivered = Clock::now();
-        RunLoop::current()->stop();
-    }
-    AmbrelPermissionStatus bluetoothSettingStatus() override { return {}; }
-    AmbrelPermissionStatus bluetoothPermissionStatus() override { return {}; }
-    AmbrelPermissionStatus locationSettingStatus() override { return {}; }
-    AmbrelPermissionStatus locationPermissionStatus() override { return {}; }
-    AmbrelPermissionStatus locationPrecisePermissionStatus() override { return {}; }
-    AmbrelPermissionStatus networkSettingStatus() override { return {}; }
-    AmbrelPermissionStatus networkPermissionStatus() override {
-        return AmbrelPermissionStatus::granted;
-    }
-
-    Clock::time_point delivered;
-};
-
 std::chrono::duration<double> processorTime(const rusage& usage) {
     const auto time = [](const timeval& value) {
         return std::chrono::seconds(value.tv_sec) + std::chrono::microseconds(value.tv_usec);
@@ -41,6 +22,11 @@ std::chrono::duration<double> processorTime(const rusage& usage) {
 
 TEST(Collection, TakesItsTenSecondsAndSleepsInBetween) {
     const auto host = std::make_shared<QuietHost>();
+    Clock::time_point delivered;
+    host->delivered = [&] {
+        delivered = Clock::now();
+        RunLoop::current()->stop();
+    };
     auto services = Linux::platformServices();
     services.bonjourServices.emplace();
     const auto kit = Linux::create(std::move(services));
@@ -54,7 +40,7 @@ TEST(Collection, TakesItsTenSecondsAndSleepsInBetween) {
     RunLoop::current()->run();
     getrusage(RUSAGE_SELF, &after);
 
-    const std::chrono::duration<double> window = host->delivered - requested;
+    const std::chrono::duration<double> window = delivered - requested;
     const auto busy = processorTime(after) - processorTime(before);
     const auto wakeUps = after.ru_nvcsw - before.ru_nvcsw;
     RecordProperty("windowSeconds", std::to_string(window.count()));

@@ -1,7 +1,6 @@
 #include "tests/location/LocationBed.hpp"
 
 #include <ctime>
-#include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iomanip>
@@ -12,20 +11,9 @@
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace AmbrelKit::Linux {
-
-bool runUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    bool held = condition();
-    while (!held && std::chrono::steady_clock::now() < end) {
-        LoopDriver().during(std::chrono::milliseconds(5));
-        held = condition();
-    }
-    return held;
-}
 
 Session::Session(const LocationOptions& options)
     : manager(makeLocationManagerFactory(EventLoop::current(), options)()) {
@@ -52,37 +40,6 @@ void Session::locationManagerDidUpdateLocations(LocationManager& /*manager*/,
 void Session::locationManagerDidFailWithError(LocationManager& /*manager*/,
                                               const std::string& error) {
     failures.push_back(error);
-}
-
-Child::Child(const std::vector<std::string>& command, const std::string& output) {
-    std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
-    for (const std::string& argument : command) {
-        arguments.push_back(const_cast<char*>(argument.c_str()));
-    }
-    arguments.push_back(nullptr);
-    pid_ = fork();
-    if (pid_ == 0) {
-        setpgid(0, 0);
-        dup2(open(output.c_str(), O_WRONLY | O_CREAT, 0600), STDOUT_FILENO);
-        dup2(STDOUT_FILENO, STDERR_FILENO);
-        execvp(arguments[0], arguments.data());
-        _exit(127);
-    }
-}
-
-Child::~Child() {
-    if (!ended()) {
-        signal(SIGKILL);
-        waitpid(pid_, nullptr, 0);
-    }
-}
-
-bool Child::ended() {
-    if (pid_ > 0 && waitpid(pid_, nullptr, WNOHANG) != 0) {
-        pid_ = -1;
-    }
-    return pid_ < 0;
 }
 
 std::optional<LocationCoordinate> scan(const std::string& source) {

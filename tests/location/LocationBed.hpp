@@ -2,24 +2,18 @@
 #define AMBRELKIT_TESTS_LOCATION_LOCATIONBED_HPP
 
 #include "AmbrelKit/Linux/Location/Location.hpp"
+#include "tests/support/Child.hpp"
 #include "tests/support/LoopDriver.hpp"
 
 #include <cmath>
-#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <optional>
 #include <set>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 namespace AmbrelKit::Linux {
-
-/// Runs the loop until `condition`, which may be about a daemon, holds; false when it does not
-/// within `limit`.
-bool runUntil(const std::function<bool()>& condition,
-              std::chrono::milliseconds limit = std::chrono::seconds(20));
 
 /// A manager from start to stop, with a receiver that does what the kit does and keeps what it was
 /// told.
@@ -45,22 +39,6 @@ public:
 
 private:
     std::shared_ptr<void> alive_ = std::make_shared<int>();
-};
-
-/// A program of this test, killed with it.
-class Child {
-public:
-    explicit Child(const std::vector<std::string>& command,
-                   const std::string& output = "/dev/null");
-    ~Child();
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-
-    void signal(int number) const { kill(-pid_, number); }
-    [[nodiscard]] bool ended();
-
-private:
-    pid_t pid_ = -1;
 };
 
 /// The place in what `ambrel scan --only location` prints.

@@ -23,6 +23,16 @@ void LoopDriver::during(std::chrono::milliseconds time) const {
     until([] { return false; }, time);
 }
 
+bool runUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    bool held = condition();
+    while (!held && std::chrono::steady_clock::now() < end) {
+        LoopDriver().during(std::chrono::milliseconds(5));
+        held = condition();
+    }
+    return held;
+}
+
 std::size_t openDescriptors() {
     const std::filesystem::directory_iterator entries("/proc/self/fd");
     return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));

@@ -20,6 +20,11 @@ private:
     std::shared_ptr<AmbrelKit::Linux::EventLoop> loop_ = AmbrelKit::Linux::EventLoop::current();
 };
 
+/// Runs the loop until `condition`, which may be about a daemon, holds; false when it does not
+/// within `limit`.
+bool runUntil(const std::function<bool()>& condition,
+              std::chrono::milliseconds limit = std::chrono::seconds(20));
+
 /// How many descriptors this process has open.
 std::size_t openDescriptors();
 

@@ -17,7 +17,7 @@ AmbrelPermissionStatus permission(const CollectionOptions& options, const char* 
 
 Host::Host(const CollectionOptions& options)
     : bluetooth_(permission(options, "bluetooth")), location_(permission(options, "location")),
-      network_(permission(options, "network")) {}
+      network_(permission(options, "network")), status_(AmbrelKit::Linux::HostStatus::start()) {}
 
 void Host::didReceiveUpdateWithCollectedData(const AmbrelKit::JSONDictionary& data) {
     delivered_.push_back(data);
@@ -29,17 +29,17 @@ AmbrelKit::JSONDictionary Host::takeDelivered() {
     return data;
 }
 
-AmbrelPermissionStatus Host::bluetoothSettingStatus() { return AmbrelPermissionStatus::unknown; }
+AmbrelPermissionStatus Host::bluetoothSettingStatus() { return status_->bluetoothSettingStatus(); }
 
 AmbrelPermissionStatus Host::bluetoothPermissionStatus() { return bluetooth_; }
 
-AmbrelPermissionStatus Host::locationSettingStatus() { return AmbrelPermissionStatus::unknown; }
+AmbrelPermissionStatus Host::locationSettingStatus() { return status_->locationSettingStatus(); }
 
 AmbrelPermissionStatus Host::locationPermissionStatus() { return location_; }
 
 AmbrelPermissionStatus Host::locationPrecisePermissionStatus() { return location_; }
 
-AmbrelPermissionStatus Host::networkSettingStatus() { return AmbrelPermissionStatus::unknown; }
+AmbrelPermissionStatus Host::networkSettingStatus() { return status_->networkSettingStatus(); }
 
 AmbrelPermissionStatus Host::networkPermissionStatus() { return network_; }
 

@@ -3,14 +3,17 @@
 
 #include "tools/ambrel/CollectionOptions.hpp"
 
+#include "AmbrelKit/Linux/HostStatus.hpp"
+
 #include <AmbrelKit/AmbrelSDKDelegate.hpp>
 
 #include <deque>
+#include <memory>
 
 namespace Ambrel {
 
-/// The tool as the kit's host: grants the permissions of the command line, knows nothing of the
-/// settings, and keeps what is delivered until it is taken.
+/// The tool as the kit's host: grants the permissions of the command line, has the settings from
+/// the system, and keeps what is delivered until it is taken.
 class Host final : public AmbrelKit::AmbrelSDKDelegate {
 public:
     explicit Host(const CollectionOptions& options);
@@ -32,6 +35,7 @@ private:
     AmbrelKit::AmbrelPermissionStatus bluetooth_;
     AmbrelKit::AmbrelPermissionStatus location_;
     AmbrelKit::AmbrelPermissionStatus network_;
+    std::shared_ptr<AmbrelKit::Linux::HostStatus> status_;
     std::deque<AmbrelKit::JSONDictionary> delivered_;
 };
 

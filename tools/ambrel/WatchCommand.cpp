@@ -55,6 +55,7 @@ ExitStatus watch(const WatchOptions& options) {
     }
     kit->startScanning();
     while (const auto data = collection.next()) {
+        kit->completeScanning(); // the machine may go to sleep from here on
         if (options.collection.save) {
             saveCollection(*data); // what fails is told, and may work the next time
         }

@@ -1,3 +1,4 @@
+#include "AmbrelKit/Linux/Bluetooth/AdapterWatch.hpp"
 #include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
 
 #include <utility>
@@ -30,6 +31,11 @@ private:
 
 BluetoothManagerFactory makeBluetoothManagerFactory(std::shared_ptr<EventLoop> /*loop*/) {
     return [] { return std::make_shared<SilentManager>(); };
+}
+
+std::shared_ptr<AdapterWatch> AdapterWatch::start(const std::shared_ptr<SystemBus>& /*bus*/,
+                                                  std::function<void()> /*changed*/) {
+    return nullptr;
 }
 
 } // namespace AmbrelKit::Linux

@@ -97,6 +97,7 @@ void SystemBus::connect() {
         delay_ = std::min(delay_ * 2, longestReconnectDelay);
         return;
     }
+    wasConnected_ = true;
     for (const auto& registration : registrations()) {
         registration->connected();
     }

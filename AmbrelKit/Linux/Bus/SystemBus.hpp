@@ -105,6 +105,10 @@ public:
     /// its unique name: anybody may send a signal.
     [[nodiscard]] std::shared_ptr<SignalMatch> match(std::string rule, BusReceiver received);
 
+    /// Whether there was ever a connection: who follows a daemon for long lets go of a bus that
+    /// was never there, since trying again and again would keep an idle process awake.
+    [[nodiscard]] bool wasConnected() const { return wasConnected_; }
+
     /// Has `registration` follow the connection for as long as it lives.
     void enrol(const std::shared_ptr<BusRegistration>& registration);
 
@@ -125,6 +129,7 @@ private:
 
     std::shared_ptr<EventLoop> loop_;
     sd_bus* bus_ = nullptr;
+    bool wasConnected_ = false;
     sd_bus_slot* disconnected_ = nullptr;
     std::shared_ptr<Deadline> reconnect_;
     std::shared_ptr<Deadline> absence_;

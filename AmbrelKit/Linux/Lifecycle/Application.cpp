@@ -1,28 +1,38 @@
 #include "AmbrelKit/Platform/Application.hpp"
 
+#include "AmbrelKit/Linux/Lifecycle/Logind.hpp"
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+
+#include <map>
+#include <utility>
+
 namespace AmbrelKit {
 
 namespace {
 
-/// A process that nothing suspends: a task is only a number, and its time is never up.
-class UnsuspendedApplication final : public Application {
+/// Nothing suspends a process here, only the machine goes to sleep: a task delays that.
+class LinuxApplication final : public Application {
 public:
-    BackgroundTaskIdentifier
-    beginBackgroundTask(const std::string& /*name*/,
-                        std::function<void()> /*expirationHandler*/) override {
-        return ++lastTask_;
+    BackgroundTaskIdentifier beginBackgroundTask(const std::string& name,
+                                                 std::function<void()> expirationHandler) override {
+        const auto logind = Linux::EventLoop::current()->shared<Linux::Logind>();
+        tasks_.emplace(++lastTask_, logind->delaySleep(name, std::move(expirationHandler)));
+        return lastTask_;
     }
 
-    void endBackgroundTask(BackgroundTaskIdentifier /*identifier*/) override {}
+    void endBackgroundTask(BackgroundTaskIdentifier identifier) override {
+        const auto ended = tasks_.extract(identifier);
+    }
 
 private:
     BackgroundTaskIdentifier lastTask_ = 0;
+    std::map<BackgroundTaskIdentifier, std::shared_ptr<Linux::SleepDelay>> tasks_;
 };
 
 } // namespace
 
 std::shared_ptr<Application> Application::shared() {
-    thread_local const auto application = std::make_shared<UnsuspendedApplication>();
+    thread_local const auto application = std::make_shared<LinuxApplication>();
     return application;
 }
 

@@ -1,5 +1,8 @@
 #include "AmbrelKit/Platform/NotificationCenter.hpp"
 
+#include "AmbrelKit/Linux/Lifecycle/Logind.hpp"
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -11,7 +14,11 @@ namespace {
 class BlockObserver final : public NotificationObserver {
 public:
     BlockObserver(std::optional<std::string> name, std::function<void(const Notification&)> block)
-        : name_(std::move(name)), block_(std::move(block)) {}
+        : name_(std::move(name)), block_(std::move(block)) {
+        if (observes(ApplicationDidBecomeActiveNotification)) {
+            logind_ = Linux::EventLoop::current()->shared<Linux::Logind>();
+        }
+    }
 
     [[nodiscard]] bool observes(std::string_view name) const {
         return registered_ && (!name_ || *name_ == name);
@@ -19,12 +26,16 @@ public:
 
     void receive(const Notification& notification) const { block_(notification); }
 
-    void unregister() { registered_ = false; }
+    void unregister() {
+        registered_ = false;
+        logind_.reset();
+    }
 
 private:
     std::optional<std::string> name_;
     std::function<void(const Notification&)> block_;
     bool registered_ = true;
+    std::shared_ptr<Linux::Logind> logind_; ///< who posts it; followed while somebody listens
 };
 
 class ThreadNotificationCenter final : public NotificationCenter {

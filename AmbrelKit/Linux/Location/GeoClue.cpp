@@ -1,5 +1,7 @@
 #include "AmbrelKit/Linux/Location/GeoClue.hpp"
 
+#include "AmbrelKit/Linux/Location/GeoClueVerdict.hpp"
+#include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 
 #include <algorithm>
@@ -16,7 +18,6 @@ using std::chrono::system_clock;
 constexpr std::chrono::milliseconds firstDelay{500};
 constexpr std::chrono::milliseconds longestDelay{8000};
 
-constexpr const char* service = "org.freedesktop.GeoClue2";
 constexpr const char* managerPath = "/org/freedesktop/GeoClue2/Manager";
 constexpr const char* managerInterface = "org.freedesktop.GeoClue2.Manager";
 constexpr const char* clientInterface = "org.freedesktop.GeoClue2.Client";
@@ -110,11 +111,12 @@ void GeoClue::connect() {
     forget();
     daemon_.clear();
     bus_ = SystemBus::make(loop);
-    name_ = NameWatch::start(bus_, service, [weak = weak_from_this()](const std::string& daemon) {
-        if (const auto geoClue = weak.lock()) {
-            geoClue->daemonChanged(daemon);
-        }
-    });
+    name_ =
+        NameWatch::start(bus_, geoClueName, [weak = weak_from_this()](const std::string& daemon) {
+            if (const auto geoClue = weak.lock()) {
+                geoClue->daemonChanged(daemon);
+            }
+        });
 }
 
 void GeoClue::forget() {
@@ -145,7 +147,7 @@ void GeoClue::activate() {
     question_ = bus_->call(
         {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
          "StartServiceByName"},
-        [](sd_bus_message* call) { return sd_bus_message_append(call, "su", service, 0U); },
+        [](sd_bus_message* call) { return sd_bus_message_append(call, "su", geoClueName, 0U); },
         receiver(&GeoClue::activated));
     if (!question_) {
         become(State::absent);
@@ -250,6 +252,10 @@ void GeoClue::locationRead(sd_bus_message* reply) {
 
 void GeoClue::become(State state, std::string reason) {
     reason_ = std::move(reason);
+    const auto loop = loop_.lock();
+    if (loop && (state == State::ready || state == State::refused)) {
+        loop->shared<GeoClueVerdict>()->tell(*loop, state == State::refused);
+    }
     const auto owner = owner_.lock();
     if (std::exchange(state_, state) != state && owner) {
         owner->sourceDidChange(*this);

@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 
 #include "AmbrelKit/Linux/Network/PrimaryAddress.hpp"
+#include "AmbrelKit/Linux/RunLoop/Descriptor.hpp"
 
 #include <arpa/inet.h>
 #include <array>
@@ -20,23 +21,6 @@
 namespace AmbrelKit::Linux {
 
 namespace {
-
-/// A descriptor that is closed with its owner; -1 for none.
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-    [[nodiscard]] int get() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
 
 /// The text of a kernel's file, at most so much of it; empty when it can't be read.
 std::string contents(const std::string& path) {

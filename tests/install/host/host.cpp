@@ -1,5 +1,6 @@
 // Refuses every permission, so that the real platform delivers at once.
 #include <AmbrelKit/AmbrelSDK.hpp>
+#include <AmbrelKit/Linux/HostStatus.hpp>
 #include <AmbrelKit/Linux/Platform.hpp>
 #include <AmbrelKit/Platform/Bundle.hpp>
 #include <AmbrelKit/Platform/RunLoop.hpp>
@@ -18,8 +19,13 @@ public:
     AmbrelPermissionStatus locationSettingStatus() override { return {}; }
     AmbrelPermissionStatus locationPermissionStatus() override { return {}; }
     AmbrelPermissionStatus locationPrecisePermissionStatus() override { return {}; }
-    AmbrelPermissionStatus networkSettingStatus() override { return {}; }
+    AmbrelPermissionStatus networkSettingStatus() override {
+        return system->networkSettingStatus();
+    }
     AmbrelPermissionStatus networkPermissionStatus() override { return {}; }
+
+private:
+    std::shared_ptr<Linux::HostStatus> system = Linux::HostStatus::start();
 };
 
 int main() {

@@ -1,0 +1,52 @@
+#include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"
+
+#include <string_view>
+
+namespace AmbrelKit::Linux {
+
+std::shared_ptr<GeoClueWatch> GeoClueWatch::start(EventLoop& loop,
+                                                  const std::shared_ptr<SystemBus>& bus,
+                                                  std::function<void()> changed) {
+    std::shared_ptr<GeoClueWatch> watch(
+        new GeoClueWatch(bus, loop.shared<GeoClueVerdict>(), std::move(changed)));
+    watch->verdict_->follow(watch->changed_);
+    watch->name_ =
+        NameWatch::start(bus, geoClueName, [weak = std::weak_ptr(watch)](const std::string& owner) {
+            if (const auto watch = weak.lock()) {
+                watch->ownerChanged(owner);
+            }
+        });
+    return watch;
+}
+
+/// It leaves when it is idle, to be started again.
+void GeoClueWatch::ownerChanged(const std::string& owner) {
+    question_.reset();
+    if (owner.empty()) {
+        question_ = bus_->call({"org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                "org.freedesktop.DBus", "ListActivatableNames"},
+                               {}, [weak = weak_from_this()](sd_bus_message* reply) {
+                                   if (const auto watch = weak.lock()) {
+                                       watch->namesReplied(reply);
+                                   }
+                               });
+    }
+    if (!question_) { // a lost bus says nothing
+        present_ = present_ || !owner.empty();
+        (*changed_)();
+    }
+}
+
+void GeoClueWatch::namesReplied(sd_bus_message* reply) {
+    question_.reset();
+    present_ = false;
+    if (sd_bus_message_enter_container(reply, 'a', "s") > 0) {
+        const char* name = nullptr;
+        while (!present_ && sd_bus_message_read(reply, "s", &name) > 0) {
+            present_ = std::string_view(name) == geoClueName;
+        }
+    }
+    (*changed_)();
+}
+
+} // namespace AmbrelKit::Linux
