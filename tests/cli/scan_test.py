@@ -295,6 +295,7 @@ class Watching(unittest.TestCase):
         for stop in [signal.SIGINT, signal.SIGTERM]:
             process = self.start()
             self.assertTrue(waits_in_scan(process.pid))
+            time.sleep(1)  # for what daemons say of themselves at the start
             before = voluntary_switches(process.pid)
             time.sleep(10 if stop == signal.SIGINT else 0)
             self.assertEqual(voluntary_switches(process.pid), before)
@@ -315,7 +316,6 @@ class Watching(unittest.TestCase):
         for _ in range(2):
             json.loads(process.stdout.readline())
         self.assertGreaterEqual(time.monotonic() - begin, 3)
-        self.assertTrue(waits_in_scan(process.pid))  # it may be printing still
         process.terminate()
         self.assertEqual(process.wait(timeout=5), 130)
 

@@ -1,19 +1,34 @@
 #include "tools/ambrel/InterruptSignals.hpp"
 
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <sys/signalfd.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace Ambrel {
 
+namespace {
+
+constexpr std::array interrupts{SIGINT, SIGTERM};
+
+/// Whether the process was started to ignore it, as by nohup(1).
+bool isIgnored(int signal) {
+    struct sigaction action {};
+    sigaction(signal, nullptr, &action);
+    return action.sa_handler == SIG_IGN;
+}
+
+volatile std::sig_atomic_t exitStatus = 0;
+
+} // namespace
+
 InterruptSignals::InterruptSignals() {
     sigset_t signals{};
     sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM}) {
-        struct sigaction action {};
-        sigaction(signal, nullptr, &action);
-        if (action.sa_handler != SIG_IGN) {
+    for (const int signal : interrupts) {
+        if (!isIgnored(signal)) {
             sigaddset(&signals, signal);
         }
     }
@@ -30,6 +45,15 @@ InterruptSignals::~InterruptSignals() {
     }
     close(descriptor_);
     sigprocmask(SIG_SETMASK, &before_, nullptr);
+}
+
+void exitOnInterrupt(int status) {
+    exitStatus = status;
+    for (const int signal : interrupts) {
+        if (!isIgnored(signal)) {
+            std::signal(signal, [](int) { _exit(exitStatus); });
+        }
+    }
 }
 
 } // namespace Ambrel

@@ -24,6 +24,10 @@ private:
     int descriptor_ = -1;
 };
 
+/// Has SIGINT and SIGTERM end the program with this exit status wherever it is, where they are not
+/// read from a descriptor: also in the middle of writing to a reader that does not read.
+void exitOnInterrupt(int status);
+
 } // namespace Ambrel
 
 #endif

@@ -1,5 +1,6 @@
 #include "tools/ambrel/Collection.hpp"
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/InterruptSignals.hpp"
 #include "tools/ambrel/Output.hpp"
 #include "tools/ambrel/Store.hpp"
 
@@ -53,6 +54,7 @@ ExitStatus watch(const WatchOptions& options) {
         timer = RunLoop::current()->scheduledTimer(*options.every, true,
                                                    [kit](Timer&) { kit->startScanning(); });
     }
+    exitOnInterrupt(interrupted);
     kit->startScanning();
     while (const auto data = collection.next()) {
         kit->completeScanning(); // the machine may go to sleep from here on
