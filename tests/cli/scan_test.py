@@ -313,9 +313,8 @@ class Watching(unittest.TestCase):
     def test_every(self):
         begin = time.monotonic()
         process = self.start("--every", "1.5")
-        for _ in range(2):
-            json.loads(process.stdout.readline())
-        self.assertGreaterEqual(time.monotonic() - begin, 3)
+        json.loads(process.stdout.readline())
+        self.assertGreaterEqual(time.monotonic() - begin, 1.5)
         process.terminate()
         self.assertEqual(process.wait(timeout=5), 130)
 
