@@ -184,7 +184,8 @@ TEST_F(BluetoothTest, LateStartsAreTakenBack) {
         drain();
         fake.release();
         drain();
-        EXPECT_TRUE(until([&] { return fake.discoverers("hci0").empty() != scans; })) << event.what;
+        EXPECT_TRUE(until([&, scans = scans] { return fake.discoverers("hci0").empty() != scans; }))
+            << event.what;
         fake.stop();
     }
 }

@@ -13,7 +13,7 @@ namespace {
 /// address, so that each address is an application of its own; changing the others changes every
 /// identifier everywhere.
 constexpr sd_id128_t identifierSpace =
-    SD_ID128_MAKE(5d, a3, 1b, 0e, c2, 74, 49, f6, 8e, 00, 00, 00, 00, 00, 00, 00);
+    SD_ID128_ARRAY(5d, a3, 1b, 0e, c2, 74, 49, f6, 8e, 00, 00, 00, 00, 00, 00, 00);
 constexpr std::size_t typeOffset = 9;
 constexpr std::size_t addressOffset = 10;
 
