@@ -96,7 +96,7 @@ public:
     }
 
 private:
-    void send(const Bytes& packet) {
+    void send(const Bytes& packet) const {
         // Nothing takes an event while the controller is switched off.
         if (write(descriptor_, packet.data(), packet.size()) < 0 && errno != ENXIO) {
             std::perror("/dev/vhci");

@@ -189,7 +189,7 @@ nanoseconds ScriptRecorder::elapsed() const {
     return scheduled_ ? Clock::now() - *scheduled_ : nanoseconds(0);
 }
 
-void ScriptRecorder::record(std::string_view what, JSONValue value) {
+void ScriptRecorder::record(std::string_view what, const JSONValue& value) {
     now_ = std::max(now_, std::min(elapsed(), nextTick_ - 1ns));
     recordStatuses(now_);
     write(now_, what, value);

@@ -53,7 +53,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     [[nodiscard]] std::chrono::nanoseconds elapsed() const;
-    void record(std::string_view what, AmbrelKit::JSONValue value);
+    void record(std::string_view what, const AmbrelKit::JSONValue& value);
     void recordStatuses(std::chrono::nanoseconds at);
     void write(std::chrono::nanoseconds at, std::string_view what,
                const AmbrelKit::JSONValue& value);

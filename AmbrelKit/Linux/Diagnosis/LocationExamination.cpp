@@ -18,8 +18,8 @@ constexpr std::chrono::seconds patience{6};
 class FixExamination final : public LocationSourceOwner,
                              public std::enable_shared_from_this<FixExamination> {
 public:
-    FixExamination(const Surroundings& surroundings, Report report)
-        : surroundings_(surroundings), report_(std::move(report)) {}
+    FixExamination(Surroundings surroundings, Report report)
+        : surroundings_(std::move(surroundings)), report_(std::move(report)) {}
 
     void begin() {
         const auto& options = surroundings_.location;
