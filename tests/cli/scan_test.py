@@ -130,6 +130,7 @@ class CommandLine(unittest.TestCase):
                 self.assertIn(named, result.stderr)
 
         self.assertEqual(scan("--every", "0.5", command="watch").returncode, 2)
+        self.assertIn('"foo" is no command', scan("foo", command="store").stderr)
         self.assertEqual(scan("-", command="record").returncode, 2)
         self.assertIn("No such file", scan("/nowhere/script", command="record").stderr)
 
@@ -249,6 +250,20 @@ class Running(unittest.TestCase):
                 self.assertNotIn("\x1b[3", drawn)
                 self.assertEqual(on_screen(drawn), "")
 
+    def test_an_interrupted_recording_leaves_an_earlier_one(self):
+        with tempfile.TemporaryDirectory() as folder:
+            file = f"{folder}/script"
+            with open(file, "w", encoding="utf-8") as earlier:
+                earlier.write("earlier")
+            process = subprocess.Popen([AMBREL, "record", file, *RUNNING])
+            self.addCleanup(process.kill)
+            self.assertTrue(waits_in_scan(process.pid))
+            process.terminate()
+            self.assertEqual(process.wait(timeout=5), 130)
+            self.assertEqual(os.listdir(folder), ["script"])
+            with open(file, encoding="utf-8") as earlier:
+                self.assertEqual(earlier.read(), "earlier")
+
     def test_a_signal_that_was_to_be_ignored_is(self):
         process = self.start(
             preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_IGN))
@@ -309,6 +324,17 @@ class Watching(unittest.TestCase):
         process = self.start()
         process.stdout.close()
         self.assertEqual(process.wait(timeout=5), -signal.SIGPIPE)
+
+    def test_collections_on_each_others_heels_are_all_delivered(self):
+        process = subprocess.Popen([AMBREL, "watch", *RUNNING, "--every", "10"], text=True,
+                                   env=environment(), stdout=subprocess.PIPE)
+        self.addCleanup(process.kill)
+        begin = time.time()
+        times = [json.loads(process.stdout.readline())["timestamp"] for _ in range(2)]
+        self.assertLess(times[0] - begin, 2)
+        self.assertLess(times[1] - times[0], 13)
+        process.kill()
+        process.communicate()
 
     def test_every(self):
         begin = time.monotonic()

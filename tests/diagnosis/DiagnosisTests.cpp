@@ -123,6 +123,7 @@ TEST_F(DiagnosisTest, OfADaemonsManner) {
         {"lifecycle", "org.freedesktop.login1", Manner::refusing, "no logind refuses"},
         {"lifecycle", "org.freedesktop.login1", Manner::silent, "systemctl restart systemd-logind"},
         {"lifecycle", "org.example", Manner::answering, "no there is no logind"},
+        {"services", "org.freedesktop.Avahi", Manner::refusing, "the embedded mDNS stack"},
         {"services", "org.freedesktop.Avahi", Manner::silent, "systemctl restart avahi-daemon"},
     };
     for (const Row& row : rows) {
@@ -143,8 +144,17 @@ TEST_F(DiagnosisTest, OfALocationThatCannotBeHad) {
         EXPECT_THAT(found("location", geoClue), HasSubstr("GeoClue refuses the location: no: allow "
                                                           "org.host in"));
     }
-    const auto silent = daemon(name, Manner::silent);
-    EXPECT_THAT(found("location", geoClue), HasSubstr("systemctl restart geoclue"));
+    {
+        const auto silent = daemon(name, Manner::silent);
+        EXPECT_THAT(found("location", geoClue), HasSubstr("systemctl restart geoclue"));
+    }
+    std::ofstream(bus.folder() / "geoclue.service")
+        << "[D-BUS Service]\nName=" << name << "\nUser=root\nExec=/bin/false\n";
+    bus.stop();
+    bus.start();
+    EXPECT_THAT(found("location", geoClue), HasSubstr("cannot be started: systemctl unmask"));
+    bus.stop();
+    EXPECT_THAT(found("location", geoClue), HasSubstr("the system bus does not answer"));
 }
 
 } // namespace

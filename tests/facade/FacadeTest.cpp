@@ -151,12 +151,6 @@ TEST_F(Facade, AHistoryLimitMayBeSetAtAnyTime) {
     EXPECT_EQ(host.sdk()->historyLimit(), std::nullopt);
     host.sdk()->setHistoryLimit(1);
     EXPECT_EQ(host.sdk()->historyLimit(), 1U);
-    host.sdk()->setAmbrelTimeThreshold(0);
-    for (int i = 0; i < 3; ++i) {
-        host.sdk()->startScanningOnce();
-        platform.clock().advanceBy(11s);
-    }
-    EXPECT_EQ(delivered.size(), 3U);
 }
 
 } // namespace

@@ -8,8 +8,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <future>
-#include <iostream>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
@@ -136,6 +134,7 @@ TEST_F(GeoClue, GivesThePlaceThatItsReceiverTells) {
     startDaemon();
     const Agent agent;
     const Session session(options());
+    ASSERT_TRUE(runUntil([&] { return session.hasFixes(); }, 1s)) << "milliseconds are usual";
     ASSERT_TRUE(runUntil([&] { return session.hasFixes(2); }));
     EXPECT_THAT(session.statuses, ElementsAre(0, 4));
     for (const LocationFix& fix : session.fixes) {
@@ -231,63 +230,6 @@ TEST_F(GeoClue, ADiagnosisTellsWhatIsMissing) {
         const Agent agent(level);
         EXPECT_THAT(finding(), HasSubstr(found));
     }
-}
-
-/// What a program spends that does nothing but wait for GeoClue.
-double secondsToFixOfAPlainClient(sd_bus* bus) {
-    constexpr const char* client = "org.freedesktop.GeoClue2.Client";
-    const auto begin = std::chrono::steady_clock::now();
-    sd_bus_message* reply = nullptr;
-    const char* path = nullptr;
-    sd_bus_call_method(bus, geoClueName, "/org/freedesktop/GeoClue2/Manager",
-                       "org.freedesktop.GeoClue2.Manager", "CreateClient", nullptr, &reply, "");
-    sd_bus_message_read(reply, "o", &path);
-    bool updated = false;
-    sd_bus_slot* slot = nullptr;
-    sd_bus_match_signal(
-        bus, &slot, geoClueName, path, client, "LocationUpdated",
-        [](sd_bus_message*, void* updated, sd_bus_error*) {
-            *static_cast<bool*>(updated) = true;
-            return 0;
-        },
-        &updated);
-    sd_bus_set_property(bus, geoClueName, path, client, "DesktopId", nullptr, "s", "org.other");
-    sd_bus_set_property(bus, geoClueName, path, client, "RequestedAccuracyLevel", nullptr, "u", 8U);
-    sd_bus_call_method(bus, geoClueName, path, client, "Start", nullptr, nullptr, "");
-    while (!updated && std::chrono::steady_clock::now() - begin < 5s) {
-        while (sd_bus_process(bus, nullptr) > 0) {
-        }
-        sd_bus_wait(bus, 10'000);
-    }
-    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
-    sd_bus_call_method(bus, geoClueName, "/org/freedesktop/GeoClue2/Manager",
-                       "org.freedesktop.GeoClue2.Manager", "DeleteClient", nullptr, nullptr, "o",
-                       path);
-    sd_bus_slot_unref(slot);
-    sd_bus_message_unref(reply);
-    return time.count();
-}
-
-TEST_F(GeoClue, TheKitAddsLittleToItsTime) {
-    startDaemon();
-    const Agent agent;
-    double plain = 0;
-    double kit = 0;
-    constexpr int rounds = 5;
-    for (int i = 0; i < rounds; ++i) {
-        auto other =
-            std::async(std::launch::async, [this] { return secondsToFixOfAPlainClient(control_); });
-        ASSERT_TRUE(runUntil([&] { return other.wait_for(0s) == std::future_status::ready; }));
-        plain += other.get() / rounds;
-        const auto begin = std::chrono::steady_clock::now();
-        const Session session(options());
-        ASSERT_TRUE(runUntil([&] { return session.hasFixes(); }));
-        kit += std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count() /
-               rounds;
-    }
-    std::cout << "    first fix after " << kit * 1e3 << " ms; of a plain client " << plain * 1e3
-              << " ms\n";
-    EXPECT_LT(kit, plain + 0.25);
 }
 
 #ifdef AMBREL_TOOL

@@ -1,5 +1,6 @@
 // The tool itself, on the scripts of this folder: NAME.ndjson gives NAME.trace, with --queries
-// NAME.queries.trace and with --quiet NAME.quiet.trace, byte for byte.
+// NAME.queries.trace and with --quiet NAME.quiet.trace, byte for byte. The scripts random-* were
+// drawn at random, and their traces agreed with those of a second implementation, written apart.
 
 #include <array>
 #include <cstdio>
@@ -71,7 +72,7 @@ TEST(ReplayTool, givesTheTraces) {
             }
         }
     }
-    EXPECT_GE(compared, 16U);
+    EXPECT_GE(compared, 30U);
 }
 
 TEST(ReplayTool, readsStandardInput) {

@@ -42,21 +42,6 @@ TEST(SimulatedPlatform, leavesTheProcessAsItWas) {
     EXPECT_EQ(NetworkEnvironment::addressIPv4(), "mine");
 }
 
-TEST(SimulatedPlatform, servesAHostsOwnTest) {
-    Simulated::Platform platform;
-    Simulated::Host host(platform, std::nullopt);
-    JSONDictionary delivered;
-    host.setDeliveryHandler([&](const JSONDictionary& data) { delivered = data; });
-    host.setStatus(Simulated::StatusQuery::bluetoothPermission, AmbrelPermissionStatus::granted);
-    host.sdk()->startScanningOnce();
-    platform.bluetooth().reportState(BluetoothManagerState::poweredOn);
-    platform.bluetooth().reportDiscovery({.identifier = {}, .name = "Lamp"});
-    platform.clock().advanceBy(10s);
-    EXPECT_TRUE(delivered.empty());
-    platform.clock().advanceBy(1s);
-    EXPECT_EQ(delivered["bleScan"][0]["name"], "Lamp");
-}
-
 TEST(SimulatedPlatform, mayGoBeforeWhatWasMadeOnIt) {
     std::shared_ptr<AmbrelSDK> sdk;
     std::shared_ptr<Timer> timer;

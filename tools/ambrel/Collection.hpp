@@ -26,6 +26,9 @@ public:
 
     [[nodiscard]] const std::shared_ptr<AmbrelKit::AmbrelSDK>& kit() const { return kit_; }
 
+    /// Whether a collection has begun whose dictionary `next()` has not returned yet.
+    [[nodiscard]] bool isUnderWay() const { return counts_->running(); }
+
     /// Waits for the next dictionary. Nothing when the user interrupted: all is stopped then. A
     /// reader of standard output that goes away ends the program.
     std::optional<AmbrelKit::JSONDictionary> next();

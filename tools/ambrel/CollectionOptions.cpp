@@ -1,5 +1,6 @@
 #include "tools/ambrel/CollectionOptions.hpp"
 
+#include "tools/ambrel/Choices.hpp"
 #include "tools/ambrel/ServiceTypes.hpp"
 
 #include <CLI/CLI.hpp>
@@ -15,20 +16,8 @@ namespace {
 
 constexpr int greatestThreshold = 30; // seconds
 
-const std::vector<std::string>& permissions() {
-    static const std::vector<std::string> names{"bluetooth", "location", "network"};
-    return names;
-}
-
 std::string checkServiceType(const std::string& text) {
     return isServiceType(text) ? "" : "\"" + text + "\" is not a service type, such as _ipp._tcp";
-}
-
-std::string checkPermission(const std::string& text) {
-    const auto& names = permissions();
-    return std::find(names.begin(), names.end(), text) != names.end()
-               ? ""
-               : "\"" + text + "\" is not one of bluetooth, location, network";
 }
 
 const std::map<std::string, LocationSourceKind>& locationSources() {
@@ -40,23 +29,11 @@ const std::map<std::string, LocationSourceKind>& locationSources() {
     return sources;
 }
 
-std::string checkLocation(const std::string& text) {
-    return locationSources().contains(text)
-               ? ""
-               : "\"" + text + "\" is not one of auto, geoclue, gpsd, none";
-}
-
 std::string checkThreshold(const std::string& text) {
     const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
     return isNumber && text.size() <= 2 && std::stoi(text) <= greatestThreshold
                ? ""
                : "\"" + text + "\" is not a number of seconds from 0 to 30";
-}
-
-std::string checkFormat(const std::string& text) {
-    return text == "json" || text == "pretty" || text == "table"
-               ? ""
-               : "\"" + text + "\" is not one of json, pretty, table";
 }
 
 bool contains(const std::vector<std::string>& names, const std::string& name) {
@@ -65,7 +42,8 @@ bool contains(const std::vector<std::string>& names, const std::string& name) {
 
 } // namespace
 
-void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
+void addCollectionOptions(CLI::App& command, CollectionOptions& options,
+                          const std::string& usualFormat) {
     command
         .add_option("--service", options.services,
                     "look for this DNS-SD type, _ipp._tcp; may be repeated")
@@ -76,12 +54,12 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
         ->type_name("LIST")
         ->delimiter(',')
         ->allow_extra_args(false)
-        ->check(checkPermission);
+        ->check(oneOf({"bluetooth", "location", "network"}));
     command.add_option("--without", options.without, "refuse these of bluetooth,location,network")
         ->type_name("LIST")
         ->delimiter(',')
         ->allow_extra_args(false)
-        ->check(checkPermission);
+        ->check(oneOf({"bluetooth", "location", "network"}));
     addLocationOption(command, options.location);
     command
         .add_option("--threshold", options.threshold,
@@ -91,12 +69,15 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
     command.add_flag("--save", options.save, "save what is delivered too: see ambrel store");
     command.add_option("--format", options.format, "json, pretty or table")
         ->type_name("FORMAT")
-        ->check(checkFormat);
+        ->check(oneOf({"json", "pretty", "table"}));
     command.add_flag("--quiet", options.quiet, "no progress, no notes");
     command.footer(
         "Without --service, the types are those that \"NSBonjourServices\" of the information\n"
         "dictionary lists ($AMBREL_INFO, else Info.json beside the program), else common ones.\n"
-        "Without --format, the result is pretty in a terminal and json (on one line) elsewhere.");
+        "Without --format, the result is " +
+        usualFormat +
+        ".\n"
+        "The address and the joined Wi-Fi are part of every collection.");
 }
 
 void addLocationOption(CLI::App& command, LocationSourceKind& location) {
@@ -106,7 +87,7 @@ void addLocationOption(CLI::App& command, LocationSourceKind& location) {
             [&location](const std::string& text) { location = locationSources().at(text); },
             "take a fix from auto, geoclue, gpsd or none (default auto)")
         ->type_name("SOURCE")
-        ->check(checkLocation);
+        ->check(oneOf({"auto", "geoclue", "gpsd", "none"}));
 }
 
 AmbrelKit::Linux::LocationOptions locationOptions(LocationSourceKind location) {

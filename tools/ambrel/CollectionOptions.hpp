@@ -27,8 +27,10 @@ struct CollectionOptions {
 };
 
 /// Adds the options of a collection to a command; parsing checks them and fills `options`, which
-/// has to live as long.
-void addCollectionOptions(CLI::App& command, CollectionOptions& options);
+/// has to live as long. The help calls `usualFormat` what is printed without --format.
+void addCollectionOptions(
+    CLI::App& command, CollectionOptions& options,
+    const std::string& usualFormat = "pretty in a terminal and json (on one line) elsewhere");
 
 /// Adds the choice of where a fix may come from.
 void addLocationOption(CLI::App& command, AmbrelKit::Linux::LocationSourceKind& location);

@@ -1,3 +1,4 @@
+#include "tools/ambrel/Choices.hpp"
 #include "tools/ambrel/CollectionOptions.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Output.hpp"
@@ -64,7 +65,7 @@ void addDoctorCommand(CLI::App& app, ExitStatus& status) {
     addLocationOption(*command, arguments->location);
     command->add_option("--format", arguments->format, "table or json (one object a line)")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"table", "json"}));
+        ->check(oneOf({"table", "json"}));
     command->footer("Asks for the location as a scan does. Exit status 3: a source is not usable.");
     command->callback([arguments, &status] {
         const auto found = examine(arguments->location);

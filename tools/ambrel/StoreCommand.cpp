@@ -1,3 +1,4 @@
+#include "tools/ambrel/Choices.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/DictionaryReader.hpp"
 #include "tools/ambrel/Output.hpp"
@@ -15,6 +16,8 @@
 #include <limits>
 #include <memory>
 #include <system_error>
+#include <unistd.h>
+#include <utility>
 
 namespace Ambrel {
 
@@ -24,6 +27,8 @@ using AmbrelKit::AmbrelStorage;
 using AmbrelKit::JSONDictionary;
 
 constexpr double ever = std::numeric_limits<double>::infinity();
+
+constexpr std::size_t pieceSize = 1U << 16U; // bytes
 
 /// What the subcommands are given; each uses its own part.
 struct StoreArguments {
@@ -39,7 +44,7 @@ ExitStatus statusOf(bool whole) { return whole ? done : failed; }
 double parsedTime(const std::string& name, const std::string& text) {
     const auto time = pointInTime(text);
     if (!time) {
-        throw CommandError(badInput, name + ": '" + text + "' is no point in time");
+        throw CommandError(badInput, name + ": \"" + text + "\" is no point in time");
     }
     return *time;
 }
@@ -49,16 +54,19 @@ double parsedTime(const std::string& name, const std::string& text) {
 ExitStatus printEach(double since, double until,
                      const std::function<std::string(const JSONDictionary&)>& text) {
     const bool whole = withStore([&](const AmbrelStorage& store) {
-        std::error_code unknown;
-        if (std::filesystem::exists(AmbrelStorage::path(), unknown) || unknown) {
-            store.forEachSavedCollection(since, until, [&text](const JSONDictionary& collection) {
-                std::cout << text(collection);
+        if (access(AmbrelStorage::path().c_str(), F_OK) == 0 || errno != ENOENT) {
+            std::string piece;
+            store.forEachSavedCollection(since, until, [&](const JSONDictionary& collection) {
+                piece += text(collection);
+                if (piece.size() >= pieceSize) {
+                    printResult(std::exchange(piece, {}));
+                }
             });
+            printResult(piece);
         } else {
             std::cerr << "ambrel: nothing has been saved in " << AmbrelStorage::path() << '\n';
         }
     });
-    printResult("");
     return statusOf(whole);
 }
 
@@ -69,7 +77,7 @@ ExitStatus runList(const StoreArguments& arguments) {
         });
     }
     const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
-    std::cout << Summary::heading() << '\n';
+    printResult(Summary::heading() + "\n");
     return printEach(-ever, ever, [now](const JSONDictionary& collection) {
         return Summary(collection).row(now.count()) + "\n";
     });
@@ -148,7 +156,7 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
     add("list", "Lists the saved collections, oldest first", runList)
         ->add_option("--format", arguments->format, "table (the default), or json for NDJSON")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"table", "json"}));
+        ->check(oneOf({"table", "json"}));
     CLI::App* command = add("show", "Prints one saved collection", runShow);
     command->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)->required();
     command->footer(times);
@@ -156,7 +164,7 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
         ->add_option("--format", arguments->format,
                      "json (the default in a pipe), pretty (in a terminal), table")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"json", "pretty", "table"}));
+        ->check(oneOf({"json", "pretty", "table"}));
     command = add("save", "Saves dictionaries, each as soon as it is read", runSave);
     command->add_option("FILE", arguments->file,
                         "one JSON object, or one a line (default: standard input)");

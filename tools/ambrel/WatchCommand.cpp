@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace Ambrel {
 
@@ -36,7 +37,8 @@ std::string checkInterval(const std::string& text) {
     const bool isNumber = error == std::errc() && end == text.data() + text.size();
     return isNumber && seconds >= shortestInterval && seconds <= longestInterval
                ? ""
-               : "\"" + text + "\" is not a number of seconds, at least 1";
+               : "\"" + text + "\" is not a number of seconds from 1 to " +
+                     std::to_string(longestInterval);
 }
 
 ExitStatus watch(const WatchOptions& options) {
@@ -46,13 +48,20 @@ ExitStatus watch(const WatchOptions& options) {
     Collection collection(options.collection, std::make_shared<Host>(options.collection));
     const auto kit = collection.kit();
     kit->setHistoryLimit(keptRecords);
+    // Asked for between its ten seconds and its delivery, a collection would begin in the place of
+    // the one that is under way.
+    bool due = false;
     std::shared_ptr<Timer> timer;
     if (options.every) {
         if (!options.collection.threshold) {
             kit->setAmbrelTimeThreshold(0); // asked for so often, it is meant to be collected
         }
-        timer = RunLoop::current()->scheduledTimer(*options.every, true,
-                                                   [kit](Timer&) { kit->startScanning(); });
+        timer = RunLoop::current()->scheduledTimer(*options.every, true, [&](Timer&) {
+            due = collection.isUnderWay();
+            if (!due) {
+                kit->startScanning();
+            }
+        });
     }
     exitOnInterrupt(interrupted);
     kit->startScanning();
@@ -62,6 +71,9 @@ ExitStatus watch(const WatchOptions& options) {
             saveCollection(*data); // what fails is told, and may work the next time
         }
         printResult(formatted(*data, format));
+        if (std::exchange(due, false)) {
+            kit->startScanning();
+        }
     }
     return interrupted;
 }
@@ -77,7 +89,7 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
                      "collect at this interval too (--threshold is 0 then)")
         ->type_name("SECONDS")
         ->check(checkInterval);
-    addCollectionOptions(*command, options->collection);
+    addCollectionOptions(*command, options->collection, "json (on one line)");
     command->callback([options, &status] { status = watch(*options); });
 }
 

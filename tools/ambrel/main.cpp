@@ -4,11 +4,29 @@
 #include <csignal>
 #include <exception>
 #include <iostream>
+#include <optional>
+#include <string>
 
 namespace {
 
 constexpr const char* description =
     "Takes a ten-second snapshot of what surrounds this device, as one JSON dictionary.";
+
+/// What is wrong where a command was to be named and is not.
+std::optional<std::string> missingCommand(const CLI::App& app) {
+    const CLI::App* command = &app;
+    while (!command->get_subcommands().empty()) {
+        command = command->get_subcommands().front();
+    }
+    if (command->get_subcommands([](const CLI::App*) { return true; }).empty()) {
+        return std::nullopt;
+    }
+    const auto rest = command->remaining();
+    const std::string problem =
+        rest.empty() ? "a command is missing" : "\"" + rest.front() + "\" is no command";
+    return problem + " (see " + (command == &app ? "" : "ambrel ") + command->get_name() +
+           " --help)";
+}
 
 int run(int argc, char** argv) {
     using namespace Ambrel;
@@ -31,7 +49,7 @@ int run(int argc, char** argv) {
     } catch (const CLI::Success& request) { // --help, --version
         return app.exit(request);
     } catch (const CLI::ParseError& error) {
-        throw CommandError(badInput, error.what());
+        throw CommandError(badInput, missingCommand(app).value_or(error.what()));
     }
     return status;
 }

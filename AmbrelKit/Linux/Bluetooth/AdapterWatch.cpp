@@ -92,6 +92,9 @@ void AdapterWatch::received(sd_bus_message* signal) {
 }
 
 void AdapterWatch::take(std::string_view path, const AdapterProperties& read) {
+    if (!read.powered && !facts_.powered.contains(std::string(path))) {
+        return; // whether it is on, the answer will tell
+    }
     facts_.answered = true;
     bool& powered = facts_.powered[std::string(path)];
     powered = read.powered.value_or(powered);

@@ -12,6 +12,9 @@ namespace {
 constexpr std::chrono::seconds firstReconnectDelay{1};
 constexpr std::chrono::seconds longestReconnectDelay{64};
 
+constexpr std::uint64_t usualTimeout = 0; // 25 s
+constexpr std::uint64_t noTimeout = UINT64_MAX;
+
 constexpr const char* disconnectedRule = "type='signal',sender='org.freedesktop.DBus.Local',"
                                          "path='/org/freedesktop/DBus/Local',"
                                          "interface='org.freedesktop.DBus.Local',"
@@ -144,7 +147,7 @@ void SystemBus::tellAbsence() {
 std::unique_ptr<PendingCall> SystemBus::call(const BusMethod& method, const BusArguments& arguments,
                                              BusReceiver replied) {
     sd_bus_slot* slot = nullptr;
-    if (!transmit(method, arguments, std::move(replied), &slot)) {
+    if (!transmit(method, arguments, std::move(replied), usualTimeout, &slot)) {
         return nullptr;
     }
     return std::make_unique<PendingCall>(slot);
@@ -152,10 +155,10 @@ std::unique_ptr<PendingCall> SystemBus::call(const BusMethod& method, const BusA
 
 bool SystemBus::send(const BusMethod& method, const BusArguments& arguments, BusReceiver replied) {
     if (!replied) {
-        return transmit(method, arguments, {}, nullptr);
+        return transmit(method, arguments, {}, usualTimeout, nullptr);
     }
     sd_bus_slot* slot = nullptr;
-    if (!transmit(method, arguments, std::move(replied), &slot)) {
+    if (!transmit(method, arguments, std::move(replied), noTimeout, &slot)) {
         return false;
     }
     sd_bus_slot_set_floating(slot, 1);
@@ -164,7 +167,7 @@ bool SystemBus::send(const BusMethod& method, const BusArguments& arguments, Bus
 }
 
 bool SystemBus::transmit(const BusMethod& method, const BusArguments& arguments,
-                         BusReceiver replied, sd_bus_slot** slot) {
+                         BusReceiver replied, std::uint64_t timeout, sd_bus_slot** slot) {
     if (bus_ == nullptr) {
         return false;
     }
@@ -185,7 +188,7 @@ bool SystemBus::transmit(const BusMethod& method, const BusArguments& arguments,
         return sd_bus_message_set_expect_reply(raw, 0) >= 0 && sd_bus_send(bus_, raw, nullptr) >= 0;
     }
     auto reply = std::make_unique<Reply>(Reply{weak_from_this(), std::move(replied)});
-    if (sd_bus_call_async(bus_, slot, raw, &Reply::run, reply.get(), 0) < 0) {
+    if (sd_bus_call_async(bus_, slot, raw, &Reply::run, reply.get(), timeout) < 0) {
         return false;
     }
     sd_bus_slot_set_destroy_callback(*slot, [](void* self) { delete static_cast<Reply*>(self); });

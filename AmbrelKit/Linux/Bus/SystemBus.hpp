@@ -2,6 +2,7 @@
 #define AMBRELKIT_LINUX_BUS_SYSTEMBUS_HPP
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -97,8 +98,9 @@ public:
     [[nodiscard]] std::unique_ptr<PendingCall>
     call(const BusMethod& method, const BusArguments& arguments, BusReceiver replied);
 
-    /// Calls a method whose reply is delivered whatever becomes of the caller, so `replied` must
-    /// know it weakly; without `replied` no reply is asked for. False when it cannot be sent.
+    /// Calls a method whose reply is delivered whatever becomes of the caller, and however late it
+    /// comes, so `replied` must know it weakly; without `replied` no reply is asked for. False when
+    /// it cannot be sent.
     bool send(const BusMethod& method, const BusArguments& arguments, BusReceiver replied = {});
 
     /// Subscribes to the signals that a match rule describes. The rule should name the sender, by
@@ -123,7 +125,7 @@ private:
     void lost();
     void tellAbsence();
     [[nodiscard]] bool transmit(const BusMethod& method, const BusArguments& arguments,
-                                BusReceiver replied, sd_bus_slot** slot);
+                                BusReceiver replied, std::uint64_t timeout, sd_bus_slot** slot);
     [[nodiscard]] std::vector<std::shared_ptr<BusRegistration>> registrations();
     static int disconnected(sd_bus_message*, void* self, sd_bus_error*);
 

@@ -73,6 +73,7 @@ private:
     }
 
     void startableKnown(sd_bus_message* reply) {
+        surroundings_.busAnswers = reply != nullptr;
         if (reply != nullptr) {
             surroundings_.startable = readNames(reply);
         }

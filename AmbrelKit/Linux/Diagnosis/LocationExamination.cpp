@@ -14,6 +14,9 @@ constexpr const char* geoClueName = "org.freedesktop.GeoClue2";
 /// For an answer, and for the fix after it.
 constexpr std::chrono::seconds patience{6};
 
+/// For a connection to gpsd.
+constexpr std::chrono::seconds gpsdPatience{1};
+
 /// Uses the daemons as a collection would, both at once, until one has a fix.
 class FixExamination final : public LocationSourceOwner,
                              public std::enable_shared_from_this<FixExamination> {
@@ -39,24 +42,29 @@ public:
                 examination->report(examination->judged());
             }
         });
-        end_->arm(std::chrono::steady_clock::now() +
-                  (geoClue_ || gpsd_ ? patience : std::chrono::seconds(0)));
+        wait();
     }
 
-    void sourceDidChange(LocationSource& /*changed*/) override {
-        const bool hopeless = geoClue_ && !gpsd_ &&
-                              (geoClue_->state() == State::refused ||
-                               (geoClue_->state() == State::absent && surroundings_.busAnswers));
-        if (hopeless) {
-            end_->arm(std::chrono::steady_clock::now());
-        }
-    }
+    void sourceDidChange(LocationSource& /*changed*/) override { wait(); }
 
     void sourceDidFix(LocationSource& fixed, std::vector<LocationFix> /*fixes*/) override {
         report(works(&fixed == gpsd_.get() ? "gpsd at " + gpsdPlace() : "GeoClue"));
     }
 
 private:
+    /// For as long as somebody may still have a fix.
+    void wait() {
+        using std::chrono::seconds;
+        const bool geoClueMay =
+            geoClue_ && (geoClue_->state() == State::asking || geoClue_->state() == State::ready);
+        const bool gpsdMay = gpsd_ && gpsd_->state() == State::ready;
+        const seconds time = gpsdMay || (geoClueMay && surroundings_.busAnswers) ? patience
+                             : geoClueMay ? patience - daemonPatience
+                             : gpsd_      ? gpsdPatience
+                                          : seconds(0);
+        end_->arm(begin_ + time);
+    }
+
     void report(Finding found) {
         const auto keep = shared_from_this();
         end_->disarm();
@@ -133,6 +141,10 @@ private:
             !surroundings_.startable.contains(geoClueName)) {
             return fails("GeoClue is not installed", "apt install geoclue-2.0");
         }
+        if (geoClue_->state() == State::absent) {
+            return fails("GeoClue cannot be started",
+                         "systemctl unmask geoclue (journalctl -u geoclue says why)");
+        }
         if (lives_) {
             return fails("GeoClue has no agent that could ask the user",
                          "log in to a desktop that has one, or run "
@@ -147,6 +159,7 @@ private:
     std::shared_ptr<LocationSource> gpsd_;
     Examination question_;
     bool lives_ = false; ///< GeoClue answers what it need ask nobody
+    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     std::shared_ptr<Deadline> end_;
 };
 

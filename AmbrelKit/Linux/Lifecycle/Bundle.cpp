@@ -33,6 +33,8 @@ Reading parsed(const std::filesystem::path& file, const std::string& text) {
         return {.dictionary = std::move(value.get_ref<JSONDictionary&>()), .problem = std::nullopt};
     } catch (const JSONValue::parse_error& error) {
         return unusable(file, "not JSON, wrong at byte " + std::to_string(error.byte));
+    } catch (const JSONValue::out_of_range&) {
+        return unusable(file, "it has a number that is too large");
     }
 }
 

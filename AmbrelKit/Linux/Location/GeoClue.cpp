@@ -151,14 +151,20 @@ void GeoClue::activate() {
         receiver(&GeoClue::activated));
     if (!question_) {
         become(State::absent);
+        retryLater(); // the bus may come
     }
 }
 
 /// A daemon that was started shows by its name.
 void GeoClue::activated(sd_bus_message* reply) {
     question_.reset();
-    if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
-        become(State::absent);
+    if (sd_bus_message_is_method_error(reply, nullptr) == 0) {
+        return;
+    }
+    become(State::absent);
+    if (sd_bus_error_has_names(sd_bus_message_get_error(reply), SD_BUS_ERROR_NO_REPLY,
+                               SD_BUS_ERROR_DISCONNECTED) > 0) {
+        retryLater(); // the bus went, and may come back
     }
 }
 

@@ -39,7 +39,6 @@ void GeoClueWatch::ownerChanged(const std::string& owner) {
 
 void GeoClueWatch::namesReplied(sd_bus_message* reply) {
     question_.reset();
-    present_ = false;
     if (sd_bus_message_enter_container(reply, 'a', "s") > 0) {
         const char* name = nullptr;
         while (!present_ && sd_bus_message_read(reply, "s", &name) > 0) {

@@ -20,7 +20,7 @@ public:
     static std::shared_ptr<GeoClueWatch>
     start(EventLoop& loop, const std::shared_ptr<SystemBus>& bus, std::function<void()> changed);
 
-    /// It runs, or the bus can start it.
+    /// It has been seen to run, or the bus could start it.
     [[nodiscard]] bool isPresent() const { return present_; }
     /// It has refused a manager of this loop since the watch began, and not served one since.
     [[nodiscard]] bool hasRefused() const { return verdict_->refused(); }

@@ -137,6 +137,9 @@ void Manager::geoClueTimeIsUp() {
 }
 
 void Manager::sourceDidChange(LocationSource& source) {
+    if (&source != geoClue_.get() && &source != gpsd_.get()) {
+        return; // dropped meanwhile, by whom else it told
+    }
     switch (source.state()) {
     case State::ready:
         status_ = Status::authorizedWhenInUse;
@@ -157,6 +160,9 @@ void Manager::sourceDidChange(LocationSource& source) {
 }
 
 void Manager::sourceDidFix(LocationSource& source, std::vector<LocationFix> fixes) {
+    if (&source != geoClue_.get() && &source != gpsd_.get()) {
+        return;
+    }
     geoClueDeadline_->disarm();
     (&source == gpsd_.get() ? geoClue_ : gpsd_).reset();
     if (!updating_) { // only the newest is kept for later
