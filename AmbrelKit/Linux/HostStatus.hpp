@@ -40,8 +40,9 @@ public:
     /// loop's collections, until it serves one. A desktop's switch is known to GeoClue's agent
     /// alone, and shows in no other way.
     [[nodiscard]] virtual AmbrelPermissionStatus locationSettingStatus() const = 0;
-    /// Granted once GeoClue was seen to run or to be startable, else unknown: with a refusal every collection
-    /// asks again. A host that takes its fixes from gpsd, which asks nobody, grants it by itself.
+    /// Granted once GeoClue was seen to run or to be startable, else unknown: with a refusal every
+    /// collection asks again. A host that takes its fixes from gpsd, which asks nobody, grants it
+    /// by itself.
     [[nodiscard]] virtual AmbrelPermissionStatus locationPermissionStatus() const = 0;
     /// Unknown: GeoClue does not tell how exact it may be.
     [[nodiscard]] virtual AmbrelPermissionStatus locationPrecisePermissionStatus() const = 0;

@@ -52,8 +52,9 @@ public:
 
     /// Collects now, and again each time the application becomes active, until `stopScanning()` or
     /// a single collection. A finished record within the reuse threshold is delivered again
-    /// instead; while a collection runs the request is ignored; without any granted permission an
-    /// empty record is delivered. Both deliveries happen before this returns.
+    /// instead; without any granted permission an empty record is delivered. Both deliveries happen
+    /// before this returns. During the ten seconds of a collection the request is ignored; between
+    /// their end and the delivery, a tick later at most, it begins another in its place.
     virtual void startScanning() = 0;
 
     /// As `startScanning()`, once: a collection that this starts ends the automatic mode.

@@ -128,12 +128,12 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
         {"save .", "", 1, "can't be read"},
         {"show 5", "", 1, "no collection of 5 is saved\n"},
         {"delete 5", "", 1, "5.0: No such file"},
-        {"show today", "", 2, "TIMESTAMP: 'today' is no point in time"},
-        {"export --since 2023-02-30", "", 2, "--since: '2023-02-30' is no point in time"},
-        {"export --until 2023-11-14T25:00", "", 2, "--until: '2023-11-14T25:00' is no"},
-        {"export --until nan", "", 2, "--until: 'nan' is no point in time"},
+        {"show today", "", 2, "TIMESTAMP: \"today\" is no point in time"},
+        {"export --since 2023-02-30", "", 2, "--since: \"2023-02-30\" is no point in time"},
+        {"export --until 2023-11-14T25:00", "", 2, "--until: \"2023-11-14T25:00\" is no"},
+        {"export --until nan", "", 2, "--until: \"nan\" is no point in time"},
         {"list --format xml", "", 2, "xml"},
-        {"", "", 2, "subcommand"},
+        {"", "", 2, "a command is missing"},
     };
     for (const auto& [arguments, input, status, reason] : cases) {
         const Outcome outcome = store(arguments, input);
