@@ -190,6 +190,21 @@ TEST_F(BluetoothTest, LateStartsAreTakenBack) {
     }
 }
 
+TEST_F(BluetoothTest, AStartThatOutlastsTheBusTimeoutIsTakenBack) {
+    setenv("SYSTEMD_BUS_TIMEOUT", "0.2s", 1);
+    const auto kept = loop()->shared<Linux::SystemBus>();
+    fake.start();
+    fake.plug("hci0");
+    fake.hold("StartDiscovery");
+    begin();
+    ASSERT_TRUE(until([&] { return fake.calls.size() == 3; }));
+    unsetenv("SYSTEMD_BUS_TIMEOUT");
+    manager.reset();
+    during(std::chrono::milliseconds(400));
+    fake.release();
+    EXPECT_TRUE(until([&] { return fake.calls.back() == "StopDiscovery/hci0"; }));
+}
+
 TEST_F(BluetoothTest, ManagersOfALoopShareTheDiscovery) {
     beginScan();
     const auto second = Linux::makeBluetoothManagerFactory(loop())();

@@ -1,6 +1,8 @@
 #include "tools/ambrel/ServiceTypes.hpp"
 
 #include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
 
 namespace Ambrel {
 namespace {
@@ -10,28 +12,13 @@ TEST(ServiceTypes, AreThoseOfRFC6335) {
                              "_device-info._tcp", "_abcdefghijklmno._tcp"}) {
         EXPECT_TRUE(isServiceType(type)) << type;
     }
-    for (const char* type : {"",
-                             ".",
-                             "ipp",
-                             "_ipp",
-                             "ipp._tcp",
-                             "_ipp._sctp",
-                             "_ipp._tcp..",
-                             "_ipp_tcp",
-                             "__tcp",
-                             "_._tcp",
-                             "._tcp",
-                             "_-ipp._tcp",
-                             "_ipp-._tcp",
-                             "_i--p._tcp",
-                             "_631._tcp",
-                             "_i p._tcp",
-                             "_i_p._tcp",
-                             "_\xC3\xA9._tcp",
-                             "_abcdefghijklmnop._tcp",
-                             "_a._sub._ipp._tcp",
-                             "_ipp._tcp.local",
-                             " _ipp._tcp"}) {
+    std::istringstream wrong(
+        ". ipp _ipp ipp._tcp _ipp._sctp _ipp._tcp.. _ipp_tcp __tcp _._tcp ._tcp _-ipp._tcp "
+        "_ipp-._tcp _i--p._tcp _631._tcp _i_p._tcp _\xC3\xA9._tcp _abcdefghijklmnop._tcp "
+        "_a._sub._ipp._tcp _ipp._tcp.local");
+    std::vector<std::string> types{"", "_i p._tcp", " _ipp._tcp"};
+    types.insert(types.end(), std::istream_iterator<std::string>(wrong), {});
+    for (const std::string& type : types) {
         EXPECT_FALSE(isServiceType(type)) << type;
     }
     for (const std::string& type : commonServiceTypes()) {

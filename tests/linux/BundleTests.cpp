@@ -66,6 +66,7 @@ TEST_F(BundleTest, ReadsTheFirstDictionaryThatIsThere) {
              {"", "not JSON"},
              {R"({"NSBonjourServices": ["_ipp._tcp"]} x)", "not JSON"},
              {"{\"a\": \"\xFF\"}", "not JSON"},
+             {R"({"x": 1e999})", "too large"},
              {R"(["_ipp._tcp"])", "not a JSON object"},
              {R"({"NSBonjourServices": "_ipp._tcp"})", "not a list of strings"},
              {R"({"NSBonjourServices": null})", "not a list of strings"},

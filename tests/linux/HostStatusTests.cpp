@@ -123,4 +123,19 @@ TEST_F(HostStatusTest, WithoutABusNothingWakesAndItMayBeDroppedInItsCallback) {
     EXPECT_TRUE(until([this] { return !status; }));
 }
 
+TEST_F(HostStatusTest, ASignalAheadOfBlueZsAnswerIsNoAnswer) {
+    fake.start();
+    fake.plug("hci0");
+    fake.hold("GetManagedObjects");
+    status = HostStatus::start();
+    ASSERT_TRUE(until([&] { return !fake.calls.empty(); }));
+    fake.signal("PropertiesChanged", FakeBlueZ::path("hci0"),
+                filling("sa{sv}as", "org.bluez.Adapter1", 1, "Discovering", "b", 1, 0));
+    during(std::chrono::milliseconds(50));
+    EXPECT_EQ(status->bluetoothSettingStatus(), AmbrelPermissionStatus::unknown);
+    fake.release();
+    EXPECT_TRUE(
+        until([&] { return status->bluetoothSettingStatus() == AmbrelPermissionStatus::granted; }));
+}
+
 } // namespace

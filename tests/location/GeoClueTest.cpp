@@ -1,4 +1,6 @@
 #include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
+#include "AmbrelKit/Linux/HostStatus.hpp"
+#include "AmbrelKit/Linux/Location/GeoClueVerdict.hpp"
 #include "tests/location/LocationBed.hpp"
 #include "tests/support/PrivateBus.hpp"
 
@@ -230,6 +232,34 @@ TEST_F(GeoClue, ADiagnosisTellsWhatIsMissing) {
         const Agent agent(level);
         EXPECT_THAT(finding(), HasSubstr(found));
     }
+}
+
+TEST_F(GeoClue, OneIsStartedOnceThereIsABus) {
+    write("org.freedesktop.GeoClue2.service",
+          "[D-BUS Service]\nName=org.freedesktop.GeoClue2\nUser=root\nExec=/bin/touch " +
+              file("asked"));
+    bus_.stop();
+    const Session session(options());
+    runUntil([] { return false; }, 100ms);
+    bus_.start();
+    EXPECT_TRUE(runUntil([&] { return access(file("asked").c_str(), F_OK) == 0; }));
+}
+
+TEST_F(GeoClue, AManagerThatIsStoppedByItsRefusalStaysStopped) {
+    startDaemon();
+    const Agent agent(0);
+    Server gpsd;
+    gpsd.accepted = [] { ADD_FAILURE() << "gpsd asked after the stop"; };
+    Session session(options("org.ambrelkit.test", LocationSourceKind::automatic, gpsd.port()));
+    bool stopped = false;
+    const auto status = HostStatus::start([&] {
+        if (EventLoop::current()->shared<GeoClueVerdict>()->refused()) {
+            session.manager->stopUpdatingLocation();
+            stopped = true;
+        }
+    });
+    ASSERT_TRUE(runUntil([&] { return stopped; }));
+    runUntil([] { return false; }, 300ms);
 }
 
 #ifdef AMBREL_TOOL
