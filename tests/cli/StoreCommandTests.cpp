@@ -125,7 +125,7 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
         {"save", R"({"timestamp":9007199254740993})", 2, ":1: \"timestamp\" is missing or"},
         {"save", "{}", 2, ":1: \"timestamp\" is missing or"},
         {"save nowhere", "", 1, "nowhere: No such file"},
-        {"save .", "", 1, "can't be read"},
+        {"save .", "", 1, "Is a directory"},
         {"show 5", "", 1, "no collection of 5 is saved\n"},
         {"delete 5", "", 1, "5.0: No such file"},
         {"show today", "", 2, "TIMESTAMP: \"today\" is no point in time"},

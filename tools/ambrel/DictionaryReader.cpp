@@ -3,9 +3,11 @@
 #include "tools/ambrel/Commands.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 namespace Ambrel {
 
@@ -67,7 +69,7 @@ void readDictionaries(
         isFirst = false;
     }
     if (input.bad()) {
-        throw CommandError(failed, source + ": can't be read");
+        throw CommandError(failed, source + ": " + std::generic_category().message(errno));
     }
 }
 
