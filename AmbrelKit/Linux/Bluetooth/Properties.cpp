@@ -1,5 +1,7 @@
 #include "AmbrelKit/Linux/Bluetooth/Properties.hpp"
 
+#include "AmbrelKit/Linux/Bus/BusReading.hpp"
+
 #include <string>
 
 namespace AmbrelKit::Linux {
@@ -92,18 +94,6 @@ void eachValue(sd_bus_message* message, const Dictionary& types, const Read& rea
             sd_bus_message_skip(message, types.value);
         }
     });
-}
-
-/// Calls `read` for each text of an array of texts.
-template <class Read> void eachText(sd_bus_message* message, const Read& read) {
-    if (!enter(message, 'a', "s")) {
-        return;
-    }
-    const char* text = nullptr;
-    while (sd_bus_message_read_basic(message, 's', &text) > 0) {
-        read(std::string_view(text));
-    }
-    leave(message);
 }
 
 /// Reads a variant that holds a basic type; one that holds another type stays unread.

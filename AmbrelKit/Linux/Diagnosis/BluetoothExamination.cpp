@@ -37,13 +37,8 @@ Block radioSwitch() {
     return block;
 }
 
-bool kernelHasAdapter() {
-    std::error_code error;
-    return !std::filesystem::is_empty("/sys/class/bluetooth", error) && !error;
-}
-
 Finding failsWithoutAdapter() {
-    if (kernelHasAdapter()) {
+    if (kernelHas("bluetooth")) {
         return fails("the kernel has a Bluetooth adapter that bluetoothd does not use",
                      "systemctl restart bluetooth (journalctl -u bluetooth says why)");
     }

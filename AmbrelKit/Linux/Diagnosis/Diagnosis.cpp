@@ -1,11 +1,14 @@
 #include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
 
+#include "AmbrelKit/Linux/Bus/BusReading.hpp"
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 #include "AmbrelKit/Linux/Platform.hpp"
 
 #include <array>
 #include <cstddef>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -24,12 +27,7 @@ constexpr std::array sources{
 
 std::set<std::string> readNames(sd_bus_message* reply) {
     std::set<std::string> names;
-    if (sd_bus_message_enter_container(reply, 'a', "s") > 0) {
-        const char* name = nullptr;
-        while (sd_bus_message_read_basic(reply, 's', &name) > 0) {
-            names.insert(name);
-        }
-    }
+    eachText(reply, [&names](std::string_view name) { names.emplace(name); });
     return names;
 }
 
@@ -159,6 +157,11 @@ Examination askDaemon(const Surroundings& surroundings, const BusMethod& method,
     question->patience->arm(std::chrono::steady_clock::now() +
                             (asked ? daemonPatience : std::chrono::seconds(0)));
     return question;
+}
+
+bool kernelHas(const std::string& deviceClass) {
+    std::error_code error;
+    return !std::filesystem::is_empty("/sys/class/" + deviceClass, error) && !error;
 }
 
 Finding failsWithoutBus() {

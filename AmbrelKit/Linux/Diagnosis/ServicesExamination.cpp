@@ -1,11 +1,11 @@
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
+#include "AmbrelKit/Linux/RunLoop/Descriptor.hpp"
 
 #include <cerrno>
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace AmbrelKit::Linux {
 
@@ -30,18 +30,16 @@ bool networkDoesMulticast() {
 
 /// Whether others let this process listen beside them.
 bool portCanBeShared() {
-    const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const Descriptor descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     const int yes = 1;
-    setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    setsockopt(descriptor, SOL_SOCKET, SO_REUSEPORT, &yes, sizeof yes);
+    setsockopt(descriptor.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    setsockopt(descriptor.get(), SOL_SOCKET, SO_REUSEPORT, &yes, sizeof yes);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(mdnsPort);
-    const bool bound =
-        bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ||
-        errno != EADDRINUSE;
-    close(descriptor);
-    return bound;
+    return bind(descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
+               0 ||
+           errno != EADDRINUSE;
 }
 
 Finding judgedNetwork() {

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Lifecycle/Logind.hpp"
 
+#include "AmbrelKit/Linux/Bus/BusReading.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "AmbrelKit/Platform/NotificationCenter.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
@@ -25,24 +26,14 @@ BusMethod logindMethod(const std::string& owner, const char* member) {
 /// Whether the body of PropertiesChanged says that a session is active from now on.
 bool saysActive(sd_bus_message* signal) {
     const char* interface = nullptr;
-    if (sd_bus_message_read(signal, "s", &interface) <= 0 ||
-        sd_bus_message_enter_container(signal, 'a', "{sv}") <= 0) {
-        return false;
+    int active = 0;
+    if (sd_bus_message_read(signal, "s", &interface) > 0) {
+        readProperties(signal, [&](std::string_view name, std::string_view type) {
+            return name == "Active" && type == "b" &&
+                   sd_bus_message_read(signal, "v", "b", &active) > 0;
+        });
     }
-    while (sd_bus_message_enter_container(signal, 'e', "sv") > 0) {
-        const char* name = nullptr;
-        int active = 0;
-        if (sd_bus_message_read(signal, "s", &name) <= 0) {
-            return false;
-        }
-        if (std::string_view(name) == "Active") {
-            return sd_bus_message_read(signal, "v", "b", &active) > 0 && active != 0;
-        }
-        if (sd_bus_message_skip(signal, "v") < 0 || sd_bus_message_exit_container(signal) < 0) {
-            return false;
-        }
-    }
-    return false;
+    return active != 0;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Location/GeoClue.hpp"
 
+#include "AmbrelKit/Linux/Bus/BusReading.hpp"
 #include "AmbrelKit/Linux/Location/GeoClueVerdict.hpp"
 #include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
@@ -23,25 +24,6 @@ constexpr const char* managerInterface = "org.freedesktop.GeoClue2.Manager";
 constexpr const char* clientInterface = "org.freedesktop.GeoClue2.Client";
 constexpr const char* locationInterface = "org.freedesktop.GeoClue2.Location";
 constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
-
-/// Goes through an `a{sv}`. `read` is given each property's name and type and says whether it has
-/// read the value, a "v".
-void readProperties(sd_bus_message* message,
-                    const std::function<bool(std::string_view name, std::string_view type)>& read) {
-    if (sd_bus_message_enter_container(message, 'a', "{sv}") <= 0) {
-        return;
-    }
-    while (sd_bus_message_enter_container(message, 'e', "sv") > 0) {
-        const char* name = nullptr;
-        const char* type = nullptr;
-        if (sd_bus_message_read(message, "s", &name) <= 0 ||
-            sd_bus_message_peek_type(message, nullptr, &type) <= 0 ||
-            (!read(name, type) && sd_bus_message_skip(message, "v") < 0) ||
-            sd_bus_message_exit_container(message) < 0) {
-            return;
-        }
-    }
-}
 
 /// The clock's time stands in for one that is absent or beyond the clock's range.
 system_clock::time_point timeFrom(std::uint64_t seconds, std::uint64_t microseconds) {

@@ -1,5 +1,7 @@
 #include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"
 
+#include "AmbrelKit/Linux/Bus/BusReading.hpp"
+
 #include <string_view>
 
 namespace AmbrelKit::Linux {
@@ -39,12 +41,7 @@ void GeoClueWatch::ownerChanged(const std::string& owner) {
 
 void GeoClueWatch::namesReplied(sd_bus_message* reply) {
     question_.reset();
-    if (sd_bus_message_enter_container(reply, 'a', "s") > 0) {
-        const char* name = nullptr;
-        while (!present_ && sd_bus_message_read(reply, "s", &name) > 0) {
-            present_ = std::string_view(name) == geoClueName;
-        }
-    }
+    eachText(reply, [this](std::string_view name) { present_ = present_ || name == geoClueName; });
     (*changed_)();
 }
 
