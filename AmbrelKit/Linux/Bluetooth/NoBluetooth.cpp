@@ -1,5 +1,8 @@
+// Bluetooth was left out of this build.
+
 #include "AmbrelKit/Linux/Bluetooth/AdapterWatch.hpp"
 #include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
+#include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 
 #include <utility>
 
@@ -35,6 +38,11 @@ BluetoothManagerFactory makeBluetoothManagerFactory(std::shared_ptr<EventLoop> /
 
 std::shared_ptr<AdapterWatch> AdapterWatch::start(const std::shared_ptr<SystemBus>& /*bus*/,
                                                   std::function<void()> /*changed*/) {
+    return nullptr;
+}
+
+Examination examineBluetooth(const Surroundings& /*surroundings*/, const Report& report) {
+    report(fails("Bluetooth is not in this build", "build with -DAMBREL_WITH_BLUEZ=ON"));
     return nullptr;
 }
 

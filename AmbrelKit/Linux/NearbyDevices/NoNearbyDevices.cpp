@@ -1,3 +1,6 @@
+// DNS-SD was left out of this build.
+
+#include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
 
 #include <utility>
@@ -25,6 +28,11 @@ private:
 
 NetServiceBrowserFactory makeNetServiceBrowserFactory(const std::shared_ptr<EventLoop>& /*loop*/) {
     return [] { return std::make_shared<SilentBrowser>(); };
+}
+
+Examination examineServices(const Surroundings& /*surroundings*/, const Report& report) {
+    report(fails("DNS-SD is not in this build", "build with -DAMBREL_WITH_AVAHI=ON"));
+    return nullptr;
 }
 
 } // namespace AmbrelKit::Linux
