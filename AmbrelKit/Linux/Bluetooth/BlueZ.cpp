@@ -47,7 +47,7 @@ bool isUnder(std::string_view path, std::string_view parent) {
 } // namespace
 
 BlueZ::BlueZ(const std::shared_ptr<EventLoop>& loop)
-    : loop_(loop), bus_(loop->shared<SystemBus>()), askAgain_(*loop, [this] { askForObjects(); }) {}
+    : loop_(loop), bus_(loop->shared<SystemBus>()), askAgain_(*loop, retryDelays, [this] { askForObjects(); }) {}
 
 std::shared_ptr<BlueZ> BlueZ::make(const std::shared_ptr<EventLoop>& loop) {
     std::shared_ptr<BlueZ> blueZ(new BlueZ(loop));

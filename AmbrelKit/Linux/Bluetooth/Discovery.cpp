@@ -34,7 +34,7 @@ bool isDenied(sd_bus_message* reply) {
 
 Discovery::Discovery(const std::shared_ptr<EventLoop>& loop, std::function<void()> denied)
     : bus_(loop->shared<SystemBus>()), denied_(std::move(denied)),
-      retry_(*loop, [this] { step(); }) {}
+      retry_(*loop, retryDelays, [this] { step(); }) {}
 
 std::shared_ptr<Discovery> Discovery::make(const std::shared_ptr<EventLoop>& loop,
                                            std::function<void()> denied) {

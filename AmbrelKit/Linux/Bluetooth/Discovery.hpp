@@ -1,8 +1,8 @@
 #ifndef AMBRELKIT_LINUX_BLUETOOTH_DISCOVERY_HPP
 #define AMBRELKIT_LINUX_BLUETOOTH_DISCOVERY_HPP
 
-#include "AmbrelKit/Linux/Bluetooth/Retry.hpp"
 #include "AmbrelKit/Linux/Bus/SystemBus.hpp"
+#include "AmbrelKit/Linux/RunLoop/Retry.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -11,6 +11,12 @@
 #include <string>
 
 namespace AmbrelKit::Linux {
+
+/// What stood in the way is gone for half a second at most before that is noticed. It may take
+/// long: a daemon that was killed leaves the kernel in a discovery that lasts for ten seconds, and
+/// refuses others meanwhile.
+inline constexpr Retry::Delays retryDelays{.first = std::chrono::milliseconds(50),
+                                           .longest = std::chrono::milliseconds(400)};
 
 /// The one discovery that BlueZ grants a bus connection. Told where it is wanted, it follows: one
 /// request at a time, since BlueZ refuses to stop what has not finished starting, and what fails is

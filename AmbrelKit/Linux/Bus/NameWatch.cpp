@@ -1,5 +1,7 @@
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
 
+#include "AmbrelKit/Platform/Weakly.hpp"
+
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -15,11 +17,7 @@ std::shared_ptr<NameWatch> NameWatch::start(const std::shared_ptr<SystemBus>& bu
                                  "path='/org/freedesktop/DBus',interface='org.freedesktop.DBus',"
                                  "member='NameOwnerChanged',arg0='" +
                                      watch->name_ + "'",
-                                 [weak = std::weak_ptr(watch)](sd_bus_message* signal) {
-                                     if (const auto watch = weak.lock()) {
-                                         watch->ownerChanged(signal);
-                                     }
-                                 });
+                                 weakly(watch, &NameWatch::ownerChanged));
     bus->enrol(watch);
     return watch;
 }
@@ -29,19 +27,17 @@ void NameWatch::connected() {
     if (!bus) {
         return;
     }
-    const auto answered = [weak = weak_from_this()](sd_bus_message* reply) {
-        const char* owner = "";
-        const auto watch = weak.lock();
-        if (watch) {
-            watch->question_.reset();
-            sd_bus_message_read(reply, "s", &owner); // an error: nobody owns it
-            watch->tell(sd_bus_message_is_method_error(reply, nullptr) > 0 ? "" : owner);
-        }
-    };
     question_ = bus->call(
         {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner"},
         [&](sd_bus_message* call) { return sd_bus_message_append(call, "s", name_.c_str()); },
-        answered);
+        weakly(weak_from_this(), &NameWatch::answered));
+}
+
+void NameWatch::answered(sd_bus_message* reply) {
+    question_.reset();
+    const char* owner = "";
+    sd_bus_message_read(reply, "s", &owner); // an error: nobody owns it
+    tell(sd_bus_message_is_method_error(reply, nullptr) > 0 ? "" : owner);
 }
 
 void NameWatch::lost() {

@@ -21,6 +21,7 @@ private:
     NameWatch(const std::shared_ptr<SystemBus>& bus, std::string name, Receiver changed);
     void connected() override;
     void lost() override;
+    void answered(sd_bus_message* reply);
     void ownerChanged(sd_bus_message* signal);
     void tell(const std::string& owner);
 

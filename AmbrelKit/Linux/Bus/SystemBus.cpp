@@ -1,16 +1,15 @@
 #include "AmbrelKit/Linux/Bus/SystemBus.hpp"
 
-#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
-#include <algorithm>
 #include <utility>
 
 namespace AmbrelKit::Linux {
 
 namespace {
 
-constexpr std::chrono::seconds firstReconnectDelay{1};
-constexpr std::chrono::seconds longestReconnectDelay{64};
+constexpr Retry::Delays reconnectDelays{.first = std::chrono::seconds(1),
+                                        .longest = std::chrono::seconds(64)};
 
 constexpr std::uint64_t usualTimeout = 0; // 25 s
 constexpr std::uint64_t noTimeout = UINT64_MAX;
@@ -37,7 +36,7 @@ struct SystemBus::Reply {
             return 0;
         }
         if (sd_bus_is_ready(sd_bus_message_get_bus(message)) > 0) {
-            bus->delay_ = firstReconnectDelay;
+            bus->reconnect_.reset();
         }
         bus->loop_->guarded([&] { reply->replied(message); });
         return 0;
@@ -73,20 +72,11 @@ int SignalMatch::run(sd_bus_message* signal, void* self, sd_bus_error* /*error*/
 }
 
 SystemBus::SystemBus(std::shared_ptr<EventLoop> loop)
-    : loop_(std::move(loop)), delay_(firstReconnectDelay) {}
+    : loop_(std::move(loop)), reconnect_(*loop_, reconnectDelays, [this] { connect(); }) {}
 
 std::shared_ptr<SystemBus> SystemBus::make(const std::shared_ptr<EventLoop>& loop) {
     std::shared_ptr<SystemBus> bus(new SystemBus(loop));
-    bus->reconnect_ = loop->deadline([weak = std::weak_ptr(bus)] {
-        if (const auto bus = weak.lock()) {
-            bus->connect();
-        }
-    });
-    bus->absence_ = loop->deadline([weak = std::weak_ptr(bus)] {
-        if (const auto bus = weak.lock()) {
-            bus->tellAbsence();
-        }
-    });
+    bus->absence_ = loop->deadline(weakly(bus, &SystemBus::tellAbsence));
     bus->connect();
     return bus;
 }
@@ -96,14 +86,12 @@ SystemBus::~SystemBus() { close(); }
 void SystemBus::connect() {
     if (!open()) {
         close();
-        reconnect_->arm(std::chrono::steady_clock::now() + delay_);
-        delay_ = std::min(delay_ * 2, longestReconnectDelay);
+        reconnect_.schedule();
         return;
     }
     wasConnected_ = true;
-    for (const auto& registration : registrations()) {
-        registration->connected();
-    }
+    const auto keep = shared_from_this();
+    registrations_.each([](BusRegistration& registration) { registration.connected(); });
 }
 
 bool SystemBus::open() {
@@ -125,8 +113,7 @@ void SystemBus::close() {
 
 void SystemBus::lost() {
     close();
-    reconnect_->arm(std::chrono::steady_clock::now() + delay_);
-    delay_ = std::min(delay_ * 2, longestReconnectDelay);
+    reconnect_.schedule();
     absence_->arm(std::chrono::steady_clock::now());
 }
 
@@ -137,11 +124,11 @@ int SystemBus::disconnected(sd_bus_message* /*signal*/, void* self, sd_bus_error
 }
 
 void SystemBus::tellAbsence() {
-    for (const auto& registration : registrations()) {
+    registrations_.each([this](BusRegistration& registration) {
         if (bus_ == nullptr) {
-            loop_->guarded([&] { registration->lost(); });
+            loop_->guarded([&] { registration.lost(); });
         }
-    }
+    });
 }
 
 std::unique_ptr<PendingCall> SystemBus::call(const BusMethod& method, const BusArguments& arguments,
@@ -204,23 +191,12 @@ std::shared_ptr<SignalMatch> SystemBus::match(std::string rule, BusReceiver rece
 }
 
 void SystemBus::enrol(const std::shared_ptr<BusRegistration>& registration) {
-    std::erase_if(registrations_, [](const auto& weak) { return weak.expired(); });
-    registrations_.push_back(registration);
+    registrations_.add(registration);
     if (bus_ != nullptr) {
         registration->connected();
     } else {
         absence_->arm(std::chrono::steady_clock::now());
     }
-}
-
-std::vector<std::shared_ptr<BusRegistration>> SystemBus::registrations() {
-    std::vector<std::shared_ptr<BusRegistration>> alive;
-    for (const auto& weak : registrations_) {
-        if (auto registration = weak.lock()) {
-            alive.push_back(std::move(registration));
-        }
-    }
-    return alive;
 }
 
 } // namespace AmbrelKit::Linux

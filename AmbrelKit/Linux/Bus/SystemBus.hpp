@@ -1,18 +1,17 @@
 #ifndef AMBRELKIT_LINUX_BUS_SYSTEMBUS_HPP
 #define AMBRELKIT_LINUX_BUS_SYSTEMBUS_HPP
 
-#include <chrono>
+#include "AmbrelKit/Linux/RunLoop/Retry.hpp"
+#include "AmbrelKit/Platform/WeakList.hpp"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <systemd/sd-bus.h>
-#include <vector>
 
 namespace AmbrelKit::Linux {
 
-class Deadline;
-class EventLoop;
 class SystemBus;
 
 /// Where a method call goes.
@@ -126,17 +125,15 @@ private:
     void tellAbsence();
     [[nodiscard]] bool transmit(const BusMethod& method, const BusArguments& arguments,
                                 BusReceiver replied, std::uint64_t timeout, sd_bus_slot** slot);
-    [[nodiscard]] std::vector<std::shared_ptr<BusRegistration>> registrations();
     static int disconnected(sd_bus_message*, void* self, sd_bus_error*);
 
     std::shared_ptr<EventLoop> loop_;
     sd_bus* bus_ = nullptr;
     bool wasConnected_ = false;
     sd_bus_slot* disconnected_ = nullptr;
-    std::shared_ptr<Deadline> reconnect_;
+    Retry reconnect_;
     std::shared_ptr<Deadline> absence_;
-    std::chrono::seconds delay_;
-    std::vector<std::weak_ptr<BusRegistration>> registrations_;
+    WeakList<BusRegistration> registrations_;
 };
 
 } // namespace AmbrelKit::Linux
