@@ -58,21 +58,30 @@ protected:
     std::string found(const std::string& source,
                       const LocationOptions& location = {.source = LocationSourceKind::none}) {
         std::vector<SourceDiagnosis> all;
-        const auto diagnosis = Diagnosis::start(location, [&](const auto& found) { all = found; });
+        const auto diagnosis =
+            Diagnosis::start(location, [&](const auto& found) { all = found; }, {source});
         EXPECT_TRUE(until([&] { return !all.empty(); }));
-        for (const auto& one : all) {
-            EXPECT_EQ(one.usable, one.remedy.empty()) << one.source;
-            if (one.source == source) {
-                return (one.usable ? "ok " : "no ") + one.finding + ": " + one.remedy;
-            }
-        }
-        return "missing";
+        EXPECT_EQ(all.size(), 1U);
+        EXPECT_EQ(all.front().source, source);
+        EXPECT_EQ(all.front().usable, all.front().remedy.empty()) << source;
+        return (all.front().usable ? "ok " : "no ") + all.front().finding + ": " +
+               all.front().remedy;
     }
 
     Daemon daemon(const char* name, Manner manner) { return {loop()->native(), name, manner}; }
 
     PrivateBus bus;
 };
+
+TEST_F(DiagnosisTest, KeepsItsOrderAndNamesWhatItDoesNotKnow) {
+    std::vector<SourceDiagnosis> all;
+    const auto take = [&](const auto& found) { all = found; };
+    const auto diagnosis = Diagnosis::start({}, take, {"wifi", "address", "wifi"});
+    EXPECT_TRUE(until([&] { return !all.empty(); }));
+    ASSERT_EQ(all.size(), 2U);
+    EXPECT_EQ(all.front().source, "address");
+    EXPECT_THROW(static_cast<void>(Diagnosis::start({}, take, {"radio"})), std::invalid_argument);
+}
 
 TEST_F(DiagnosisTest, WithoutABus) {
     for (const bool hangs : {true, false}) {

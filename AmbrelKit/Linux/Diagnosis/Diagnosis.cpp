@@ -4,10 +4,14 @@
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 #include "AmbrelKit/Linux/Platform.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <filesystem>
+#include <iterator>
 #include <optional>
+#include <stdexcept>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -16,14 +20,27 @@ namespace AmbrelKit::Linux {
 namespace {
 
 struct Source {
-    const char* name;
+    std::string_view name;
     Examination (*examine)(const Surroundings&, const Report&);
 };
 
-constexpr std::array sources{
+constexpr std::array allSources{
     Source{"bluetooth", examineBluetooth}, Source{"services", examineServices},
     Source{"location", examineLocation},   Source{"address", examineAddress},
     Source{"wifi", examineWifi},           Source{"lifecycle", examineLifecycle}};
+
+std::vector<Source> named(const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+        if (std::ranges::find(allSources, name, &Source::name) == allSources.end()) {
+            throw std::invalid_argument("there is no source \"" + name + "\"");
+        }
+    }
+    std::vector<Source> found;
+    std::ranges::copy_if(allSources, std::back_inserter(found), [&names](const Source& source) {
+        return std::ranges::find(names, source.name) != names.end();
+    });
+    return found;
+}
 
 std::set<std::string> readNames(sd_bus_message* reply) {
     std::set<std::string> names;
@@ -33,9 +50,10 @@ std::set<std::string> readNames(sd_bus_message* reply) {
 
 class FullDiagnosis final : public Diagnosis, public std::enable_shared_from_this<FullDiagnosis> {
 public:
-    FullDiagnosis(Surroundings surroundings,
+    FullDiagnosis(Surroundings surroundings, std::vector<Source> sources,
                   std::function<void(const std::vector<SourceDiagnosis>&)> done)
-        : surroundings_(std::move(surroundings)), done_(std::move(done)) {}
+        : surroundings_(std::move(surroundings)), sources_(std::move(sources)),
+          done_(std::move(done)), found_(sources_.size()) {}
 
     void begin() {
         finished_ = surroundings_.loop->deadline([weak = weak_from_this()] {
@@ -79,31 +97,33 @@ private:
     }
 
     void examine() {
-        for (std::size_t i = 0; i < sources.size(); ++i) {
+        for (std::size_t i = 0; i < sources_.size(); ++i) {
             examinations_.push_back(
-                sources[i].examine(surroundings_, [weak = weak_from_this(), i](Finding found) {
+                sources_[i].examine(surroundings_, [weak = weak_from_this(), i](Finding found) {
                     if (const auto diagnosis = weak.lock()) {
                         diagnosis->found(i, std::move(found));
                     }
                 }));
         }
+        finishWhenAllIsFound(); // nothing may be wanted
     }
 
     void found(std::size_t source, Finding found) {
         found_[source] = std::move(found);
-        for (const auto& entry : found_) {
-            if (!entry) {
-                return;
-            }
+        finishWhenAllIsFound();
+    }
+
+    void finishWhenAllIsFound() {
+        if (std::ranges::all_of(found_, [](const auto& entry) { return entry.has_value(); })) {
+            finished_->arm(std::chrono::steady_clock::now()); // not inside an examination
         }
-        finished_->arm(std::chrono::steady_clock::now()); // not inside an examination
     }
 
     void finish() {
         examinations_.clear();
         std::vector<SourceDiagnosis> found;
-        for (std::size_t i = 0; i < sources.size(); ++i) {
-            found.push_back({.source = sources[i].name,
+        for (std::size_t i = 0; i < sources_.size(); ++i) {
+            found.push_back({.source = std::string(sources_[i].name),
                              .usable = found_[i]->usable,
                              .finding = std::move(found_[i]->finding),
                              .remedy = std::move(found_[i]->remedy)});
@@ -112,22 +132,33 @@ private:
     }
 
     Surroundings surroundings_;
+    std::vector<Source> sources_;
     std::function<void(const std::vector<SourceDiagnosis>&)> done_;
     std::vector<Examination> examinations_;
-    std::array<std::optional<Finding>, sources.size()> found_;
+    std::vector<std::optional<Finding>> found_; ///< of each of `sources_`
     std::shared_ptr<Deadline> finished_;
 };
 
 } // namespace
 
+std::vector<std::string> Diagnosis::sources() {
+    std::vector<std::string> names;
+    for (const Source& source : allSources) {
+        names.emplace_back(source.name);
+    }
+    return names;
+}
+
 std::shared_ptr<Diagnosis>
 Diagnosis::start(const LocationOptions& options,
-                 std::function<void(const std::vector<SourceDiagnosis>&)> done) {
+                 std::function<void(const std::vector<SourceDiagnosis>&)> done,
+                 const std::vector<std::string>& wanted) {
+    auto sources = named(wanted);
     platformServices(options); // has the network queries be this machine's
     const auto loop = EventLoop::current();
     auto diagnosis = std::make_shared<FullDiagnosis>(
         Surroundings{.loop = loop, .location = options, .bus = loop->shared<SystemBus>()},
-        std::move(done));
+        std::move(sources), std::move(done));
     diagnosis->begin();
     return diagnosis;
 }

@@ -12,25 +12,30 @@ namespace AmbrelKit::Linux {
 
 /// What was found of one source. The texts are English, for people, and may change.
 struct SourceDiagnosis {
-    std::string source; ///< "bluetooth", "services", "location", "address", "wifi" or "lifecycle"
+    std::string source; ///< one of `Diagnosis::sources()`
     bool usable = false;
     std::string finding; ///< what would be used here, or what stands in the way
     std::string remedy;  ///< what would make it work; empty when it does
 };
 
-/// An examination of every source that a collection on this machine would use: an owned handle,
+/// An examination of the sources that a collection on this machine would use: an owned handle,
 /// dropping it ends the examination.
 class Diagnosis {
 public:
     virtual ~Diagnosis() = default;
 
-    /// Begins to examine the sources as a collection with these options would use them; so GeoClue
-    /// may be asked for the location, and ask in turn. `done` is called once, from the run loop of
-    /// the calling thread, after at most seven seconds, with an entry for each source in the order
-    /// above. It may drop the handle. Throws as `platformServices(options)` does.
+    /// What can be examined: "bluetooth", "services", "location", "address", "wifi", "lifecycle".
+    [[nodiscard]] static std::vector<std::string> sources();
+
+    /// Begins to examine the sources `wanted` as a collection with these options would use them; so
+    /// GeoClue may be asked for the location, and ask in turn. `done` is called once, from the run
+    /// loop of the calling thread, after at most seven seconds, with an entry for each source that
+    /// is wanted, in the order of `sources()`. It may drop the handle. Throws as
+    /// `platformServices(options)` does, and std::invalid_argument for an unknown source.
     [[nodiscard]] static std::shared_ptr<Diagnosis>
     start(const LocationOptions& options,
-          std::function<void(const std::vector<SourceDiagnosis>&)> done);
+          std::function<void(const std::vector<SourceDiagnosis>&)> done,
+          const std::vector<std::string>& wanted = sources());
 
 protected:
     Diagnosis() = default;
