@@ -2,8 +2,8 @@
 
 #include "AmbrelKit/Internal/Extensions/DoubleText.hpp"
 #include "AmbrelKit/Internal/Extensions/File.hpp"
-#include "AmbrelKit/Internal/Extensions/JSONText.hpp"
 #include "AmbrelKit/Internal/Extensions/ReplaceFile.hpp"
+#include "AmbrelKit/Platform/JSONText.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 
 #include <algorithm>

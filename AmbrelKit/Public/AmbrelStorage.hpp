@@ -55,9 +55,9 @@ public:
     void delete_(const JSONDictionary& dictionary) const;
 
     /// Every saved dictionary, in the order in which the file system lists the files (hidden ones
-    /// included). An entry that cannot be read or holds no JSON is reported and left out; one whose
-    /// JSON is not a dictionary is left out. A directory that cannot be listed, as before the first
-    /// save, is reported, and the list is empty.
+    /// included). An entry that cannot be read, or holds neither a JSON dictionary nor an array, is
+    /// reported and left out; an array is left out. A directory that cannot be listed, as before
+    /// the first save, is reported, and the list is empty.
     [[nodiscard]] std::vector<JSONDictionary> savedCollections() const;
 
     /// Calls `visit` with each dictionary of `savedCollections()` in turn, so that only one is in

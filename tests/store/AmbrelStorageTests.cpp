@@ -1,3 +1,4 @@
+#include "AmbrelKit/Platform/JSONText.hpp"
 #include "tests/store/StorageFixture.hpp"
 
 #include <gmock/gmock.h>
@@ -127,7 +128,12 @@ TEST_F(StorageTest, SkipsEntriesThatAreNoCollections) {
         {"deep", std::string(100'000, '['), false, true},
         {"brackets", R"({"content":")" + std::string(600, '[') + "\"}", true, false},
         {"array", "[1]", false, false},
-        {"text", "\"text\"", false, false},
+        {"text", "\"text\"", false, true},
+        {"number", "1", false, true},
+        {"truth", "true", false, true},
+        {"null", "null", false, true},
+        {"zero byte", std::string("{}\0{}", 5), false, true},
+        {"long", "[" + std::string(greatestJSONLength, ' ') + "]", false, true},
     };
     std::size_t listed = 0;
     std::size_t reported = 4; // the entries below

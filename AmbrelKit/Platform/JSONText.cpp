@@ -1,13 +1,15 @@
-#include "AmbrelKit/Internal/Extensions/JSONText.hpp"
+#include "AmbrelKit/Platform/JSONText.hpp"
 
 #include <algorithm>
 #include <cmath>
+#include <nlohmann/json.hpp>
 
 namespace AmbrelKit {
 
 namespace {
 
 constexpr const char* tooDeep = "more than 512 arrays and dictionaries inside one another";
+constexpr const char* tooLong = "more than 16 MiB of JSON";
 
 void checkWritable(const JSONValue& value, int depth);
 
@@ -65,26 +67,44 @@ int depthOf(std::string_view text) {
 
 std::string writeJSON(const JSONDictionary& dictionary) {
     checkWritable(dictionary, 1);
+    std::string text;
     try {
-        return JSONValue(dictionary).dump();
-    } catch (const JSONValue::exception& error) {
-        throw JSONTextError(error.what());
+        text = JSONValue(dictionary).dump();
+    } catch (const JSONValue::exception&) {
+        throw JSONTextError("text that is not UTF-8 has no JSON form");
     }
+    if (text.size() > greatestJSONLength) {
+        throw JSONTextError(tooLong);
+    }
+    return text;
 }
 
 JSONValue readJSON(std::string_view text) {
-    const auto brackets =
-        std::count_if(text.begin(), text.end(), [](char c) { return c == '{' || c == '['; });
-    if (brackets > greatestJSONDepth && depthOf(text) > greatestJSONDepth) {
+    if (text.size() > greatestJSONLength) {
+        throw JSONTextError(tooLong);
+    }
+    if (depthOf(text) > greatestJSONDepth) {
         throw JSONTextError(tooDeep);
     }
-    try {
-        return JSONValue::parse(text);
-    } catch (const JSONValue::parse_error& error) {
-        throw JSONTextError("no JSON (byte " + std::to_string(error.byte) + ")");
-    } catch (const JSONValue::exception& error) { // a number beyond the range of a double
-        throw JSONTextError(error.what());
+    // The JSON library takes a zero byte for the end.
+    const auto noJSON = [](std::size_t byte) {
+        return JSONTextError("no JSON (byte " + std::to_string(byte) + ")", byte);
+    };
+    if (const auto zero = text.find('\0'); zero != std::string_view::npos) {
+        throw noJSON(zero + 1);
     }
+    JSONValue value;
+    try {
+        value = JSONValue::parse(text);
+    } catch (const JSONValue::parse_error& error) {
+        throw noJSON(error.byte);
+    } catch (const JSONValue::exception&) {
+        throw JSONTextError("a number is out of range");
+    }
+    if (!value.is_structured()) {
+        throw noJSON(1);
+    }
+    return value;
 }
 
 } // namespace AmbrelKit

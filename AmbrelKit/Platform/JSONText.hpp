@@ -1,0 +1,46 @@
+#ifndef AMBRELKIT_PLATFORM_JSONTEXT_HPP
+#define AMBRELKIT_PLATFORM_JSONTEXT_HPP
+
+#include "AmbrelKit/Platform/JSONDictionary.hpp"
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace AmbrelKit {
+
+/// A text is no JSON, or a value has no JSON form.
+class JSONTextError : public std::runtime_error {
+public:
+    explicit JSONTextError(const std::string& reason, std::size_t byte = 0)
+        : std::runtime_error(reason), byte_(byte) {}
+
+    /// The first byte, counted from 1, that can't be JSON; 0 when it is not one byte's fault.
+    [[nodiscard]] std::size_t byte() const { return byte_; }
+
+private:
+    std::size_t byte_;
+};
+
+// The bounds of JSON text in both directions, so that what is written can be read. Whoever reads
+// text from outside reads it here.
+
+/// How many arrays and dictionaries may stand inside one another. To copy, write or compare a value
+/// takes some stack for each of them.
+constexpr int greatestJSONDepth = 512;
+
+/// In bytes: 16 MiB. A value takes up to thirty times the memory of its text.
+constexpr std::size_t greatestJSONLength = std::size_t{1} << 24U;
+
+/// The dictionary as compact UTF-8 text. Throws `JSONTextError` when it holds a number that is not
+/// finite, text that is not UTF-8, bytes or a discarded value, or is beyond the bounds.
+std::string writeJSON(const JSONDictionary& dictionary);
+
+/// The dictionary or array that `text` holds. Throws `JSONTextError` when it holds anything else,
+/// or is beyond the bounds; these are checked before a value is made.
+JSONValue readJSON(std::string_view text);
+
+} // namespace AmbrelKit
+
+#endif
