@@ -51,7 +51,7 @@ protected:
 };
 
 TEST_F(HostStatusTest, FollowsWhatTheSystemShows) {
-    if (const auto refusal = isolateNetwork(); !refusal.empty()) {
+    if (const auto refusal = isolate(); !refusal.empty()) {
         GTEST_SKIP() << refusal;
     }
     std::ofstream(bus.folder() / "geoclue.service")

@@ -2,6 +2,7 @@
 #include "AmbrelKit/Linux/HostStatus.hpp"
 #include "AmbrelKit/Linux/Location/GeoClueVerdict.hpp"
 #include "tests/location/LocationBed.hpp"
+#include "tests/support/Isolation.hpp"
 #include "tests/support/PrivateBus.hpp"
 
 #include <gmock/gmock.h>
@@ -10,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <sys/mount.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
@@ -71,11 +73,9 @@ private:
 class GeoClue : public testing::Test {
 protected:
     void SetUp() override {
-        if (access("/usr/libexec/geoclue", X_OK) != 0) {
-            GTEST_SKIP() << "GeoClue is not installed";
-        }
-        if (std::system("unshare --mount --net true 2>/dev/null") != 0) {
-            GTEST_SKIP() << "no right to make namespaces";
+        ASSERT_EQ(access(program, X_OK), 0) << "GeoClue is to be installed";
+        if (!refusal_.empty()) {
+            GTEST_SKIP() << refusal_;
         }
         write("geoclue.conf",
               "[agent]\nwhitelist=ambrel-test-agent\n[network-nmea]\nenable=true\nnmea-socket=" +
@@ -84,26 +84,22 @@ protected:
                   "[wifi]\nenable=false\nurl=http://127.0.0.1:9/\nsubmit-data=false\n"
                   "[compass]\nenable=false\n"
                   "[org.ambrelkit.refused]\nallowed=false\nsystem=false\nusers=\n");
+        ASSERT_EQ(mount(file("geoclue.conf").c_str(), settings, nullptr, MS_BIND, nullptr), 0);
         nmea_ = std::make_unique<NmeaServer>(std::filesystem::path(file("nmea")));
         sd_bus_open_system(&control_);
     }
-    void TearDown() override { sd_bus_flush_close_unref(control_); }
+    void TearDown() override {
+        sd_bus_flush_close_unref(control_);
+        umount2(settings, MNT_DETACH);
+    }
 
     [[nodiscard]] std::string file(const std::string& name) const { return bus_.folder() / name; }
     void write(const std::string& name, const std::string& text) const {
         std::ofstream(file(name)) << text;
     }
-    [[nodiscard]] std::vector<std::string> daemonCommand() const {
-        return {"unshare",
-                "--mount",
-                "--net",
-                "sh",
-                "-c",
-                "mount --bind " + file("geoclue.conf") +
-                    " /etc/geoclue/geoclue.conf && exec /usr/libexec/geoclue -t 0"};
-    }
     void startDaemon() {
-        daemon_ = std::make_unique<Child>(daemonCommand(), file("log"));
+        daemon_ =
+            std::make_unique<Child>(std::vector<std::string>{program, "-t", "0"}, file("log"));
         ASSERT_TRUE(runUntil([this] { return names().contains(geoClueName); }));
     }
 
@@ -126,6 +122,10 @@ protected:
         return {.source = source, .desktopId = desktopId, .gpsdPort = gpsdPort};
     }
 
+    static constexpr const char* program = "/usr/libexec/geoclue";
+    static constexpr const char* settings = "/etc/geoclue/geoclue.conf";
+
+    const std::string refusal_ = isolate();
     PrivateBus bus_;
     std::unique_ptr<NmeaServer> nmea_;
     sd_bus* control_ = nullptr;
@@ -207,8 +207,8 @@ TEST_F(GeoClue, OneThatHangsCostsNothingButTheFix) {
 
 TEST_F(GeoClue, OneThatDoesNotRunIsStarted) {
     write("org.freedesktop.GeoClue2.service",
-          "[D-BUS Service]\nName=org.freedesktop.GeoClue2\nUser=root\nExec=/bin/sh " + file("run"));
-    write("run", "exec unshare --mount --net sh -c '" + daemonCommand().back() + "'");
+          "[D-BUS Service]\nName=org.freedesktop.GeoClue2\nUser=root\nExec=" +
+              std::string(program) + " -t 0");
     const Session session(options());
     const Agent agent;
     EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));

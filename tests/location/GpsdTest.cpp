@@ -137,10 +137,8 @@ TEST(Gpsd, OnlyANumericAddressIsTaken) {
 class GpsdDaemon : public testing::Test {
 protected:
     void SetUp() override {
-        if (access("/usr/sbin/gpsd", X_OK) != 0) {
-            GTEST_SKIP() << "gpsd is not installed";
-        }
-        if (const std::string refusal = isolateNetwork(); !refusal.empty()) {
+        ASSERT_EQ(access("/usr/sbin/gpsd", X_OK), 0) << "gpsd is to be installed";
+        if (const std::string refusal = isolate(); !refusal.empty()) {
             GTEST_SKIP() << refusal;
         }
         nmea_ = std::make_unique<NmeaServer>(std::uint16_t{0});

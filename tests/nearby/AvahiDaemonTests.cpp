@@ -23,7 +23,7 @@ using testing::UnorderedElementsAre;
 class AvahiDaemonTest : public testing::Test {
 protected:
     void SetUp() override {
-        if (const std::string reason = isolateNetwork(); !reason.empty()) {
+        if (const std::string reason = isolate(); !reason.empty()) {
             GTEST_SKIP() << reason;
         }
         startDaemon();

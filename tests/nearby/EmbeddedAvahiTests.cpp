@@ -68,7 +68,7 @@ private:
 class EmbeddedAvahiTest : public testing::Test {
 protected:
     void SetUp() override {
-        if (const std::string reason = isolateNetwork(); !reason.empty()) {
+        if (const std::string reason = isolate(); !reason.empty()) {
             GTEST_SKIP() << reason;
         }
         setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
