@@ -177,6 +177,7 @@ TEST_F(LifecycleTest, AnInhibitorThatComesTooLateIsGivenBack) {
     startLogind();
     const auto observer = observe(); // keeps the connection
     awaitFollowed();
+    ASSERT_TRUE(inhibited(0)) << "the mock lets go of an earlier one once it is idle";
     logind->signal(SIGSTOP);
     const auto task = begin();
     during(50ms);
