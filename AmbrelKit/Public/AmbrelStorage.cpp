@@ -3,8 +3,9 @@
 #include "AmbrelKit/Internal/Extensions/DoubleText.hpp"
 #include "AmbrelKit/Internal/Extensions/File.hpp"
 #include "AmbrelKit/Internal/Extensions/ReplaceFile.hpp"
+#include "AmbrelKit/Platform/JSONFile.hpp"
 #include "AmbrelKit/Platform/JSONText.hpp"
-#include "AmbrelKit/Platform/UTF8.hpp"
+#include "AmbrelKit/Platform/PrintableText.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -32,32 +33,19 @@ template <class Integer> std::optional<double> exactly(Integer integer) {
     return exact ? std::optional(number) : std::nullopt;
 }
 
-/// A file's name may hold any byte, so an error that cites it could break the line, or steer the
-/// terminal that shows it.
-std::string singleLine(std::string_view text) {
-    std::string line = repairedUTF8(text);
-    bool afterC2 = false; // the first byte of U+0080 to U+009F, control characters too
-    for (char& character : line) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte < 0x20 || byte == 0x7F) {
-            character = ' ';
-        } else if (afterC2 && byte < 0xA0) {
-            character = '\xA0'; // the space that does not break
-        }
-        afterC2 = byte == 0xC2;
-    }
-    return line;
-}
-
 } // namespace
 
+/// Never destroyed: a host may save while the process ends.
 AmbrelStorage& AmbrelStorage::shared() {
-    static AmbrelStorage storage;
+    static auto& storage = *new AmbrelStorage;
     return storage;
 }
 
 AmbrelStorage::AmbrelStorage()
-    : report([](const std::string& line) { std::cout << line << std::endl; }) {}
+    : report([](const std::string& line) {
+          static const std::ios_base::Init ready; // also for what runs before main
+          std::cout << line << std::endl;
+      }) {}
 
 void AmbrelStorage::save(const JSONDictionary& dictionary) const {
     const auto name = fileName(dictionary);
@@ -66,10 +54,13 @@ void AmbrelStorage::save(const JSONDictionary& dictionary) const {
     }
     try {
         const std::string directory = path();
+        std::vector<std::string> made;
         if (!std::filesystem::exists(directory)) {
-            makeDirectory(directory);
+            made = makeDirectory(directory);
         }
+        checkOwner(directory);
         replaceFile(directory, *name, writeJSON(dictionary));
+        std::for_each(made.begin(), made.end(), syncEntry);
     } catch (const std::exception& failure) {
         reportFailure(failure);
     }
@@ -81,6 +72,7 @@ void AmbrelStorage::delete_(const JSONDictionary& dictionary) const {
         return;
     }
     try {
+        checkOwner(path());
         removeFile(pathForDirectory(directoryPath, *name));
     } catch (const std::exception& failure) {
         reportFailure(failure);
@@ -176,14 +168,11 @@ std::optional<double> AmbrelStorage::timestamp(const JSONDictionary& dictionary)
 }
 
 std::optional<JSONDictionary> AmbrelStorage::getInDirectory(const std::string& withName) const {
-    const std::string path = pathForDirectory(directoryPath, withName);
     try {
-        JSONValue value = readJSON(readFile(path));
+        JSONValue value = readJSONFile(pathForDirectory(directoryPath, withName));
         if (value.is_object()) {
             return std::move(value.get_ref<JSONDictionary&>());
         }
-    } catch (const JSONTextError& error) {
-        reportFailure(JSONTextError(path + ": " + error.what()));
     } catch (const std::exception& failure) {
         reportFailure(failure);
     }
@@ -193,6 +182,7 @@ std::optional<JSONDictionary> AmbrelStorage::getInDirectory(const std::string& w
 std::vector<std::string> AmbrelStorage::namesInDirectory() const {
     std::vector<std::string> names;
     try {
+        checkOwner(path());
         names = namesIn(path());
         std::erase_if(names, isTemporaryName);
     } catch (const std::exception& failure) {
@@ -203,7 +193,7 @@ std::vector<std::string> AmbrelStorage::namesInDirectory() const {
 
 void AmbrelStorage::reportFailure(const std::exception& failure) const {
     if (report) {
-        report(singleLine(failure.what()));
+        report(printable(failure.what())); // a file's name may hold any byte
     }
 }
 

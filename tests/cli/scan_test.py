@@ -174,7 +174,7 @@ class Refused(unittest.TestCase):
 
     def test_an_information_dictionary_of_no_use_is_told(self):
         for text, reason in [
-            ("{", "not JSON"),
+            ("{", "no JSON"),
             ("[]", "not a JSON object"),
             ('{"NSBonjourServices": [1]}', "not a list of strings"),
             (None, "No such file"),

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 
 namespace AmbrelKit {
 namespace {
@@ -63,10 +64,10 @@ TEST_F(BundleTest, ReadsTheFirstDictionaryThatIsThere) {
     };
     setenv("AMBREL_INFO", named.c_str(), 1);
     for (const Case& unusable : std::initializer_list<Case>{
-             {"", "not JSON"},
-             {R"({"NSBonjourServices": ["_ipp._tcp"]} x)", "not JSON"},
-             {"{\"a\": \"\xFF\"}", "not JSON"},
-             {R"({"x": 1e999})", "too large"},
+             {"", "no JSON"},
+             {R"({"NSBonjourServices": ["_ipp._tcp"]} x)", "no JSON"},
+             {"{\"a\": \"\xFF\"}", "no JSON"},
+             {R"({"x": 1e999})", "out of range"},
              {R"(["_ipp._tcp"])", "not a JSON object"},
              {R"({"NSBonjourServices": "_ipp._tcp"})", "not a list of strings"},
              {R"({"NSBonjourServices": null})", "not a list of strings"},
@@ -90,6 +91,8 @@ TEST_F(BundleTest, ReadsTheFirstDictionaryThatIsThere) {
     fs::remove(named);
     EXPECT_THAT(bundle.problem().value_or(""), HasSubstr("No such file"));
     EXPECT_EQ(bundle.infoDictionary(), std::nullopt);
+    mkfifo(named.c_str(), S_IRWXU); // is not waited for
+    EXPECT_THAT(bundle.problem().value_or(""), HasSubstr("not a regular file"));
     unsetenv("AMBREL_INFO");
     fs::create_directory(beside);
     EXPECT_THAT(bundle.problem().value_or(""), HasSubstr("Is a directory"));

@@ -1,11 +1,11 @@
 #include "tools/ambrel/Output.hpp"
 
+#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Table.hpp"
 
 #include <cerrno>
 #include <iostream>
-#include <string_view>
 #include <system_error>
 #include <unistd.h>
 
@@ -14,30 +14,6 @@ namespace Ambrel {
 namespace {
 
 constexpr int indentation = 2;
-
-/// JSON text may hold U+007F to U+009F as they are, some of which command a terminal.
-std::string withEscapedControls(const std::string& json) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    text.reserve(json.size());
-    const auto escape = [&](unsigned char code) {
-        text += "\\u00";
-        text += digits[code >> 4U];
-        text += digits[code & 0x0FU];
-    };
-    for (std::size_t i = 0; i < json.size(); ++i) {
-        const auto next = i + 1 < json.size() ? static_cast<unsigned char>(json[i + 1]) : 0U;
-        if (json[i] == '\x7F') {
-            escape(0x7F);
-        } else if (json[i] == '\xC2' && next >= 0x80 && next < 0xA0) {
-            escape(static_cast<unsigned char>(next));
-            ++i;
-        } else {
-            text += json[i];
-        }
-    }
-    return text;
-}
 
 } // namespace
 
@@ -56,11 +32,11 @@ std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format
     case OutputFormat::table:
         return table(data);
     case OutputFormat::pretty:
-        return withEscapedControls(AmbrelKit::JSONValue(data).dump(indentation)) + "\n";
+        return AmbrelKit::printableJSON(AmbrelKit::JSONValue(data).dump(indentation)) + "\n";
     case OutputFormat::json:
         break;
     }
-    return withEscapedControls(AmbrelKit::JSONValue(data).dump()) + "\n";
+    return AmbrelKit::printableJSON(AmbrelKit::JSONValue(data).dump()) + "\n";
 }
 
 void printResult(const std::string& text) {

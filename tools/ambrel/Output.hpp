@@ -16,8 +16,8 @@ enum class OutputFormat {
 /// The format of that name; for an empty one pretty in a terminal, else json.
 OutputFormat outputFormat(const std::string& name);
 
-/// A delivered dictionary as text with a line end. No control character that some device chose for
-/// its name is in it as it is.
+/// A delivered dictionary as text with a line end. What some device has in its name does not
+/// command a terminal: JSON escapes it, and stays equal in value; a table replaces it.
 std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format);
 
 /// Writes results to standard output, at once. Throws `CommandError` when they can't be written.

@@ -1,3 +1,4 @@
+#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "AmbrelKit/Simulated/Replay/Replay.hpp"
 #include "tools/ambrel/Commands.hpp"
 
@@ -8,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <system_error>
+#include <unistd.h>
 
 namespace Ambrel {
 
@@ -20,9 +22,15 @@ struct ReplayArguments {
     TraceOptions trace;
 };
 
-/// Each line at once: a reader behind a pipe follows a long run.
+/// Each line at once: a reader behind a pipe follows a long run, and gets the trace byte for byte.
+/// On a terminal no text of the script commands it.
 void print(std::string_view line) {
-    std::cout.write(line.data(), static_cast<std::streamsize>(line.size()));
+    static const bool forPeople = isatty(STDOUT_FILENO) == 1;
+    if (forPeople) {
+        std::cout << AmbrelKit::printableJSON(line);
+    } else {
+        std::cout << line;
+    }
     std::cout.flush();
 }
 

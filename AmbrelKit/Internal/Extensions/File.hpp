@@ -2,35 +2,15 @@
 #define AMBRELKIT_INTERNAL_EXTENSIONS_FILE_HPP
 
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace AmbrelKit {
 
-// What the store asks of the file system. Each throws `std::system_error` that names the path.
-
-/// An open file, closed when dropped.
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int number) : number_(number) {}
-    FileDescriptor(FileDescriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(FileDescriptor&&) = delete;
-    ~FileDescriptor();
-
-    /// Negative when there is none.
-    [[nodiscard]] int number() const { return number_; }
-
-private:
-    int number_;
-};
+// What the store asks of the file system. What goes wrong is thrown as an error in one line that
+// begins with the path.
 
 /// For the failure that `errno` tells of.
 [[noreturn]] void throwFileError(const std::string& path);
-
-/// The whole contents of a regular file. Anything else, such as a pipe that never ends, is refused.
-std::string readFile(const std::string& path);
 
 /// Removes a file; a directory is refused.
 void removeFile(const std::string& path);
@@ -39,11 +19,15 @@ void removeFile(const std::string& path);
 /// "..".
 std::vector<std::string> namesIn(const std::string& directory);
 
-/// Makes a directory and what is missing above it, each 0700, and on the disk when this returns.
-void makeDirectory(const std::string& path);
+/// Makes a directory and what is missing above it, each 0700. Returns those that it made.
+std::vector<std::string> makeDirectory(const std::string& path);
 
-/// Returns when the directory's entries are on the disk.
-void syncDirectory(const std::string& path);
+/// Refuses a directory that belongs to neither this process's user nor root: its owner may put into
+/// it, and take from it, what he likes. One that is not there is none of these.
+void checkOwner(const std::string& directory);
+
+/// Returns when the name of this file or directory is on the disk.
+void syncEntry(const std::string& path);
 
 } // namespace AmbrelKit
 

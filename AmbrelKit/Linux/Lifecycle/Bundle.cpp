@@ -1,10 +1,9 @@
 #include "AmbrelKit/Platform/Bundle.hpp"
 
-#include <cerrno>
+#include "AmbrelKit/Platform/JSONFile.hpp"
+
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -19,24 +18,6 @@ struct Reading {
     std::optional<JSONDictionary> dictionary;
     std::optional<std::string> problem;
 };
-
-Reading unusable(const std::filesystem::path& file, const std::string& reason) {
-    return {.dictionary = std::nullopt, .problem = file.string() + ": " + reason};
-}
-
-Reading parsed(const std::filesystem::path& file, const std::string& text) {
-    try {
-        JSONValue value = JSONValue::parse(text);
-        if (!value.is_object()) {
-            return unusable(file, "the top level is not a JSON object");
-        }
-        return {.dictionary = std::move(value.get_ref<JSONDictionary&>()), .problem = std::nullopt};
-    } catch (const JSONValue::parse_error& error) {
-        return unusable(file, "not JSON, wrong at byte " + std::to_string(error.byte));
-    } catch (const JSONValue::out_of_range&) {
-        return unusable(file, "it has a number that is too large");
-    }
-}
 
 std::optional<std::filesystem::path> namedFile() {
     const char* name = std::getenv("AMBREL_INFO");
@@ -57,17 +38,18 @@ std::optional<std::filesystem::path> fileBesideExecutable() {
 
 /// Only a file that is named has to be there.
 Reading readFile(const std::filesystem::path& file, bool named) {
-    errno = 0;
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream.is_open()) {
-        const int error = errno;
-        return !named && error == ENOENT ? Reading{}
-                                         : unusable(file, std::generic_category().message(error));
-    }
     try {
-        return parsed(file, {std::istreambuf_iterator<char>(stream), {}});
-    } catch (const std::ios_base::failure& error) { // a directory can be opened, but not read
-        return unusable(file, error.code().message());
+        JSONValue value = readJSONFile(file);
+        if (!value.is_object()) {
+            throw std::runtime_error(file.string() + ": the top level is not a JSON object");
+        }
+        return {.dictionary = std::move(value.get_ref<JSONDictionary&>()), .problem = std::nullopt};
+    } catch (const std::exception& error) {
+        const auto* told = dynamic_cast<const std::system_error*>(&error);
+        const bool missing =
+            told != nullptr && told->code() == std::errc::no_such_file_or_directory;
+        return missing && !named ? Reading{}
+                                 : Reading{.dictionary = std::nullopt, .problem = error.what()};
     }
 }
 

@@ -2,7 +2,7 @@
 #define AMBRELKIT_LINUX_LIFECYCLE_LOGIND_HPP
 
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
-#include "AmbrelKit/Linux/RunLoop/Descriptor.hpp"
+#include "AmbrelKit/Platform/Descriptor.hpp"
 
 #include <functional>
 #include <memory>

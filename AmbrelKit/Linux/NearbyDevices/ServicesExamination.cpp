@@ -1,5 +1,5 @@
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
-#include "AmbrelKit/Linux/RunLoop/Descriptor.hpp"
+#include "AmbrelKit/Platform/Descriptor.hpp"
 
 #include <cerrno>
 #include <ifaddrs.h>

@@ -1,7 +1,7 @@
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 
 #include "AmbrelKit/Linux/Network/PrimaryAddress.hpp"
-#include "AmbrelKit/Linux/RunLoop/Descriptor.hpp"
+#include "AmbrelKit/Platform/Descriptor.hpp"
 
 #include <arpa/inet.h>
 #include <array>

@@ -1,7 +1,7 @@
 #ifndef AMBRELKIT_LINUX_NETWORK_LINKWATCH_HPP
 #define AMBRELKIT_LINUX_NETWORK_LINKWATCH_HPP
 
-#include "AmbrelKit/Linux/RunLoop/Descriptor.hpp"
+#include "AmbrelKit/Platform/Descriptor.hpp"
 
 #include <functional>
 #include <memory>

@@ -1,10 +1,10 @@
-#ifndef AMBRELKIT_LINUX_RUNLOOP_DESCRIPTOR_HPP
-#define AMBRELKIT_LINUX_RUNLOOP_DESCRIPTOR_HPP
+#ifndef AMBRELKIT_PLATFORM_DESCRIPTOR_HPP
+#define AMBRELKIT_PLATFORM_DESCRIPTOR_HPP
 
 #include <unistd.h>
 #include <utility>
 
-namespace AmbrelKit::Linux {
+namespace AmbrelKit {
 
 /// A descriptor that is closed with its owner; -1 for none.
 class Descriptor {
@@ -28,6 +28,6 @@ private:
     int descriptor_;
 };
 
-} // namespace AmbrelKit::Linux
+} // namespace AmbrelKit
 
 #endif
