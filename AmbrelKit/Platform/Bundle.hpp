@@ -13,7 +13,7 @@ namespace AmbrelKit {
 ///
 /// It is the JSON object in the file that the environment variable `AMBREL_INFO` names; without
 /// that variable the one in `Info.json` beside the executable; without that file what the host has
-/// set. Nothing is cached but what the host set.
+/// set. Such a file is a regular one of at most 16 MiB. Nothing is cached but what the host set.
 class Bundle {
 public:
     /// The bundle of this process, made on first use. Used on one thread at a time.

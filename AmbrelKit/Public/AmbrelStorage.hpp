@@ -16,16 +16,19 @@ namespace AmbrelKit {
 /// directory "collections" of the documents folder. The kit itself never calls it.
 ///
 /// The documents folder is `$AMBREL_DOCUMENTS_DIR`, else `$STATE_DIRECTORY`, else
-/// `$XDG_DATA_HOME/ambrelkit`, else `~/.local/share/ambrelkit`; an empty variable counts as none.
-/// What the store makes is for its user alone (directories 0700, files 0600).
+/// `$XDG_DATA_HOME/ambrelkit`, else `~/.local/share/ambrelkit`; an empty variable counts as none,
+/// and without any of them the directory is "/collections". What the store makes is for its user
+/// alone (directories 0700, files 0600). It does not use a "collections" that belongs to neither
+/// the process's user nor root.
 ///
 /// A dictionary is known by the number under "timestamp", which names its file: the shortest text
 /// that reads back as the same double, as in `1700000000.0`. Two dictionaries with the same
 /// timestamp share one file, and the later replaces the earlier.
 ///
 /// Every operation does its file work before it returns, may be called from inside any callback of
-/// the kit and on any thread, and keeps nothing between calls. None returns an error or throws:
-/// a failure is one line to `report`.
+/// the kit and on any thread, and keeps nothing between calls. None returns an error or throws: a
+/// failure is one line on standard output, unless the host sets `report` to something else. The
+/// store is ready before any code of the host runs, and until the process has ended.
 class AmbrelStorage {
 public:
     using Visitor = std::function<void(JSONDictionary collection)>;
@@ -36,18 +39,19 @@ public:
     AmbrelStorage(const AmbrelStorage&) = delete;
     AmbrelStorage& operator=(const AmbrelStorage&) = delete;
 
-    /// Receives each failure: one line of UTF-8 without its line break or other control characters.
-    /// As constructed it writes the line to standard output. Replace it before other threads use
-    /// the store.
+    /// Receives each failure: one line of UTF-8 without its line break or anything that commands a
+    /// terminal. As constructed it writes the line to standard output; an empty function drops it.
+    /// Replace it before other threads use the store.
     std::function<void(const std::string& line)> report;
 
     /// Writes the dictionary to its file, and returns when it is on the disk. A save that is cut
     /// short (a full disk, a kill, a loss of power) leaves the earlier file of that name whole.
     ///
     /// Does nothing, silently, when "timestamp" is missing, is no number, or is an integer that no
-    /// double holds exactly. Reports, and writes nothing, when a value has no JSON form: a number
-    /// that is not finite, text that is not UTF-8, bytes, or more than 512 values inside one
-    /// another.
+    /// double holds exactly. Reports, and writes nothing, when a value has no JSON form (a number
+    /// that is not finite, text that is not UTF-8, bytes), more than 512 values stand inside one
+    /// another, or the file would have more than 16 MiB. When the file is written, but the file
+    /// system does not say that it is on the disk, the report says so.
     void save(const JSONDictionary& dictionary) const;
 
     /// Removes the file that the dictionary's "timestamp" names; nothing else of the dictionary is
@@ -55,9 +59,10 @@ public:
     void delete_(const JSONDictionary& dictionary) const;
 
     /// Every saved dictionary, in the order in which the file system lists the files (hidden ones
-    /// included). An entry that cannot be read, or holds neither a JSON dictionary nor an array, is
-    /// reported and left out; an array is left out. A directory that cannot be listed, as before
-    /// the first save, is reported, and the list is empty.
+    /// included). An entry that cannot be read, is longer or deeper than what `save` writes, or
+    /// holds neither a JSON dictionary nor an array, is reported and left out; an array is left
+    /// out. A directory that cannot be listed, as before the first save, is reported, and the list
+    /// is empty.
     [[nodiscard]] std::vector<JSONDictionary> savedCollections() const;
 
     /// Calls `visit` with each dictionary of `savedCollections()` in turn, so that only one is in

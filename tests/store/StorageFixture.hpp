@@ -55,6 +55,7 @@ protected:
         return names;
     }
 
+public:
     /// Runs `work` in a process of its own.
     static pid_t startChild(const std::function<int()>& work) {
         const pid_t child = fork();
@@ -64,10 +65,23 @@ protected:
         return child;
     }
 
-    /// What `work` returns there.
-    static int inChild(const std::function<int()>& work) {
+protected:
+    /// What `work` returns in a process of its own, in which the documents folder and all in it
+    /// belong to a user who may not do everything.
+    [[nodiscard]] int asOrdinaryUser(const std::function<int()>& work) const {
         int status = 0;
-        waitpid(startChild(work), &status, 0);
+        const pid_t child = startChild([this, &work] {
+            constexpr uid_t nobody = 65534;
+            if (geteuid() == 0) {
+                for (const auto& entry : std::filesystem::recursive_directory_iterator(documents)) {
+                    EXPECT_EQ(chown(entry.path().c_str(), nobody, nobody), 0);
+                }
+                EXPECT_EQ(chown(documents.c_str(), nobody, nobody), 0);
+                EXPECT_EQ(setresuid(nobody, nobody, nobody), 0);
+            }
+            return work();
+        });
+        waitpid(child, &status, 0);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
