@@ -1,4 +1,5 @@
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
+#include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
 
 #include <utility>
@@ -8,8 +9,6 @@ namespace AmbrelKit::Linux {
 namespace {
 
 using State = LocationSource::State;
-
-constexpr const char* geoClueName = "org.freedesktop.GeoClue2";
 
 /// For an answer, and for the fix after it.
 constexpr std::chrono::seconds patience{6};
