@@ -9,23 +9,25 @@ collection's dictionary. With --daemon an avahi-daemon on a private bus runs on 
 two seconds into the scan it may be killed, and after half a second more be started again, while
 the neighbour publishes as many services again.
 
-All of it lives in namespaces of this run and is gone with it. Exit status 77: not permitted here.
+All of it lives in namespaces of this run and is gone with it. Exit status 77: the kernel
+refuses them.
 """
 
 import argparse
 import json
 import os
 import pathlib
-import shutil
 import subprocess
 import sys
 import tempfile
 import time
 from xml.sax.saxutils import escape
 
+sys.path.append(str(pathlib.Path(__file__).parents[1] / "support"))
+import isolation
+
 TYPES = ["_ipp._tcp", "_http._tcp", "_ambrel-test._udp"]
 NEIGHBOUR_IPV4 = "10.77.0.2"
-SKIPPED = 77
 
 TXT = """<txt-record>id={id}</txt-record>
 <txt-record value-format="binary-hex">bin=fffe00807a</txt-record>
@@ -193,21 +195,6 @@ def inside(options):
         return check(output, services) if scan.returncode == 0 else 1
 
 
-def outside():
-    os.environ["PATH"] += ":/usr/sbin:/sbin"
-    for program in "avahi-daemon", "dbus-daemon", "ip", "unshare":
-        if not shutil.which(program):
-            print(f"skipped: {program} is not installed")
-            return SKIPPED
-    user = [] if os.geteuid() == 0 else ["--user", "--map-root-user"]
-    unshare = ["unshare", *user, "--net", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
-    trial = subprocess.run([*unshare, "true"], capture_output=True, text=True)
-    if trial.returncode != 0:
-        print(f"skipped: network namespaces are not permitted here ({trial.stderr.strip()})")
-        return SKIPPED
-    return subprocess.run([*unshare, sys.executable, *sys.argv], env=os.environ | {"BED_INSIDE": "1"}).returncode
-
-
 def main():
     parser = argparse.ArgumentParser(usage=__doc__)
     parser.add_argument("--daemon", action="store_true")
@@ -216,7 +203,8 @@ def main():
     parser.add_argument("--daemon-restarts", action="store_true")
     parser.add_argument("command", nargs=argparse.REMAINDER)
     options = parser.parse_args()
-    return inside(options) if os.environ.get("BED_INSIDE") else outside()
+    isolation.enter()
+    return inside(options)
 
 
 if __name__ == "__main__":
