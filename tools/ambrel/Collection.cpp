@@ -1,7 +1,9 @@
 #include "tools/ambrel/Collection.hpp"
 
 #include "tools/ambrel/InterruptSignals.hpp"
+#include "tools/ambrel/Output.hpp"
 #include "tools/ambrel/ServiceTypes.hpp"
+#include "tools/ambrel/Store.hpp"
 
 #include "AmbrelKit/Linux/Platform.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
@@ -22,12 +24,6 @@ namespace Ambrel {
 using namespace AmbrelKit;
 
 namespace {
-
-void noteBundleProblem() {
-    if (const auto problem = Bundle::main().problem()) {
-        std::cerr << "ambrel: note: the information dictionary is of no use: " << *problem << '\n';
-    }
-}
 
 Linux::PlatformServices services(const CollectionOptions& options) {
     auto services = Linux::platformServices(locationOptions(options.location));
@@ -56,9 +52,9 @@ std::vector<std::string> serviceTypes(const CollectionOptions& options) {
 
 Collection::Collection(const CollectionOptions& options, std::shared_ptr<Host> host,
                        const std::shared_ptr<PlatformObserver>& observer)
-    : host_(std::move(host)), showsProgress_(!options.quiet && Progress::isPossible()) {
-    if (!options.quiet) {
-        noteBundleProblem();
+    : host_(std::move(host)), options_(options) {
+    if (const auto problem = Bundle::main().problem()) {
+        note("the information dictionary is of no use: " + *problem);
     }
     auto observedServices = observed(services(options), counts_);
     countedNetwork_.emplace(counts_);
@@ -68,58 +64,69 @@ Collection::Collection(const CollectionOptions& options, std::shared_ptr<Host> h
     }
     kit_ = Linux::create(std::move(observedServices));
     kit_->setDelegate(host_);
-    if (options.threshold) {
-        kit_->setAmbrelTimeThreshold(*options.threshold);
-    }
 }
 
-std::optional<JSONDictionary> Collection::next() {
-    const Ending ending = wait();
+JSONDictionary Collection::next() {
+    const auto signal = wait();
     progress_.reset();
     counts_->collectionEnded();
-    if (ending == Ending::delivered) {
-        return host_->takeDelivered();
+    if (signal) {
+        kit_->stopScanning();
+        throw EndBySignal(*signal);
     }
-    kit_->stopScanning();
-    if (ending == Ending::readerGone) {
-        std::raise(SIGPIPE); // as writing to it would
-    }
-    return std::nullopt;
+    return host_->takeDelivered();
 }
 
 /// Waits in poll(2) as a host with a loop of its own would: for the kit's one descriptor beside its
-/// own business.
-Collection::Ending Collection::wait() {
+/// own business. Nothing when there is a dictionary, else the signal that is to end the program.
+std::optional<int> Collection::wait() {
     const auto loop = RunLoop::current();
-    const InterruptSignals signals;
+    InterruptSignals signals;
     std::array<pollfd, 3> descriptors{{
         {.fd = loop->fileDescriptor(), .events = POLLIN, .revents = 0},
         {.fd = signals.fileDescriptor(), .events = POLLIN, .revents = 0},
         {.fd = STDOUT_FILENO, .events = 0, .revents = 0},
     }};
-    while (!host_->hasDelivered()) {
-        if (poll(descriptors.data(), descriptors.size(), renewProgress()) < 0 && errno != EINTR) {
-            throw std::system_error(errno, std::generic_category(), "wait for events");
-        }
-        if (descriptors[1].revents != 0) {
-            return Ending::interrupted;
+    while (true) {
+        if (const auto signal = signals.take()) {
+            return signal;
         }
         if ((descriptors[2].revents & POLLERR) != 0) {
-            return Ending::readerGone;
+            return SIGPIPE; // as writing to it would
+        }
+        if (host_->hasDelivered()) {
+            return std::nullopt;
+        }
+        if (poll(descriptors.data(), descriptors.size(), renewProgress()) < 0 && errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "wait for events");
         }
         if (descriptors[0].revents != 0) {
             loop->dispatch();
         }
     }
-    return Ending::delivered;
 }
 
 /// Returns when it is to be renewed next, in milliseconds from now, or -1.
 int Collection::renewProgress() {
-    if (showsProgress_ && !progress_ && counts_->running()) {
-        progress_.emplace(counts_);
+    if (!progress_ && counts_->running() && Progress::isWanted(options_)) {
+        progress_.emplace(counts_, options_);
     }
     return progress_ ? static_cast<int>(progress_->renew().count()) : -1;
+}
+
+void Collection::note(const std::string& text) {
+    if (!options_.quiet) {
+        if (progress_) {
+            progress_->clear();
+        }
+        std::cerr << "ambrel: note: " << text << '\n';
+    }
+}
+
+ExitStatus handOver(const JSONDictionary& data, const CollectionOptions& options) {
+    const bool kept = !options.save || saveCollection(data);
+    printResult(formatted(data, outputFormat(options.format)));
+    return kept ? done : failed;
 }
 
 } // namespace Ambrel

@@ -2,6 +2,7 @@
 #define AMBREL_COLLECTION_HPP
 
 #include "tools/ambrel/CollectionOptions.hpp"
+#include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Host.hpp"
 #include "tools/ambrel/Progress.hpp"
 
@@ -29,14 +30,15 @@ public:
     /// Whether a collection has begun whose dictionary `next()` has not returned yet.
     [[nodiscard]] bool isUnderWay() const { return counts_->running(); }
 
-    /// Waits for the next dictionary. Nothing when the user interrupted: all is stopped then. A
-    /// reader of standard output that goes away ends the program.
-    std::optional<AmbrelKit::JSONDictionary> next();
+    /// Waits for the next dictionary. Throws `EndBySignal` when the user interrupts, or the reader
+    /// of standard output goes away: all is stopped then.
+    AmbrelKit::JSONDictionary next();
+
+    /// A line for the user on standard error; none with --quiet.
+    void note(const std::string& text);
 
 private:
-    enum class Ending { delivered, interrupted, readerGone };
-
-    [[nodiscard]] Ending wait();
+    [[nodiscard]] std::optional<int> wait();
     [[nodiscard]] int renewProgress();
 
     std::shared_ptr<CollectionCounts> counts_ = std::make_shared<CollectionCounts>();
@@ -44,9 +46,13 @@ private:
     std::optional<ObservedNetwork> observedNetwork_;
     std::shared_ptr<Host> host_;
     std::shared_ptr<AmbrelKit::AmbrelSDK> kit_;
-    bool showsProgress_;
+    CollectionOptions options_;
     std::optional<Progress> progress_;
 };
+
+/// Saves what was delivered where the options say so, and prints it. What can't be saved is told,
+/// and makes this `failed`.
+ExitStatus handOver(const AmbrelKit::JSONDictionary& data, const CollectionOptions& options);
 
 } // namespace Ambrel
 

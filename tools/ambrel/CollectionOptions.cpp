@@ -14,8 +14,6 @@ using AmbrelKit::Linux::LocationSourceKind;
 
 namespace {
 
-constexpr int greatestThreshold = 30; // seconds
-
 std::string checkServiceType(const std::string& text) {
     return isServiceType(text) ? "" : "\"" + text + "\" is not a service type, such as _ipp._tcp";
 }
@@ -29,13 +27,6 @@ const std::map<std::string, LocationSourceKind>& locationSources() {
     return sources;
 }
 
-std::string checkThreshold(const std::string& text) {
-    const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
-    return isNumber && text.size() <= 2 && std::stoi(text) <= greatestThreshold
-               ? ""
-               : "\"" + text + "\" is not a number of seconds from 0 to 30";
-}
-
 bool contains(const std::vector<std::string>& names, const std::string& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
@@ -46,7 +37,7 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
                           const std::string& usualFormat) {
     command
         .add_option("--service", options.services,
-                    "look for this DNS-SD type, _ipp._tcp; may be repeated")
+                    "look for this DNS-SD type, _ipp._tcp; again for more")
         ->type_name("TYPE")
         ->allow_extra_args(false)
         ->check(checkServiceType);
@@ -61,19 +52,17 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
         ->allow_extra_args(false)
         ->check(oneOf({"bluetooth", "location", "network"}));
     addLocationOption(command, options.location);
-    command
-        .add_option("--threshold", options.threshold,
-                    "reuse a collection this young, 0 to 30 (default 30)")
-        ->type_name("SECONDS")
-        ->check(checkThreshold);
     command.add_flag("--save", options.save, "save what is delivered too: see ambrel store");
     command.add_option("--format", options.format, "json, pretty or table")
         ->type_name("FORMAT")
         ->check(oneOf({"json", "pretty", "table"}));
+    command.add_flag("--progress", options.progress,
+                     "show the progress though the output is a pipe");
     command.add_flag("--quiet", options.quiet, "no progress, no notes");
     command.footer(
-        "Without --service, the types are those that \"NSBonjourServices\" of the information\n"
-        "dictionary lists ($AMBREL_INFO, else Info.json beside the program), else common ones.\n"
+        "Without --service, the types are those that \"NSBonjourServices\" of the\n"
+        "information dictionary lists ($AMBREL_INFO, else Info.json beside the program),\n"
+        "else common ones.\n"
         "Without --format, the result is " +
         usualFormat +
         ".\n"
@@ -85,7 +74,7 @@ void addLocationOption(CLI::App& command, LocationSourceKind& location) {
         .add_option_function<std::string>(
             "--location",
             [&location](const std::string& text) { location = locationSources().at(text); },
-            "take a fix from auto, geoclue, gpsd or none (default auto)")
+            "where a fix is from: auto (default), geoclue, gpsd, none")
         ->type_name("SOURCE")
         ->check(oneOf({"auto", "geoclue", "gpsd", "none"}));
 }

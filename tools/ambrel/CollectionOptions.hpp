@@ -3,8 +3,6 @@
 
 #include "AmbrelKit/Linux/Location/Location.hpp"
 
-#include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,9 +18,9 @@ struct CollectionOptions {
     std::vector<std::string> only;     ///< empty: every permission
     std::vector<std::string> without;
     AmbrelKit::Linux::LocationSourceKind location = AmbrelKit::Linux::LocationSourceKind::automatic;
-    std::optional<std::int64_t> threshold; ///< seconds
-    std::string format;                    ///< empty: by where the output goes
-    bool save = false;                     ///< each dictionary into the store too
+    std::string format;    ///< empty: by where the output goes
+    bool save = false;     ///< each dictionary into the store too
+    bool progress = false; ///< also where it would meet another program's output
     bool quiet = false;
 };
 
@@ -30,7 +28,7 @@ struct CollectionOptions {
 /// has to live as long. The help calls `usualFormat` what is printed without --format.
 void addCollectionOptions(
     CLI::App& command, CollectionOptions& options,
-    const std::string& usualFormat = "pretty in a terminal and json (on one line) elsewhere");
+    const std::string& usualFormat = "pretty in a terminal, else json (on one line)");
 
 /// Adds the choice of where a fix may come from.
 void addLocationOption(CLI::App& command, AmbrelKit::Linux::LocationSourceKind& location);

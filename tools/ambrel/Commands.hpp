@@ -15,7 +15,6 @@ enum ExitStatus : int {
     failed = 1,    ///< it could not be done
     badInput = 2,  ///< the command line or an input is wrong
     notUsable = 3, ///< `doctor` found a source that is not usable
-    interrupted = 130,
 };
 
 /// Ends the program with one line on standard error.
@@ -28,6 +27,18 @@ public:
 
 private:
     ExitStatus status_;
+};
+
+/// Ends the program by a signal, as if it had been left to it, once what stands on the stack has
+/// been let go.
+class EndBySignal {
+public:
+    explicit EndBySignal(int signal) : signal_(signal) {}
+
+    [[nodiscard]] int signal() const { return signal_; }
+
+private:
+    int signal_;
 };
 
 // One function a command: adds the subcommand with its options. Its callback runs the command and

@@ -2,6 +2,7 @@
 #include "tools/ambrel/CollectionOptions.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Output.hpp"
+#include "tools/ambrel/Terminal.hpp"
 #include "tools/ambrel/TerminalText.hpp"
 
 #include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
@@ -10,7 +11,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace Ambrel {
@@ -20,14 +23,39 @@ using AmbrelKit::Linux::SourceDiagnosis;
 
 namespace {
 
-std::vector<SourceDiagnosis> examine(Linux::LocationSourceKind location) {
+struct DoctorArguments {
+    Linux::LocationSourceKind location = Linux::LocationSourceKind::automatic;
+    std::vector<std::string> only; ///< empty: every source
+    std::vector<std::string> without;
+    std::string format;
+};
+
+/// Whether one of `names`, as the command line has them, stands for the source.
+bool namesAny(const std::vector<std::string>& names, const std::string& source) {
+    const bool ofNetwork = source == "services" || source == "address" || source == "wifi";
+    return std::ranges::any_of(names, [&](const std::string& name) {
+        return name == source || (ofNetwork && name == "network");
+    });
+}
+
+std::vector<SourceDiagnosis> examine(const DoctorArguments& arguments) {
+    auto sources = Linux::Diagnosis::sources();
+    std::erase_if(sources, [&](const std::string& source) {
+        return namesAny(arguments.without, source) ||
+               (!arguments.only.empty() && !namesAny(arguments.only, source));
+    });
+    if (sources.empty()) {
+        throw CommandError(badInput, "--only and --without leave no source to examine");
+    }
     std::vector<SourceDiagnosis> found;
     const auto loop = RunLoop::current();
-    const auto diagnosis =
-        Linux::Diagnosis::start(locationOptions(location), [&](const auto& sources) {
-            found = sources;
+    const auto diagnosis = Linux::Diagnosis::start(
+        locationOptions(arguments.location),
+        [&](const auto& all) {
+            found = all;
             loop->stop();
-        });
+        },
+        sources);
     loop->run();
     return found;
 }
@@ -40,38 +68,64 @@ std::string asJSON(const SourceDiagnosis& found) {
     return formatted(line.get<JSONDictionary>(), OutputFormat::json);
 }
 
-std::string asLine(const SourceDiagnosis& found) {
-    constexpr std::size_t width = 11; // of the longest name, and a gap
-    std::string line = found.source;
-    line.resize(width, ' ');
-    line += found.usable ? "ok  " : "no  ";
-    line += printable(found.finding);
-    if (!found.remedy.empty()) {
-        line += ": " + printable(found.remedy);
+/// One line, or where it would not fit the terminal, its words on several.
+std::string asText(const SourceDiagnosis& found) {
+    constexpr std::size_t nameWidth = 11; // of the longest name, and a gap
+    constexpr std::size_t indentation = nameWidth + 4;
+    std::string text = found.source;
+    text.resize(nameWidth, ' ');
+    text += found.usable ? "ok  " : "no  ";
+    std::istringstream words(printable(found.finding) +
+                             (found.remedy.empty() ? "" : ": " + printable(found.remedy)));
+    const std::size_t columns = terminalColumns(STDOUT_FILENO).value_or(-1);
+    std::size_t column = indentation;
+    for (std::string word; words >> word;) {
+        const std::size_t width = displayWidth(word);
+        if (column > indentation && column + 1 + width > columns) {
+            text += "\n" + std::string(indentation, ' ');
+            column = indentation;
+        } else if (column > indentation) {
+            text += ' ';
+            ++column;
+        }
+        text += word;
+        column += width;
     }
-    return line + "\n";
+    return text + "\n";
 }
 
 } // namespace
 
 void addDoctorCommand(CLI::App& app, ExitStatus& status) {
-    struct Arguments {
-        Linux::LocationSourceKind location = Linux::LocationSourceKind::automatic;
-        std::string format;
-    };
-    CLI::App* command = app.add_subcommand(
-        "doctor", "Says whether each source works here, and if not, what would help");
-    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* command =
+        app.add_subcommand("doctor", "Says whether each source works here, or what would help");
+    const auto arguments = std::make_shared<DoctorArguments>();
+    auto names = Linux::Diagnosis::sources();
+    names.emplace_back("network");
+    command->add_option("--only", arguments->only, "examine only these sources")
+        ->type_name("LIST")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(oneOf(names));
+    command->add_option("--without", arguments->without, "examine all but these sources")
+        ->type_name("LIST")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(oneOf(names));
     addLocationOption(*command, arguments->location);
     command->add_option("--format", arguments->format, "table or json (one object a line)")
         ->type_name("FORMAT")
         ->check(oneOf({"table", "json"}));
-    command->footer("Asks for the location as a scan does. Exit status 3: a source is not usable.");
+    command->footer(
+        "Sources are bluetooth, services, location, address, wifi and lifecycle; network\n"
+        "stands for services, address and wifi.\n"
+        "Asks for the location as a scan does. Exit status 3: one of the sources is not\n"
+        "usable.");
     command->callback([arguments, &status] {
-        const auto found = examine(arguments->location);
+        const auto found = examine(*arguments);
         std::string text;
         for (const SourceDiagnosis& source : found) {
-            text += arguments->format == "json" ? asJSON(source) : asLine(source);
+            text += arguments->format == "json" ? asJSON(source) : asText(source);
         }
         printResult(text);
         const bool usable = std::ranges::all_of(found, &SourceDiagnosis::usable);

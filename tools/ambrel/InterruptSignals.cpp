@@ -1,6 +1,5 @@
 #include "tools/ambrel/InterruptSignals.hpp"
 
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <sys/signalfd.h>
@@ -11,8 +10,6 @@ namespace Ambrel {
 
 namespace {
 
-constexpr std::array interrupts{SIGINT, SIGTERM};
-
 /// Whether the process was started to ignore it, as by nohup(1).
 bool isIgnored(int signal) {
     struct sigaction action {};
@@ -20,14 +17,12 @@ bool isIgnored(int signal) {
     return action.sa_handler == SIG_IGN;
 }
 
-volatile std::sig_atomic_t exitStatus = 0;
-
 } // namespace
 
 InterruptSignals::InterruptSignals() {
     sigset_t signals{};
     sigemptyset(&signals);
-    for (const int signal : interrupts) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         if (!isIgnored(signal)) {
             sigaddset(&signals, signal);
         }
@@ -40,20 +35,19 @@ InterruptSignals::InterruptSignals() {
 }
 
 InterruptSignals::~InterruptSignals() {
-    signalfd_siginfo information{};
-    while (read(descriptor_, &information, sizeof information) > 0) {
-    }
     close(descriptor_);
-    sigprocmask(SIG_SETMASK, &before_, nullptr);
+    if (!taken_) {
+        sigprocmask(SIG_SETMASK, &before_, nullptr);
+    }
 }
 
-void exitOnInterrupt(int status) {
-    exitStatus = status;
-    for (const int signal : interrupts) {
-        if (!isIgnored(signal)) {
-            std::signal(signal, [](int) { _exit(exitStatus); });
-        }
+std::optional<int> InterruptSignals::take() {
+    signalfd_siginfo information{};
+    if (read(descriptor_, &information, sizeof information) != sizeof information) {
+        return std::nullopt;
     }
+    taken_ = true;
+    return static_cast<int>(information.ssi_signo);
 }
 
 } // namespace Ambrel

@@ -2,31 +2,33 @@
 #define AMBREL_INTERRUPTSIGNALS_HPP
 
 #include <csignal>
+#include <optional>
 
 namespace Ambrel {
 
-/// While it lives, SIGINT and SIGTERM are read from a descriptor instead of ending the process. One
-/// that the process was started to ignore stays ignored.
+/// While it lives, SIGINT, SIGTERM and SIGHUP are read from a descriptor instead of ending the
+/// process. One that the process was started to ignore stays ignored.
 class InterruptSignals {
 public:
     /// Throws std::system_error when the system gives no descriptor.
     InterruptSignals();
     InterruptSignals(const InterruptSignals&) = delete;
     InterruptSignals& operator=(const InterruptSignals&) = delete;
-    /// What came and was not taken is dropped with it.
+    /// What came and was not taken takes effect now.
     ~InterruptSignals();
 
     /// Readable once a signal has come.
     [[nodiscard]] int fileDescriptor() const { return descriptor_; }
 
+    /// The signal that has come, or nothing. After one, no other ends the process any more: it is
+    /// about to end.
+    std::optional<int> take();
+
 private:
     sigset_t before_{};
     int descriptor_ = -1;
+    bool taken_ = false;
 };
-
-/// Has SIGINT and SIGTERM end the program with this exit status wherever it is, where they are not
-/// read from a descriptor: also in the middle of writing to a reader that does not read.
-void exitOnInterrupt(int status);
 
 } // namespace Ambrel
 

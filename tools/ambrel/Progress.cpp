@@ -1,9 +1,9 @@
 #include "tools/ambrel/Progress.hpp"
 
+#include "tools/ambrel/Terminal.hpp"
+
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace Ambrel {
@@ -25,14 +25,6 @@ bool isSet(const char* variable) {
 
 void draw(const std::string& text) {
     [[maybe_unused]] const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
-}
-
-/// How many characters fit without the terminal moving on to the next line.
-std::size_t columns() {
-    constexpr std::size_t usual = 80;
-    winsize size{};
-    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return (known ? size.ws_col : usual) - 1;
 }
 
 std::string counted(std::size_t count, const std::string& one, const std::string& many) {
@@ -64,17 +56,19 @@ void CollectionCounts::networkDidAnswer(
     networks_ = joined.size();
 }
 
-bool Progress::isPossible() {
-    const char* const terminal = std::getenv("TERM");
-    return isatty(STDERR_FILENO) == 1 && terminal != nullptr && *terminal != '\0' &&
-           std::strcmp(terminal, "dumb") != 0;
+bool Progress::isWanted(const CollectionOptions& options) {
+    const bool possible =
+        isatty(STDERR_FILENO) == 1 && isSet("TERM") && std::string(std::getenv("TERM")) != "dumb";
+    return possible && !options.quiet && (options.progress || !isPipe(STDOUT_FILENO));
 }
 
-Progress::Progress(std::shared_ptr<const CollectionCounts> counts)
-    : counts_(std::move(counts)), start_(Clock::now()), due_(start_),
+Progress::Progress(std::shared_ptr<const CollectionCounts> counts, CollectionOptions options)
+    : counts_(std::move(counts)), options_(std::move(options)), start_(Clock::now()), due_(start_),
       coloured_(!isSet("NO_COLOR")) {}
 
-Progress::~Progress() { draw(clearLine); }
+Progress::~Progress() { clear(); }
+
+void Progress::clear() { draw(clearLine); }
 
 std::chrono::milliseconds Progress::renew() {
     const auto now = Clock::now();
@@ -88,15 +82,27 @@ std::chrono::milliseconds Progress::renew() {
 std::string Progress::line(Clock::duration elapsed) const {
     const auto done = std::min<std::size_t>(cells * elapsed / length, cells);
     const std::string bar = std::string(done, '#') + std::string(cells - done, '-');
-    const std::string counts = "  " + counted(counts_->peripherals(), "peripheral", "peripherals") +
-                               ", " + counted(counts_->services(), "service", "services") + ", " +
-                               counted(counts_->fixes(), "fix", "fixes") + ", " +
-                               counted(counts_->networks(), "network", "networks");
-    const std::size_t width = columns();
+    constexpr std::size_t usualWidth = 80;
+    // One less, or the terminal moves on to the next line.
+    const std::size_t width = terminalColumns(STDERR_FILENO).value_or(usualWidth) - 1;
     const std::string start = coloured_ ? "\033[32m" : "";
     const std::string end = coloured_ ? "\033[0m" : "";
     const std::string shownBar = bar.substr(0, width);
-    return clearLine + start + shownBar + end + counts.substr(0, width - shownBar.size());
+    return clearLine + start + shownBar + end + seen().substr(0, width - shownBar.size());
+}
+
+/// Of the sources that are at work.
+std::string Progress::seen() const {
+    std::string text;
+    const auto add = [&](const char* permission, const std::string& count) {
+        if (isGranted(options_, permission)) {
+            text += count + ", ";
+        }
+    };
+    add("bluetooth", counted(counts_->peripherals(), "peripheral", "peripherals"));
+    add("network", counted(counts_->services(), "service", "services"));
+    add("location", counted(counts_->fixes(), "fix", "fixes"));
+    return "  " + text + counted(counts_->networks(), "Wi-Fi network", "Wi-Fi networks");
 }
 
 } // namespace Ambrel

@@ -1,6 +1,7 @@
 #ifndef AMBREL_PROGRESS_HPP
 #define AMBREL_PROGRESS_HPP
 
+#include "tools/ambrel/CollectionOptions.hpp"
 #include "tools/ambrel/ObservedPlatform.hpp"
 
 #include <chrono>
@@ -41,11 +42,12 @@ private:
 /// The one line on a terminal that a running collection renews. Gone when this goes.
 class Progress {
 public:
-    /// Whether standard error is a terminal that such a line can be drawn on.
-    static bool isPossible();
+    /// Whether standard error is a terminal that such a line can be drawn on, and the line is to be
+    /// there: where standard output is a pipe, a program behind it may be drawing on the same one.
+    static bool isWanted(const CollectionOptions& options);
 
     /// The collection begins now; `counts` is read at each renewal.
-    explicit Progress(std::shared_ptr<const CollectionCounts> counts);
+    Progress(std::shared_ptr<const CollectionCounts> counts, CollectionOptions options);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
     ~Progress();
@@ -53,10 +55,15 @@ public:
     /// Draws the line anew when its time has come. Returns how long from now it stays as it is.
     std::chrono::milliseconds renew();
 
+    /// Takes the line away until it is drawn anew.
+    void clear();
+
 private:
     [[nodiscard]] std::string line(std::chrono::steady_clock::duration elapsed) const;
+    [[nodiscard]] std::string seen() const;
 
     std::shared_ptr<const CollectionCounts> counts_;
+    CollectionOptions options_;
     std::chrono::steady_clock::time_point start_;
     std::chrono::steady_clock::time_point due_;
     bool coloured_;

@@ -1,8 +1,6 @@
 #include "tools/ambrel/Collection.hpp"
 #include "tools/ambrel/Commands.hpp"
-#include "tools/ambrel/Output.hpp"
 #include "tools/ambrel/ScriptRecorder.hpp"
-#include "tools/ambrel/Store.hpp"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
@@ -80,7 +78,6 @@ private:
 
 ExitStatus record(const RecordArguments& arguments) {
     const CollectionOptions& options = arguments.options;
-    const OutputFormat format = outputFormat(options.format);
     if (arguments.file == "-") {
         throw CommandError(badInput, "the script needs a file: the dictionary is what is printed");
     }
@@ -89,27 +86,19 @@ ExitStatus record(const RecordArguments& arguments) {
     const auto recorder = std::make_shared<ScriptRecorder>(
         serviceTypes(options), host, [&](const std::string& line) { script.write(line); });
     Collection collection(options, host, recorder);
-    if (options.threshold) {
-        recorder->hostCalls({{"setAmbrelTimeThreshold", *options.threshold}});
-    }
     recorder->hostCalls("startScanningOnce");
     collection.kit()->startScanningOnce();
     const auto data = collection.next();
-    if (!data) {
-        return interrupted;
-    }
     recorder->end();
     script.finish();
-    const bool kept = !options.save || saveCollection(*data);
-    printResult(formatted(*data, format));
-    return kept ? done : failed;
+    return handOver(data, options);
 }
 
 } // namespace
 
 void addRecordCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command = app.add_subcommand(
-        "record", "Takes one, and writes what the platform reported as a script");
+    CLI::App* command =
+        app.add_subcommand("record", "Takes one, and writes a script that replays it");
     const auto arguments = std::make_shared<RecordArguments>();
     command->add_option("FILE", arguments->file, "the script to be written")->required();
     addCollectionOptions(*command, arguments->options);

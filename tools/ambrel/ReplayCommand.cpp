@@ -64,7 +64,7 @@ void run(const ReplayArguments& arguments) {
 
 void addReplayCommand(CLI::App& app, ExitStatus& status) {
     CLI::App* command =
-        app.add_subcommand("replay", "Runs a script in virtual time, and prints what the kit did");
+        app.add_subcommand("replay", "Runs a script, and prints what the kit did, call by call");
     const auto arguments = std::make_shared<ReplayArguments>();
     command->add_option("FILE", arguments->file, "the script, or - for standard input")->required();
     command->add_flag("--queries", arguments->trace.queries,

@@ -1,18 +1,17 @@
 #include "tools/ambrel/Collection.hpp"
 #include "tools/ambrel/Commands.hpp"
-#include "tools/ambrel/InterruptSignals.hpp"
-#include "tools/ambrel/Output.hpp"
-#include "tools/ambrel/Store.hpp"
+#include "tools/ambrel/Duration.hpp"
 
+#include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <utility>
+#include <vector>
 
 namespace Ambrel {
 
@@ -20,77 +19,99 @@ using namespace AmbrelKit;
 
 namespace {
 
-constexpr int shortestInterval = 1;         // seconds
-constexpr int longestInterval = 31'622'400; // seconds: a year
+constexpr double shortestInterval = 10;          // seconds: what a collection takes
+constexpr double longestInterval = 366 * 86'400; // seconds
+constexpr int greatestThreshold = 30;            // seconds
 
 /// The one that may be delivered again, and the one that is being collected.
 constexpr std::size_t keptRecords = 2;
 
 struct WatchOptions {
     CollectionOptions collection;
-    std::optional<double> every; ///< seconds
+    std::optional<double> every;           ///< seconds
+    std::optional<std::int64_t> threshold; ///< seconds
 };
 
 std::string checkInterval(const std::string& text) {
-    double seconds = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    const bool isNumber = error == std::errc() && end == text.data() + text.size();
-    return isNumber && seconds >= shortestInterval && seconds <= longestInterval
+    const auto seconds = duration(text);
+    return seconds && *seconds >= shortestInterval && *seconds <= longestInterval
                ? ""
-               : "\"" + text + "\" is not a number of seconds from 1 to " +
-                     std::to_string(longestInterval);
+               : "\"" + text + "\" is not a time from 10s to 366d, such as 90, 15m or 2h";
 }
 
-ExitStatus watch(const WatchOptions& options) {
-    const OutputFormat format = options.collection.format.empty()
-                                    ? OutputFormat::json
-                                    : outputFormat(options.collection.format);
+std::string checkThreshold(const std::string& text) {
+    const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+    return isNumber && text.size() <= 2 && std::stoi(text) <= greatestThreshold
+               ? ""
+               : "\"" + text + "\" is not a number of seconds from 0 to 30";
+}
+
+/// Says so where nobody will tell when device or user come back. `diagnosis` is there until it has
+/// found that out.
+void examineLifecycle(Collection& collection, std::shared_ptr<Linux::Diagnosis>& diagnosis) {
+    const auto tell = [&](const std::vector<Linux::SourceDiagnosis>& found) {
+        if (!found.front().usable) {
+            collection.note("nothing but --every will make it collect again: " +
+                            found.front().finding + " (see ambrel doctor)");
+        }
+        diagnosis.reset();
+    };
+    diagnosis = Linux::Diagnosis::start({}, tell, {"lifecycle"});
+}
+
+[[noreturn]] void watch(const WatchOptions& options) {
     Collection collection(options.collection, std::make_shared<Host>(options.collection));
     const auto kit = collection.kit();
     kit->setHistoryLimit(keptRecords);
+    if (options.threshold || options.every) { // asked for so often, it is meant to be collected
+        kit->setAmbrelTimeThreshold(options.threshold.value_or(0));
+    }
     // Asked for between its ten seconds and its delivery, a collection would begin in the place of
     // the one that is under way.
     bool due = false;
     std::shared_ptr<Timer> timer;
+    std::shared_ptr<Linux::Diagnosis> diagnosis;
     if (options.every) {
-        if (!options.collection.threshold) {
-            kit->setAmbrelTimeThreshold(0); // asked for so often, it is meant to be collected
-        }
         timer = RunLoop::current()->scheduledTimer(*options.every, true, [&](Timer&) {
             due = collection.isUnderWay();
             if (!due) {
                 kit->startScanning();
             }
         });
+    } else {
+        examineLifecycle(collection, diagnosis);
     }
-    exitOnInterrupt(interrupted);
     kit->startScanning();
-    while (const auto data = collection.next()) {
-        kit->completeScanning(); // the machine may go to sleep from here on
-        if (options.collection.save) {
-            saveCollection(*data); // what fails is told, and may work the next time
-        }
-        printResult(formatted(*data, format));
+    while (true) {
+        const auto data = collection.next();
+        kit->completeScanning();            // the machine may go to sleep from here on
+        handOver(data, options.collection); // what can't be saved may be the next time
         if (std::exchange(due, false)) {
             kit->startScanning();
         }
     }
-    return interrupted;
 }
 
 } // namespace
 
-void addWatchCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command = app.add_subcommand(
-        "watch", "Takes one now, and when device or user come back, until interrupted");
+void addWatchCommand(CLI::App& app, ExitStatus& /*status*/) {
+    CLI::App* command =
+        app.add_subcommand("watch", "Takes one now, and when device or user come back");
     const auto options = std::make_shared<WatchOptions>();
+    options->collection.format = "json";
     command
-        ->add_option("--every", options->every,
-                     "collect at this interval too (--threshold is 0 then)")
-        ->type_name("SECONDS")
+        ->add_option_function<std::string>(
+            "--every", [options](const std::string& text) { options->every = duration(text); },
+            "also collect at this interval: 90 (seconds), 15m, 2h, 1d")
+        ->type_name("DURATION")
         ->check(checkInterval);
+    command
+        ->add_option("--threshold", options->threshold,
+                     "reuse a collection this young, 0 to 30\n(default 30, with --every 0)")
+        ->type_name("SECONDS")
+        ->check(checkThreshold);
     addCollectionOptions(*command, options->collection, "json (on one line)");
-    command->callback([options, &status] { status = watch(*options); });
+    command->callback([options] { watch(*options); });
 }
 
 } // namespace Ambrel

@@ -1,37 +1,56 @@
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/Output.hpp"
+#include "tools/ambrel/UsageProblem.hpp"
 
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <exception>
 #include <iostream>
-#include <optional>
+#include <memory>
+#include <sstream>
 #include <string>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
-constexpr const char* description =
-    "Takes a ten-second snapshot of what surrounds this device, as one JSON dictionary.";
+using namespace Ambrel;
 
-/// What is wrong where a command was to be named and is not.
-std::optional<std::string> missingCommand(const CLI::App& app) {
-    const CLI::App* command = &app;
-    while (!command->get_subcommands().empty()) {
-        command = command->get_subcommands().front();
-    }
-    if (command->get_subcommands([](const CLI::App*) { return true; }).empty()) {
-        return std::nullopt;
-    }
-    const auto rest = command->remaining();
-    const std::string problem =
-        rest.empty() ? "a command is missing" : "\"" + rest.front() + "\" is no command";
-    return problem + " (see " + (command == &app ? "" : "ambrel ") + command->get_name() +
-           " --help)";
+constexpr const char* description =
+    "Takes a ten-second snapshot of what surrounds this device, as a JSON dictionary";
+
+void addHelpCommand(CLI::App& app) {
+    CLI::App* command = app.add_subcommand("help", "Prints the help of a command");
+    const auto names = std::make_shared<std::vector<std::string>>();
+    command->add_option("COMMAND", *names, "such as scan, or store show")->type_name("");
+    command->callback([&app, names] {
+        const CLI::App* found = &app;
+        std::string path = app.get_name();
+        for (const std::string& name : *names) {
+            found = &commandNamed(*found, name);
+            path += " " + name;
+        }
+        printResult(app.get_formatter()->make_help(found, path, CLI::AppFormatMode::Normal));
+    });
+}
+
+/// As the help is to be in every command that is added from here on.
+void setHelp(CLI::App& app) {
+    app.set_help_flag("-h,--help", "print this help");
+    app.set_version_flag("--version", "ambrel " AMBREL_VERSION, "print the version");
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.group("Commands");
+    app.get_formatter()->label("Positionals", "Arguments");
+    app.get_formatter()->label("REQUIRED", "");
+    app.get_formatter()->label("TEXT", "");
+    constexpr std::size_t column = 24; // of the descriptions
+    app.get_formatter()->column_width(column);
 }
 
 int run(int argc, char** argv) {
-    using namespace Ambrel;
     CLI::App app(description, "ambrel");
-    app.set_version_flag("--version", "ambrel " AMBREL_VERSION);
+    setHelp(app);
+    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.require_subcommand(1);
     ExitStatus status = done;
 #ifdef AMBREL_WITH_LINUX
@@ -44,14 +63,27 @@ int run(int argc, char** argv) {
 #ifdef AMBREL_WITH_LINUX
     addDoctorCommand(app, status);
 #endif
+    addHelpCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) { // --help, --version
-        return app.exit(request);
+        std::ostringstream text;
+        app.exit(request, text);
+        printResult(text.str());
     } catch (const CLI::ParseError& error) {
-        throw CommandError(badInput, missingCommand(app).value_or(error.what()));
+        throw CommandError(badInput, usageProblem(app, error));
     }
     return status;
+}
+
+[[noreturn]] void dieOf(int signal) {
+    sigset_t signals{};
+    sigemptyset(&signals);
+    sigaddset(&signals, signal);
+    std::signal(signal, SIG_DFL);
+    sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+    std::raise(signal);
+    _exit(128 + signal); // the first process of a container does not die of it
 }
 
 } // namespace
@@ -60,11 +92,13 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_DFL); // a closed pipe ends the program quietly
     try {
         return run(argc, argv);
-    } catch (const Ambrel::CommandError& error) {
+    } catch (const EndBySignal& end) {
+        dieOf(end.signal());
+    } catch (const CommandError& error) {
         std::cerr << "ambrel: " << error.what() << '\n';
         return error.status();
     } catch (const std::exception& error) {
         std::cerr << "ambrel: " << error.what() << '\n';
-        return Ambrel::failed;
+        return failed;
     }
 }

@@ -1,0 +1,19 @@
+#ifndef AMBREL_USAGEPROBLEM_HPP
+#define AMBREL_USAGEPROBLEM_HPP
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace Ambrel {
+
+/// What is wrong with the command line that `app` could not take, in one line, with what may have
+/// been meant.
+std::string usageProblem(const CLI::App& app, const CLI::ParseError& error);
+
+/// The command of `command` that goes by `name`. Throws `CommandError` where there is none,
+/// likewise.
+const CLI::App& commandNamed(const CLI::App& command, const std::string& name);
+
+} // namespace Ambrel
+
+#endif
