@@ -1,7 +1,8 @@
 #include "AmbrelKit/Platform/UUID.hpp"
 
-#include <cstring>
-#include <random>
+#include <cerrno>
+#include <system_error>
+#include <unistd.h>
 
 namespace AmbrelKit {
 
@@ -53,11 +54,9 @@ std::optional<UUID> UUID::parse(std::string_view text) {
 }
 
 UUID UUID::random() {
-    std::random_device source;
     Bytes bytes{};
-    for (std::size_t i = 0; i < bytes.size(); i += sizeof(std::uint32_t)) {
-        const std::uint32_t word = source();
-        std::memcpy(bytes.data() + i, &word, sizeof word);
+    if (getentropy(bytes.data(), bytes.size()) != 0) { // needs no descriptor, unlike random_device
+        throw std::system_error(errno, std::generic_category(), "make an identifier");
     }
     bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0FU) | 0x40U);
     bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3FU) | 0x80U);

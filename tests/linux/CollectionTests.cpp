@@ -1,3 +1,4 @@
+#include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Linux/Platform.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 #include "tests/support/QuietHost.hpp"
@@ -5,7 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
 
 namespace AmbrelKit {
 namespace {
@@ -50,6 +55,79 @@ TEST(Collection, TakesItsTenSecondsAndSleepsInBetween) {
     EXPECT_LT(window, 11s) << "the tenth tick has not closed the collection";
     EXPECT_LT(busy, 500ms);
     EXPECT_LE(wakeUps, 100);
+}
+
+/// Leaves this process no descriptor to open, until it goes.
+class NoDescriptors {
+public:
+    NoDescriptors() {
+        getrlimit(RLIMIT_NOFILE, &before_);
+        const int next = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        close(next);
+        rlimit none = before_;
+        none.rlim_cur = static_cast<rlim_t>(next); // the lowest that is free, and so all above
+        setrlimit(RLIMIT_NOFILE, &none);
+        EXPECT_LT(open("/dev/null", O_RDONLY | O_CLOEXEC), 0);
+    }
+    NoDescriptors(const NoDescriptors&) = delete;
+    NoDescriptors& operator=(const NoDescriptors&) = delete;
+    ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+
+private:
+    rlimit before_{};
+};
+
+class ForwardClock {
+public:
+    ForwardClock() {
+        Environment::shared().currentDate = [this] { return clock_() + offset_; };
+    }
+    ForwardClock(const ForwardClock&) = delete;
+    ForwardClock& operator=(const ForwardClock&) = delete;
+    ~ForwardClock() { Environment::shared().currentDate = clock_; }
+
+    void setForward(std::chrono::seconds by) { offset_ += by; }
+
+private:
+    std::function<Environment::TimePoint()> clock_ = Environment::shared().currentDate;
+    std::chrono::seconds offset_{};
+};
+
+/// Two collections, without descriptors from the first or the second on; those with descriptors
+/// look for nothing but a location on the loopback.
+void collectTwice(void (AmbrelSDK::*start)(), int firstWithout) {
+    const auto loop = RunLoop::current();
+    ForwardClock clock;
+    const auto host = std::make_shared<QuietHost>();
+    host->delivered = [&] { loop->stop(); };
+    host->location = AmbrelPermissionStatus::granted;
+    auto services = Linux::platformServices();
+    services.bonjourServices = {"_ipp._tcp."};
+    const auto kit = Linux::create(std::move(services));
+    kit->setDelegate(host);
+    kit->setAmbrelTimeThreshold(0);
+    std::optional<NoDescriptors> without;
+    for (int i = 1; i <= 2; ++i) {
+        if (i == firstWithout) {
+            without.emplace();
+        }
+        const bool granted = i >= firstWithout;
+        host->bluetooth = host->network =
+            granted ? AmbrelPermissionStatus::granted : AmbrelPermissionStatus::denied;
+        // Between the first two ticks the clock goes on by ten seconds.
+        const auto later = loop->scheduledTimer(1.5, false, [&](Timer&) { clock.setForward(10s); });
+        const auto guard = loop->scheduledTimer(20, false, [&](Timer&) { loop->stop(); });
+        (kit.get()->*start)();
+        loop->run();
+        EXPECT_EQ(host->deliveries, i);
+    }
+}
+
+TEST(Collection, IsDeliveredThoughNoDescriptorIsLeft) {
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere", 1);
+    // A thread of its own has a loop of its own: what that opens late is not there yet.
+    std::thread([] { collectTwice(&AmbrelSDK::startScanning, 1); }).join();
+    std::thread([] { collectTwice(&AmbrelSDK::startScanningOnce, 2); }).join();
 }
 
 } // namespace

@@ -5,7 +5,8 @@
 
 #include <functional>
 
-/// Grants the network alone, for which no service type is looked for: nothing leaves the machine.
+/// Grants the network alone, unless told otherwise: where no service type is looked for, nothing
+/// leaves the machine.
 class QuietHost final : public AmbrelKit::AmbrelSDKDelegate {
     using Status = AmbrelKit::AmbrelPermissionStatus;
 
@@ -15,13 +16,16 @@ public:
         delivered();
     }
     Status bluetoothSettingStatus() override { return {}; }
-    Status bluetoothPermissionStatus() override { return {}; }
+    Status bluetoothPermissionStatus() override { return bluetooth; }
     Status locationSettingStatus() override { return {}; }
-    Status locationPermissionStatus() override { return {}; }
+    Status locationPermissionStatus() override { return location; }
     Status locationPrecisePermissionStatus() override { return {}; }
     Status networkSettingStatus() override { return {}; }
-    Status networkPermissionStatus() override { return Status::granted; }
+    Status networkPermissionStatus() override { return network; }
 
+    Status bluetooth = Status::unknown;
+    Status location = Status::unknown;
+    Status network = Status::granted;
     int deliveries = 0;
     std::function<void()> delivered = [] {};
 };

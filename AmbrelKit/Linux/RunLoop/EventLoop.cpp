@@ -1,5 +1,7 @@
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
+#include "AmbrelKit/Linux/RunLoop/OfThisThread.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <limits>
@@ -148,6 +150,12 @@ EventLoop::EventLoop() {
         }
         checked(sd_event_add_io(event_, &wakeSource_, wakeDescriptor_, EPOLLIN, &drainWake, this),
                 "watch an event descriptor");
+        // All timers share a descriptor: from here on one can be had without a further one.
+        checked(sd_event_add_time(event_, &clockSource_, CLOCK_MONOTONIC,
+                                  std::numeric_limits<std::uint64_t>::max(), accuracyMicroseconds,
+                                  nullptr, nullptr),
+                "prepare the timers");
+        checked(sd_event_source_set_enabled(clockSource_, SD_EVENT_OFF), "prepare the timers");
     } catch (...) {
         release();
         throw;
@@ -158,6 +166,7 @@ EventLoop::~EventLoop() { release(); }
 
 void EventLoop::release() noexcept {
     sd_event_source_disable_unref(wakeSource_);
+    sd_event_source_disable_unref(clockSource_);
     sd_event_unref(event_);
     if (wakeDescriptor_ >= 0) {
         close(wakeDescriptor_);
@@ -173,8 +182,7 @@ int EventLoop::drainWake(sd_event_source* /*source*/, int descriptor, std::uint3
 }
 
 std::shared_ptr<EventLoop> EventLoop::current() {
-    thread_local const std::shared_ptr<EventLoop> loop(new EventLoop);
-    return loop;
+    return ofThisThread([] { return std::shared_ptr<EventLoop>(new EventLoop); });
 }
 
 void EventLoop::run() {

@@ -130,6 +130,7 @@ private:
     sd_event* event_ = nullptr;
     int wakeDescriptor_ = -1;
     sd_event_source* wakeSource_ = nullptr;
+    sd_event_source* clockSource_ = nullptr;
     bool turning_ = false;
     bool touched_ = false; ///< the wake descriptor is readable
     bool stopping_ = false;
