@@ -35,7 +35,7 @@ std::vector<BluetoothPeripheral> peripherals(std::int64_t count) {
 /// A store with so many earlier collections, and one open that holds the peripherals.
 std::shared_ptr<DataStore> storeWith(const std::vector<BluetoothPeripheral>& list,
                                      std::int64_t earlierCollections = 0) {
-    State state = State::initialState;
+    State state = State::initialState();
     for (std::int64_t i = 0; i < earlierCollections; ++i) {
         state.collectedData = state.collectedData.appending(AmbrelData::new_(
             UUID::random(), start - std::chrono::seconds(20 * (earlierCollections - i))));

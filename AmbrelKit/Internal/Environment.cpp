@@ -3,7 +3,7 @@
 namespace AmbrelKit {
 
 Environment& Environment::shared() {
-    static Environment environment;
+    static auto& environment = *new Environment; // for hosts that run after main, too
     return environment;
 }
 

@@ -14,11 +14,12 @@ class Environment {
 public:
     using TimePoint = std::chrono::system_clock::time_point;
 
-    /// The one instance, made on first use.
+    /// The one instance, made on first use and never destroyed.
     static Environment& shared();
 
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;
+    ~Environment() = delete;
 
     /// The current time; by default the system clock's.
     std::function<TimePoint()> currentDate = [] { return std::chrono::system_clock::now(); };
@@ -28,7 +29,6 @@ public:
 
 private:
     Environment() = default;
-    ~Environment() = default;
 };
 
 } // namespace AmbrelKit

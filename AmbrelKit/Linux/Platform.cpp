@@ -43,12 +43,13 @@ void install(std::function<Result(Arguments...)>& closure, Result (*original)(Ar
 
 /// The default closures know no interface name of a Linux machine, and no radio.
 void installNetworkQueries() {
-    install(NetworkEnvironment::addressIPv4, NetworkEnvironment::_addressIPv4, addressIPv4);
+    auto& network = NetworkEnvironment::shared();
+    auto& captive = CaptiveNetwork::shared();
+    install(network.addressIPv4, NetworkEnvironment::_addressIPv4, addressIPv4);
     install(
-        CaptiveNetwork::supportedInterfaces, CaptiveNetwork::_supportedInterfaces,
+        captive.supportedInterfaces, CaptiveNetwork::_supportedInterfaces,
         +[]() -> std::optional<JSONValue> { return wirelessStations(); });
-    install(CaptiveNetwork::currentNetworkInfo, CaptiveNetwork::_currentNetworkInfo,
-            currentNetworkInfo);
+    install(captive.currentNetworkInfo, CaptiveNetwork::_currentNetworkInfo, currentNetworkInfo);
 }
 
 } // namespace

@@ -19,8 +19,8 @@ std::optional<Text> textOf(const std::optional<std::string>& string) {
 
 ProcessServices ProcessServices::current() {
     return {.currentDate = Environment::shared().currentDate,
-            .addressIPv4 = NetworkEnvironment::addressIPv4,
-            .availableNetworks = [query = NetworkEnvironment::availableNetworks] {
+            .addressIPv4 = NetworkEnvironment::shared().addressIPv4,
+            .availableNetworks = [query = NetworkEnvironment::shared().availableNetworks] {
                 std::vector<JoinedNetwork> networks;
                 for (const WifiNetworkHost& host : query()) {
                     networks.push_back({.interface = host.interface.string(),
@@ -33,8 +33,8 @@ ProcessServices ProcessServices::current() {
 
 void ProcessServices::install() const {
     Environment::shared().currentDate = currentDate;
-    NetworkEnvironment::addressIPv4 = addressIPv4;
-    NetworkEnvironment::availableNetworks = [query = availableNetworks] {
+    NetworkEnvironment::shared().addressIPv4 = addressIPv4;
+    NetworkEnvironment::shared().availableNetworks = [query = availableNetworks] {
         std::vector<WifiNetworkHost> hosts;
         for (const JoinedNetwork& network : query()) {
             hosts.push_back({.interface = network.interface,

@@ -16,7 +16,8 @@ namespace AmbrelKit {
 /// set. Such a file is a regular one of at most 16 MiB. Nothing is cached but what the host set.
 class Bundle {
 public:
-    /// The bundle of this process, made on first use. Used on one thread at a time.
+    /// The bundle of this process, made on first use and never destroyed. Used on one thread at a
+    /// time.
     static Bundle& main();
 
     /// The information dictionary, or nothing when there is none or it can't be read.

@@ -161,7 +161,7 @@ AmbrelPermissionStatus Facade::networkPermissionStatus() {
 
 std::shared_ptr<DataStore> Facade::store() {
     if (!store_) {
-        store_ = std::make_shared<DataStore>(State::initialState, std::make_shared<DataReducer>(),
+        store_ = std::make_shared<DataStore>(State::initialState(), std::make_shared<DataReducer>(),
                                              environment());
     }
     return store_;

@@ -33,7 +33,7 @@ class AmbrelStorage {
 public:
     using Visitor = std::function<void(JSONDictionary collection)>;
 
-    /// The one instance, made on first use.
+    /// The one instance, made on first use and never destroyed.
     static AmbrelStorage& shared();
 
     AmbrelStorage(const AmbrelStorage&) = delete;

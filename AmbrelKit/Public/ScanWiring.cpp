@@ -100,8 +100,8 @@ void Facade::configureTimer() {
 }
 
 void Facade::sendTimerTickEvent() {
-    auto addressIPv4 = NetworkEnvironment::addressIPv4();
-    auto info = NetworkEnvironment::networkInfo();
+    auto addressIPv4 = NetworkEnvironment::shared().addressIPv4();
+    auto info = NetworkEnvironment::shared().networkInfo();
     store()->sendEvent(
         DataEvents::timerDidTick{{.addressIPv4 = std::move(addressIPv4), .info = std::move(info)}});
 }

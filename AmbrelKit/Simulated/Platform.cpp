@@ -44,22 +44,15 @@ struct Platform::ProcessSettings {
     std::int64_t threshold = CollectionThreshold::value;
     decltype(Environment::currentDate) currentDate = Environment::shared().currentDate;
     decltype(Environment::generateUUID) generateUUID = Environment::shared().generateUUID;
-    decltype(NetworkEnvironment::addressIPv4) addressIPv4 = NetworkEnvironment::addressIPv4;
-    decltype(NetworkEnvironment::availableNetworks) availableNetworks =
-        NetworkEnvironment::availableNetworks;
-    decltype(CaptiveNetwork::supportedInterfaces) supportedInterfaces =
-        CaptiveNetwork::supportedInterfaces;
-    decltype(CaptiveNetwork::currentNetworkInfo) currentNetworkInfo =
-        CaptiveNetwork::currentNetworkInfo;
+    NetworkEnvironment network = NetworkEnvironment::shared();
+    CaptiveNetwork captive = CaptiveNetwork::shared();
 
     void apply() const {
         CollectionThreshold::value = threshold;
         Environment::shared().currentDate = currentDate;
         Environment::shared().generateUUID = generateUUID;
-        NetworkEnvironment::addressIPv4 = addressIPv4;
-        NetworkEnvironment::availableNetworks = availableNetworks;
-        CaptiveNetwork::supportedInterfaces = supportedInterfaces;
-        CaptiveNetwork::currentNetworkInfo = currentNetworkInfo;
+        NetworkEnvironment::shared() = network;
+        CaptiveNetwork::shared() = captive;
     }
 };
 
@@ -81,12 +74,12 @@ Platform::Platform(PlatformSettings settings)
     };
     ours.generateUUID = [source = std::make_shared<IdentifierSource>(
                              std::move(settings.identifiers))] { return source->next(); };
-    ours.addressIPv4 = [network = network_] {
+    ours.network.addressIPv4 = [network = network_] {
         return NetworkEnvironment::addressIPv4Among(network->interfaces());
     };
-    ours.availableNetworks = NetworkEnvironment::_availableNetworks;
-    ours.supportedInterfaces = [network = network_] { return network->supportedInterfaces(); };
-    ours.currentNetworkInfo = [network = network_](const std::string& interface) {
+    ours.network.availableNetworks = NetworkEnvironment::_availableNetworks;
+    ours.captive.supportedInterfaces = [network = network_] { return network->supportedInterfaces(); };
+    ours.captive.currentNetworkInfo = [network = network_](const std::string& interface) {
         return network->currentNetworkInfo(interface);
     };
     ours.apply();

@@ -87,14 +87,14 @@ TEST(NetworkEnvironment, ListsTheNetworksThatAreDescribed) {
          R"([["en1", null, "aa"], ["en0", null, null]])"},
         {R"(["en0", "en1"])", R"({"en0": "text", "en1": ["SSID"]})", "[]"},
     };
-    const auto supportedBefore = CaptiveNetwork::supportedInterfaces;
-    const auto infoBefore = CaptiveNetwork::currentNetworkInfo;
+    auto& captive = CaptiveNetwork::shared();
+    const auto before = captive;
     for (const Row& row : rows) {
-        CaptiveNetwork::supportedInterfaces = [&]() -> std::optional<JSONValue> {
+        captive.supportedInterfaces = [&]() -> std::optional<JSONValue> {
             auto value = JSONValue::parse(row.supported);
             return value.is_null() ? std::nullopt : std::optional(value);
         };
-        CaptiveNetwork::currentNetworkInfo =
+        captive.currentNetworkInfo =
             [&](const std::string& name) -> std::optional<JSONValue> {
             const auto info = JSONValue::parse(row.info);
             return info.contains(name) ? std::optional(info.at(name)) : std::nullopt;
@@ -103,16 +103,15 @@ TEST(NetworkEnvironment, ListsTheNetworksThatAreDescribed) {
             return text ? JSONValue(text->string()) : JSONValue();
         };
         JSONValue hosts = JSONValue::array();
-        const WifiNetwork network = NetworkEnvironment::networkInfo().value();
+        const WifiNetwork network = NetworkEnvironment::shared().networkInfo().value();
         for (const WifiNetworkHost& host : network.connectedDevices) {
             hosts.push_back(
                 JSONValue::array({host.interface.string(), orNull(host.ssid), orNull(host.bssid)}));
         }
         EXPECT_EQ(hosts, JSONValue::parse(row.expected)) << row.supported << row.info;
     }
-    CaptiveNetwork::supportedInterfaces = supportedBefore;
-    CaptiveNetwork::currentNetworkInfo = infoBefore;
-    EXPECT_EQ(NetworkEnvironment::networkInfo(), WifiNetwork{}) << "by default nothing answers";
+    captive = before;
+    EXPECT_EQ(NetworkEnvironment::shared().networkInfo(), WifiNetwork{}) << "by default nothing answers";
 }
 
 } // namespace

@@ -35,7 +35,7 @@ protected:
         return timerDidTick{{std::move(address), WifiNetwork{}}};
     }
 
-    State state = State::initialState;
+    State state = State::initialState();
 };
 
 TEST_F(Reducer, ObservationsWithoutARecordChangeNothing) {
@@ -44,7 +44,7 @@ TEST_F(Reducer, ObservationsWithoutARecordChangeNothing) {
                                       didUpdateLocation{{1, 2, at(0)}}};
     for (const DataEvent& event : observations) {
         EXPECT_TRUE(none(send(5, event)));
-        EXPECT_EQ(state, State::initialState);
+        EXPECT_EQ(state, State::initialState());
     }
 }
 
@@ -108,7 +108,7 @@ TEST_F(Reducer, AFinishedRecordAnswersWithinTheThreshold) {
     for (const Row& row :
          {Row{30, 25, true}, Row{30, 30, true}, Row{30, 30.5, false}, Row{12, 12, true},
           Row{12, 13, false}, Row{10, 11.5, false}, Row{0, 11.5, false}}) {
-        state = State::initialState;
+        state = State::initialState();
         CollectionThreshold::value = row.threshold;
         send(0, scan{ScanningMode::automatic});
         const auto delivered = finished(send(11, tick()));

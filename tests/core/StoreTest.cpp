@@ -11,7 +11,7 @@ using namespace DataEvents;
 class Store : public CoreTest {
 protected:
     std::shared_ptr<DataStore> store = std::make_shared<DataStore>(
-        State::initialState, std::make_shared<DataReducer>(),
+        State::initialState(), std::make_shared<DataReducer>(),
         DataEnvironment{[this](ScanningMode mode) { startScan(mode); }, [this] { stopScan(); },
                         [this](const JSONDictionary& data) { notifyDelegate(data); }});
 

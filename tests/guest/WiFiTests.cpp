@@ -41,7 +41,7 @@ void loadModules() {
 Lines joined() {
     EXPECT_EQ(seteuid(ordinaryUser), 0);
     Lines lines;
-    for (const auto& host : NetworkEnvironment::availableNetworks()) {
+    for (const auto& host : NetworkEnvironment::shared().availableNetworks()) {
         lines.push_back(host.interface.string() + " " +
                         (host.ssid ? host.ssid->string() : "(no name)") + " " +
                         (host.bssid ? host.bssid->string() : "(no address)"));
@@ -220,7 +220,7 @@ TEST_F(WiFi, OfTwoRadiosIsToldAndCostsLittle) {
     shell("ip address add 192.0.2.7/24 dev wlan3");
 
     const auto before = openDescriptors();
-    const double tick = microseconds([] { NetworkEnvironment::availableNetworks(); });
+    const double tick = microseconds([] { NetworkEnvironment::shared().availableNetworks(); });
     const double yardstick = microseconds([] {
         ifaddrs* list = nullptr;
         getifaddrs(&list);

@@ -21,7 +21,7 @@ using Strings = std::vector<std::string>;
 TEST(SimulatedPlatform, leavesTheProcessAsItWas) {
     CollectionThreshold::value = 7;
     Environment::shared().currentDate = [] { return Environment::TimePoint(5s); };
-    NetworkEnvironment::addressIPv4 = [] { return std::optional<std::string>("mine"); };
+    NetworkEnvironment::shared().addressIPv4 = [] { return std::optional<std::string>("mine"); };
     {
         Simulated::Platform outer({.start = 100s, .identifiers = {}});
         outer.clock().advanceTo(1s);
@@ -35,11 +35,11 @@ TEST(SimulatedPlatform, leavesTheProcessAsItWas) {
         EXPECT_EQ(CollectionThreshold::value, 30);
         EXPECT_EQ(Environment::shared().currentDate(), Environment::TimePoint(101s));
         EXPECT_EQ(Environment::shared().generateUUID().text().back(), '2');
-        EXPECT_EQ(NetworkEnvironment::addressIPv4(), std::nullopt);
+        EXPECT_EQ(NetworkEnvironment::shared().addressIPv4(), std::nullopt);
     }
     EXPECT_EQ(CollectionThreshold::value, 7);
     EXPECT_EQ(Environment::shared().currentDate(), Environment::TimePoint(5s));
-    EXPECT_EQ(NetworkEnvironment::addressIPv4(), "mine");
+    EXPECT_EQ(NetworkEnvironment::shared().addressIPv4(), "mine");
 }
 
 TEST(SimulatedPlatform, mayGoBeforeWhatWasMadeOnIt) {

@@ -38,23 +38,19 @@ public:
         GroupedList list = *this;
         list.notes_ =
             std::make_shared<Note>(std::make_shared<const Element>(std::move(element)), notes_);
-        ++list.noteCount_;
-        if (list.noteCount_ >= std::max(fewestNotesInOrder, ordered_->size())) {
+        if (list.noteCount() >= std::max(fewestNotesInOrder, list.orderedCount())) {
             list.ordered_ = std::make_shared<const Handles>(inOrder(list.candidates()));
             list.notes_ = nullptr;
-            list.noteCount_ = 0;
         }
         return list;
     }
 
-    [[nodiscard]] bool empty() const { return ordered_->empty() && noteCount_ == 0; }
-
     /// At least as many as the list holds: an element added again may count twice.
-    [[nodiscard]] std::size_t countAtMost() const { return ordered_->size() + noteCount_; }
+    [[nodiscard]] std::size_t countAtMost() const { return orderedCount() + noteCount(); }
 
     /// The elements in order.
     [[nodiscard]] std::vector<Element> elements() const {
-        const Handles handles = noteCount_ == 0 ? *ordered_ : inOrder(candidates());
+        const Handles handles = notes_ ? inOrder(candidates()) : candidates();
         std::vector<Element> elements;
         elements.reserve(handles.size());
         for (const Handle& handle : handles) {
@@ -64,7 +60,7 @@ public:
     }
 
     friend bool operator==(const GroupedList& a, const GroupedList& b) {
-        return (a.ordered_ == b.ordered_ && a.notes_ == b.notes_) || a.elements() == b.elements();
+        return a.elements() == b.elements();
     }
 
 private:
@@ -73,7 +69,8 @@ private:
 
     struct Note {
         Note(Handle element, std::shared_ptr<Note> previous)
-            : element(std::move(element)), previous(std::move(previous)) {}
+            : element(std::move(element)), previous(std::move(previous)),
+              count(this->previous ? this->previous->count + 1 : 1) {}
         Note(const Note&) = delete;
         Note& operator=(const Note&) = delete;
         ~Note() { // one after the other: a long chain would exhaust the stack
@@ -85,16 +82,20 @@ private:
 
         Handle element;
         std::shared_ptr<Note> previous;
+        std::size_t count; ///< of the chain that ends here
     };
 
     static constexpr std::size_t fewestNotesInOrder = 64;
 
     static decltype(auto) keyOf(const Handle& handle) { return std::invoke(keyPath, *handle); }
 
+    [[nodiscard]] std::size_t orderedCount() const { return ordered_ ? ordered_->size() : 0; }
+    [[nodiscard]] std::size_t noteCount() const { return notes_ ? notes_->count : 0; }
+
     /// What is in order, then what was added since, oldest first.
     [[nodiscard]] Handles candidates() const {
-        Handles candidates(ordered_->size() + noteCount_);
-        std::copy(ordered_->begin(), ordered_->end(), candidates.begin());
+        Handles candidates = ordered_ ? *ordered_ : Handles();
+        candidates.resize(orderedCount() + noteCount());
         auto place = candidates.rbegin();
         for (const Note* note = notes_.get(); note != nullptr; note = note->previous.get()) {
             *place++ = note->element;
@@ -111,14 +112,8 @@ private:
         return candidates;
     }
 
-    static const std::shared_ptr<const Handles>& nothing() {
-        static const auto handles = std::make_shared<const Handles>();
-        return handles;
-    }
-
-    std::shared_ptr<const Handles> ordered_ = nothing();
+    std::shared_ptr<const Handles> ordered_; ///< null for none
     std::shared_ptr<Note> notes_;
-    std::size_t noteCount_ = 0;
 };
 
 } // namespace AmbrelKit

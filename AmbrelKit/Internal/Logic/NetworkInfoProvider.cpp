@@ -15,12 +15,8 @@ namespace AmbrelKit {
 namespace {
 
 bool isInternetNetwork(const ifaddrs& entry) {
-    if (entry.ifa_name == nullptr || entry.ifa_addr == nullptr ||
-        entry.ifa_addr->sa_family != AF_INET) {
-        return false;
-    }
-    const auto& names = InterfaceNames::supported();
-    return std::find(names.begin(), names.end(), repairedUTF8(entry.ifa_name)) != names.end();
+    return entry.ifa_name != nullptr && entry.ifa_addr != nullptr &&
+           entry.ifa_addr->sa_family == AF_INET && InterfaceNames::supported(entry.ifa_name);
 }
 
 std::string ipAddress(const ifaddrs& entry) {
@@ -32,7 +28,7 @@ std::string ipAddress(const ifaddrs& entry) {
 
 /// The interfaces that can be asked; empty unless all of them are texts.
 std::vector<std::string> interfaceNames() {
-    const auto interfaces = CaptiveNetwork::supportedInterfaces();
+    const auto interfaces = CaptiveNetwork::shared().supportedInterfaces();
     if (!interfaces || !interfaces->is_array() ||
         !std::all_of(interfaces->begin(), interfaces->end(),
                      [](const JSONValue& name) { return name.is_string(); })) {
@@ -60,44 +56,24 @@ std::optional<WifiNetworkHost> wifiNetworkHost(const std::string& interface,
         .bssid = textUnder(CaptiveNetwork::networkInfoKeyBSSID, *currentNetworkInfo)};
 }
 
-std::vector<std::string_view> joined(std::vector<std::string_view> names,
-                                     const std::vector<std::string_view>& more) {
-    names.insert(names.end(), more.begin(), more.end());
-    return names;
-}
-
 } // namespace
 
-const std::vector<std::string_view>& InterfaceNames::wifi() {
-    static const std::vector<std::string_view> names{"en0", "en1"};
-    return names;
+bool InterfaceNames::supported(std::string_view name) {
+    const auto holds = [name](const auto& names) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    };
+    return holds(wifi) || holds(wired) || holds(cellular);
 }
 
-const std::vector<std::string_view>& InterfaceNames::wired() {
-    static const std::vector<std::string_view> names{"en2", "en3", "en4"};
-    return names;
+NetworkEnvironment& NetworkEnvironment::shared() {
+    static auto& environment = *new NetworkEnvironment;
+    return environment;
 }
 
-const std::vector<std::string_view>& InterfaceNames::cellular() {
-    static const std::vector<std::string_view> names{"pdp_ip0", "pdp_ip1", "pdp_ip2", "pdp_ip3"};
-    return names;
+CaptiveNetwork& CaptiveNetwork::shared() {
+    static auto& network = *new CaptiveNetwork;
+    return network;
 }
-
-const std::vector<std::string_view>& InterfaceNames::supported() {
-    static const std::vector<std::string_view> names = joined(joined(wifi(), wired()), cellular());
-    return names;
-}
-
-std::function<std::optional<std::string>()> NetworkEnvironment::addressIPv4 = _addressIPv4;
-
-std::function<std::vector<WifiNetworkHost>()> NetworkEnvironment::availableNetworks =
-    _availableNetworks;
-
-std::function<std::optional<JSONValue>()> CaptiveNetwork::supportedInterfaces =
-    _supportedInterfaces;
-
-std::function<std::optional<JSONValue>(const std::string&)> CaptiveNetwork::currentNetworkInfo =
-    _currentNetworkInfo;
 
 std::optional<JSONValue> CaptiveNetwork::_supportedInterfaces() { return std::nullopt; }
 
@@ -105,7 +81,7 @@ std::optional<JSONValue> CaptiveNetwork::_currentNetworkInfo(const std::string& 
     return std::nullopt;
 }
 
-std::optional<WifiNetwork> NetworkEnvironment::networkInfo() {
+std::optional<WifiNetwork> NetworkEnvironment::networkInfo() const {
     return WifiNetwork{.connectedDevices = availableNetworks()};
 }
 
@@ -128,7 +104,7 @@ std::optional<std::string> NetworkEnvironment::addressIPv4Among(const ifaddrs* l
 std::vector<WifiNetworkHost> NetworkEnvironment::_availableNetworks() {
     std::vector<WifiNetworkHost> hosts;
     for (const std::string& interface : interfaceNames()) {
-        if (auto host = wifiNetworkHost(interface, CaptiveNetwork::currentNetworkInfo(interface))) {
+        if (auto host = wifiNetworkHost(interface, CaptiveNetwork::shared().currentNetworkInfo(interface))) {
             hosts.push_back(*std::move(host));
         }
     }

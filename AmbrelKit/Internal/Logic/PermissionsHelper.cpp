@@ -16,7 +16,7 @@ AmbrelPermissionStatus ask(AmbrelPermissionStatus (PermissionsHelperDelegate::*q
 } // namespace
 
 PermissionsHelper& PermissionsHelper::instance() {
-    static PermissionsHelper helper;
+    static auto& helper = *new PermissionsHelper;
     return helper;
 }
 

@@ -27,8 +27,9 @@ class PermissionsHelper {
 public:
     PermissionsHelper(const PermissionsHelper&) = delete;
     PermissionsHelper& operator=(const PermissionsHelper&) = delete;
+    ~PermissionsHelper() = delete;
 
-    /// The one helper, made on first use.
+    /// The one helper, made on first use and never destroyed.
     static PermissionsHelper& instance();
 
     /// Registers who answers from now on, without owning it.
@@ -49,7 +50,6 @@ public:
 
 private:
     PermissionsHelper() = default;
-    ~PermissionsHelper() = default;
 
     std::weak_ptr<PermissionsHelperDelegate> delegate_;
 };

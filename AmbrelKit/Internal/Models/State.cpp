@@ -4,8 +4,6 @@
 
 namespace AmbrelKit {
 
-const State State::initialState{};
-
 State State::copyWithCollectedData(CollectedData data) const {
     return {.collectedData = std::move(data),
             .isTimeoutReached = isTimeoutReached,

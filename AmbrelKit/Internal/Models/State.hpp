@@ -10,7 +10,7 @@ namespace AmbrelKit {
 /// The whole state of the collection core. A value; copies share what they hold.
 struct State {
     /// No record, no timeout, nothing finished.
-    static const State initialState;
+    [[nodiscard]] static State initialState() { return {}; }
 
     /// Every record opened since the store was made, one for each collection.
     CollectedData collectedData;

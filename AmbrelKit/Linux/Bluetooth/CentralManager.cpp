@@ -73,7 +73,7 @@ void CentralManager::blueZStateChanged() {
 }
 
 void CentralManager::blueZHeard(const BlueZDevice& device) {
-    static const JSONDictionary nothing;
+    static const auto& nothing = *new JSONDictionary; // also after main
     const auto advertises = [&](const UUID& service) {
         return std::ranges::find(device.services, service) != device.services.end();
     };

@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Linux/Lifecycle/Logind.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/RunLoop/OfThisThread.hpp"
 
 #include <map>
 #include <utility>
@@ -32,8 +33,7 @@ private:
 } // namespace
 
 std::shared_ptr<Application> Application::shared() {
-    thread_local const auto application = std::make_shared<LinuxApplication>();
-    return application;
+    return Linux::ofThisThread([] { return std::make_shared<LinuxApplication>(); });
 }
 
 } // namespace AmbrelKit

@@ -83,7 +83,7 @@ std::optional<std::vector<std::string>> listOfTexts(const JSONValue& value) {
 } // namespace
 
 Bundle& Bundle::main() {
-    static Bundle bundle;
+    static auto& bundle = *new Bundle;
     return bundle;
 }
 

@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Linux/Lifecycle/Logind.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/RunLoop/OfThisThread.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -77,8 +78,7 @@ private:
 } // namespace
 
 std::shared_ptr<NotificationCenter> NotificationCenter::default_() {
-    thread_local const auto center = std::make_shared<ThreadNotificationCenter>();
-    return center;
+    return Linux::ofThisThread([] { return std::make_shared<ThreadNotificationCenter>(); });
 }
 
 } // namespace AmbrelKit

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
 
+#include "AmbrelKit/Linux/RunLoop/OfThisThread.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 
 #include <cstring>
@@ -147,7 +148,8 @@ std::uint32_t NL80211::index(const std::string& interface) const {
 /// between its parts, and a connection is of no use any more once the kernel's module went and came
 /// again. The query begins anew each time; of a list torn thrice what was read last counts.
 void ask(const std::function<Outcome(NL80211&)>& query) {
-    thread_local std::unique_ptr<NL80211> kept;
+    const auto connection = ofThisThread([] { return std::make_shared<std::unique_ptr<NL80211>>(); });
+    auto& kept = *connection;
     for (int attempt = 0; attempt < 3; ++attempt) {
         if (!kept) {
             kept = NL80211::open();
