@@ -1,5 +1,6 @@
 // Takes one collection and prints it.
 #include <AmbrelKit/AmbrelSDK.hpp>
+#include <AmbrelKit/Platform/Bundle.hpp>
 #include <AmbrelKit/Platform/RunLoop.hpp>
 
 #include <iostream>
@@ -24,6 +25,9 @@ class Host : public AmbrelSDKDelegate {
 };
 
 int main() {
+    // The DNS-SD types to look for; an Info.json beside the program may list them instead.
+    const std::vector<std::string> types{"_ipp._tcp", "_http._tcp"};
+    Bundle::main().setInfoDictionary(JSONDictionary{{"NSBonjourServices", types}});
     const auto host = std::make_shared<Host>();
     const auto kit = AmbrelSDK::create();
     kit->setDelegate(host);

@@ -3,6 +3,7 @@
 // input stands for a window that comes to the front.
 #include <AmbrelKit/AmbrelSDK.hpp>
 #include <AmbrelKit/Linux/HostStatus.hpp>
+#include <AmbrelKit/Platform/Bundle.hpp>
 #include <AmbrelKit/Platform/NotificationCenter.hpp>
 #include <AmbrelKit/Platform/RunLoop.hpp>
 
@@ -37,6 +38,8 @@ public:
 };
 
 int main() {
+    const std::vector<std::string> types{"_ipp._tcp", "_http._tcp"};
+    Bundle::main().setInfoDictionary(JSONDictionary{{"NSBonjourServices", types}});
     const auto loop = RunLoop::current();
     const auto host = std::make_shared<Host>();
     const auto kit = AmbrelSDK::create();

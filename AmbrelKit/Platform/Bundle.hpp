@@ -14,6 +14,11 @@ namespace AmbrelKit {
 /// It is the JSON object in the file that the environment variable `AMBREL_INFO` names; without
 /// that variable the one in `Info.json` beside the executable; without that file what the host has
 /// set. Such a file is a regular one of at most 16 MiB. Nothing is cached but what the host set.
+///
+/// A host lists there the DNS-SD types that it looks for, before it creates a facade; without the
+/// list it finds no services:
+///
+///     {"NSBonjourServices": ["_ipp._tcp", "_http._tcp"]}
 class Bundle {
 public:
     /// The bundle of this process, made on first use and never destroyed. Used on one thread at a

@@ -28,7 +28,8 @@ namespace AmbrelKit {
 class AmbrelSDK {
 public:
     /// A facade on this machine's own platform, driven by the calling thread's `RunLoop`. The
-    /// DNS-SD types to browse are those of the main bundle's "NSBonjourServices".
+    /// DNS-SD types to browse are those that the main bundle lists now under "NSBonjourServices"
+    /// (Platform/Bundle.hpp tells how); without that list no services are found.
     static std::shared_ptr<AmbrelSDK> create();
 
     /// A facade on a platform of the host's choice: the designated constructor. `bonjourServices`

@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
 """Runs a command that scans for services beside a real neighbour, and checks what it found.
 
-    bed.py [--daemon] [--services N] [--daemon-dies | --daemon-restarts] COMMAND [ARGUMENT...]
+    bed.py [--daemon] [--services N] [--daemon-dies | --daemon-restarts] [--types TYPE,...] COMMAND [ARGUMENT...]
 
 The command runs in a network namespace that a veth pair joins to another, in which an avahi-daemon
 publishes services of the three types below, N of them on hosts of their own. It is to print a
 collection's dictionary. With --daemon an avahi-daemon on a private bus runs on the command's side;
 two seconds into the scan it may be killed, and after half a second more be started again, while
-the neighbour publishes as many services again.
+the neighbour publishes as many services again. The command looks for services of all three types, or
+for those of --types.
 
 All of it lives in namespaces of this run and is gone with it. Exit status 77: the kernel
 refuses them.
@@ -192,6 +193,7 @@ def inside(options):
                 time.sleep(0.5)
                 bed.avahi("scan", with_bus=True)
         output, _ = scan.communicate()
+        services = [service for service in services if service.type in options.types]
         return check(output, services) if scan.returncode == 0 else 1
 
 
@@ -201,6 +203,7 @@ def main():
     parser.add_argument("--services", type=int, default=0)
     parser.add_argument("--daemon-dies", action="store_true")
     parser.add_argument("--daemon-restarts", action="store_true")
+    parser.add_argument("--types", type=lambda text: text.split(","), default=TYPES)
     parser.add_argument("command", nargs=argparse.REMAINDER)
     options = parser.parse_args()
     isolation.enter()
