@@ -1,7 +1,9 @@
 #include "AmbrelKit/Platform/JSONText.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <istream>
 #include <nlohmann/json.hpp>
 
 namespace AmbrelKit {
@@ -105,6 +107,25 @@ JSONValue readJSON(std::string_view text) {
         throw noJSON(1);
     }
     return value;
+}
+
+bool readJSONLine(std::istream& input, std::string& line) {
+    std::array<char, 4096> piece{};
+    line.clear();
+    while (line.size() <= greatestJSONLength) {
+        input.getline(piece.data(), piece.size());
+        const auto count = static_cast<std::size_t>(input.gcount());
+        if (input.good()) { // the line's end has been taken, too
+            line.append(piece.data(), count - 1);
+            return true;
+        }
+        line.append(piece.data(), count);
+        if (input.eof() || input.bad() || count == 0) {
+            return !line.empty();
+        }
+        input.clear(); // the line goes on behind a full piece
+    }
+    throw JSONTextError(tooLong);
 }
 
 } // namespace AmbrelKit

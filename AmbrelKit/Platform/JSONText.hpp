@@ -4,6 +4,7 @@
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
 #include <cstddef>
+#include <iosfwd>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -40,6 +41,10 @@ std::string writeJSON(const JSONDictionary& dictionary);
 /// The dictionary or array that `text` holds. Throws `JSONTextError` when it holds anything else,
 /// or is beyond the bounds; these are checked before a value is made.
 JSONValue readJSON(std::string_view text);
+
+/// The next line of `input`, without its end, as `std::getline` gives it; false where there is
+/// none. Throws `JSONTextError` when it is longer than JSON may be.
+bool readJSONLine(std::istream& input, std::string& line);
 
 } // namespace AmbrelKit
 

@@ -82,6 +82,9 @@ public:
     /// The directory of the files. It need not exist.
     [[nodiscard]] static std::string path() { return pathForDirectory(directoryPath); }
 
+    /// The documents folder; nothing when the environment names no folder and no home.
+    [[nodiscard]] static std::optional<std::string> documentsPath();
+
 private:
     static constexpr const char* directoryPath = "collections";
     static constexpr const char* timestampKey = "timestamp";
@@ -89,8 +92,6 @@ private:
     AmbrelStorage();
     ~AmbrelStorage() = default;
 
-    /// Absent when the environment names no folder and no home.
-    [[nodiscard]] static std::optional<std::string> documentsPath();
     // Both ask for the documents folder afresh; the empty text stands for an absent one.
     [[nodiscard]] static std::string pathForDirectory(std::string_view directory);
     [[nodiscard]] static std::string pathForDirectory(std::string_view directory,

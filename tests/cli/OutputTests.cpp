@@ -12,7 +12,13 @@ using testing::HasSubstr;
 
 JSONDictionary dictionary(const char* json) { return JSONValue::parse(json).get<JSONDictionary>(); }
 
-TEST(Output, TheTableAlignsWhatATerminalShows) {
+/// Five and a half hours before Greenwich.
+class Output : public testing::Test {
+protected:
+    Output() { setenv("TZ", "IST-5:30", 1); }
+};
+
+TEST_F(Output, TheTableAlignsWhatATerminalShows) {
     const auto data = dictionary(R"({
         "timestamp": 1700000000, "ip": "192.0.2.1",
         "bleScan": [
@@ -26,7 +32,7 @@ TEST(Output, TheTableAlignsWhatATerminalShows) {
         "locationCollection": {"lat": 48.5, "lon": -2.25, "timestamp": 1699999988},
         "wifiNetwork": {"connectedDevices": [{"name": "home"}, {}]}})");
     EXPECT_EQ(formatted(data, OutputFormat::table),
-              "  Collected     2023-11-14 22:13:20 UTC\n"
+              "  Collected     2023-11-15 03:43:20+05:30\n"
               "  IPv4 address  192.0.2.1\n"
               "\n"
               "Bluetooth peripherals: 2\n"
@@ -49,7 +55,7 @@ TEST(Output, TheTableAlignsWhatATerminalShows) {
               "  -\n");
 }
 
-TEST(Output, ANameCanNotCommandTheTerminal) {
+TEST_F(Output, ANameCanNotCommandTheTerminal) {
     const std::string name = "a\n\x1B[31m\x7F\u009B2J\u202Eb\u2028";
     const JSONDictionary data{{"timestamp", 0},
                               {"nearbyDevices",
@@ -63,8 +69,35 @@ TEST(Output, ANameCanNotCommandTheTerminal) {
     EXPECT_THAT(table, HasSubstr(shown + "=" + shown + "\n"));
     for (const auto format : {OutputFormat::json, OutputFormat::pretty}) {
         const std::string text = formatted(data, format);
-        EXPECT_THAT(text, HasSubstr(R"(a\n\u001b[31m\u007f\u009b2J)"));
+        EXPECT_THAT(text, HasSubstr(R"("a\n\u001b[31m\u007f\u009b2J\u202eb\u2028")"));
         EXPECT_EQ(JSONValue::parse(text).get<JSONDictionary>(), data);
+    }
+}
+
+TEST_F(Output, TheTableShowsValuesOfOtherTypesAsTheyAre) {
+    const struct {
+        const char* json;
+        const char* shown;
+    } cases[] = {
+        {R"({"timestamp": "now", "ip": 7})", "Collected     now\n  IPv4 address  7\n"},
+        {R"({"timestamp": 1e300, "ip": null})", "Collected     1e+300\n  IPv4 address  -\n"},
+        {R"({"timestamp": 1.5})", "Collected     1970-01-01 05:30:01+05:30\n"},
+        {"{}", "Collected     -\n"},
+        {R"({"bleScan": {"a": 1}})", "Bluetooth peripherals: {\"a\":1}\n"},
+        {R"({"bleScan": [5, {"name": [1]}]})", "  5\n  [1]   -           -\n"},
+        {R"({"timestamp": 2, "bleScan": [{"timestamp": 3.5}]})", "-           +1.5 s\n"},
+        {R"({"timestamp": 9223372036854775807, "bleScan": [{"timestamp": -9223372036854775807}]})",
+         "-1.8446744073709552e+19 s\n"},
+        {R"({"timestamp": 1, "bleScan": [{"timestamp": true}]})", "-           true\n"},
+        {R"({"nearbyDevices": [{"txtRecord": {"a": 1}}]})", "-     a=1\n"},
+        {R"({"nearbyDevices": [{"txtRecord": [1]}]})", "-     [1]\n"},
+        {R"({"locationCollection": 3})", "Location: 3\n"},
+        {R"({"locationCollection": {"lat": "north"}})", "  north     -          -\n"},
+        {R"({"wifiNetwork": [1]})", "Wi-Fi networks: 1\n  NAME\n  1\n"},
+        {R"({"wifiNetwork": {"connectedDevices": "all"}})", "Wi-Fi networks: all\n"},
+    };
+    for (const auto& [json, shown] : cases) {
+        EXPECT_THAT(formatted(dictionary(json), OutputFormat::table), HasSubstr(shown)) << json;
     }
 }
 

@@ -1,53 +1,22 @@
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
+#include "tests/cli/CommandTest.hpp"
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
 
 namespace {
 
 using namespace testing;
 using AmbrelKit::JSONValue;
 
-struct Outcome {
-    int status = -1;
-    std::string output;
-    std::string errors;
-};
-
-class StoreCommandTests : public Test {
-public:
-    StoreCommandTests(const StoreCommandTests&) = delete;
-    StoreCommandTests& operator=(const StoreCommandTests&) = delete;
-
+class StoreCommandTests : public CommandTest {
 protected:
-    StoreCommandTests() {
-        std::string folder = TempDir() + "ambrel-tool-XXXXXX";
-        directory = mkdtemp(folder.data());
-        setenv("AMBREL_DOCUMENTS_DIR", directory.c_str(), 1);
-        setenv("TZ", "Asia/Kolkata", 1); // five and a half hours before Greenwich
-    }
-
-    ~StoreCommandTests() override { std::filesystem::remove_all(directory); }
-
-    [[nodiscard]] std::string contents(const char* name) const {
-        std::ifstream file(directory / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    /// Runs `ambrel store` with arguments as a shell reads them.
     Outcome store(const std::string& arguments, const std::string& input = "") const {
-        std::ofstream(directory / "in") << input;
-        const std::string command = "cd '" + directory.string() + "' && '" AMBREL_TOOL "' store " +
-                                    arguments + " <in >out 2>err";
-        const int status = std::system(command.c_str());
-        return {WEXITSTATUS(status), contents("out"), contents("err")};
+        return ambrel("store " + arguments, input);
     }
-
-    std::filesystem::path directory;
 };
 
 const std::string first = R"({"bleScan":[],"nearbyDevices":[],"timestamp":1700000000})";
@@ -95,19 +64,23 @@ TEST_F(StoreCommandTests, SavesShowsExportsAndDeletes) {
 }
 
 TEST_F(StoreCommandTests, ListsWhatEachCollectionHolds) {
-    store("save", first + "\n" + second);
+    store("save", first + "\n" + second + "\n" + R"({"timestamp":1700000200,"bleScan":1,"ip":7})");
     EXPECT_EQ(store("list --format json").output,
               R"({"location":false,"peripherals":0,"services":0,"timestamp":1700000000,"wifi":[]})"
               "\n"
               R"({"address":"192.0.2.7","location":true,"peripherals":2,"services":1,)"
               R"("timestamp":1700000100.5,"wifi":["\u001b[2Jcafe"]})"
+              "\n"
+              R"({"address":7,"location":false,"peripherals":0,"services":0,)"
+              R"("timestamp":1700000200,"wifi":[]})"
               "\n");
     EXPECT_THAT(
         store("list").output,
         MatchesRegex("TIMESTAMP +LOCAL TIME +AGE +PERIPHERALS +SERVICES +LOCATION +ADDRESS +WI-FI\n"
-                     "1700000000 +2023-11-15 03:43:20 +[0-9]+ y +0 +0 +- +- +-\n"
-                     "1700000100.5 +2023-11-15 03:45:00 +[0-9]+ y +2 +1 +yes +192.0.2.7 +"
-                     "\uFFFD.2Jcafe\n"));
+                     "1700000000 +2023-11-15 03:43:20.05:30 +[0-9]+ y +0 +0 +- +- +-\n"
+                     "1700000100.5 +2023-11-15 03:45:00.05:30 +[0-9]+ y +2 +1 +yes +192.0.2.7 +"
+                     "\uFFFD.2Jcafe\n"
+                     "1700000200 +2023-11-15 03:46:40.05:30 +[0-9]+ y +0 +0 +- +7 +-\n"));
 }
 
 TEST_F(StoreCommandTests, SaysWhatIsWrong) {
@@ -123,11 +96,14 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
         {"save", first + "\n[1]", 2, ":2: this is no JSON object\n"},
         {"save", "{\"timestamp\":1,\n\"a\":1e999}", 2, ":1: a number is out of range\n"},
         {"save", R"({"timestamp":9007199254740993})", 2, ":1: \"timestamp\" is missing or"},
+        {"save", std::string(100'000, '['), 2, ":1: more than 512 arrays"},
+        {"save </dev/zero", "", 2, ":1: more than 16 MiB"},
+        {"save <&-", "", 1, "standard input: Bad file descriptor"},
         {"save", "{}", 2, ":1: \"timestamp\" is missing or"},
         {"save nowhere", "", 1, "nowhere: No such file"},
         {"save .", "", 1, "Is a directory"},
         {"show 5", "", 1, "no collection of 5 is saved\n"},
-        {"delete 5", "", 1, "5.0: No such file"},
+        {"delete 5", "", 1, "no collection of 5 is saved\n"},
         {"show today", "", 2, "TIMESTAMP: \"today\" is no point in time"},
         {"export --since 2023-02-30", "", 2, "--since: \"2023-02-30\" is no point in time"},
         {"export --until 2023-11-14T25:00", "", 2, "--until: \"2023-11-14T25:00\" is no"},
@@ -139,6 +115,7 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
         const Outcome outcome = store(arguments, input);
         EXPECT_EQ(outcome.status, status) << arguments;
         EXPECT_THAT(outcome.errors, AllOf(StartsWith("ambrel: "), HasSubstr(reason))) << arguments;
+        EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << arguments;
         EXPECT_EQ(outcome.output, "") << arguments;
     }
     // What stood before a bad line has been saved; an entry that cannot be read is no silent loss.
@@ -149,6 +126,31 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
     EXPECT_THAT(partly.errors, HasSubstr("3.0: no JSON (byte 1)\n"));
     EXPECT_EQ(partly.status, 1);
     EXPECT_EQ(store("export >/dev/full").status, 1);
+}
+
+TEST_F(StoreCommandTests, NeedsAFolder) {
+    for (const char* arguments : {"store list", "store path", "store save", "store delete 1"}) {
+        const Outcome outcome = ambrel(arguments, first, "env -i");
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_EQ(outcome.errors,
+                  "ambrel: no folder for collections: HOME and AMBREL_DOCUMENTS_DIR are unset\n");
+    }
+}
+
+TEST_F(StoreCommandTests, ATraceCanNotCommandTheTerminal) {
+    const std::string name = "a\x7F\u009B2J\u202Eb";
+    write("script", "{\"ambrelReplay\":1,\"bonjourServices\":[\"" + name +
+                        "\"]}\n{\"at\":0,\"statuses\":{\"networkPermissionStatus\":\"granted\"}}\n"
+                        "{\"at\":0,\"host\":\"startScanning\"}\n");
+    EXPECT_THAT(ambrel("replay script").output, HasSubstr(name)); // byte for byte
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_EQ(grantpt(terminal) | unlockpt(terminal), 0);
+    EXPECT_EQ(ambrel(std::string("replay script >") + ptsname(terminal)).status, 0);
+    std::string shown(4096, '\0');
+    shown.resize(static_cast<std::size_t>(read(terminal, shown.data(), shown.size())));
+    close(terminal);
+    EXPECT_THAT(shown, HasSubstr(R"("a\u007f\u009b2J\u202eb")"));
 }
 
 } // namespace

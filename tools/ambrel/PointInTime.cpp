@@ -66,15 +66,17 @@ std::optional<double> pointInTime(const std::string& text) {
     return isoPointInTime(text);
 }
 
-std::string localTime(double seconds) {
+std::optional<std::string> localTime(double seconds) {
     std::tm parts{};
-    std::array<char, 64> text{};
+    std::array<char, 64> buffer{};
     const std::time_t time = wholeSeconds(seconds);
     if (localtime_r(&time, &parts) == nullptr ||
-        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts) == 0) {
-        return "-";
+        std::strftime(buffer.data(), buffer.size(), "%Y-%m-%d %H:%M:%S%z", &parts) == 0) {
+        return std::nullopt;
     }
-    return text.data();
+    std::string text = buffer.data();
+    constexpr std::size_t minutes = 2; // +0100 becomes +01:00
+    return text.insert(text.size() - minutes, ":");
 }
 
 std::string age(double seconds, double now) {

@@ -14,8 +14,9 @@ constexpr const char* pointInTimeForms =
 /// Seconds since 1970 of a text in one of those forms; nothing for any other text.
 std::optional<double> pointInTime(const std::string& text);
 
-/// As in `2023-11-14 22:13:20`, in local time; `-` for a time beyond every calendar.
-std::string localTime(double seconds);
+/// In local time with its offset, as in `2023-11-14 22:13:20+01:00`, which is one of those forms,
+/// too; nothing for a time beyond every calendar.
+std::optional<std::string> localTime(double seconds);
 
 /// How long before `now`, in its greatest whole unit: `45 s`, `3 min`, `2 h`, `12 d`, `1 y`; `-`
 /// when it is after.

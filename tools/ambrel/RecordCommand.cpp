@@ -1,16 +1,16 @@
+#include "AmbrelKit/Internal/Extensions/ReplaceFile.hpp"
 #include "tools/ambrel/Collection.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/ScriptRecorder.hpp"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
-#include <cstdio>
-#include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
-#include <utility>
 
 namespace Ambrel {
 
@@ -24,56 +24,35 @@ struct RecordArguments {
 };
 
 /// The file that is to hold the script, for its user's eyes only. An earlier file of that name
-/// stays until the script is whole. What is no regular file, such as a pipe, is written to as it
-/// is.
+/// stays until the script is whole. What is there and is no regular file, such as a pipe, is
+/// written to as it is.
 class ScriptFile {
 public:
-    explicit ScriptFile(std::string name) : name_(std::move(name)), written_(name_) {
+    /// Throws when the file can't be made.
+    explicit ScriptFile(const std::string& name) : name_(name) {
+        const std::filesystem::path path = name;
         std::error_code error;
-        const auto status = std::filesystem::status(name_, error);
+        const auto status = std::filesystem::status(path, error);
         if (!std::filesystem::exists(status) || std::filesystem::is_regular_file(status)) {
-            written_ += ".part";
-        }
-        constexpr mode_t mode = S_IRUSR | S_IWUSR;
-        const int descriptor =
-            open(written_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
-        stream_ = descriptor < 0 ? nullptr : fdopen(descriptor, "w");
-        if (stream_ == nullptr) {
-            fail();
-        }
-    }
-    ScriptFile(const ScriptFile&) = delete;
-    ScriptFile& operator=(const ScriptFile&) = delete;
-    ~ScriptFile() {
-        if (stream_ != nullptr) {
-            std::fclose(stream_);
-        }
-        if (written_ != name_) {
-            std::remove(written_.c_str());
+            file_.emplace(path.has_parent_path() ? path.parent_path().string() : ".", name);
         }
     }
 
-    /// What can't be written is told by `finish`.
-    void write(const std::string& line) { std::fputs((line + "\n").c_str(), stream_); }
+    void write(const std::string& line) { text_ += line + "\n"; }
 
     void finish() {
-        const bool whole = std::ferror(stream_) == 0;
-        const bool closed = std::fclose(std::exchange(stream_, nullptr)) == 0;
-        if (!whole || !closed ||
-            (written_ != name_ && std::rename(written_.c_str(), name_.c_str()) != 0)) {
-            fail();
+        if (file_) {
+            file_->write(text_);
+            file_->finish();
+        } else if (errno = 0; !(std::ofstream(name_) << text_ << std::flush)) {
+            throw std::system_error(errno, std::generic_category(), name_);
         }
-        written_ = name_;
     }
 
 private:
-    [[noreturn]] void fail() const {
-        throw CommandError(failed, name_ + ": " + std::generic_category().message(errno));
-    }
-
     std::string name_;
-    std::string written_; ///< in the place of `name_`, or that itself
-    std::FILE* stream_ = nullptr;
+    std::string text_; ///< ten seconds of it
+    std::optional<AmbrelKit::NewFile> file_;
 };
 
 ExitStatus record(const RecordArguments& arguments) {

@@ -6,6 +6,10 @@
 namespace Ambrel {
 
 bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>& work) {
+    if (!AmbrelKit::AmbrelStorage::documentsPath()) {
+        std::cerr << "ambrel: no folder for collections: HOME and AMBREL_DOCUMENTS_DIR are unset\n";
+        return false;
+    }
     const auto failed = std::make_shared<bool>(false);
     auto& store = AmbrelKit::AmbrelStorage::shared();
     store.report = [failed](const std::string& line) {

@@ -7,7 +7,8 @@
 namespace Ambrel {
 
 /// Lets `work` use the store, and writes each failure that the store reports meanwhile as one line
-/// to standard error. Returns whether there was none.
+/// to standard error; so it is, too, when there is no folder for a store. Returns whether there was
+/// no failure.
 bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>& work);
 
 /// Saves one dictionary; false when that failed.

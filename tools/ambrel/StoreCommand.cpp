@@ -49,25 +49,32 @@ double parsedTime(const std::string& name, const std::string& text) {
     return *time;
 }
 
-/// Prints what `text` gives for each collection from the oldest to the newest, in larger pieces. A
-/// store that was never saved to is an empty one.
+[[noreturn]] void throwNotSaved(const std::string& timestamp) {
+    throw CommandError(failed, "no collection of " + timestamp + " is saved");
+}
+
+/// Whether anything was ever saved.
+bool isThere() { return access(AmbrelStorage::path().c_str(), F_OK) == 0 || errno != ENOENT; }
+
+/// Prints what `text` gives for each collection from the oldest to the newest, in larger pieces,
+/// under the heading. A store that was never saved to is an empty one.
 ExitStatus printEach(double since, double until,
-                     const std::function<std::string(const JSONDictionary&)>& text) {
-    const bool whole = withStore([&](const AmbrelStorage& store) {
-        if (access(AmbrelStorage::path().c_str(), F_OK) == 0 || errno != ENOENT) {
-            std::string piece;
-            store.forEachSavedCollection(since, until, [&](const JSONDictionary& collection) {
-                piece += text(collection);
-                if (piece.size() >= pieceSize) {
-                    printResult(std::exchange(piece, {}));
-                }
-            });
-            printResult(piece);
-        } else {
+                     const std::function<std::string(const JSONDictionary&)>& text,
+                     const std::string& heading = "") {
+    return statusOf(withStore([&](const AmbrelStorage& store) {
+        if (!isThere()) {
             std::cerr << "ambrel: nothing has been saved in " << AmbrelStorage::path() << '\n';
+            return;
         }
-    });
-    return statusOf(whole);
+        std::string piece = heading;
+        store.forEachSavedCollection(since, until, [&](const JSONDictionary& collection) {
+            piece += text(collection);
+            if (piece.size() >= pieceSize) {
+                printResult(std::exchange(piece, {}));
+            }
+        });
+        printResult(piece);
+    }));
 }
 
 ExitStatus runList(const StoreArguments& arguments) {
@@ -77,23 +84,29 @@ ExitStatus runList(const StoreArguments& arguments) {
         });
     }
     const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
-    printResult(Summary::heading() + "\n");
-    return printEach(-ever, ever, [now](const JSONDictionary& collection) {
-        return Summary(collection).row(now.count()) + "\n";
-    });
+    return printEach(
+        -ever, ever,
+        [now](const JSONDictionary& collection) {
+            return Summary(collection).row(now.count()) + "\n";
+        },
+        Summary::heading() + "\n");
 }
 
 ExitStatus runShow(const StoreArguments& arguments) {
     const double time = parsedTime("TIMESTAMP", arguments.timestamp);
-    bool found = false;
-    const ExitStatus status = printEach(time, time, [&](const JSONDictionary& collection) {
-        found = true;
-        return formatted(collection, outputFormat(arguments.format));
+    std::string text;
+    const bool whole = withStore([&](const AmbrelStorage& store) {
+        if (isThere()) {
+            store.forEachSavedCollection(time, time, [&](const JSONDictionary& collection) {
+                text += formatted(collection, outputFormat(arguments.format));
+            });
+        }
     });
-    if (!found && status == done) {
-        throw CommandError(failed, "no collection of " + arguments.timestamp + " is saved");
+    if (text.empty() && whole) {
+        throwNotSaved(arguments.timestamp);
     }
-    return status;
+    printResult(text);
+    return statusOf(whole);
 }
 
 ExitStatus runExport(const StoreArguments& arguments) {
@@ -118,6 +131,7 @@ ExitStatus saveFrom(std::istream& input, const std::string& source) {
 
 ExitStatus runSave(const StoreArguments& arguments) {
     if (arguments.file == "-") {
+        std::ios::sync_with_stdio(false); // else a failure to read looks like the end
         return saveFrom(std::cin, "standard input");
     }
     std::ifstream file(arguments.file, std::ios::binary);
@@ -128,15 +142,20 @@ ExitStatus runSave(const StoreArguments& arguments) {
 }
 
 ExitStatus runDelete(const StoreArguments& arguments) {
-    const double time = parsedTime("TIMESTAMP", arguments.timestamp);
-    return statusOf(withStore([time](const AmbrelStorage& store) {
-        store.delete_({{"timestamp", time}});
+    const JSONDictionary collection{{"timestamp", parsedTime("TIMESTAMP", arguments.timestamp)}};
+    return statusOf(withStore([&](const AmbrelStorage& store) {
+        const auto file = AmbrelStorage::path() + "/" + AmbrelStorage::fileName(collection).value();
+        std::error_code error;
+        if (!std::filesystem::exists(std::filesystem::symlink_status(file, error))) {
+            throwNotSaved(arguments.timestamp);
+        }
+        store.delete_(collection);
     }));
 }
 
 ExitStatus runPath(const StoreArguments& /*arguments*/) {
-    printResult(AmbrelStorage::path() + "\n");
-    return done;
+    return statusOf(withStore(
+        [](const AmbrelStorage& /*store*/) { printResult(AmbrelStorage::path() + "\n"); }));
 }
 
 } // namespace

@@ -1,12 +1,12 @@
 #include "tools/ambrel/Summary.hpp"
 
+#include "tools/ambrel/JSONMember.hpp"
 #include "tools/ambrel/PointInTime.hpp"
 #include "tools/ambrel/TerminalText.hpp"
 
 #include <array>
 #include <cstdlib>
-#include <iomanip>
-#include <sstream>
+#include <nlohmann/json.hpp>
 
 namespace Ambrel {
 
@@ -15,63 +15,44 @@ namespace {
 using AmbrelKit::JSONDictionary;
 using AmbrelKit::JSONValue;
 
-const JSONValue& value(const JSONDictionary& dictionary, const char* key) {
-    static const JSONValue missing;
-    const auto found = dictionary.find(key);
-    return found == dictionary.end() ? missing : found->second;
-}
+std::size_t count(const JSONValue& value) { return value.is_array() ? value.size() : 0; }
 
-const JSONDictionary& dictionary(const JSONValue& value) {
-    static const JSONDictionary none;
-    return value.is_object() ? value.get_ref<const JSONDictionary&>() : none;
-}
-
-const JSONValue::array_t& list(const JSONValue& value) {
-    static const JSONValue::array_t none;
-    return value.is_array() ? value.get_ref<const JSONValue::array_t&>() : none;
-}
-
-std::optional<std::string> text(const JSONValue& value) {
-    return value.is_string() ? std::optional(value.get<std::string>()) : std::nullopt;
-}
-
-std::vector<std::string> networksOf(const JSONDictionary& collection) {
-    std::vector<std::string> names;
-    const auto& network = dictionary(value(collection, "wifiNetwork"));
-    for (const JSONValue& host : list(value(network, "connectedDevices"))) {
-        if (auto name = text(value(dictionary(host), "name"))) {
-            names.push_back(std::move(*name));
+/// What the hosts of the joined networks name; those that name nothing are left out.
+JSONValue networksOf(const JSONDictionary& collection) {
+    JSONValue names = JSONValue::array();
+    const auto& hosts = member(member(collection, "wifiNetwork"), "connectedDevices");
+    if (hosts.is_array()) {
+        for (const JSONValue& host : hosts) {
+            if (const auto& name = member(host, "name"); !name.is_null()) {
+                names.push_back(name);
+            }
         }
     }
     return names;
 }
 
 template <class... Columns> std::string line(const Columns&... columns) {
-    constexpr std::array widths{-12, -19, 8, 11, 8, -8, -15, 0};
+    constexpr std::array widths{-12, -25, 8, 11, 8, -8, -15, 0}; // negative: to the left
     static_assert(sizeof...(columns) == widths.size());
-    std::ostringstream line;
+    std::string line;
     std::size_t column = 0;
-    const auto put = [&](const auto& text) {
+    const auto put = [&](const std::string& text) {
         const int width = widths[column];
-        line << (column++ > 0 ? "  " : "") << (width < 0 ? std::left : std::right)
-             << std::setw(std::abs(width)) << text;
+        const std::string space = padding(text, static_cast<std::size_t>(std::abs(width)));
+        line += column++ > 0 ? "  " : "";
+        line += width < 0 ? text + space : space + text;
     };
     (put(columns), ...);
-    return line.str();
+    return line;
 }
 
 } // namespace
 
 Summary::Summary(const JSONDictionary& collection)
-    : timestamp(value(collection, "timestamp")),
-      peripherals(list(value(collection, "bleScan")).size()),
-      services(list(value(collection, "nearbyDevices")).size()),
-      hasLocation(value(collection, "locationCollection").is_object()),
-      address(text(value(collection, "ip"))), networks(networksOf(collection)) {
-    if (!timestamp.is_number()) {
-        timestamp = nullptr;
-    }
-}
+    : timestamp(member(collection, "timestamp")), peripherals(count(member(collection, "bleScan"))),
+      services(count(member(collection, "nearbyDevices"))),
+      hasLocation(member(collection, "locationCollection").is_object()),
+      address(member(collection, "ip")), networks(networksOf(collection)) {}
 
 std::string Summary::heading() {
     return line("TIMESTAMP", "LOCAL TIME", "AGE", "PERIPHERALS", "SERVICES", "LOCATION", "ADDRESS",
@@ -80,14 +61,15 @@ std::string Summary::heading() {
 
 std::string Summary::row(double now) const {
     std::string names;
-    for (const std::string& name : networks) {
-        names += (names.empty() ? "" : ", ") + printable(name);
+    for (const JSONValue& name : networks) {
+        names += (names.empty() ? "" : ", ") + shown(name);
     }
     const bool timed = timestamp.is_number();
     const double seconds = timed ? timestamp.get<double>() : 0;
-    return line(timed ? timestamp.dump() : "-", timed ? localTime(seconds) : "-",
-                timed ? age(seconds, now) : "-", peripherals, services, hasLocation ? "yes" : "-",
-                printable(address.value_or("-")), names.empty() ? "-" : names);
+    return line(shown(timestamp), timed ? localTime(seconds).value_or("-") : "-",
+                timed ? age(seconds, now) : "-", std::to_string(peripherals),
+                std::to_string(services), hasLocation ? "yes" : "-", shown(address),
+                names.empty() ? "-" : names);
 }
 
 JSONDictionary Summary::json() const {
@@ -95,11 +77,11 @@ JSONDictionary Summary::json() const {
                            {"services", services},
                            {"location", hasLocation},
                            {"wifi", networks}};
-    if (timestamp.is_number()) {
+    if (!timestamp.is_null()) {
         summary.emplace("timestamp", timestamp);
     }
-    if (address) {
-        summary.emplace("address", *address);
+    if (!address.is_null()) {
+        summary.emplace("address", address);
     }
     return summary;
 }

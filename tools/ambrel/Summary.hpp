@@ -3,14 +3,12 @@
 
 #include <AmbrelKit/Platform/JSONDictionary.hpp>
 #include <cstddef>
-#include <optional>
 #include <string>
-#include <vector>
 
 namespace Ambrel {
 
-/// What a line of `ambrel store list` says of a collection. A key that is missing or of another
-/// type counts as nothing seen.
+/// What a line of `ambrel store list` says of a collection. What is counted and is no list counts
+/// as nothing seen; any other value is shown as it is.
 struct Summary {
     explicit Summary(const AmbrelKit::JSONDictionary& collection);
 
@@ -21,12 +19,13 @@ struct Summary {
     /// The same as a dictionary; what is not known has no key.
     [[nodiscard]] AmbrelKit::JSONDictionary json() const;
 
-    AmbrelKit::JSONValue timestamp; ///< null when it is no number
+    // Null where there is none.
+    AmbrelKit::JSONValue timestamp;
     std::size_t peripherals;
     std::size_t services;
     bool hasLocation;
-    std::optional<std::string> address;
-    std::vector<std::string> networks; ///< names of the joined Wi-Fi networks
+    AmbrelKit::JSONValue address;
+    AmbrelKit::JSONValue networks; ///< the list of the names of the joined Wi-Fi networks
 };
 
 } // namespace Ambrel

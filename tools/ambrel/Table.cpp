@@ -1,10 +1,13 @@
 #include "tools/ambrel/Table.hpp"
 
+#include "tools/ambrel/JSONMember.hpp"
+#include "tools/ambrel/PointInTime.hpp"
 #include "tools/ambrel/TerminalText.hpp"
 
 #include <algorithm>
-#include <array>
-#include <ctime>
+#include <cmath>
+#include <functional>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 namespace Ambrel {
@@ -16,33 +19,30 @@ namespace {
 
 using Row = std::vector<std::string>;
 
-/// The value under `key` for a cell: text as it is, anything else as JSON, "-" when it is absent.
-std::string cell(const JSONValue& object, const char* key) {
-    const auto found = object.find(key);
-    if (found == object.end()) {
-        return "-";
+/// The members of a dictionary in one cell.
+std::string pairs(const JSONValue& value) {
+    if (!value.is_object() || value.empty()) {
+        return value.is_object() ? "-" : shown(value);
     }
-    return printable(found->is_string() ? found->get_ref<const std::string&>() : found->dump());
-}
-
-std::string pairs(const JSONValue& object, const char* key) {
-    const auto found = object.find(key);
     std::string text;
-    if (found != object.end()) {
-        for (const auto& [name, value] : found->items()) {
-            text += (text.empty() ? "" : "  ") + printable(name) + "=" +
-                    printable(value.get<std::string>());
-        }
+    for (const auto& [name, each] : value.items()) {
+        text += (text.empty() ? "" : "  ") + printable(name) + "=" + shown(each);
     }
-    return text.empty() ? "-" : text;
+    return text;
 }
 
-/// When something was seen, in seconds from the collection's start.
-std::string seen(const JSONValue& object, std::int64_t start) {
-    const std::int64_t offset = object.value("timestamp", start) - start;
-    std::string text = offset < 0 ? "" : "+";
-    text += std::to_string(offset);
-    return text + " s";
+/// When something was seen, in seconds from the collection's start where both are points in time.
+std::string seen(const JSONValue& sighting, const JSONValue& start) {
+    const JSONValue& time = member(sighting, "timestamp");
+    if (!time.is_number() || !start.is_number()) {
+        return shown(time);
+    }
+    constexpr double exact = 0x1p53; // up to here doubles hold every integer
+    const double offset = time.get<double>() - start.get<double>();
+    const bool whole = std::abs(offset) < exact && offset == std::trunc(offset);
+    const JSONValue number =
+        whole ? JSONValue(static_cast<std::int64_t>(offset)) : JSONValue(offset);
+    return (offset < 0 ? "" : "+") + number.dump() + " s";
 }
 
 std::string aligned(const std::vector<Row>& rows) {
@@ -55,81 +55,68 @@ std::string aligned(const std::vector<Row>& rows) {
     std::string text;
     for (const Row& row : rows) {
         for (std::size_t i = 0; i < row.size(); ++i) {
-            text += "  ";
-            text += row[i];
-            if (i + 1 < row.size()) {
-                text.append(widths[i] - displayWidth(row[i]), ' ');
-            }
+            text += "  " + row[i];
+            text += i + 1 < row.size() ? padding(row[i], widths[i]) : "";
         }
         text += '\n';
     }
     return text;
 }
 
-/// A section; `rows` starts with the headings.
-std::string section(const std::string& title, const std::vector<Row>& rows) {
-    if (rows.size() == 1) {
+/// A row for each dictionary of a list. What is of another type is shown as it is.
+std::string section(const std::string& title, const JSONValue& list, const Row& headings,
+                    const std::function<Row(const JSONValue&)>& rowOf) {
+    if (list.is_null() || (list.is_array() && list.empty())) {
         return "\n" + title + ": none\n";
     }
-    return "\n" + title + ": " + std::to_string(rows.size() - 1) + "\n" + aligned(rows);
-}
-
-std::string dateText(std::int64_t seconds) {
-    const std::time_t time = seconds;
-    std::tm date{};
-    gmtime_r(&time, &date);
-    std::array<char, 64> text{};
-    std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S UTC", &date);
-    return text.data();
-}
-
-std::string heading(const JSONValue& data, std::int64_t start) {
-    return aligned({{"Collected", dateText(start)}, {"IPv4 address", cell(data, "ip")}});
-}
-
-std::string peripherals(const JSONValue& list, std::int64_t start) {
-    std::vector<Row> rows{{"NAME", "IDENTIFIER", "SEEN"}};
+    if (!list.is_array()) {
+        return "\n" + title + ": " + shown(list) + "\n";
+    }
+    std::vector<Row> rows{headings};
     for (const JSONValue& each : list) {
-        rows.push_back({cell(each, "name"), cell(each, "address"), seen(each, start)});
+        rows.push_back(each.is_object() ? rowOf(each) : Row{shown(each)});
     }
-    return section("Bluetooth peripherals", rows);
+    return "\n" + title + ": " + std::to_string(list.size()) + "\n" + aligned(rows);
 }
 
-std::string services(const JSONValue& list, std::int64_t start) {
-    std::vector<Row> rows{{"NAME", "TYPE", "ADDRESS", "SEEN", "TXT"}};
-    for (const JSONValue& each : list) {
-        rows.push_back({cell(each, "name"), cell(each, "protocolType"), cell(each, "address"),
-                        seen(each, start), pairs(each, "txtRecord")});
-    }
-    return section("Services", rows);
+std::string dateText(const JSONValue& start) {
+    const auto date = start.is_number() ? localTime(start.get<double>()) : std::nullopt;
+    return date.value_or(shown(start));
 }
 
-std::string location(const JSONValue& data, std::int64_t start) {
-    std::vector<Row> rows{{"LATITUDE", "LONGITUDE", "DETERMINED"}};
-    if (const auto fix = data.find("locationCollection"); fix != data.end()) {
-        rows.push_back({cell(*fix, "lat"), cell(*fix, "lon"), seen(*fix, start)});
-    }
-    return section("Location", rows);
+std::string location(const JSONValue& fix, const JSONValue& start) {
+    return section(
+        "Location", fix.is_object() ? JSONValue::array({fix}) : fix,
+        {"LATITUDE", "LONGITUDE", "DETERMINED"}, [&](const JSONValue& each) {
+            return Row{shown(member(each, "lat")), shown(member(each, "lon")), seen(each, start)};
+        });
 }
 
-std::string networks(const JSONValue& data) {
-    std::vector<Row> rows{{"NAME"}};
-    for (const JSONValue& each :
-         data.value("/wifiNetwork/connectedDevices"_json_pointer, JSONValue::array())) {
-        rows.push_back({cell(each, "name")});
-    }
-    return section("Wi-Fi networks", rows);
+std::string networks(const JSONValue& network) {
+    return section("Wi-Fi networks",
+                   network.is_object() ? member(network, "connectedDevices") : network, {"NAME"},
+                   [](const JSONValue& each) { return Row{shown(member(each, "name"))}; });
 }
 
 } // namespace
 
-std::string table(const JSONDictionary& dictionary) {
-    const JSONValue data = dictionary;
-    const std::int64_t start = data.value("timestamp", std::int64_t{0});
-    const JSONValue none = JSONValue::array();
-    return heading(data, start) + peripherals(data.value("bleScan", none), start) +
-           services(data.value("nearbyDevices", none), start) + location(data, start) +
-           networks(data);
+std::string table(const JSONDictionary& data) {
+    const JSONValue& start = member(data, "timestamp");
+    const auto peripheral = [&](const JSONValue& each) {
+        return Row{shown(member(each, "name")), shown(member(each, "address")), seen(each, start)};
+    };
+    const auto service = [&](const JSONValue& each) {
+        return Row{shown(member(each, "name")), shown(member(each, "protocolType")),
+                   shown(member(each, "address")), seen(each, start),
+                   pairs(member(each, "txtRecord"))};
+    };
+    return aligned({{"Collected", dateText(start)}, {"IPv4 address", shown(member(data, "ip"))}}) +
+           section("Bluetooth peripherals", member(data, "bleScan"), {"NAME", "IDENTIFIER", "SEEN"},
+                   peripheral) +
+           section("Services", member(data, "nearbyDevices"),
+                   {"NAME", "TYPE", "ADDRESS", "SEEN", "TXT"}, service) +
+           location(member(data, "locationCollection"), start) +
+           networks(member(data, "wifiNetwork"));
 }
 
 } // namespace Ambrel

@@ -1,8 +1,16 @@
 #include "tools/ambrel/TerminalText.hpp"
 
+#include <nlohmann/json.hpp>
 #include <utf8proc.h>
 
 namespace Ambrel {
+
+std::string shown(const AmbrelKit::JSONValue& value) {
+    if (value.is_null()) {
+        return "-";
+    }
+    return printable(value.is_string() ? value.get_ref<const std::string&>() : value.dump());
+}
 
 std::size_t displayWidth(std::string_view text) {
     std::size_t width = 0;
@@ -15,6 +23,11 @@ std::size_t displayWidth(std::string_view text) {
         text.remove_prefix(length > 0 ? static_cast<std::size_t>(length) : 1);
     }
     return width;
+}
+
+std::string padding(std::string_view text, std::size_t width) {
+    const std::size_t taken = displayWidth(text);
+    return std::string(taken < width ? width - taken : 0, ' ');
 }
 
 } // namespace Ambrel

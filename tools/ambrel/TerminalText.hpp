@@ -1,17 +1,25 @@
 #ifndef AMBREL_TERMINALTEXT_HPP
 #define AMBREL_TERMINALTEXT_HPP
 
+#include "AmbrelKit/Platform/JSONDictionary.hpp"
 #include "AmbrelKit/Platform/PrintableText.hpp"
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace Ambrel {
 
 using AmbrelKit::printable;
 
+/// A value for a cell of a table: text as it is, "-" for null, anything else as JSON.
+std::string shown(const AmbrelKit::JSONValue& value);
+
 /// How many columns `text` takes on a terminal.
 std::size_t displayWidth(std::string_view text);
+
+/// The spaces that `text` lacks to `width` columns.
+std::string padding(std::string_view text, std::size_t width);
 
 } // namespace Ambrel
 

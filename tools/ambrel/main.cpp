@@ -1,5 +1,6 @@
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Output.hpp"
+#include "tools/ambrel/StandardStreams.hpp"
 #include "tools/ambrel/UsageProblem.hpp"
 
 #include <CLI/CLI.hpp>
@@ -89,6 +90,7 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    occupyStandardStreams();
     std::signal(SIGPIPE, SIG_DFL); // a closed pipe ends the program quietly
     try {
         return run(argc, argv);

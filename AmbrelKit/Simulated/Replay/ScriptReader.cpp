@@ -1,5 +1,6 @@
 #include "AmbrelKit/Simulated/Replay/ScriptReader.hpp"
 
+#include "AmbrelKit/Platform/JSONText.hpp"
 #include "AmbrelKit/Simulated/Replay/LineGrammar.hpp"
 #include "AmbrelKit/Simulated/Replay/Seconds.hpp"
 
@@ -37,15 +38,17 @@ std::optional<ScriptStep> ScriptReader::next() {
 
 const ScriptValue* ScriptReader::nextLine() {
     errno = 0;
-    while (std::getline(script_, text_)) {
-        ++line_;
-        if (text_.find_first_not_of(" \t\r") != std::string::npos) {
-            try {
+    try {
+        while (readJSONLine(script_, text_)) {
+            ++line_;
+            if (text_.find_first_not_of(" \t\r") != std::string::npos) {
                 return &parser_.parse(text_);
-            } catch (const LineError& error) {
-                throw ScriptError(line_, error.what());
             }
         }
+    } catch (const LineError& error) {
+        throw ScriptError(line_, error.what());
+    } catch (const JSONTextError& error) {
+        throw ScriptError(line_ + 1, error.what());
     }
     if (script_.bad()) {
         throw std::system_error(errno != 0 ? errno : EIO, std::generic_category(),
