@@ -1,3 +1,4 @@
+#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "tools/ambrel/Choices.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/DictionaryReader.hpp"
@@ -63,7 +64,8 @@ ExitStatus printEach(double since, double until,
                      const std::string& heading = "") {
     return statusOf(withStore([&](const AmbrelStorage& store) {
         if (!isThere()) {
-            std::cerr << "ambrel: nothing has been saved in " << AmbrelStorage::path() << '\n';
+            std::cerr << "ambrel: nothing has been saved in "
+                      << AmbrelKit::printable(AmbrelStorage::path()) << '\n';
             return;
         }
         std::string piece = heading;

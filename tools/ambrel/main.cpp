@@ -1,3 +1,4 @@
+#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Output.hpp"
 #include "tools/ambrel/StandardStreams.hpp"
@@ -87,6 +88,11 @@ int run(int argc, char** argv) {
     _exit(128 + signal); // the first process of a container does not die of it
 }
 
+int fail(ExitStatus status, const std::exception& error) {
+    std::cerr << "ambrel: " << AmbrelKit::printable(error.what()) << '\n';
+    return status;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -97,10 +103,8 @@ int main(int argc, char** argv) {
     } catch (const EndBySignal& end) {
         dieOf(end.signal());
     } catch (const CommandError& error) {
-        std::cerr << "ambrel: " << error.what() << '\n';
-        return error.status();
+        return fail(error.status(), error);
     } catch (const std::exception& error) {
-        std::cerr << "ambrel: " << error.what() << '\n';
-        return failed;
+        return fail(failed, error);
     }
 }
