@@ -2,28 +2,27 @@
 
 #include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
 #include "AmbrelKit/Linux/Bluetooth/PeripheralIdentifier.hpp"
-#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "tests/guest/Radio.hpp"
 #include "tests/guest/User.hpp"
+#include "tests/support/Child.hpp"
+#include "tests/support/LoopDriver.hpp"
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <linux/rfkill.h>
 #include <map>
-#include <poll.h>
+#include <optional>
 #include <set>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
 namespace {
 
 using namespace AmbrelKit;
+using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using Names = std::map<UUID, std::optional<std::string>>;
 
@@ -45,28 +44,6 @@ const Names& expected() {
     }();
     return names;
 }
-
-/// The daemon, as a process of ours.
-class Daemon {
-public:
-    void start() {
-        const char* arguments[] = {"/usr/libexec/bluetooth/bluetoothd", "-n", nullptr};
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/tmp/bluetoothd.log",
-                                         O_WRONLY | O_CREAT | O_APPEND, 0644);
-        posix_spawn(&process_, arguments[0], &actions, nullptr, const_cast<char* const*>(arguments),
-                    environ);
-        posix_spawn_file_actions_destroy(&actions);
-    }
-    void end(int signal) const {
-        kill(process_, signal);
-        waitpid(process_, nullptr, 0);
-    }
-
-private:
-    pid_t process_ = -1;
-};
 
 /// Scans as the kit does, and keeps what it hears.
 class Receiver final : public BluetoothCentralManagerDelegate {
@@ -93,41 +70,35 @@ public:
     int sightings = 0;
 };
 
-class GuestTest : public ::testing::Test {
+class GuestTest : public ::testing::Test, protected LoopDriver {
 protected:
     static void SetUpTestSuite() {
         radio = std::make_unique<Radio>(crowd);
-        daemon.start();
+        startDaemon();
     }
     static void TearDownTestSuite() {
-        daemon.end(SIGTERM);
+        daemon.reset();
         radio.reset();
+    }
+
+    static void startDaemon() {
+        daemon.emplace(std::vector<std::string>{"/usr/libexec/bluetooth/bluetoothd", "-n"},
+                       "/tmp/bluetoothd.log");
     }
 
     void begin() {
         receiver = std::make_shared<Receiver>();
-        manager = Linux::makeBluetoothManagerFactory(loop)();
+        manager = Linux::makeBluetoothManagerFactory(loop())();
         manager->setDelegate(receiver);
     }
 
-    bool until(const std::function<bool()>& done, double limit = 15) {
-        const auto end = Clock::now() + std::chrono::duration<double>(limit);
-        while (!done() && Clock::now() < end) {
-            pollfd ready{loop->fileDescriptor(), POLLIN, 0};
-            if (poll(&ready, 1, 20) > 0) {
-                loop->dispatch();
-            }
-        }
-        return done();
-    }
-
     void expectTheCrowd() {
-        EXPECT_TRUE(until([&] { return receiver->heard.size() >= crowd; }))
+        EXPECT_TRUE(runUntil([&] { return receiver->heard.size() >= crowd; }))
             << receiver->heard.size() << " heard";
         std::printf("    %zu devices %.2f s after the radio was on, %d reports\n",
                     receiver->heard.size(), seconds(Clock::now() - receiver->on),
                     receiver->sightings);
-        until([] { return false; }, 1);
+        during(1s);
         EXPECT_EQ(receiver->heard, expected());
     }
 
@@ -135,9 +106,9 @@ protected:
     /// or from when nothing in the way is left, at most `delay` later.
     void expectScanningAgain(double delay = 0) {
         using enum BluetoothManagerState;
-        ASSERT_TRUE(until([&] { return receiver->state == poweredOn; }));
+        ASSERT_TRUE(runUntil([&] { return receiver->state == poweredOn; }));
         const auto before = receiver->sightings;
-        ASSERT_TRUE(until([&] { return receiver->sightings > before; }));
+        ASSERT_TRUE(runUntil([&] { return receiver->sightings > before; }));
         // The radio itself is silent for the first 0.2 s of a scan.
         const double silent = seconds(Clock::now() - receiver->on) - 0.2;
         std::printf("    reports again %.2f s after the radio was on\n", silent + 0.2);
@@ -145,12 +116,11 @@ protected:
     }
 
     bool becomes(BluetoothManagerState state) {
-        return until([&] { return receiver->state == state; });
+        return runUntil([&] { return receiver->state == state; });
     }
 
     static inline std::unique_ptr<Radio> radio;
-    static inline Daemon daemon;
-    std::shared_ptr<Linux::EventLoop> loop = Linux::EventLoop::current();
+    static inline std::optional<Child> daemon;
     std::shared_ptr<Receiver> receiver;
     std::shared_ptr<BluetoothCentralManager> manager;
 };
@@ -171,37 +141,37 @@ TEST_F(GuestTest, HearsExactlyTheCrowdTwiceWithinHalfAMinute) {
     expectTheCrowd();
     manager->stopScan();
     const int sightings = receiver->sightings;
-    EXPECT_TRUE(until([] { return !daemonDiscovers(); }));
+    EXPECT_TRUE(runUntil([] { return !daemonDiscovers(); }));
     EXPECT_EQ(receiver->sightings, sightings) << "after the stop";
     manager->setDelegate({});
     begin(); // BlueZ still knows the devices, and adds none of them anew
     expectTheCrowd();
     manager.reset();
-    EXPECT_TRUE(until([] { return !daemonDiscovers(); })) << "released while it scans";
+    EXPECT_TRUE(runUntil([] { return !daemonDiscovers(); })) << "released while it scans";
 }
 
 TEST_F(GuestTest, SurvivesTheDaemon) {
     begin();
-    ASSERT_TRUE(until([&] { return receiver->sightings > 0; }));
-    daemon.end(SIGTERM);
+    ASSERT_TRUE(runUntil([&] { return receiver->sightings > 0; }));
+    daemon->end();
     ASSERT_TRUE(becomes(BluetoothManagerState::resetting));
-    daemon.start();
+    startDaemon();
     expectScanningAgain();
 }
 
 TEST_F(GuestTest, SurvivesTheDaemonsCrash) {
     begin();
-    ASSERT_TRUE(until([&] { return receiver->sightings > 0; }));
-    daemon.end(SIGKILL);
+    ASSERT_TRUE(runUntil([&] { return receiver->sightings > 0; }));
+    daemon->end(SIGKILL);
     ASSERT_TRUE(becomes(BluetoothManagerState::resetting));
-    daemon.start();
+    startDaemon();
     // The kernel goes on with the dead daemon's discovery, and refuses another one.
     expectScanningAgain(kernelsDiscovery);
 }
 
 TEST_F(GuestTest, SurvivesTheController) {
     begin();
-    ASSERT_TRUE(until([&] { return receiver->sightings > 0; }));
+    ASSERT_TRUE(runUntil([&] { return receiver->sightings > 0; }));
     radio->unplug();
     ASSERT_TRUE(becomes(BluetoothManagerState::unsupported));
     radio->plug();
@@ -219,7 +189,7 @@ TEST_F(GuestTest, SurvivesTheRadioSwitch) {
         return write(rfkill, &event, sizeof event) > 0;
     };
     begin();
-    ASSERT_TRUE(until([&] { return receiver->sightings > 0; }));
+    ASSERT_TRUE(runUntil([&] { return receiver->sightings > 0; }));
     ASSERT_TRUE(block(true));
     ASSERT_TRUE(becomes(BluetoothManagerState::poweredOff));
     manager->stopScan(); // of a radio that is off
@@ -237,14 +207,14 @@ TEST_F(GuestTest, LeavesAnotherProgramsScan) {
     begin();
     expectTheCrowd();
     manager->stopScan();
-    until([] { return false; }, 1);
+    during(1s);
     EXPECT_TRUE(daemonDiscovers());
     sd_bus_close_unref(other);
 }
 
 TEST_F(GuestTest, AnOrdinaryUserTakesASnapshot) {
     const auto output =
-        outputAsUser("./ambrel", {"scan", "--only", "bluetooth", "--quiet", "--format", "json"});
+        outputAsUser({"./ambrel", "scan", "--only", "bluetooth", "--quiet", "--format", "json"});
     const auto data = JSONValue::parse(output, nullptr, false);
     ASSERT_TRUE(data.is_object()) << output;
     Names found;
@@ -257,7 +227,7 @@ TEST_F(GuestTest, AnOrdinaryUserTakesASnapshot) {
 }
 
 TEST(Identifier, IsAnotherOneOnAnotherMachine) {
-    const auto identifier = [] { return outputAsUser("/proc/self/exe", {"identifier"}); };
+    const auto identifier = [] { return outputAsUser({"/proc/self/exe", "identifier"}); };
     const std::string here = identifier();
     EXPECT_EQ(here.size(), 36U) << here;
     EXPECT_EQ(here, identifier());

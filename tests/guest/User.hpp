@@ -8,6 +8,6 @@
 constexpr unsigned ordinaryUser = 1000;
 
 /// Runs a program as an ordinary user, and returns what it prints.
-std::string outputAsUser(const char* program, const std::vector<const char*>& options);
+std::string outputAsUser(const std::vector<std::string>& command);
 
 #endif

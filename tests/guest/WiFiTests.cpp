@@ -5,6 +5,8 @@
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
 #include "AmbrelKit/Linux/Platform.hpp"
 #include "tests/guest/User.hpp"
+#include "tests/support/Child.hpp"
+#include "tests/support/LoopDriver.hpp"
 
 #include <chrono>
 #include <cstdio>
@@ -15,7 +17,6 @@
 #include <gtest/gtest.h>
 #include <ifaddrs.h>
 #include <set>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -50,14 +51,6 @@ Lines joined() {
     return lines;
 }
 
-bool until(const std::function<bool()>& done) {
-    const auto end = Clock::now() + 10s;
-    while (!done() && Clock::now() < end) {
-        std::this_thread::sleep_for(50ms);
-    }
-    return done();
-}
-
 std::string hex(const std::string& bytes) {
     std::string text;
     for (const unsigned char byte : bytes) {
@@ -68,53 +61,49 @@ std::string hex(const std::string& bytes) {
     return text;
 }
 
-/// A daemon that stays in the background and takes its process id's file with it.
-class BackgroundProgram {
-public:
-    /// `fileOption` stands before the name of the settings' file.
-    BackgroundProgram(const std::string& program, const std::string& fileOption,
-                      const std::string& interface, const std::string& settings)
-        : pidFile_("/run/" + interface + ".pid") {
-        const std::string file = "/run/" + interface + ".conf";
-        std::ofstream(file) << settings;
-        shell(program + " -B -P " + pidFile_ + fileOption + file +
-              " >/tmp/wifi.log || { cat /tmp/wifi.log; false; }");
-    }
-    ~BackgroundProgram() {
-        shell("kill $(cat " + pidFile_ + ")");
-        EXPECT_TRUE(until([&] { return access(pidFile_.c_str(), F_OK) != 0; }));
-    }
-    BackgroundProgram(const BackgroundProgram&) = delete;
-    BackgroundProgram& operator=(const BackgroundProgram&) = delete;
+/// The file of an interface's settings, written.
+std::string settings(const std::string& interface, const std::string& text) {
+    std::string file = "/run/" + interface + ".conf";
+    std::ofstream(file) << text;
+    return file;
+}
 
-private:
-    std::string pidFile_;
-};
-
-class AccessPoint : BackgroundProgram {
+class AccessPoint {
 public:
     AccessPoint(const std::string& interface, const std::string& name, const std::string& more = "")
-        : BackgroundProgram("hostapd", " ", interface,
-                            "interface=" + interface +
-                                "\nhw_mode=g\nchannel=" + (interface == "wlan0" ? "1" : "6") +
-                                "\nssid2=" + hex(name) + "\n" + more) {}
+        : daemon_(
+              {"hostapd", settings(interface, "interface=" + interface + "\nhw_mode=g\nchannel=" +
+                                                  (interface == "wlan0" ? "1" : "6") +
+                                                  "\nssid2=" + hex(name) + "\n" + more)}) {}
+    ~AccessPoint() { daemon_.end(); }
+    AccessPoint(const AccessPoint&) = delete;
+    AccessPoint& operator=(const AccessPoint&) = delete;
+
+private:
+    Child daemon_;
 };
 
-class Station : BackgroundProgram {
+class Station {
 public:
     Station(const std::string& interface, const std::string& name,
             const std::string& more = "key_mgmt=NONE")
-        : BackgroundProgram(
-              "wpa_supplicant -i " + interface + " -D nl80211", " -c ", interface,
-              "ctrl_interface=/run/wpa\nnetwork={\nscan_ssid=1\nscan_freq=2412 2437\nssid=" +
-                  hex(name) + "\n" + more + "\n}\n"),
+        : daemon_(
+              {"wpa_supplicant", "-i", interface, "-D", "nl80211", "-c",
+               settings(
+                   interface,
+                   "ctrl_interface=/run/wpa\nnetwork={\nscan_ssid=1\nscan_freq=2412 2437\nssid=" +
+                       hex(name) + "\n" + more + "\n}\n")}),
           command_("wpa_cli -p /run/wpa -i " + interface + " ") {}
+    ~Station() { daemon_.end(); }
+    Station(const Station&) = delete;
+    Station& operator=(const Station&) = delete;
 
     [[nodiscard]] bool tell(const std::string& command) const {
         return std::system((command_ + command + " >/dev/null").c_str()) == 0;
     }
 
 private:
+    Child daemon_;
     std::string command_;
 };
 
@@ -167,29 +156,29 @@ TEST_F(WiFi, IsTheNetworkThatWasJoinedWhateverItsName) {
     for (const Row& row : rows) {
         const AccessPoint accessPoint("wlan0", row.name, row.accessPoint);
         const Station station("wlan2", row.name, row.station);
-        EXPECT_TRUE(until([] { return !joined().empty(); })) << row.name;
+        EXPECT_TRUE(runUntil([] { return !joined().empty(); })) << row.name;
         EXPECT_THAT(joined(), ElementsAre("wlan2 " + row.told + first));
         EXPECT_THAT(Linux::wirelessStations(), ElementsAre("wlan1", "wlan2", "wlan3"));
         EXPECT_TRUE(station.tell("disconnect")); // the kernel still lists the access point
-        EXPECT_TRUE(until([] { return joined().empty(); })) << row.name;
+        EXPECT_TRUE(runUntil([] { return joined().empty(); })) << row.name;
     }
 }
 
 TEST_F(WiFi, FollowsTheStationToAnotherAccessPoint) {
     const auto one = std::make_unique<AccessPoint>("wlan0", "both");
     const Station station("wlan2", "both");
-    ASSERT_TRUE(until([] { return joined() == Lines{"wlan2 both" + first}; }));
+    ASSERT_TRUE(runUntil([] { return joined() == Lines{"wlan2 both" + first}; }));
     auto other = std::make_unique<AccessPoint>("wlan1", "both");
-    ASSERT_TRUE(until([&] {
+    ASSERT_TRUE(runUntil([&] {
         return station.tell("scan freq=2437") && station.tell("bss" + second + " | grep -q .");
     }));
     EXPECT_TRUE(station.tell("roam" + second + " | grep OK"));
-    EXPECT_TRUE(until([] { return joined() == Lines{"wlan2 both" + second}; }));
+    EXPECT_TRUE(runUntil([] { return joined() == Lines{"wlan2 both" + second}; }));
     other.reset();
-    EXPECT_TRUE(until([] { return joined() == Lines{"wlan2 both" + first}; }));
+    EXPECT_TRUE(runUntil([] { return joined() == Lines{"wlan2 both" + first}; }));
 }
 
-std::set<std::string> openDescriptors() {
+std::set<std::string> descriptorsAndWhat() {
     std::set<std::string> descriptors;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         descriptors.insert(std::filesystem::read_symlink(entry));
@@ -216,10 +205,10 @@ TEST_F(WiFi, OfTwoRadiosIsToldAndCostsLittle) {
     const Station inOne("wlan2", "one");
     const Station inOther("wlan3", "other");
     const Lines both{"wlan2 one" + first, "wlan3 other" + second};
-    ASSERT_TRUE(until([&] { return joined() == both; }));
+    ASSERT_TRUE(runUntil([&] { return joined() == both; }));
     shell("ip address add 192.0.2.7/24 dev wlan3");
 
-    const auto before = openDescriptors();
+    const auto before = descriptorsAndWhat();
     const double tick = microseconds([] { NetworkEnvironment::shared().availableNetworks(); });
     const double yardstick = microseconds([] {
         ifaddrs* list = nullptr;
@@ -228,9 +217,9 @@ TEST_F(WiFi, OfTwoRadiosIsToldAndCostsLittle) {
     });
     std::printf("    a tick asks for %.0f us; getifaddrs takes %.0f us here\n", tick, yardstick);
     EXPECT_LT(tick, 10 * yardstick);
-    EXPECT_EQ(openDescriptors(), before); // also which: nothing is opened anew
+    EXPECT_EQ(descriptorsAndWhat(), before); // also which: nothing is opened anew
 
-    const auto output = outputAsUser("./ambrel", {"scan", "--only", "network", "--quiet"});
+    const auto output = outputAsUser({"./ambrel", "scan", "--only", "network", "--quiet"});
     const auto data = JSONValue::parse(output, nullptr, false);
     ASSERT_TRUE(data.is_object()) << output;
     EXPECT_EQ(data.at("ip"), "192.0.2.7");

@@ -6,6 +6,9 @@
 #include <sys/types.h>
 #include <vector>
 
+/// Becomes the program; ends where it cannot.
+[[noreturn]] void execute(const std::vector<std::string>& command);
+
 /// A program of this test, killed with it.
 class Child {
 public:
@@ -17,6 +20,9 @@ public:
 
     void signal(int number) const { kill(-pid_, number); }
     [[nodiscard]] bool ended();
+
+    /// Sends the signal, and waits until the program has ended.
+    void end(int number = SIGTERM);
 
 private:
     pid_t pid_ = -1;
