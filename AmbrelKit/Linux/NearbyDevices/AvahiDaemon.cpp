@@ -1,5 +1,7 @@
 #include "AmbrelKit/Linux/NearbyDevices/AvahiDaemon.hpp"
 
+#include "AmbrelKit/Platform/Weakly.hpp"
+
 #include <string_view>
 #include <utility>
 
@@ -10,6 +12,9 @@ namespace {
 /// Both the daemon (1,024 objects a client) and the bus (128 unanswered calls) refuse more at some
 /// point.
 constexpr int mostUnderWay = 100;
+
+constexpr std::chrono::seconds pulseInterval{1};
+constexpr int mostBeatsInSilence = 2;
 
 // Avahi's numbers, the same in its protocol as in its headers.
 constexpr std::int32_t anyInterface = -1;
@@ -89,7 +94,7 @@ public:
     ~Browse() override {
         if (!path_.empty()) {
             daemon_->browses_.erase(path_);
-            daemon_->bus_->send({daemon_->owner_, path_, browserInterface, "Free"}, {});
+            daemon_->daemon_.send({path_, browserInterface, "Free"}, {});
         }
     }
     Browse(const Browse&) = delete;
@@ -98,7 +103,7 @@ public:
     void start(const std::string& path) {
         path_ = path;
         daemon_->browses_[path_] = weak_from_this();
-        daemon_->bus_->send({daemon_->owner_, path_, browserInterface, "Start"}, {});
+        daemon_->daemon_.send({path_, browserInterface, "Start"}, {});
     }
 
     Sighted sighted;
@@ -124,21 +129,48 @@ private:
     std::shared_ptr<AvahiDaemon> daemon_;
 };
 
-AvahiDaemon::AvahiDaemon(std::shared_ptr<SystemBus> bus, std::string owner,
-                         std::function<void()> refused)
-    : bus_(std::move(bus)), owner_(std::move(owner)), refused_(std::move(refused)) {}
+AvahiDaemon::AvahiDaemon(const std::shared_ptr<SystemBus>& bus, std::string owner,
+                         std::function<void(Standing)> failed)
+    : daemon_(bus, std::move(owner)), failed_(std::move(failed)) {}
 
-std::shared_ptr<AvahiDaemon> AvahiDaemon::start(const std::shared_ptr<SystemBus>& bus,
-                                                std::string owner, std::function<void()> refused) {
-    std::shared_ptr<AvahiDaemon> daemon(new AvahiDaemon(bus, std::move(owner), std::move(refused)));
-    daemon->items_ = bus->match("type='signal',sender='" + daemon->owner_ + "',interface='" +
-                                    browserInterface + "'",
-                                [weak = std::weak_ptr(daemon)](sd_bus_message* signal) {
-                                    if (const auto daemon = weak.lock()) {
-                                        daemon->itemSignal(signal);
-                                    }
-                                });
+std::shared_ptr<AvahiDaemon> AvahiDaemon::start(const std::shared_ptr<EventLoop>& loop,
+                                                const std::shared_ptr<SystemBus>& bus,
+                                                std::string owner,
+                                                std::function<void(Standing)> failed) {
+    std::shared_ptr<AvahiDaemon> daemon(new AvahiDaemon(bus, std::move(owner), std::move(failed)));
+    daemon->daemon_.hear("interface='" + std::string(browserInterface) + "'",
+                         weakly(daemon, &AvahiDaemon::itemSignal));
+    daemon->pulse_ = loop->deadline(weakly(daemon, &AvahiDaemon::pulse));
+    daemon->pulse_->arm(std::chrono::steady_clock::now() + pulseInterval);
     return daemon;
+}
+
+/// Asks what a daemon that works answers whatever the network does. It is answered also when this
+/// is gone.
+void AvahiDaemon::askByItself(const Daemon::Method& method, const BusArguments& arguments,
+                              BusReceiver replied) {
+    const auto answered = [weak = weak_from_this(),
+                           replied = std::move(replied)](sd_bus_message* reply) {
+        if (const auto self = weak.lock()) {
+            --self->unanswered_;
+            self->beatsInSilence_ = 0;
+        }
+        replied(reply);
+    };
+    if (daemon_.send(method, arguments, answered)) {
+        ++unanswered_;
+    }
+}
+
+/// A daemon that is stopped keeps its name, and its silence is that of a quiet network. Beats are
+/// counted instead of time, so that it is not blamed for a host that was busy itself.
+void AvahiDaemon::pulse() {
+    pulse_->arm(std::chrono::steady_clock::now() + pulseInterval);
+    if (unanswered_ == 0) {
+        askByItself({"/", serverInterface, "GetState"}, {}, [](sd_bus_message*) {});
+    } else if (++beatsInSilence_ == mostBeatsInSilence) {
+        failed_(Standing::silent);
+    }
 }
 
 std::shared_ptr<Lookup> AvahiDaemon::browse(const std::string& type, const std::string& domain,
@@ -150,13 +182,14 @@ std::shared_ptr<Lookup> AvahiDaemon::browse(const std::string& type, const std::
     };
     // Prepared first and started once the answer has told its path, it reports nothing before it is
     // known here. An answer that nobody waits for any more still has to be freed.
-    const auto prepared = [asker = std::weak_ptr(browse), bus = std::weak_ptr(bus_),
-                           daemon = weak_from_this(), owner = owner_](sd_bus_message* reply) {
+    const auto prepared = [asker = std::weak_ptr(browse), bus = std::weak_ptr(daemon_.bus()),
+                           daemon = weak_from_this(),
+                           owner = daemon_.name()](sd_bus_message* reply) {
         const char* path = nullptr;
         if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
             const auto self = daemon.lock();
             if (self && isRefusal(*sd_bus_message_get_error(reply))) {
-                self->refused_();
+                self->failed_(Standing::refusing);
             }
         } else if (sd_bus_message_read(reply, "o", &path) > 0) {
             if (const auto browse = asker.lock()) {
@@ -166,7 +199,7 @@ std::shared_ptr<Lookup> AvahiDaemon::browse(const std::string& type, const std::
             }
         }
     };
-    bus_->send({owner_, "/", server2Interface, "ServiceBrowserPrepare"}, arguments, prepared);
+    askByItself({"/", server2Interface, "ServiceBrowserPrepare"}, arguments, prepared);
     return browse;
 }
 
@@ -235,18 +268,14 @@ void AvahiDaemon::sendWaiting() {
         if (!question) {
             continue;
         }
-        const auto answered = [daemon = weak_from_this(),
-                               asker = std::weak_ptr(question)](sd_bus_message* reply) {
-            if (const auto self = daemon.lock()) {
-                --self->underWay_;
-                self->sendWaiting();
-            }
+        const auto answered = [this, asker = std::weak_ptr(question)](sd_bus_message* reply) {
+            --underWay_;
+            sendWaiting();
             if (const auto question = asker.lock()) {
                 question->answered(reply);
             }
         };
-        if (bus_->send({owner_, "/", serverInterface, question->member}, question->arguments,
-                       answered)) {
+        if (daemon_.ask({"/", serverInterface, question->member}, question->arguments, answered)) {
             ++underWay_;
         }
     }

@@ -1,21 +1,30 @@
 #ifndef AMBRELKIT_LINUX_NEARBYDEVICES_AVAHIDAEMON_HPP
 #define AMBRELKIT_LINUX_NEARBYDEVICES_AVAHIDAEMON_HPP
 
-#include "AmbrelKit/Linux/Bus/SystemBus.hpp"
+#include "AmbrelKit/Linux/Bus/Daemon.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/DiscoveryStack.hpp"
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
 #include <deque>
 #include <map>
 
 namespace AmbrelKit::Linux {
 
-/// avahi-daemon on the bus, one life of it: its unique name is the address, so that signals of
-/// others are not heard and nothing reaches a successor.
+/// avahi-daemon on the bus, one life of it.
 class AvahiDaemon final : public DiscoveryStack, public std::enable_shared_from_this<AvahiDaemon> {
 public:
-    /// `refused` is told when the daemon is there and does not serve us (policy, an old interface).
-    [[nodiscard]] static std::shared_ptr<AvahiDaemon>
-    start(const std::shared_ptr<SystemBus>& bus, std::string owner, std::function<void()> refused);
+    enum class Standing {
+        absent,
+        serving,
+        refusing, ///< it does not serve us (policy, an old interface)
+        silent    ///< it left what it can answer by itself unanswered for two seconds
+    };
+
+    /// `failed` is told when the daemon turns out to be refusing or silent, and may drop it.
+    [[nodiscard]] static std::shared_ptr<AvahiDaemon> start(const std::shared_ptr<EventLoop>& loop,
+                                                            const std::shared_ptr<SystemBus>& bus,
+                                                            std::string owner,
+                                                            std::function<void(Standing)> failed);
 
     [[nodiscard]] std::shared_ptr<Lookup> browse(const std::string& type, const std::string& domain,
                                                  Sighted sighted) override;
@@ -28,19 +37,25 @@ private:
     class Browse;
     class Question;
 
-    AvahiDaemon(std::shared_ptr<SystemBus> bus, std::string owner, std::function<void()> refused);
+    AvahiDaemon(const std::shared_ptr<SystemBus>& bus, std::string owner,
+                std::function<void(Standing)> failed);
     void itemSignal(sd_bus_message* signal);
+    void askByItself(const Daemon::Method& method, const BusArguments& arguments,
+                     BusReceiver replied);
+    void pulse();
     [[nodiscard]] std::shared_ptr<Lookup> ask(const char* member, BusArguments arguments,
                                               BusReceiver answered);
     void sendWaiting();
 
-    std::shared_ptr<SystemBus> bus_;
-    std::string owner_;
-    std::function<void()> refused_;
-    std::shared_ptr<SignalMatch> items_;
+    Daemon daemon_;
+    std::function<void(Standing)> failed_;
     std::map<std::string, std::weak_ptr<Browse>> browses_;
     std::deque<std::weak_ptr<Question>> waiting_;
     int underWay_ = 0;
+
+    std::shared_ptr<Deadline> pulse_;
+    int unanswered_ = 0; ///< of the questions that it can answer by itself
+    int beatsInSilence_ = 0;
 };
 
 } // namespace AmbrelKit::Linux

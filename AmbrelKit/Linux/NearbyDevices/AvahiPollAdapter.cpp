@@ -35,11 +35,11 @@ std::chrono::steady_clock::time_point steady(const timeval& time) {
 }
 
 /// `body`'s result, or null: what it throws must not reach the C frames that asked.
-template <class Body> auto orNull(Body body) noexcept -> decltype(body()) {
+template <class Body> auto contained(Body body) noexcept -> decltype(body()) {
     try {
         return body();
     } catch (...) {
-        return nullptr;
+        return decltype(body())();
     }
 }
 
@@ -47,7 +47,7 @@ EventLoop& loopOf(const AvahiPoll* poll) { return *static_cast<EventLoop*>(poll-
 
 AvahiWatch* newWatch(const AvahiPoll* poll, int descriptor, AvahiWatchEvent events,
                      AvahiWatchCallback callback, void* userdata) {
-    return orNull([&] {
+    return contained([&] {
         auto watch = std::make_unique<AvahiWatch>();
         watch->source = loopOf(poll).watch(
             descriptor, events,
@@ -59,23 +59,22 @@ AvahiWatch* newWatch(const AvahiPoll* poll, int descriptor, AvahiWatchEvent even
     });
 }
 
-void updateWatch(AvahiWatch* watch, AvahiWatchEvent events) { watch->source->setEvents(events); }
+void updateWatch(AvahiWatch* watch, AvahiWatchEvent events) {
+    contained([&] { watch->source->setEvents(events); });
+}
 
 AvahiWatchEvent eventsOf(AvahiWatch* watch) { return watch->happened; }
 
 void freeWatch(AvahiWatch* watch) { delete watch; }
 
 void updateTimeout(AvahiTimeout* timeout, const timeval* time) {
-    if (time != nullptr) {
-        timeout->source->arm(steady(*time));
-    } else {
-        timeout->source->disarm();
-    }
+    contained(
+        [&] { time != nullptr ? timeout->source->arm(steady(*time)) : timeout->source->disarm(); });
 }
 
 AvahiTimeout* newTimeout(const AvahiPoll* poll, const timeval* time, AvahiTimeoutCallback callback,
                          void* userdata) {
-    return orNull([&] {
+    return contained([&] {
         auto timeout = std::make_unique<AvahiTimeout>();
         timeout->source = loopOf(poll).deadline(
             [timeout = timeout.get(), callback, userdata] { callback(timeout, userdata); });

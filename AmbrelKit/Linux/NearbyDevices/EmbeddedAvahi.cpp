@@ -1,9 +1,14 @@
 #include "AmbrelKit/Linux/NearbyDevices/EmbeddedAvahi.hpp"
 
 #include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
+#include "AmbrelKit/Linux/RunLoop/Descriptor.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <avahi-core/log.h>
 #include <avahi-core/lookup.h>
+#include <fcntl.h>
+#include <linux/netlink.h>
+#include <sys/socket.h>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -19,7 +24,15 @@ public:
     Query(const Query&) = delete;
     Query& operator=(const Query&) = delete;
 
-    Object* own(Object* object) { return object_ = object; }
+    /// Starts `object`, which Avahi has prepared, and owns it; null where it could not.
+    std::shared_ptr<Lookup> started(Object* object, void (*start)(Object*)) {
+        object_ = object;
+        if (object == nullptr) {
+            return nullptr;
+        }
+        start(object);
+        return this->shared_from_this();
+    }
 
     /// Called in Avahi's frames: has the receiver told what `make` returns.
     template <class Make> void report(Make make) noexcept {
@@ -67,6 +80,15 @@ std::optional<std::string> txtBytes(AvahiStringList* list) {
     return txtRecordBytes(texts);
 }
 
+/// Whether Avahi would get its sockets. It ends the process when it gets some but not the one by
+/// which the kernel tells of interfaces: without descriptors, or where a sandbox shuts that off.
+bool socketsCanBeHad() {
+    const Descriptor interfaces(socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_ROUTE));
+    const Descriptor ipv4(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const Descriptor ipv6(fcntl(ipv4.get(), F_DUPFD_CLOEXEC, 0)); // which the kernel may lack
+    return interfaces.get() >= 0 && ipv6.get() >= 0;
+}
+
 HostAddress hostAddress(const AvahiAddress& address) {
     if (address.proto == AVAHI_PROTO_INET) {
         return in_addr{address.data.ipv4.address};
@@ -82,13 +104,12 @@ EmbeddedAvahi::EmbeddedAvahi(const std::shared_ptr<EventLoop>& loop)
     : loop_(loop), poll_(avahiPollOn(*loop)) {}
 
 std::shared_ptr<EmbeddedAvahi> EmbeddedAvahi::start(const std::shared_ptr<EventLoop>& loop) {
+    if (!socketsCanBeHad()) {
+        return nullptr;
+    }
     avahi_set_log_function([](AvahiLogLevel, const char*) {}); // else standard error is used
     std::shared_ptr<EmbeddedAvahi> stack(new EmbeddedAvahi(loop));
-    stack->nextReport_ = loop->deadline([weak = std::weak_ptr(stack)] {
-        if (const auto stack = weak.lock()) {
-            stack->reportNext();
-        }
-    });
+    stack->nextReport_ = loop->deadline(weakly(stack, &EmbeddedAvahi::reportNext));
     AvahiServerConfig config{};
     avahi_server_config_init(&config);
     config.disable_publishing = 1;
@@ -137,14 +158,11 @@ std::shared_ptr<Lookup> EmbeddedAvahi::browse(const std::string& type, const std
     };
     auto browse = std::make_shared<Browse>(shared_from_this(), std::move(sighted),
                                            &avahi_s_service_browser_free);
-    auto* const browser = browse->own(avahi_s_service_browser_prepare(
-        server_, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, type.c_str(),
-        domain.empty() ? nullptr : domain.c_str(), AvahiLookupFlags{}, changed, browse.get()));
-    if (browser == nullptr) {
-        return nullptr;
-    }
-    avahi_s_service_browser_start(browser);
-    return browse;
+    return browse->started(
+        avahi_s_service_browser_prepare(server_, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, type.c_str(),
+                                        domain.empty() ? nullptr : domain.c_str(),
+                                        AvahiLookupFlags{}, changed, browse.get()),
+        &avahi_s_service_browser_start);
 }
 
 std::shared_ptr<Lookup> EmbeddedAvahi::resolve(const ServiceName& service, int interface,
@@ -174,15 +192,11 @@ std::shared_ptr<Lookup> EmbeddedAvahi::resolve(const ServiceName& service, int i
     if (!withTXT) {
         flags |= AVAHI_LOOKUP_NO_TXT;
     }
-    auto* const resolver = resolve->own(avahi_s_service_resolver_prepare(
-        server_, interface, AVAHI_PROTO_UNSPEC, service.name.c_str(), service.type.c_str(),
-        service.domain.c_str(), AVAHI_PROTO_UNSPEC, static_cast<AvahiLookupFlags>(flags), answered,
-        resolve.get()));
-    if (resolver == nullptr) {
-        return nullptr;
-    }
-    avahi_s_service_resolver_start(resolver);
-    return resolve;
+    return resolve->started(avahi_s_service_resolver_prepare(
+                                server_, interface, AVAHI_PROTO_UNSPEC, service.name.c_str(),
+                                service.type.c_str(), service.domain.c_str(), AVAHI_PROTO_UNSPEC,
+                                static_cast<AvahiLookupFlags>(flags), answered, resolve.get()),
+                            &avahi_s_service_resolver_start);
 }
 
 std::shared_ptr<Lookup> EmbeddedAvahi::findAddress(const std::string& host, int interface,
@@ -200,14 +214,10 @@ std::shared_ptr<Lookup> EmbeddedAvahi::findAddress(const std::string& host, int 
     };
     auto find = std::make_shared<Find>(shared_from_this(), std::move(addressed),
                                        &avahi_s_host_name_resolver_free);
-    auto* const resolver = find->own(avahi_s_host_name_resolver_prepare(
-        server_, interface, AVAHI_PROTO_UNSPEC, host.c_str(), avahi_af_to_proto(family),
-        AvahiLookupFlags{}, answered, find.get()));
-    if (resolver == nullptr) {
-        return nullptr;
-    }
-    avahi_s_host_name_resolver_start(resolver);
-    return find;
+    return find->started(avahi_s_host_name_resolver_prepare(
+                             server_, interface, AVAHI_PROTO_UNSPEC, host.c_str(),
+                             avahi_af_to_proto(family), AvahiLookupFlags{}, answered, find.get()),
+                         &avahi_s_host_name_resolver_start);
 }
 
 } // namespace AmbrelKit::Linux

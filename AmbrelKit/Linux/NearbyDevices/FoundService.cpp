@@ -1,8 +1,8 @@
 #include "AmbrelKit/Linux/NearbyDevices/FoundService.hpp"
 
 #include "AmbrelKit/Platform/UTF8.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
-#include <algorithm>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -10,22 +10,25 @@ namespace AmbrelKit::Linux {
 namespace {
 
 constexpr std::chrono::seconds ipv4Patience{1};
-constexpr unsigned mostDoublings = 5;
 
-std::chrono::steady_clock::time_point later(std::chrono::duration<double> delay) {
-    return std::chrono::steady_clock::now() +
-           std::chrono::duration_cast<std::chrono::nanoseconds>(delay);
-}
+constexpr Retry::Delays retryDelays{.first = std::chrono::seconds(1),
+                                    .longest = std::chrono::seconds(32)};
 
 } // namespace
 
-FoundService::FoundService(std::shared_ptr<EventLoop> loop, ServiceName service, int interface)
-    : loop_(std::move(loop)), service_(std::move(service)), interfaces_{interface} {}
+FoundService::FoundService(const std::shared_ptr<EventLoop>& loop,
+                           std::shared_ptr<ServiceDiscovery> discovery, ServiceName service,
+                           int interface)
+    : loop_(loop), discovery_(std::move(discovery)), service_(std::move(service)),
+      order_(interface) {}
 
-FoundService::~FoundService() {
-    if (discovery_) {
-        discovery_->remove(weak_from_this());
-    }
+std::shared_ptr<FoundService> FoundService::make(const std::shared_ptr<EventLoop>& loop,
+                                                 std::shared_ptr<ServiceDiscovery> discovery,
+                                                 ServiceName service, int interface) {
+    std::shared_ptr<FoundService> found(
+        new FoundService(loop, std::move(discovery), std::move(service), interface));
+    found->discovery_->add(found);
+    return found;
 }
 
 std::shared_ptr<NetServiceDelegate> FoundService::delegate() const { return delegate_.lock(); }
@@ -47,114 +50,100 @@ std::optional<std::string> FoundService::TXTRecordData() const {
 }
 
 void FoundService::seenOn(int interface) {
-    if (std::find(interfaces_.begin(), interfaces_.end(), interface) != interfaces_.end()) {
-        return;
-    }
-    const bool loopbackIsLast = interfaces_.back() == loopbackInterface;
-    interfaces_.insert(loopbackIsLast ? interfaces_.end() - 1 : interfaces_.end(), interface);
-    // The address that is valid on the loopback is of no use to anybody else.
-    if (askedOn_ == loopbackInterface) {
+    if (order_.add(interface) && asked_.interface == loopbackInterface) {
         begin();
     }
 }
 
 void FoundService::resolveWithTimeout(double seconds) {
-    begin();
     limit_.reset();
     if (seconds > 0) {
-        limit_ = loop_->deadline([weak = weak_from_this()] {
-            if (const auto service = weak.lock()) {
-                service->end();
-                service->askedOn_ = 0;
-            }
+        limit_ = loop_->deadline([this] {
+            end();
+            asked_ = {};
         });
-        limit_->arm(later(std::chrono::duration<double>(seconds)));
+        const std::chrono::duration<double> limit(seconds);
+        limit_->arm(std::chrono::steady_clock::now() +
+                    std::chrono::duration_cast<std::chrono::nanoseconds>(limit));
     }
+    begin();
 }
 
 void FoundService::begin() {
-    if (!discovery_) {
-        discovery_ = loop_->shared<ServiceDiscovery>();
-        discovery_->add(weak_from_this());
-        next_ = loop_->deadline([weak = weak_from_this()] {
-            if (const auto service = weak.lock()) {
-                service->ipv4_ ? service->askAddress(AF_INET6) : service->ask();
-            }
-        });
-    }
-    failures_ = 0;
+    resolving_ = true;
     reported_ = false;
+    retry_.reset();
+    order_.restart();
     ask();
 }
 
 void FoundService::end() {
+    resolving_ = false;
     forgetLookups();
-    next_.reset();
+    retry_.reset();
     limit_.reset();
-    if (discovery_) {
-        discovery_->remove(weak_from_this());
-        discovery_.reset();
+}
+
+void FoundService::stackChanged() {
+    if (resolving_) {
+        begin();
     }
 }
 
-void FoundService::stackChanged() { ask(); }
-
 void FoundService::forgetLookups() {
     lookup_.reset();
+    ipv4Patience_.reset();
     ipv4_.reset();
     ipv6_.reset();
     found_.clear();
     askedIPv6_ = false;
 }
 
+/// Asks the next question, or puts all of them off.
 void FoundService::ask() {
     forgetLookups();
-    next_->disarm();
-    const auto stack = discovery_->stack();
+    const auto& stack = discovery_->stack();
     if (!stack) {
         return;
     }
-    askedOn_ = interfaces_[failures_ % interfaces_.size()];
-    const bool withTXT = failures_ % 2 == 0;
-    lookup_ = stack->resolve(service_, askedOn_, withTXT,
-                             [weak = weak_from_this()](const std::optional<ServiceRecord>& record) {
-                                 if (const auto service = weak.lock()) {
-                                     service->served(record);
-                                 }
-                             });
-    if (!lookup_) {
-        askLater();
+    while (const auto question = order_.next()) {
+        asked_ = *question;
+        lookup_ = stack->resolve(service_, asked_.interface, asked_.withTXT,
+                                 weakly(weak_from_this(), &FoundService::served));
+        if (lookup_) {
+            return;
+        }
     }
-}
-
-void FoundService::askLater() {
-    forgetLookups();
-    const std::chrono::seconds delay(1U << std::min(failures_, mostDoublings));
-    ++failures_;
-    next_->arm(later(delay));
+    if (reported_) {
+        end();
+        return;
+    }
+    if (!retry_) {
+        retry_.emplace(*loop_, retryDelays, [this] { ask(); });
+    }
+    retry_->schedule();
 }
 
 void FoundService::served(const std::optional<ServiceRecord>& record) {
-    lookup_.reset();
     if (!record) {
-        askLater();
+        ask();
         return;
     }
+    lookup_.reset();
     target_ = *record;
-    next_->arm(later(ipv4Patience));
+    ipv4Patience_ = loop_->deadline([this] { askAddress(AF_INET6); });
+    ipv4Patience_->arm(std::chrono::steady_clock::now() + ipv4Patience);
     askAddress(AF_INET);
 }
 
 void FoundService::askAddress(int family) {
     askedIPv6_ = family == AF_INET6;
     auto& lookup = family == AF_INET ? ipv4_ : ipv6_;
-    lookup = discovery_->stack()->findAddress(
-        target_.host, askedOn_, family,
-        [weak = weak_from_this(), family](const std::optional<HostAddress>& address) {
-            if (const auto service = weak.lock()) {
-                service->addressed(family, address);
-            }
-        });
+    lookup =
+        discovery_->stack()->findAddress(target_.host, asked_.interface, family,
+                                         weakly(weak_from_this(), [family](auto& self, auto found) {
+                                             self.addressed(family, found);
+                                         }));
     if (!lookup) {
         noAddress();
     }
@@ -167,12 +156,12 @@ void FoundService::addressed(int family, const std::optional<HostAddress>& addre
         return;
     }
     const auto place = family == AF_INET ? found_.begin() : found_.end();
-    found_.insert(place, socketAddressRecord(*address, target_.port, askedOn_));
+    found_.insert(place, socketAddressRecord(*address, target_.port, asked_.interface));
     record_ = target_;
     addresses_ = found_;
     reported_ = true;
     if (!ipv4_) {
-        end();
+        reached();
     }
     report();
 }
@@ -183,12 +172,23 @@ void FoundService::noAddress() {
         return;
     }
     if (!askedIPv6_) {
-        next_->disarm();
+        ipv4Patience_.reset();
         askAddress(AF_INET6);
-    } else if (reported_) {
+    } else if (!found_.empty()) {
+        reached();
+    } else {
+        ask();
+    }
+}
+
+/// This attempt has brought what it can. The answer to a question with the TXT record may have been
+/// lost, not missing.
+void FoundService::reached() {
+    if (asked_.withTXT) {
         end();
     } else {
-        askLater();
+        order_.onlyWithTXT(asked_.interface);
+        ask();
     }
 }
 

@@ -1,7 +1,9 @@
 #ifndef AMBRELKIT_LINUX_NEARBYDEVICES_FOUNDSERVICE_HPP
 #define AMBRELKIT_LINUX_NEARBYDEVICES_FOUNDSERVICE_HPP
 
+#include "AmbrelKit/Linux/NearbyDevices/QuestionOrder.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/ServiceDiscovery.hpp"
+#include "AmbrelKit/Linux/RunLoop/Retry.hpp"
 #include "AmbrelKit/Platform/NetService.hpp"
 
 namespace AmbrelKit::Linux {
@@ -11,16 +13,16 @@ namespace AmbrelKit::Linux {
 /// Resolving is asking for the host, port and TXT record, then for the host's IPv4 address; when
 /// that has not come within a second, for its IPv6 address too. The addresses are asked for by
 /// every protocol: a responder need not give the IPv4 address over IPv6. An answer with only the
-/// IPv6 address is reported, and once more with the IPv4 address should that follow. Without an
-/// answer it is asked again, less and less often.
+/// IPv6 address is reported, and once more with the IPv4 address should that follow; so is one
+/// without TXT record, should that follow. Without an answer everything is asked again, less and
+/// less often.
 class FoundService final : public NetService,
                            public ServiceDiscovery::Client,
                            public std::enable_shared_from_this<FoundService> {
 public:
-    FoundService(std::shared_ptr<EventLoop> loop, ServiceName service, int interface);
-    ~FoundService() override;
-    FoundService(const FoundService&) = delete;
-    FoundService& operator=(const FoundService&) = delete;
+    [[nodiscard]] static std::shared_ptr<FoundService>
+    make(const std::shared_ptr<EventLoop>& loop, std::shared_ptr<ServiceDiscovery> discovery,
+         ServiceName service, int interface);
 
     [[nodiscard]] std::shared_ptr<NetServiceDelegate> delegate() const override;
     void setDelegate(std::weak_ptr<NetServiceDelegate> delegate) override;
@@ -36,35 +38,38 @@ public:
     void stackChanged() override;
 
 private:
+    FoundService(const std::shared_ptr<EventLoop>& loop,
+                 std::shared_ptr<ServiceDiscovery> discovery, ServiceName service, int interface);
     void begin();
     void ask();
-    void askLater();
     void askAddress(int family);
     void served(const std::optional<ServiceRecord>& record);
     void addressed(int family, const std::optional<HostAddress>& address);
     void noAddress();
+    void reached();
     void forgetLookups();
     void end();
     void report();
 
     std::shared_ptr<EventLoop> loop_;
+    std::shared_ptr<ServiceDiscovery> discovery_;
     ServiceName service_;
-    std::vector<int> interfaces_; // the loopback last
+    QuestionOrder order_;
     std::weak_ptr<NetServiceDelegate> delegate_;
     std::optional<ServiceRecord> record_;
     std::vector<std::string> addresses_;
 
-    // Held while it resolves.
-    std::shared_ptr<ServiceDiscovery> discovery_;
-    std::shared_ptr<Deadline> next_;
-    std::shared_ptr<Deadline> limit_;
-    unsigned failures_ = 0;
+    // Of the time in which it resolves.
+    bool resolving_ = false;
     bool reported_ = false;
+    std::shared_ptr<Deadline> limit_;
+    std::optional<Retry> retry_;
 
     // Of one attempt.
-    int askedOn_ = 0;
+    QuestionOrder::Question asked_;
     bool askedIPv6_ = false;
     std::shared_ptr<Lookup> lookup_;
+    std::shared_ptr<Deadline> ipv4Patience_;
     std::shared_ptr<Lookup> ipv4_;
     std::shared_ptr<Lookup> ipv6_;
     ServiceRecord target_;

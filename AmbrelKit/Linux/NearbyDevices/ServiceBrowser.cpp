@@ -1,14 +1,10 @@
 #include "AmbrelKit/Linux/NearbyDevices/ServiceBrowser.hpp"
 
+#include "AmbrelKit/Platform/Weakly.hpp"
+
 namespace AmbrelKit::Linux {
 
 ServiceBrowser::ServiceBrowser(std::shared_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
-
-ServiceBrowser::~ServiceBrowser() {
-    if (discovery_) {
-        discovery_->remove(weak_from_this());
-    }
-}
 
 std::shared_ptr<NetServiceBrowserDelegate> ServiceBrowser::delegate() const {
     return delegate_.lock();
@@ -41,12 +37,7 @@ void ServiceBrowser::stackChanged() {
     }
     const auto stack = discovery_->stack();
     if (stack && !type_.empty()) {
-        search_ =
-            stack->browse(type_, domain_, [weak = weak_from_this()](const Sighting& sighting) {
-                if (const auto browser = weak.lock()) {
-                    browser->sighted(sighting);
-                }
-            });
+        search_ = stack->browse(type_, domain_, weakly(weak_from_this(), &ServiceBrowser::sighted));
     }
 }
 
@@ -71,8 +62,7 @@ void ServiceBrowser::came(const Sighting& sighting) {
     }
     known.present = true;
     if (!service) {
-        service = std::make_shared<FoundService>(loop_, ServiceName{name, type_, domain},
-                                                 sighting.interface);
+        service = FoundService::make(loop_, discovery_, {name, type_, domain}, sighting.interface);
         known.service = service;
     }
     if (const auto delegate = delegate_.lock()) {

@@ -17,9 +17,6 @@ class ServiceBrowser final : public NetServiceBrowser,
                              public std::enable_shared_from_this<ServiceBrowser> {
 public:
     explicit ServiceBrowser(std::shared_ptr<EventLoop> loop);
-    ~ServiceBrowser() override;
-    ServiceBrowser(const ServiceBrowser&) = delete;
-    ServiceBrowser& operator=(const ServiceBrowser&) = delete;
 
     [[nodiscard]] std::shared_ptr<NetServiceBrowserDelegate> delegate() const override;
     void setDelegate(std::weak_ptr<NetServiceBrowserDelegate> delegate) override;

@@ -1,10 +1,9 @@
 #include "AmbrelKit/Linux/NearbyDevices/ServiceDiscovery.hpp"
 
-#include "AmbrelKit/Linux/NearbyDevices/AvahiDaemon.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/EmbeddedAvahi.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <utility>
-#include <vector>
 
 namespace AmbrelKit::Linux {
 
@@ -23,58 +22,46 @@ ServiceDiscovery::ServiceDiscovery(const std::shared_ptr<EventLoop>& loop)
 
 std::shared_ptr<ServiceDiscovery> ServiceDiscovery::make(const std::shared_ptr<EventLoop>& loop) {
     std::shared_ptr<ServiceDiscovery> discovery(new ServiceDiscovery(loop));
-    const std::weak_ptr weak(discovery);
-    discovery->patience_ = loop->deadline([weak] {
-        if (const auto discovery = weak.lock()) {
-            discovery->useEmbedded();
-        }
-    });
+    discovery->patience_ = loop->deadline(weakly(discovery, [](ServiceDiscovery& self) {
+        self.useEmbedded(AvahiDaemon::Standing::absent);
+    }));
     discovery->patience_->arm(std::chrono::steady_clock::now() + busPatience);
     discovery->owner_ = NameWatch::start(discovery->bus_, "org.freedesktop.Avahi",
-                                         [weak](const std::string& owner) {
-                                             if (const auto discovery = weak.lock()) {
-                                                 discovery->ownerChanged(owner);
-                                             }
-                                         });
+                                         weakly(discovery, &ServiceDiscovery::ownerChanged));
     return discovery;
 }
 
 void ServiceDiscovery::ownerChanged(const std::string& owner) {
-    const bool embedded = stack_ && !onDaemon_;
-    if (embedded) {
+    if (embedded_) {
         return;
     }
-    const bool hadDaemon = std::exchange(onDaemon_, !owner.empty());
+    const bool hadDaemon = stack_ != nullptr;
     use(nullptr);
-    if (onDaemon_) {
+    if (!owner.empty()) {
+        daemon_ = AvahiDaemon::Standing::serving;
         patience_->disarm();
-        use(AvahiDaemon::start(bus_, owner, [weak = weak_from_this()] {
-            if (const auto discovery = weak.lock()) {
-                discovery->useEmbedded();
-            }
-        }));
+        use(AvahiDaemon::start(loop_, bus_, owner,
+                               weakly(weak_from_this(), &ServiceDiscovery::useEmbedded)));
     } else if (hadDaemon) {
+        daemon_ = AvahiDaemon::Standing::absent;
         patience_->arm(std::chrono::steady_clock::now() + returnPatience);
     } else {
-        useEmbedded();
+        useEmbedded(AvahiDaemon::Standing::absent);
     }
 }
 
-void ServiceDiscovery::useEmbedded() {
+void ServiceDiscovery::useEmbedded(AvahiDaemon::Standing since) {
+    daemon_ = since;
     patience_->disarm();
-    onDaemon_ = false;
-    use(nullptr);
-    use(EmbeddedAvahi::start(loop_));
+    if (auto embedded = EmbeddedAvahi::start(loop_)) {
+        embedded_ = true;
+        use(std::move(embedded));
+    }
 }
 
 void ServiceDiscovery::use(std::shared_ptr<DiscoveryStack> stack) {
     stack_ = std::move(stack);
-    const std::vector clients(clients_.begin(), clients_.end());
-    for (const auto& weak : clients) {
-        if (const auto client = weak.lock()) {
-            client->stackChanged();
-        }
-    }
+    clients_.each([](Client& client) { client.stackChanged(); });
 }
 
 } // namespace AmbrelKit::Linux

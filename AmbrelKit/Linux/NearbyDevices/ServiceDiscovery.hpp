@@ -2,20 +2,20 @@
 #define AMBRELKIT_LINUX_NEARBYDEVICES_SERVICEDISCOVERY_HPP
 
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
-#include "AmbrelKit/Linux/NearbyDevices/DiscoveryStack.hpp"
-#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
-
-#include <set>
+#include "AmbrelKit/Linux/NearbyDevices/AvahiDaemon.hpp"
+#include "AmbrelKit/Platform/WeakList.hpp"
 
 namespace AmbrelKit::Linux {
 
 /// The choice between avahi-daemon and the embedded stack, one for each loop:
-/// `loop->shared<ServiceDiscovery>()`. Held by browsers that search and services that resolve.
+/// `loop->shared<ServiceDiscovery>()`. Held by browsers that search and services that they found,
+/// so each collection chooses anew.
 ///
-/// The daemon is used when its name has an owner. When there is none the embedded stack is used,
-/// and is kept if a daemon comes later: it finds as much beside one, and a change would only
-/// interrupt the search. A daemon that goes is given a second to come back before the embedded
-/// stack takes the port, which a daemon may want for itself when it starts.
+/// The daemon is used when its name has an owner. When there is none, or it refuses or is silent
+/// for two seconds, the embedded stack is used, and is kept if a daemon comes later: it finds as
+/// much beside one, and a change would only interrupt the search. A daemon that goes is given a
+/// second to come back before the embedded stack takes the port, which a daemon may want for itself
+/// when it starts. Where the embedded stack cannot run, a daemon that is silent is waited for.
 class ServiceDiscovery final : public std::enable_shared_from_this<ServiceDiscovery> {
 public:
     /// Follows the choice.
@@ -35,13 +35,17 @@ public:
     /// Null while there is none, as at first.
     [[nodiscard]] const std::shared_ptr<DiscoveryStack>& stack() const { return stack_; }
 
-    void add(const std::weak_ptr<Client>& client) { clients_.insert(client); }
-    void remove(const std::weak_ptr<Client>& client) { clients_.erase(client); }
+    /// How it stood with the daemon when `stack()` was chosen: why it is the embedded one, if
+    /// `isEmbedded()`, or why there is none.
+    [[nodiscard]] AvahiDaemon::Standing daemon() const { return daemon_; }
+    [[nodiscard]] bool isEmbedded() const { return embedded_; }
+
+    void add(const std::weak_ptr<Client>& client) { clients_.add(client); }
 
 private:
     explicit ServiceDiscovery(const std::shared_ptr<EventLoop>& loop);
     void ownerChanged(const std::string& owner);
-    void useEmbedded();
+    void useEmbedded(AvahiDaemon::Standing since);
     void use(std::shared_ptr<DiscoveryStack> stack);
 
     std::shared_ptr<EventLoop> loop_;
@@ -49,8 +53,9 @@ private:
     std::shared_ptr<NameWatch> owner_;
     std::shared_ptr<Deadline> patience_;
     std::shared_ptr<DiscoveryStack> stack_;
-    bool onDaemon_ = false;
-    std::set<std::weak_ptr<Client>, std::owner_less<>> clients_;
+    AvahiDaemon::Standing daemon_ = AvahiDaemon::Standing::absent;
+    bool embedded_ = false;
+    WeakList<Client> clients_;
 };
 
 } // namespace AmbrelKit::Linux
