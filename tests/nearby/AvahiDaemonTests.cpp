@@ -1,5 +1,5 @@
-#include "AmbrelKit/Linux/NearbyDevices/DiscoveryStack.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/ServiceDiscovery.hpp"
 #include "Collector.hpp"
 #include "FakeAvahi.hpp"
 #include "tests/support/Isolation.hpp"
@@ -44,23 +44,17 @@ protected:
     /// What the daemon has sent so far has been reported, and the other way round, when this
     /// returns: a call of ours goes through the bus to the daemon and back.
     void drain() {
+        const auto connection = driver.loop()->shared<SystemBus>();
         for (int i = 0; i < 2; ++i) {
-            sd_bus* bus = nullptr;
             bool replied = false;
-            const auto onReply = [](sd_bus_message*, void* flag, sd_bus_error*) {
-                *static_cast<bool*>(flag) = true;
-                return 0;
-            };
-            sd_bus_open_system(&bus);
-            sd_bus_attach_event(bus, driver.loop()->native(), 0);
-            sd_bus_call_method_async(bus, nullptr, "org.freedesktop.Avahi", "/", "x.y", "Nothing",
-                                     onReply, &replied, "");
-            driver.loop()->touch();
+            const auto call = connection->call({"org.freedesktop.Avahi", "/", "x.y", "Nothing"}, {},
+                                               [&](sd_bus_message*) { replied = true; });
             ASSERT_TRUE(driver.until([&] { return replied; }));
-            sd_bus_detach_event(bus);
-            sd_bus_close_unref(bus);
-            driver.loop()->dispatch();
         }
+    }
+
+    [[nodiscard]] auto callsOf(const std::string& member) const {
+        return std::count(daemon->calls.begin(), daemon->calls.end(), member);
     }
 
     [[nodiscard]] bool resolvedCount(std::size_t count) {
@@ -179,7 +173,7 @@ TEST_F(AvahiDaemonTest, MessagesOfWrongTypesCostOnlyThemselves) {
     ASSERT_TRUE(driver.until([&] { return daemon->objects.size() == 1; }));
     daemon->reportGarbage();
     daemon->report("ItemNew", {"Printer"});
-    ASSERT_TRUE(resolvedCount(1)) << "asked again after a second";
+    ASSERT_TRUE(resolvedCount(1)) << "asked again";
     EXPECT_THAT(collector->found, ElementsAre("Printer"));
 }
 
@@ -237,16 +231,6 @@ TEST_F(AvahiDaemonTest, AsksForAHundredServicesAtATime) {
     ASSERT_TRUE(resolvedCount(250));
 }
 
-TEST_F(AvahiDaemonTest, AnIPv6AddressWillDoUntilThereIsAnIPv4Address) {
-    daemon->ipv6 = "fd00::1";
-    daemon->items = {{"Printer"}};
-    daemon->interfaceIPv4.clear();
-    search();
-    ASSERT_TRUE(resolvedCount(1));
-    EXPECT_THAT(collector->resolved, ElementsAre("Printer fd00::1"));
-    EXPECT_EQ(std::count(daemon->calls.begin(), daemon->calls.end(), "ResolveHostName"), 2);
-}
-
 TEST_F(AvahiDaemonTest, AnIPv4AddressThatComesLateIsReportedToo) {
     daemon->ipv6 = "fd00::1";
     daemon->items = {{"Printer"}};
@@ -266,6 +250,9 @@ TEST_F(AvahiDaemonTest, AServiceWithoutTXTRecordIsResolvedWithoutOne) {
     search();
     ASSERT_TRUE(resolvedCount(1));
     EXPECT_FALSE((*collector->services.begin())->TXTRecordData());
+    drain();
+    EXPECT_EQ(callsOf("ResolveService"), 3) << "with, without, and once more with";
+    EXPECT_EQ(collector->resolved.size(), 1);
 }
 
 TEST_F(AvahiDaemonTest, TheAddressOnTheLoopbackIsReplacedByARealOne) {
@@ -339,6 +326,22 @@ TEST_F(AvahiDaemonTest, TheEmbeddedStackStandsInForADaemonThatRefuses) {
     daemon->refusal = SD_BUS_ERROR_ACCESS_DENIED;
     search();
     EXPECT_TRUE(driver.until(embeddedRuns));
+}
+
+TEST_F(AvahiDaemonTest, TheEmbeddedStackStandsInForADaemonThatHangsOnMoreThanAService) {
+    for (const auto& [member, isSilent] : std::map<std::string, bool>{
+             {"ServiceBrowserPrepare", true}, {"GetState", true}, {"ResolveService", false}}) {
+        daemon.reset();
+        startDaemon({{"Printer"}});
+        daemon->held = {member};
+        search();
+        const auto discovery = driver.loop()->shared<ServiceDiscovery>();
+        EXPECT_EQ(driver.until(embeddedRuns, milliseconds(3500)), isSilent) << member;
+        EXPECT_EQ(discovery->isEmbedded(), isSilent);
+        EXPECT_EQ(discovery->daemon() == AvahiDaemon::Standing::silent, isSilent);
+        browser.reset();
+        collector->services.clear();
+    }
 }
 
 } // namespace

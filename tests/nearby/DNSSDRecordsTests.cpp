@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/NearbyDevices/DNSSDRecords.hpp"
 #include "AmbrelKit/Platform/NetService.hpp"
 
+#include <chrono>
 #include <gtest/gtest.h>
 
 namespace {
@@ -37,6 +38,12 @@ TEST(DNSSDRecords, RebuildTXTBytesInWireOrder) {
     EXPECT_EQ(NetService::dictionaryFromTXTRecordData(txtRecordBytes({"k=second", "K=first"})),
               (std::map<std::string, std::string>{{"K", "first"}}));
     EXPECT_EQ(txtRecordBytes({std::string(300, 'x')}), "\xff" + std::string(255, 'x'));
+}
+
+TEST(DNSSDRecords, RebuildAMillionTXTStringsAtOnce) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(txtRecordBytes(std::vector<std::string>(1'000'000, "a=1")).size(), 4'000'000);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST(DNSSDRecords, LaySocketAddressesOutAsBSDDoes) {

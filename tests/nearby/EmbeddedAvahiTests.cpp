@@ -5,11 +5,14 @@
 #include "tests/support/LoopDriver.hpp"
 
 #include <avahi-common/error.h>
+#include <avahi-common/malloc.h>
 #include <avahi-core/core.h>
 #include <avahi-core/log.h>
 #include <avahi-core/publish.h>
 #include <cstdlib>
 #include <gmock/gmock.h>
+#include <net/if.h>
+#include <sys/resource.h>
 
 namespace {
 
@@ -31,11 +34,7 @@ public:
         const auto ignore = [](AvahiServer*, AvahiServerState, void*) {};
         server_ = avahi_server_new(&poll_, &config, ignore, nullptr, nullptr);
         avahi_server_config_free(&config);
-        const auto changed = [](AvahiServer*, AvahiSEntryGroup*, AvahiEntryGroupState state,
-                                void* self) {
-            static_cast<Neighbour*>(self)->established = state == AVAHI_ENTRY_GROUP_ESTABLISHED;
-        };
-        group_ = avahi_s_entry_group_new(server_, changed, this);
+        beginGroup();
         AvahiAddress address{};
         avahi_address_parse("10.9.8.7", AVAHI_PROTO_INET, &address);
         avahi_server_add_address(server_, group_, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC,
@@ -45,20 +44,41 @@ public:
     Neighbour(const Neighbour&) = delete;
     Neighbour& operator=(const Neighbour&) = delete;
 
-    void add(const char* name) {
+    void add(const char* name, int interface = AVAHI_IF_UNSPEC) {
         auto* txt = avahi_string_list_new("first=1", nullptr);
         txt = avahi_string_list_add_arbitrary(
             txt, reinterpret_cast<const std::uint8_t*>("raw=\xff\0"), 6);
-        avahi_server_add_service_strlst(server_, group_, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, {},
-                                        name, "_ipp._tcp", nullptr, "near.local", 631, txt);
+        avahi_server_add_service_strlst(server_, group_, interface, AVAHI_PROTO_UNSPEC, {}, name,
+                                        "_ipp._tcp", nullptr, "near.local", 631, txt);
         avahi_string_list_free(txt);
     }
 
-    void publish() { avahi_s_entry_group_commit(group_); }
+    /// Says that the service is there, but not where.
+    void announce(const std::string& name, int interface) {
+        const std::string instance = name + "._ipp._tcp.local";
+        auto* record = avahi_record_new_full("_ipp._tcp.local", AVAHI_DNS_CLASS_IN,
+                                             AVAHI_DNS_TYPE_PTR, AVAHI_DEFAULT_TTL);
+        record->data.ptr.name = avahi_strdup(instance.c_str());
+        avahi_server_add(server_, group_, interface, AVAHI_PROTO_UNSPEC, {}, record);
+        avahi_record_unref(record);
+    }
+
+    void publish() {
+        avahi_s_entry_group_commit(group_);
+        beginGroup();
+    }
 
     bool established = false;
 
 private:
+    void beginGroup() {
+        const auto changed = [](AvahiServer*, AvahiSEntryGroup*, AvahiEntryGroupState state,
+                                void* self) {
+            static_cast<Neighbour*>(self)->established = state == AVAHI_ENTRY_GROUP_ESTABLISHED;
+        };
+        group_ = avahi_s_entry_group_new(server_, changed, this);
+    }
+
     std::shared_ptr<EventLoop> loop_;
     AvahiPoll poll_;
     AvahiServer* server_ = nullptr;
@@ -147,6 +167,75 @@ TEST_F(EmbeddedAvahiTest, BrowsersShareOneStackAndLeaveNothingBehind) {
         dropAll();
     }
     EXPECT_EQ(openDescriptors(), descriptors);
+}
+
+TEST_F(EmbeddedAvahiTest, WithFewDescriptorsItIsSilentAndTheNextSearchFinds) {
+    rlimit plenty{};
+    getrlimit(RLIMIT_NOFILE, &plenty);
+    for (rlim_t left = 0; left < 8; ++left) {
+        const rlimit few{descriptors + left, plenty.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &few);
+        EXPECT_NO_THROW(search());
+        EXPECT_NO_THROW(driver.during(std::chrono::milliseconds(100)));
+        dropAll();
+        setrlimit(RLIMIT_NOFILE, &plenty);
+    }
+    collector->resolved.clear();
+    search();
+    EXPECT_TRUE(driver.until([&] { return collector->resolved.size() == 2; }));
+}
+
+/// A neighbour on two links that are not joined.
+class EmbeddedAvahiOnTwoLinksTest : public EmbeddedAvahiTest {
+protected:
+    void SetUp() override {
+        if (const std::string refusal = isolate(); !refusal.empty()) {
+            GTEST_SKIP() << refusal;
+        }
+        for (const std::string link : {"1", "2"}) {
+            const std::string name = "near" + link;
+            const std::string command = "ip link add " + name +
+                                        " type veth && ip address add 10.9." + link + ".1/24 dev " +
+                                        name + " && ip link set " + name + " up";
+            ASSERT_EQ(std::system(command.c_str()), 0);
+        }
+        neighbour = std::make_unique<Neighbour>(driver);
+    }
+
+    /// Searches until the service has been resolved with its TXT record.
+    [[nodiscard]] bool findsTXT() {
+        return driver.until([&] {
+            return !collector->resolved.empty() &&
+                   (*collector->services.begin())->TXTRecordData() == "\7first=1\6raw=\xff\0"s;
+        });
+    }
+
+    static int link(int number) {
+        return static_cast<int>(if_nametoindex(("near" + std::to_string(number)).c_str()));
+    }
+};
+
+TEST_F(EmbeddedAvahiOnTwoLinksTest, AServiceThatAnswersOnlyOnTheSecondKeepsItsTXTRecord) {
+    neighbour->announce("A", link(1));
+    neighbour->publish();
+    search();
+    ASSERT_TRUE(driver.until([&] { return !collector->found.empty(); }));
+    neighbour->add("A", link(2));
+    neighbour->publish();
+    EXPECT_TRUE(findsTXT());
+    EXPECT_THAT(collector->resolved, ElementsAre("A 10.9.8.7"));
+}
+
+TEST_F(EmbeddedAvahiOnTwoLinksTest, AServiceWhoseFirstAnswerIsLostKeepsItsTXTRecord) {
+    neighbour->announce("A", link(1));
+    neighbour->publish();
+    search();
+    driver.during(std::chrono::milliseconds(5500)); // it is asked for without TXT record by now
+    EXPECT_THAT(collector->found, ElementsAre("A"));
+    neighbour->add("A", link(1));
+    neighbour->publish();
+    EXPECT_TRUE(findsTXT());
+    EXPECT_THAT(collector->resolved, ElementsAre("A 10.9.8.7", "A 10.9.8.7"));
 }
 
 } // namespace

@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
 """Runs a command that scans for services beside a real neighbour, and checks what it found.
 
-    bed.py [--daemon] [--services N] [--daemon-dies | --daemon-restarts] [--types TYPE,...] COMMAND [ARGUMENT...]
+    bed.py [--daemon | --daemon-alone] [--services N] [--at SECONDS WHAT]... [--types TYPE,...] COMMAND [ARGUMENT...]
 
 The command runs in a network namespace that a veth pair joins to another, in which an avahi-daemon
 publishes services of the three types below, N of them on hosts of their own. It is to print a
-collection's dictionary. With --daemon an avahi-daemon on a private bus runs on the command's side;
-two seconds into the scan it may be killed, and after half a second more be started again, while
-the neighbour publishes as many services again. The command looks for services of all three types, or
-for those of --types.
+collection's dictionary. With --daemon an avahi-daemon on a private bus runs on the command's side,
+with --daemon-alone one that lets no other use its port. So long into the scan (at 0: before it)
+the daemon gets a signal (KILL, STOP, CONT) or is started again (START), or the neighbour publishes
+ten services more (PUBLISH). The command looks for services of all three types, or for those of --types.
 
 All of it lives in namespaces of this run and is gone with it. Exit status 77: the kernel
 refuses them.
@@ -18,6 +18,7 @@ import argparse
 import json
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import tempfile
@@ -127,11 +128,12 @@ class Bed:
         with open(self.folder / "hosts", "a") as file:
             file.writelines(f"{a} {host}\n" for host, addresses in hosts.items() for a in addresses)
 
-    def avahi(self, side, with_bus):
+    def avahi(self, side, with_bus, alone=False):
         folder = self.folder / side
         folder.mkdir(exist_ok=True)
         (folder / "conf").write_text(
             f"[server]\nhost-name={side}\nallow-interfaces=v0\nenable-dbus={'yes' if with_bus else 'no'}\n"
+            f"disallow-other-stacks={'yes' if alone else 'no'}\n"
             "[wide-area]\nenable-wide-area=no\n[publish]\npublish-workstation=no\npublish-hinfo=no\n")
         own = f"mount --bind {self.folder}/services /etc/avahi/services; mount --bind {self.folder}/hosts /etc/avahi/hosts;"
         log = folder / "log"
@@ -178,20 +180,30 @@ def inside(options):
         bed.write_services(services, hosts)
         neighbour = bed.avahi("near", with_bus=False)
         bed.wait_for_services(len(services))
-        if options.daemon:
+        daemon = None
+
+        def happen(what):
+            nonlocal daemon
+            if what == "START":
+                daemon = bed.avahi("scan", with_bus=True, alone=options.daemon_alone)
+            elif what == "PUBLISH":
+                late, hosts = many_services(10, first=1000)
+                bed.write_services(late, hosts)
+                neighbour.send_signal(signal.SIGHUP)
+                services.extend(late)
+            else:
+                daemon.send_signal(signal.Signals["SIG" + what])
+
+        if options.daemon or options.daemon_alone:
             bed.bus()
-            daemon = bed.avahi("scan", with_bus=True)
+            happen("START")
+        for what in (what for seconds, what in options.at if seconds == "0"):
+            happen(what)
         scan = subprocess.Popen(["ip", "netns", "exec", "scan", *options.command], stdout=subprocess.PIPE)
-        if options.daemon_dies or options.daemon_restarts:
-            time.sleep(2)
-            daemon.kill()
-            late, hosts = many_services(10, first=1000)
-            bed.write_services(late, hosts)
-            neighbour.send_signal(1)
-            services += late
-            if options.daemon_restarts:
-                time.sleep(0.5)
-                bed.avahi("scan", with_bus=True)
+        start = time.monotonic()
+        for seconds, what in (event for event in options.at if event[0] != "0"):
+            time.sleep(max(0, start + float(seconds) - time.monotonic()))
+            happen(what)
         output, _ = scan.communicate()
         services = [service for service in services if service.type in options.types]
         return check(output, services) if scan.returncode == 0 else 1
@@ -201,8 +213,8 @@ def main():
     parser = argparse.ArgumentParser(usage=__doc__)
     parser.add_argument("--daemon", action="store_true")
     parser.add_argument("--services", type=int, default=0)
-    parser.add_argument("--daemon-dies", action="store_true")
-    parser.add_argument("--daemon-restarts", action="store_true")
+    parser.add_argument("--daemon-alone", action="store_true")
+    parser.add_argument("--at", nargs=2, action="append", default=[])
     parser.add_argument("--types", type=lambda text: text.split(","), default=TYPES)
     parser.add_argument("command", nargs=argparse.REMAINDER)
     options = parser.parse_args()

@@ -1,7 +1,7 @@
 #include "AmbrelKit/Linux/NearbyDevices/EmbeddedAvahi.hpp"
 
 #include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
-#include "AmbrelKit/Linux/RunLoop/Descriptor.hpp"
+#include "AmbrelKit/Platform/Descriptor.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <avahi-core/log.h>
