@@ -29,6 +29,8 @@ TEST(GpsdReport, GivesAFixOnlyWhereThereIsOne) {
         {R"({"class":"TPV","mode":3,"lat":NaN,"lon":1})", {}},
         {R"({"class":"SKY","mode":3,"lat":1,"lon":1,"of":"TPV"})", {}},
         {R"(["TPV"])", {}},
+        {R"({"class":)" + std::string(32000, '[') + std::string(32000, ']') + R"(,"of":"TPV"})",
+         {}},
         {"\"TPV\"\xff\xfe", {}},
         {"", {}},
     };

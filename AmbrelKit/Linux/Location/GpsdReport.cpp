@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Location/GpsdReport.hpp"
 
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
+#include "AmbrelKit/Platform/JSONText.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -31,17 +32,30 @@ std::optional<std::chrono::nanoseconds> fractionFrom(std::string_view text) {
     return std::chrono::nanoseconds(std::stol(decimals));
 }
 
-std::optional<double> number(const nlohmann::json& report, const char* key) {
+std::optional<double> number(const JSONValue& report, const char* key) {
     const auto value = report.find(key);
     return value != report.end() && value->is_number() ? std::optional(value->get<double>())
                                                        : std::nullopt;
 }
 
-std::optional<system_clock::time_point> timeOf(const nlohmann::json& report) {
-    const auto value = report.find("time");
-    return value != report.end() && value->is_string()
-               ? timeFromGpsd(value->get_ref<const std::string&>())
-               : std::nullopt;
+std::string text(const JSONValue& report, const char* key) {
+    const auto value = report.find(key);
+    return value != report.end() && value->is_string() ? value->get<std::string>() : "";
+}
+
+std::optional<LocationFix> fixFrom(const JSONValue& report, system_clock::time_point now) {
+    const auto mode = number(report, "mode");
+    const auto latitude = number(report, "lat");
+    const auto longitude = number(report, "lon");
+    if (text(report, "class") != "TPV" || (mode != 2 && mode != 3) || !latitude || !longitude) {
+        return std::nullopt;
+    }
+    const LocationCoordinate coordinate{.latitude = *latitude, .longitude = *longitude};
+    if (!isOnEarth(coordinate)) {
+        return std::nullopt;
+    }
+    return LocationFix{.coordinate = coordinate,
+                       .timestamp = timeFromGpsd(text(report, "time")).value_or(now)};
 }
 
 } // namespace
@@ -78,21 +92,11 @@ std::optional<LocationFix> fixFromGpsdReport(std::string_view line, system_clock
     if (line.find(R"("TPV")") == std::string_view::npos) {
         return std::nullopt; // satellites and the like, which are longer, are not parsed
     }
-    const auto report = nlohmann::json::parse(line, nullptr, false);
-    if (!report.is_object() || report.value("class", nlohmann::json()) != "TPV") {
+    try {
+        return fixFrom(readJSON(line), now);
+    } catch (const JSONTextError&) {
         return std::nullopt;
     }
-    const auto mode = number(report, "mode");
-    const auto latitude = number(report, "lat");
-    const auto longitude = number(report, "lon");
-    if (!latitude || !longitude || (mode != 2 && mode != 3)) {
-        return std::nullopt;
-    }
-    const LocationCoordinate coordinate{.latitude = *latitude, .longitude = *longitude};
-    if (!isOnEarth(coordinate)) {
-        return std::nullopt;
-    }
-    return LocationFix{.coordinate = coordinate, .timestamp = timeOf(report).value_or(now)};
 }
 
 } // namespace AmbrelKit::Linux
