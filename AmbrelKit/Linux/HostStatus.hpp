@@ -37,12 +37,12 @@ public:
     [[nodiscard]] virtual AmbrelPermissionStatus bluetoothPermissionStatus() const = 0;
 
     /// Granted where the location may be asked for, and denied once GeoClue has refused it to this
-    /// loop's collections, until it serves one. A desktop's switch is known to GeoClue's agent
-    /// alone, and shows in no other way.
+    /// loop's collections, until it serves one; meanwhile gpsd does not stand in for it either. A
+    /// desktop's switch is known to GeoClue's agent alone, and shows in no other way.
     [[nodiscard]] virtual AmbrelPermissionStatus locationSettingStatus() const = 0;
     /// Granted once GeoClue was seen to run or to be startable, else unknown: with a refusal every
     /// collection asks again. A host that takes its fixes from gpsd, which asks nobody, grants it
-    /// by itself.
+    /// by itself, also where gpsd only stands in.
     [[nodiscard]] virtual AmbrelPermissionStatus locationPermissionStatus() const = 0;
     /// Unknown: GeoClue does not tell how exact it may be.
     [[nodiscard]] virtual AmbrelPermissionStatus locationPrecisePermissionStatus() const = 0;

@@ -29,14 +29,20 @@ public:
     [[nodiscard]] std::optional<JSONDictionary> infoDictionary() const;
 
     /// Why a dictionary that is there can't be used, in one line for people: the file can't be
-    /// read, it is not JSON, its top level is not an object, or its "NSBonjourServices" is not a
-    /// list of strings. Nothing when all is well, or there is no dictionary.
+    /// read, it is not JSON, its top level is not an object, its "NSBonjourServices" is not a list
+    /// of strings, or its "CFBundleIdentifier" is not a string. Nothing when all is well, or there
+    /// is no dictionary.
     [[nodiscard]] std::optional<std::string> problem() const;
 
     /// The dictionary's list of DNS-SD service types, "NSBonjourServices": order and duplicates
     /// kept. Nothing when there is no dictionary, no such key, or its value is not a list of
     /// strings.
     [[nodiscard]] std::optional<std::vector<std::string>> bonjourServices() const;
+
+    /// The application's identifier, "CFBundleIdentifier", such as "org.example.Application": the
+    /// name of its desktop file, without `.desktop`. Nothing when there is no dictionary, no such
+    /// key, or its value is not a string.
+    [[nodiscard]] std::optional<std::string> identifier() const;
 
     /// The dictionary that holds where no file gives one; nothing takes it away again.
     void setInfoDictionary(std::optional<JSONDictionary> dictionary);

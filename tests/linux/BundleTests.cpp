@@ -72,11 +72,13 @@ TEST_F(BundleTest, ReadsTheFirstDictionaryThatIsThere) {
              {R"({"NSBonjourServices": "_ipp._tcp"})", "not a list of strings"},
              {R"({"NSBonjourServices": null})", "not a list of strings"},
              {R"({"NSBonjourServices": ["_ipp._tcp", 1]})", "not a list of strings"},
+             {R"({"CFBundleIdentifier": ["org.example"]})", "not a string"},
          }) {
         SCOPED_TRACE(unusable.text);
         write(named, unusable.text);
         EXPECT_THAT(bundle.problem().value_or(""), HasSubstr(unusable.problem));
         EXPECT_EQ(bundle.bonjourServices(), std::nullopt);
+        EXPECT_EQ(bundle.identifier(), std::nullopt);
     }
 
     write(named, R"({"NSBonjourServices": ["_b._tcp", "_a._udp.", "_b._tcp"]})");

@@ -80,8 +80,8 @@ TEST_F(HostStatusTest, FollowsWhatTheSystemShows) {
              fake.start();
          },
          "udggd"},
-        {"GeoClue refuses", [&] { verdict->tell(*loop(), true); }, "uddgd"},
-        {"GeoClue serves", [&] { verdict->tell(*loop(), false); }, "udggd"},
+        {"GeoClue refuses", [&] { verdict->tell(true); }, "uddgd"},
+        {"GeoClue serves", [&] { verdict->tell(false); }, "udggd"},
         {"a link up",
          [&] { run("ip link add v0 type veth peer v1 && ip link set v1 up && ip link set v0 up"); },
          "udggg"},

@@ -1,6 +1,6 @@
 #include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
-#include "AmbrelKit/Linux/HostStatus.hpp"
-#include "AmbrelKit/Linux/Location/GeoClueVerdict.hpp"
+#include "AmbrelKit/Linux/Location/DesktopId.hpp"
+#include "AmbrelKit/Platform/Bundle.hpp"
 #include "tests/location/LocationBed.hpp"
 #include "tests/support/Isolation.hpp"
 #include "tests/support/PrivateBus.hpp"
@@ -19,6 +19,7 @@ namespace AmbrelKit::Linux {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -147,9 +148,9 @@ TEST_F(GeoClue, GivesThePlaceThatItsReceiverTells) {
 
 TEST_F(GeoClue, ARefusalIsDeniedAndSaysWhy) {
     startDaemon();
-    for (const auto& [level, id, why] : {std::tuple(0U, "org.ambrelkit.test", "disabled"),
-                                         std::tuple(8U, "org.ambrelkit.refused", "configuration"),
-                                         std::tuple(8U, "", "DesktopId")}) {
+    for (const auto& [level, id, why] :
+         {std::tuple(0U, "org.ambrelkit.test", "disabled"),
+          std::tuple(8U, "org.ambrelkit.refused", "configuration")}) {
         const Agent agent(level);
         const Session session(options(id));
         ASSERT_TRUE(runUntil([&] { return !session.failures.empty(); })) << why;
@@ -216,22 +217,24 @@ TEST_F(GeoClue, OneThatDoesNotRunIsStarted) {
 
 TEST_F(GeoClue, ADiagnosisTellsWhatIsMissing) {
     startDaemon();
-    const auto finding = [] {
+    const auto finding = [](LocationSourceKind source = LocationSourceKind::geoClue) {
         std::string found;
-        const auto diagnosis = Diagnosis::start(options(), [&](const auto& all) {
-            for (const auto& one : all) {
-                found += one.source == "location" ? one.finding : "";
-            }
-        });
+        const auto diagnosis = Diagnosis::start(
+            options("org.ambrelkit.test", source),
+            [&](const auto& all) { found = all.front().finding + ": " + all.front().remedy; },
+            {"location"});
         EXPECT_TRUE(runUntil([&] { return !found.empty(); }));
         return found;
     };
     EXPECT_THAT(finding(), HasSubstr("no agent"));
     for (const auto& [level, found] :
-         {std::pair(0U, "refuses"), std::pair(4U, "found no place"), std::pair(8U, "GeoClue")}) {
+         {std::pair(0U, "refuses"), std::pair(4U, "found no place"), std::pair(8U, "GeoClue: ")}) {
         const Agent agent(level);
         EXPECT_THAT(finding(), HasSubstr(found));
     }
+    const Agent agent(0);
+    EXPECT_THAT(finding(LocationSourceKind::automatic),
+                AllOf(HasSubstr("refuses"), HasSubstr("--location gpsd")));
 }
 
 TEST_F(GeoClue, OneIsStartedOnceThereIsABus) {
@@ -245,21 +248,49 @@ TEST_F(GeoClue, OneIsStartedOnceThereIsABus) {
     EXPECT_TRUE(runUntil([&] { return access(file("asked").c_str(), F_OK) == 0; }));
 }
 
-TEST_F(GeoClue, AManagerThatIsStoppedByItsRefusalStaysStopped) {
+TEST_F(GeoClue, AHostThatNamesNoDesktopFileIsStillSomebody) {
     startDaemon();
-    const Agent agent(0);
-    Server gpsd;
-    gpsd.accepted = [] { ADD_FAILURE() << "gpsd asked after the stop"; };
-    Session session(options("org.ambrelkit.test", LocationSourceKind::automatic, gpsd.port()));
-    bool stopped = false;
-    const auto status = HostStatus::start([&] {
-        if (EventLoop::current()->shared<GeoClueVerdict>()->refused()) {
-            session.manager->stopUpdatingLocation();
-            stopped = true;
-        }
-    });
-    ASSERT_TRUE(runUntil([&] { return stopped; }));
-    runUntil([] { return false; }, 300ms);
+    const Agent agent;
+    const auto refusal = [] {
+        const Session session(options(""));
+        EXPECT_TRUE(runUntil([&] { return session.statuses.size() > 1; }));
+        runUntil([&] { return !session.failures.empty() || session.statuses.back() == 4; });
+        return session.failures.empty() ? "none" : session.failures.front();
+    };
+    EXPECT_EQ(refusal(), "none") << "the program's name serves";
+    const auto refused = HasSubstr("'org.ambrelkit.refused'");
+    setenv("GIO_LAUNCHED_DESKTOP_FILE", "/usr/share/applications/org.ambrelkit.refused.desktop", 1);
+    setenv("GIO_LAUNCHED_DESKTOP_FILE_PID", "1", 1);
+    EXPECT_EQ(refusal(), "none") << "what was launched is another process";
+    setenv("GIO_LAUNCHED_DESKTOP_FILE_PID", std::to_string(getpid()).c_str(), 1);
+    EXPECT_THAT(refusal(), refused);
+    setenv("FLATPAK_ID", "org.ambrelkit.test", 1);
+    EXPECT_EQ(refusal(), "none");
+    Bundle::main().setInfoDictionary(
+        JSONDictionary{{"CFBundleIdentifier", "org.ambrelkit.refused"}});
+    EXPECT_THAT(refusal(), refused);
+    Bundle::main().setInfoDictionary(std::nullopt);
+    for (const char* name :
+         {"FLATPAK_ID", "GIO_LAUNCHED_DESKTOP_FILE", "GIO_LAUNCHED_DESKTOP_FILE_PID"}) {
+        unsetenv(name);
+    }
+}
+
+TEST(DesktopId, IsReadFromTheUnitsThatDesktopsMake) {
+    for (const auto& [unit, application] :
+         std::initializer_list<std::pair<const char*, const char*>>{
+             {"app-org.example.App-12345.scope", "org.example.App"},
+             {"app-gnome-org.example.App-12345.scope", "org.example.App"},
+             {"app-KDE-org.example.two\\x2dwords@9f00.service", "org.example.two-words"},
+             {"app-org.example.App@autostart.service", "org.example.App"},
+             {"app-org.example.App.service", "org.example.App"},
+             {"app-org.example.scope", ""},
+             {"vte-spawn-9f00.scope", ""},
+             {"session-2.scope", ""},
+             {"app-", ""},
+         }) {
+        EXPECT_EQ(applicationOfUnit(unit), application) << unit;
+    }
 }
 
 #ifdef AMBREL_TOOL
@@ -270,33 +301,59 @@ TEST_F(GeoClue, ThePlaceIsInTheDictionaryOfAScan) {
 }
 #endif
 
-TEST_F(GeoClue, AutomaticFallsBackToGpsd) {
+constexpr const char* gpsdFix = "{\"class\":\"TPV\",\"mode\":3,\"lat\":1,\"lon\":1}\n";
+
+TEST_F(GeoClue, GpsdStandsInOnlyWhereGeoClueIsNotThere) {
     Server gpsd;
-    gpsd.accepted = [&gpsd] {
-        gpsd.send(R"({"class":"TPV","mode":3,"lat":1,"lon":1})"
-                  "\n");
-    };
+    gpsd.accepted = [&gpsd] { gpsd.send(gpsdFix); };
     const auto automatic =
         options("org.ambrelkit.test", LocationSourceKind::automatic, gpsd.port());
-    const auto statuses = [&] {
+    {
+        const Session session(automatic);
+        EXPECT_TRUE(runUntil([&] { return session.hasFixes(); })) << "no GeoClue";
+        EXPECT_THAT(session.statuses, ElementsAre(0, 4));
+    }
+    startDaemon();
+    gpsd.accepted = [] { ADD_FAILURE() << "gpsd asked beside GeoClue"; };
+    {
+        const Agent agent;
         const Session session(automatic);
         EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
-        gpsd.hangUp();
-        return session.statuses;
-    };
-    EXPECT_THAT(statuses(), ElementsAre(0, 4)) << "no GeoClue";
+    }
+    const Agent agent(4); // to the city: served, but no fix from a receiver comes
+    const Session session(automatic);
+    EXPECT_FALSE(runUntil([&] { return session.hasFixes(); }, 3500ms));
+    EXPECT_THAT(session.statuses, ElementsAre(0, 4));
+}
+
+TEST_F(GeoClue, ARefusalBindsGpsdToo) {
+    Server gpsd;
+    gpsd.accepted = [&gpsd] { gpsd.send(gpsdFix); };
+    const auto factory = makeLocationManagerFactory(
+        EventLoop::current(),
+        options("org.ambrelkit.test", LocationSourceKind::automatic, gpsd.port()));
     startDaemon();
     {
+        const Session session(factory);
+        ASSERT_TRUE(runUntil([&] { return session.hasFixes(); })) << "no agent: as if not there";
         const Agent agent(0);
-        EXPECT_THAT(statuses(), ElementsAre(0, 2, 4)) << "refused";
+        ASSERT_TRUE(runUntil([&] { return session.statuses.back() == 2; }));
+        gpsd.send(gpsdFix);
+        EXPECT_FALSE(runUntil([&] { return session.hasFixes(2); }, 100ms));
+        EXPECT_THAT(session.statuses, ElementsAre(0, 4, 2));
     }
+    gpsd.accepted = [] { ADD_FAILURE() << "gpsd asked after a refusal"; };
+    daemon_.reset();
     {
-        const Agent agent(4); // to the city: started, but no fix from a receiver comes
-        EXPECT_THAT(statuses(), ElementsAre(0, 4)) << "no fix";
+        const Session session(factory);
+        EXPECT_FALSE(runUntil([&] { return session.hasFixes(); }, 300ms)) << "GeoClue is gone";
     }
-    gpsd.accepted = [] { ADD_FAILURE() << "gpsd asked beside GeoClue"; };
-    const Agent agent;
-    EXPECT_THAT(statuses(), ElementsAre(0, 4)) << "GeoClue";
+    startDaemon();
+    {
+        const Agent agent;
+        const Session session(factory);
+        EXPECT_TRUE(runUntil([&] { return session.hasFixes(); })) << "taken back";
+    }
 }
 
 TEST_F(GeoClue, AThousandRoundsLeaveNothing) {
@@ -311,6 +368,86 @@ TEST_F(GeoClue, AThousandRoundsLeaveNothing) {
     EXPECT_TRUE(runUntil([&] { return names() == namesBefore; }));
     nmea_->server.hangUp();
     EXPECT_EQ(openDescriptors(), descriptorsBefore);
+}
+
+/// A GeoClue that tells of two new places before it gives the one that it is asked for, and starts
+/// when the test wants.
+class HastyGeoClue {
+public:
+    HastyGeoClue() {
+        sd_bus_open_system(&bus_);
+        sd_bus_add_filter(bus_, nullptr, &called, this);
+        sd_bus_request_name(bus_, geoClueName, 0);
+        sd_bus_attach_event(bus_, EventLoop::current()->native(), 0);
+    }
+    ~HastyGeoClue() {
+        sd_bus_message_unref(asked);
+        sd_bus_detach_event(bus_);
+        sd_bus_close_unref(bus_);
+    }
+    HastyGeoClue(const HastyGeoClue&) = delete;
+    HastyGeoClue& operator=(const HastyGeoClue&) = delete;
+
+    void start() {
+        sd_bus_reply_method_return(asked, "");
+        tellOfAPlace();
+    }
+
+    sd_bus_message* asked = nullptr; ///< to start
+
+private:
+    static int called(sd_bus_message* call, void* context, sd_bus_error* /*error*/) {
+        auto& self = *static_cast<HastyGeoClue*>(context);
+        const char* name = sd_bus_message_get_member(call);
+        const std::string_view member = name != nullptr ? name : "";
+        if (member == "GetClient") {
+            return sd_bus_reply_method_return(call, "o", "/client");
+        }
+        if (member == "Start") {
+            self.asked = sd_bus_message_ref(call);
+            return 1;
+        }
+        if (member != "GetAll") {
+            return 0;
+        }
+        const double place = std::stod(std::string(sd_bus_message_get_path(call)).substr(1));
+        self.tellOfAPlace();
+        self.tellOfAPlace();
+        return sd_bus_reply_method_return(call, "a{sv}", 2, "Latitude", "d", place, "Longitude",
+                                          "d", 1.0);
+    }
+
+    void tellOfAPlace() {
+        const std::string place = "/" + std::to_string(++places_);
+        sd_bus_emit_signal(bus_, "/client", "org.freedesktop.GeoClue2.Client", "LocationUpdated",
+                           "oo", "/", place.c_str());
+    }
+
+    sd_bus* bus_ = nullptr;
+    int places_ = 0;
+};
+
+TEST(HastyGeoClueTest, AFloodOfPlacesDoesNotStarveTheFix) {
+    const PrivateBus bus;
+    HastyGeoClue geoClue;
+    const Session session({.source = LocationSourceKind::geoClue});
+    ASSERT_TRUE(runUntil([&] { return geoClue.asked != nullptr; }));
+    geoClue.start();
+    ASSERT_TRUE(runUntil([&] { return session.hasFixes(3); }, 2s));
+    EXPECT_EQ(session.fixes[0].coordinate.latitude, 1);
+    EXPECT_EQ(session.fixes[1].coordinate.latitude, 3) << "the newest one is read";
+}
+
+TEST(HastyGeoClueTest, WhileItAsksTheUserGpsdDoesNotStandIn) {
+    const PrivateBus bus;
+    const HastyGeoClue geoClue;
+    Server gpsd;
+    gpsd.accepted = [] { ADD_FAILURE() << "the user has not answered"; };
+    const Session session({.source = LocationSourceKind::automatic, .gpsdPort = gpsd.port()});
+    EXPECT_FALSE(runUntil([&] { return !session.failures.empty(); }, 3500ms));
+    sd_bus_reply_method_errorf(geoClue.asked, SD_BUS_ERROR_ACCESS_DENIED, "no");
+    EXPECT_TRUE(runUntil([&] { return !session.failures.empty(); }));
+    EXPECT_THAT(session.statuses, ElementsAre(0, 2));
 }
 
 } // namespace

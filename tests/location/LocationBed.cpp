@@ -15,8 +15,7 @@
 
 namespace AmbrelKit::Linux {
 
-Session::Session(const LocationOptions& options)
-    : manager(makeLocationManagerFactory(EventLoop::current(), options)()) {
+Session::Session(const LocationManagerFactory& factory) : manager(factory()) {
     manager->setDelegate(std::shared_ptr<LocationManagerDelegate>(alive_, this));
 }
 

@@ -19,7 +19,9 @@ namespace AmbrelKit::Linux {
 /// told.
 class Session final : public LocationManagerDelegate {
 public:
-    explicit Session(const LocationOptions& options);
+    explicit Session(const LocationOptions& options)
+        : Session(makeLocationManagerFactory(EventLoop::current(), options)) {}
+    explicit Session(const LocationManagerFactory& factory);
     ~Session() override;
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;

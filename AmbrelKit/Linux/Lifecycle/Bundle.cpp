@@ -12,6 +12,7 @@ namespace AmbrelKit {
 namespace {
 
 constexpr const char* servicesKey = "NSBonjourServices";
+constexpr const char* identifierKey = "CFBundleIdentifier";
 
 /// What was found where a dictionary may be: nothing, a dictionary, or the reason why not.
 struct Reading {
@@ -100,6 +101,10 @@ std::optional<std::string> Bundle::problem() const {
     if (services != reading.dictionary->end() && !listOfTexts(services->second)) {
         return std::string("\"") + servicesKey + "\" is not a list of strings";
     }
+    const auto identifier = reading.dictionary->find(identifierKey);
+    if (identifier != reading.dictionary->end() && !identifier->second.is_string()) {
+        return std::string("\"") + identifierKey + "\" is not a string";
+    }
     return std::nullopt;
 }
 
@@ -110,6 +115,17 @@ std::optional<std::vector<std::string>> Bundle::bonjourServices() const {
     }
     const auto services = reading.dictionary->find(servicesKey);
     return services == reading.dictionary->end() ? std::nullopt : listOfTexts(services->second);
+}
+
+std::optional<std::string> Bundle::identifier() const {
+    const Reading reading = read(dictionary_);
+    if (!reading.dictionary) {
+        return std::nullopt;
+    }
+    const auto identifier = reading.dictionary->find(identifierKey);
+    return identifier != reading.dictionary->end() && identifier->second.is_string()
+               ? std::optional(identifier->second.get<std::string>())
+               : std::nullopt;
 }
 
 void Bundle::setInfoDictionary(std::optional<JSONDictionary> dictionary) {

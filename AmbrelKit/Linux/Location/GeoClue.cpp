@@ -1,12 +1,11 @@
 #include "AmbrelKit/Linux/Location/GeoClue.hpp"
 
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
-#include "AmbrelKit/Linux/Location/GeoClueVerdict.hpp"
+#include "AmbrelKit/Linux/Location/DesktopId.hpp"
 #include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
-#include <algorithm>
-#include <functional>
 #include <optional>
 #include <utility>
 
@@ -16,8 +15,8 @@ namespace {
 
 using std::chrono::system_clock;
 
-constexpr std::chrono::milliseconds firstDelay{500};
-constexpr std::chrono::milliseconds longestDelay{8000};
+constexpr std::chrono::seconds timeToAnswer{3};
+constexpr Retry::Delays reconnectDelays{std::chrono::milliseconds(500), std::chrono::seconds(8)};
 
 constexpr const char* managerPath = "/org/freedesktop/GeoClue2/Manager";
 constexpr const char* managerInterface = "org.freedesktop.GeoClue2.Manager";
@@ -65,89 +64,68 @@ std::optional<LocationFix> fixFromProperties(sd_bus_message* reply) {
 
 } // namespace
 
-GeoClue::GeoClue(const std::shared_ptr<EventLoop>& loop, std::string desktopId,
-                 LocationAccuracy accuracy, std::weak_ptr<LocationSourceOwner> owner)
-    : loop_(loop), desktopId_(std::move(desktopId)), accuracy_(accuracy), owner_(std::move(owner)),
-      delay_(firstDelay) {}
+GeoClue::GeoClue(const std::shared_ptr<EventLoop>& loop, const LocationOptions& options,
+                 std::weak_ptr<LocationSourceOwner> owner)
+    : loop_(loop), options_(options), owner_(std::move(owner)),
+      verdict_(loop->shared<GeoClueVerdict>()),
+      reconnect_(*loop, reconnectDelays, [this] { connect(); }) {}
 
 std::shared_ptr<GeoClue> GeoClue::start(const std::shared_ptr<EventLoop>& loop,
-                                        std::string desktopId, LocationAccuracy accuracy,
+                                        const LocationOptions& options,
                                         std::weak_ptr<LocationSourceOwner> owner) {
-    std::shared_ptr<GeoClue> geoClue(
-        new GeoClue(loop, std::move(desktopId), accuracy, std::move(owner)));
-    geoClue->retry_ = loop->deadline([weak = std::weak_ptr(geoClue)] {
-        if (const auto geoClue = weak.lock()) {
-            geoClue->connect();
-        }
-    });
+    std::shared_ptr<GeoClue> geoClue(new GeoClue(loop, options, std::move(owner)));
+    geoClue->answerDue_ = loop->deadline(weakly(geoClue, &GeoClue::timeIsUp));
+    geoClue->answerDue_->arm(std::chrono::steady_clock::now() + timeToAnswer);
     geoClue->connect();
     return geoClue;
 }
 
 /// A new connection also withdraws what a daemon that hangs has not answered.
 void GeoClue::connect() {
-    const auto loop = loop_.lock();
-    if (!loop) {
-        return;
+    if (const auto loop = loop_.lock()) {
+        life_.reset();
+        bus_ = SystemBus::make(loop);
+        name_ =
+            NameWatch::start(bus_, geoClueName, weakly(weak_from_this(), &GeoClue::ownerChanged));
     }
-    forget();
-    daemon_.clear();
-    bus_ = SystemBus::make(loop);
-    name_ =
-        NameWatch::start(bus_, geoClueName, [weak = weak_from_this()](const std::string& daemon) {
-            if (const auto geoClue = weak.lock()) {
-                geoClue->daemonChanged(daemon);
-            }
-        });
 }
 
-void GeoClue::forget() {
-    question_.reset();
-    reading_.reset();
-    signals_.reset();
-    client_.clear();
-}
-
-void GeoClue::daemonChanged(const std::string& daemon) {
-    const bool gone = daemon.empty() && !daemon_.empty();
-    forget();
-    daemon_ = daemon;
-    if (!daemon.empty()) {
-        retry_->disarm();
-        if (state_ == State::absent) {
-            become(State::asking);
-        }
-        ask({daemon_, managerPath, managerInterface, "GetClient"}, &GeoClue::clientMade);
-    } else if (gone) {
-        retryLater();
+void GeoClue::ownerChanged(const std::string& owner) {
+    const bool lived = std::exchange(life_, nullptr) != nullptr;
+    if (!owner.empty()) {
+        reconnect_.cancel();
+        life_ = std::make_unique<Life>(bus_, owner);
+        life_->daemon.ask({managerPath, managerInterface, "GetClient"}, {},
+                          weakly(weak_from_this(), &GeoClue::clientMade));
+    } else if (lived) {
+        reconnect_.schedule();
     } else {
         activate();
     }
 }
 
+/// A daemon that was started shows by its name.
 void GeoClue::activate() {
-    question_ = bus_->call(
+    const bool sent = bus_->send(
         {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
          "StartServiceByName"},
         [](sd_bus_message* call) { return sd_bus_message_append(call, "su", geoClueName, 0U); },
-        receiver(&GeoClue::activated));
-    if (!question_) {
+        weakly(weak_from_this(), &GeoClue::activated));
+    if (!sent) {
+        reconnect_.schedule(); // the bus may come
         become(State::absent);
-        retryLater(); // the bus may come
     }
 }
 
-/// A daemon that was started shows by its name.
 void GeoClue::activated(sd_bus_message* reply) {
-    question_.reset();
-    if (sd_bus_message_is_method_error(reply, nullptr) == 0) {
+    const sd_bus_error* error = sd_bus_message_get_error(reply);
+    if (error == nullptr) {
         return;
     }
-    become(State::absent);
-    if (sd_bus_error_has_names(sd_bus_message_get_error(reply), SD_BUS_ERROR_NO_REPLY,
-                               SD_BUS_ERROR_DISCONNECTED) > 0) {
-        retryLater(); // the bus went, and may come back
+    if (sd_bus_error_has_names(error, SD_BUS_ERROR_NO_REPLY, SD_BUS_ERROR_DISCONNECTED) > 0) {
+        reconnect_.schedule(); // the bus went, and may come back
     }
+    become(State::absent);
 }
 
 void GeoClue::clientMade(sd_bus_message* reply) {
@@ -156,57 +134,56 @@ void GeoClue::clientMade(sd_bus_message* reply) {
         refusedOrFailed(reply);
         return;
     }
-    client_ = path;
-    signals_ = bus_->match("type='signal',sender='" + daemon_ + "',path='" + client_ + "'",
-                           receiver(&GeoClue::clientSignalled));
-    const BusMethod set{daemon_, client_, propertiesInterface, "Set"};
-    if (!desktopId_.empty()) { // an empty one would pass as a name
-        bus_->send(set, [this](sd_bus_message* call) {
+    answerDue_->disarm();
+    Daemon& daemon = life_->daemon;
+    daemon.hear("path='" + std::string(path) + "'", weakly(weak_from_this(), &GeoClue::signalled));
+    const Daemon::Method set{path, propertiesInterface, "Set"};
+    if (!options_.desktopId.empty()) { // an empty one would pass as a name
+        daemon.send(set, [this](sd_bus_message* call) {
             return sd_bus_message_append(call, "ssv", clientInterface, "DesktopId", "s",
-                                         desktopId_.c_str());
+                                         options_.desktopId.c_str());
         });
     }
-    bus_->send(set, [this](sd_bus_message* call) {
+    daemon.send(set, [this](sd_bus_message* call) {
         return sd_bus_message_append(call, "ssv", clientInterface, "RequestedAccuracyLevel", "u",
-                                     static_cast<std::uint32_t>(accuracy_));
+                                     static_cast<std::uint32_t>(options_.accuracy));
     });
-    ask({daemon_, client_, clientInterface, "Start"}, &GeoClue::started);
+    daemon.ask({path, clientInterface, "Start"}, {}, weakly(weak_from_this(), &GeoClue::started));
+    if (state_ != State::ready) {
+        become(State::asking, "GeoClue asks the user");
+    }
 }
 
 void GeoClue::started(sd_bus_message* reply) {
-    question_.reset();
     if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
         refusedOrFailed(reply);
         return;
     }
-    delay_ = firstDelay;
+    reconnect_.reset();
     become(State::ready);
 }
 
 void GeoClue::refusedOrFailed(sd_bus_message* reply) {
     const sd_bus_error* error = sd_bus_message_get_error(reply);
+    const std::string said =
+        repairedUTF8(error != nullptr && error->message != nullptr ? error->message : "");
     if (sd_bus_error_has_name(error, SD_BUS_ERROR_ACCESS_DENIED) > 0) {
-        become(State::refused, "GeoClue refuses the location: " +
-                                   repairedUTF8(error->message != nullptr ? error->message : ""));
+        become(State::refused, "GeoClue refuses the location: " + said);
     } else {
-        retryLater();
+        reconnect_.schedule();
+        become(State::absent, "GeoClue fails: " + said);
     }
 }
 
-void GeoClue::clientSignalled(sd_bus_message* signal) {
+void GeoClue::signalled(sd_bus_message* signal) {
     const char* before = nullptr;
     const char* location = nullptr;
-    if (sd_bus_message_is_signal(signal, clientInterface, "LocationUpdated") > 0) {
-        if (sd_bus_message_read(signal, "oo", &before, &location) > 0) {
-            reading_ = bus_->call(
-                {daemon_, location, propertiesInterface, "GetAll"},
-                [](sd_bus_message* call) {
-                    return sd_bus_message_append(call, "s", locationInterface);
-                },
-                receiver(&GeoClue::locationRead));
-        }
-    } else if (sd_bus_message_is_signal(signal, propertiesInterface, "PropertiesChanged") > 0) {
+    if (sd_bus_message_is_signal(signal, propertiesInterface, "PropertiesChanged") > 0) {
         propertiesChanged(signal);
+    } else if (sd_bus_message_is_signal(signal, clientInterface, "LocationUpdated") > 0 &&
+               sd_bus_message_read(signal, "oo", &before, &location) > 0) {
+        life_->location = location;
+        readLocation();
     }
 }
 
@@ -229,49 +206,52 @@ void GeoClue::propertiesChanged(sd_bus_message* signal) {
     }
 }
 
+/// One at a time: however fast GeoClue tells of new ones, each that is asked for is read.
+void GeoClue::readLocation() {
+    if (!life_->reading && !life_->location.empty()) {
+        life_->reading = life_->daemon.ask(
+            {std::exchange(life_->location, {}), propertiesInterface, "GetAll"},
+            [](sd_bus_message* call) {
+                return sd_bus_message_append(call, "s", locationInterface);
+            },
+            weakly(weak_from_this(), &GeoClue::locationRead));
+    }
+}
+
 void GeoClue::locationRead(sd_bus_message* reply) {
-    reading_.reset();
+    life_->reading = false;
+    readLocation();
     const auto fix = fixFromProperties(reply);
     const auto owner = owner_.lock();
-    if (fix && owner) {
+    if (fix && owner && state_ != State::refused) {
         owner->sourceDidFix(*this, {*fix});
+    }
+}
+
+void GeoClue::timeIsUp() {
+    if (state_ == State::asking) {
+        become(State::silent,
+               "GeoClue has not answered; perhaps no agent is running that could ask the user");
     }
 }
 
 void GeoClue::become(State state, std::string reason) {
     reason_ = std::move(reason);
-    const auto loop = loop_.lock();
-    if (loop && (state == State::ready || state == State::refused)) {
-        loop->shared<GeoClueVerdict>()->tell(*loop, state == State::refused);
-    }
     const auto owner = owner_.lock();
     if (std::exchange(state_, state) != state && owner) {
         owner->sourceDidChange(*this);
     }
-}
-
-void GeoClue::retryLater() {
-    retry_->arm(std::chrono::steady_clock::now() + delay_);
-    delay_ = std::min(delay_ * 2, longestDelay);
-}
-
-void GeoClue::ask(const BusMethod& method, Handler answered) {
-    question_ = bus_->call(method, {}, receiver(answered));
-}
-
-BusReceiver GeoClue::receiver(Handler handler) {
-    return [weak = weak_from_this(), handler](sd_bus_message* message) {
-        if (const auto geoClue = weak.lock()) {
-            ((*geoClue).*handler)(message);
-        }
-    };
+    if (state == State::ready || state == State::refused) {
+        verdict_->tell(state == State::refused);
+    }
 }
 
 LocationSourceFactory geoClueFactory(const std::shared_ptr<EventLoop>& loop,
                                      const LocationOptions& options) {
-    return [loop, desktopId = options.desktopId,
-            accuracy = options.accuracy](std::weak_ptr<LocationSourceOwner> owner) {
-        return GeoClue::start(loop, desktopId, accuracy, std::move(owner));
+    LocationOptions own = options;
+    own.desktopId = desktopId(options);
+    return [loop, own](std::weak_ptr<LocationSourceOwner> owner) {
+        return GeoClue::start(loop, own, std::move(owner));
     };
 }
 

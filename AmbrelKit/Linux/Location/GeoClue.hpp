@@ -1,18 +1,19 @@
 #ifndef AMBRELKIT_LINUX_LOCATION_GEOCLUE_HPP
 #define AMBRELKIT_LINUX_LOCATION_GEOCLUE_HPP
 
+#include "AmbrelKit/Linux/Bus/Daemon.hpp"
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
-#include "AmbrelKit/Linux/Bus/SystemBus.hpp"
-#include "AmbrelKit/Linux/Location/Location.hpp"
+#include "AmbrelKit/Linux/Location/GeoClueVerdict.hpp"
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
-#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/RunLoop/Retry.hpp"
 
 #include <string>
 
 namespace AmbrelKit::Linux {
 
 /// Fixes from GeoClue, which is started when it is not running. A GeoClue that has gone is taken up
-/// again when it comes back, and started again after a while.
+/// again when it comes back, and started again after a while. One that asks the user is not silent,
+/// however long that takes.
 ///
 /// The connection to the bus is its own. GeoClue keeps a question that it has not answered (no
 /// agent yet) for as long as the asker is on the bus, and has no way to take it back: leaving the
@@ -20,49 +21,51 @@ namespace AmbrelKit::Linux {
 class GeoClue final : public LocationSource, public std::enable_shared_from_this<GeoClue> {
 public:
     static std::shared_ptr<GeoClue> start(const std::shared_ptr<EventLoop>& loop,
-                                          std::string desktopId, LocationAccuracy accuracy,
+                                          const LocationOptions& options,
                                           std::weak_ptr<LocationSourceOwner> owner);
 
     [[nodiscard]] State state() const override { return state_; }
+    [[nodiscard]] LocationSourceKind kind() const override { return LocationSourceKind::geoClue; }
     [[nodiscard]] std::string reason() const override { return reason_; }
 
 private:
-    using Handler = void (GeoClue::*)(sd_bus_message*);
+    /// One life of the daemon, and what is read from it.
+    struct Life {
+        Life(const std::shared_ptr<SystemBus>& bus, const std::string& name) : daemon(bus, name) {}
 
-    GeoClue(const std::shared_ptr<EventLoop>& loop, std::string desktopId,
-            LocationAccuracy accuracy, std::weak_ptr<LocationSourceOwner> owner);
+        Daemon daemon;
+        std::string location; ///< the newest one, until it is read
+        bool reading = false;
+    };
+
+    GeoClue(const std::shared_ptr<EventLoop>& loop, const LocationOptions& options,
+            std::weak_ptr<LocationSourceOwner> owner);
     void connect();
-    void forget();
-    void daemonChanged(const std::string& daemon);
+    void ownerChanged(const std::string& owner);
     void activate();
     void activated(sd_bus_message* reply);
     void clientMade(sd_bus_message* reply);
     void started(sd_bus_message* reply);
     void refusedOrFailed(sd_bus_message* reply);
-    void clientSignalled(sd_bus_message* signal);
+    void signalled(sd_bus_message* signal);
     void propertiesChanged(sd_bus_message* signal);
+    void readLocation();
     void locationRead(sd_bus_message* reply);
+    void timeIsUp();
     void become(State state, std::string reason = {});
-    void retryLater();
-    void ask(const BusMethod& method, Handler answered);
-    [[nodiscard]] BusReceiver receiver(Handler handler);
 
     std::weak_ptr<EventLoop> loop_;
-    std::string desktopId_;
-    LocationAccuracy accuracy_;
+    LocationOptions options_;
     std::weak_ptr<LocationSourceOwner> owner_;
+    std::shared_ptr<GeoClueVerdict> verdict_;
     State state_ = State::asking;
     std::string reason_;
-    std::shared_ptr<Deadline> retry_;
-    std::chrono::milliseconds delay_;
+    Retry reconnect_;
+    std::shared_ptr<Deadline> answerDue_;
 
     std::shared_ptr<SystemBus> bus_;
     std::shared_ptr<NameWatch> name_;
-    std::string daemon_;
-    std::string client_;
-    std::shared_ptr<SignalMatch> signals_;
-    std::unique_ptr<PendingCall> question_;
-    std::unique_ptr<PendingCall> reading_;
+    std::unique_ptr<Life> life_;
 };
 
 } // namespace AmbrelKit::Linux

@@ -2,11 +2,11 @@
 #define AMBRELKIT_LINUX_LOCATION_GEOCLUEVERDICT_HPP
 
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Platform/WeakList.hpp"
 
 #include <functional>
 #include <memory>
 #include <utility>
-#include <vector>
 
 namespace AmbrelKit::Linux {
 
@@ -15,33 +15,30 @@ namespace AmbrelKit::Linux {
 /// the user.
 class GeoClueVerdict {
 public:
-    static std::shared_ptr<GeoClueVerdict> make(const std::shared_ptr<EventLoop>& /*loop*/) {
-        return std::make_shared<GeoClueVerdict>();
+    explicit GeoClueVerdict(std::weak_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
+
+    static std::shared_ptr<GeoClueVerdict> make(const std::shared_ptr<EventLoop>& loop) {
+        return std::make_shared<GeoClueVerdict>(loop);
     }
 
-    void tell(EventLoop& loop, bool refused) {
-        if (std::exchange(refused_, refused) == refused) {
-            return;
-        }
-        const auto followers = followers_;
-        for (const auto& weak : followers) {
-            if (const auto changed = weak.lock()) {
-                loop.guarded(*changed);
-            }
+    void tell(bool refused) {
+        const auto loop = loop_.lock();
+        if (std::exchange(refused_, refused) != refused && loop) {
+            followers_.each([&](const auto& changed) { loop->guarded(changed); });
         }
     }
 
     /// `changed` is called for as long as it lives.
     void follow(std::weak_ptr<const std::function<void()>> changed) {
-        std::erase_if(followers_, [](const auto& weak) { return weak.expired(); });
-        followers_.push_back(std::move(changed));
+        followers_.add(std::move(changed));
     }
 
     [[nodiscard]] bool refused() const { return refused_; }
 
 private:
+    std::weak_ptr<EventLoop> loop_;
     bool refused_ = false;
-    std::vector<std::weak_ptr<const std::function<void()>>> followers_;
+    WeakList<const std::function<void()>> followers_;
 };
 
 } // namespace AmbrelKit::Linux

@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"
 
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <string_view>
 
@@ -12,12 +13,7 @@ std::shared_ptr<GeoClueWatch> GeoClueWatch::start(EventLoop& loop,
     std::shared_ptr<GeoClueWatch> watch(
         new GeoClueWatch(bus, loop.shared<GeoClueVerdict>(), std::move(changed)));
     watch->verdict_->follow(watch->changed_);
-    watch->name_ =
-        NameWatch::start(bus, geoClueName, [weak = std::weak_ptr(watch)](const std::string& owner) {
-            if (const auto watch = weak.lock()) {
-                watch->ownerChanged(owner);
-            }
-        });
+    watch->name_ = NameWatch::start(bus, geoClueName, weakly(watch, &GeoClueWatch::ownerChanged));
     return watch;
 }
 
@@ -27,11 +23,7 @@ void GeoClueWatch::ownerChanged(const std::string& owner) {
     if (owner.empty()) {
         question_ = bus_->call({"org.freedesktop.DBus", "/org/freedesktop/DBus",
                                 "org.freedesktop.DBus", "ListActivatableNames"},
-                               {}, [weak = weak_from_this()](sd_bus_message* reply) {
-                                   if (const auto watch = weak.lock()) {
-                                       watch->namesReplied(reply);
-                                   }
-                               });
+                               {}, weakly(weak_from_this(), &GeoClueWatch::namesReplied));
     }
     if (!question_) { // a lost bus says nothing
         present_ = present_ || !owner.empty();

@@ -22,7 +22,7 @@ public:
 
     /// It has been seen to run, or the bus could start it.
     [[nodiscard]] bool isPresent() const { return present_; }
-    /// It has refused a manager of this loop since the watch began, and not served one since.
+    /// It has refused a manager of this loop, and not served one since.
     [[nodiscard]] bool hasRefused() const { return verdict_->refused(); }
 
 private:

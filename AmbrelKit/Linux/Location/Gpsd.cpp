@@ -1,5 +1,7 @@
 #include "AmbrelKit/Linux/Location/Gpsd.hpp"
 
+#include "AmbrelKit/Platform/Weakly.hpp"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -8,15 +10,13 @@
 #include <stdexcept>
 #include <string>
 #include <sys/epoll.h>
-#include <unistd.h>
 #include <utility>
 
 namespace AmbrelKit::Linux {
 
 namespace {
 
-constexpr std::chrono::milliseconds firstRetry{250};
-constexpr std::chrono::milliseconds longestRetry{4000};
+constexpr Retry::Delays reconnectDelays{std::chrono::milliseconds(250), std::chrono::seconds(4)};
 
 constexpr std::string_view watchCommand = "?WATCH={\"enable\":true,\"json\":true};\n";
 
@@ -38,19 +38,13 @@ GpsdEndpoint::GpsdEndpoint(const std::string& host, std::uint16_t port) {
 
 Gpsd::Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint,
            std::weak_ptr<LocationSourceOwner> owner)
-    : loop_(loop), endpoint_(endpoint), owner_(std::move(owner)), delay_(firstRetry) {}
-
-Gpsd::~Gpsd() { disconnect(); }
+    : loop_(loop), endpoint_(endpoint), owner_(std::move(owner)),
+      reconnect_(*loop, reconnectDelays, [this] { connect(); }) {}
 
 std::shared_ptr<Gpsd> Gpsd::start(const std::shared_ptr<EventLoop>& loop,
                                   const GpsdEndpoint& endpoint,
                                   std::weak_ptr<LocationSourceOwner> owner) {
     std::shared_ptr<Gpsd> gpsd(new Gpsd(loop, endpoint, std::move(owner)));
-    gpsd->retry_ = loop->deadline([weak = std::weak_ptr(gpsd)] {
-        if (const auto gpsd = weak.lock()) {
-            gpsd->connect();
-        }
-    });
     gpsd->connect();
     return gpsd;
 }
@@ -60,18 +54,17 @@ void Gpsd::connect() {
     if (!loop) {
         return;
     }
-    socket_ = ::socket(endpoint_.address.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (socket_ < 0 || (::connect(socket_, reinterpret_cast<const sockaddr*>(&endpoint_.address),
-                                  endpoint_.size) != 0 &&
-                        errno != EINPROGRESS)) {
+    socket_ = Descriptor(
+        ::socket(endpoint_.address.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    const auto* address = reinterpret_cast<const sockaddr*>(&endpoint_.address);
+    if (socket_.get() < 0 ||
+        (::connect(socket_.get(), address, endpoint_.size) != 0 && errno != EINPROGRESS)) {
         retryLater();
         return;
     }
-    watch_ = loop->watch(socket_, EPOLLOUT, [weak = weak_from_this()](std::uint32_t /*events*/) {
-        if (const auto gpsd = weak.lock()) {
-            gpsd->socketReady();
-        }
-    });
+    watch_ = loop->watch(
+        socket_.get(), EPOLLOUT,
+        weakly(weak_from_this(), [](Gpsd& gpsd, std::uint32_t /*events*/) { gpsd.socketReady(); }));
 }
 
 void Gpsd::socketReady() {
@@ -86,8 +79,8 @@ bool Gpsd::watchReports() {
     int error = 0;
     socklen_t size = sizeof error;
     // A new socket's buffer takes so short a command whole.
-    if (getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0 ||
-        send(socket_, watchCommand.data(), watchCommand.size(), MSG_NOSIGNAL) !=
+    if (getsockopt(socket_.get(), SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0 ||
+        send(socket_.get(), watchCommand.data(), watchCommand.size(), MSG_NOSIGNAL) !=
             static_cast<ssize_t>(watchCommand.size())) {
         return false;
     }
@@ -103,7 +96,7 @@ bool Gpsd::watchReports() {
 
 void Gpsd::readReports() {
     std::array<char, 16384> bytes{};
-    const ssize_t count = recv(socket_, bytes.data(), bytes.size(), 0);
+    const ssize_t count = recv(socket_.get(), bytes.data(), bytes.size(), 0);
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
         return;
     }
@@ -119,24 +112,17 @@ void Gpsd::readReports() {
     });
     const auto owner = owner_.lock();
     if (!fixes.empty() && owner) {
-        delay_ = firstRetry;
+        reconnect_.reset();
         owner->sourceDidFix(*this, std::move(fixes));
     }
 }
 
-void Gpsd::disconnect() {
+void Gpsd::retryLater() {
     watch_.reset();
+    socket_ = Descriptor();
     connected_ = false;
     lines_.clear();
-    if (socket_ >= 0) {
-        close(std::exchange(socket_, -1));
-    }
-}
-
-void Gpsd::retryLater() {
-    disconnect();
-    retry_->arm(std::chrono::steady_clock::now() + delay_);
-    delay_ = std::min(delay_ * 2, longestRetry);
+    reconnect_.schedule();
 }
 
 LocationSourceFactory gpsdFactory(const std::shared_ptr<EventLoop>& loop,

@@ -3,7 +3,8 @@
 
 #include "AmbrelKit/Linux/Location/GpsdReport.hpp"
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
-#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/RunLoop/Retry.hpp"
+#include "AmbrelKit/Platform/Descriptor.hpp"
 
 #include <sys/socket.h>
 
@@ -26,11 +27,9 @@ public:
     static std::shared_ptr<Gpsd> start(const std::shared_ptr<EventLoop>& loop,
                                        const GpsdEndpoint& endpoint,
                                        std::weak_ptr<LocationSourceOwner> owner);
-    ~Gpsd() override;
-    Gpsd(const Gpsd&) = delete;
-    Gpsd& operator=(const Gpsd&) = delete;
 
     [[nodiscard]] State state() const override { return state_; }
+    [[nodiscard]] LocationSourceKind kind() const override { return LocationSourceKind::gpsd; }
 
 private:
     Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint,
@@ -39,18 +38,16 @@ private:
     void socketReady();
     [[nodiscard]] bool watchReports();
     void readReports();
-    void disconnect();
     void retryLater();
 
     std::weak_ptr<EventLoop> loop_;
     GpsdEndpoint endpoint_;
     std::weak_ptr<LocationSourceOwner> owner_;
     State state_ = State::asking;
-    int socket_ = -1;
+    Retry reconnect_;
+    Descriptor socket_;
     bool connected_ = false;
     std::shared_ptr<DescriptorWatch> watch_;
-    std::shared_ptr<Deadline> retry_;
-    std::chrono::milliseconds delay_;
     LineSplitter lines_;
 };
 

@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <iterator>
 #include <optional>
@@ -11,29 +12,29 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
-using Kind = LocationSourceKind;
-using State = LocationSource::State;
 using Status = LocationAuthorizationStatus;
 
-/// How long GeoClue may take to answer, and beside gpsd to give a fix.
-constexpr std::chrono::seconds geoClueTime{3};
-
-/// Either factory may be absent: that daemon is not used.
 class Manager final : public LocationManager,
                       public LocationSourceOwner,
                       public std::enable_shared_from_this<Manager> {
 public:
-    Manager(LocationSourceFactory makeGeoClue, LocationSourceFactory makeGpsd)
-        : makeGeoClue_(std::move(makeGeoClue)), makeGpsd_(std::move(makeGpsd)) {}
+    explicit Manager(ChosenSource chosen)
+        : makeSource_(std::move(chosen.make)),
+          status_(!makeSource_            ? Status::restricted
+                  : chosen.asksPermission ? Status::notDetermined
+                                          : Status::authorizedWhenInUse) {}
 
-    static std::shared_ptr<Manager> make(EventLoop& loop, LocationSourceFactory makeGeoClue,
-                                         LocationSourceFactory makeGpsd);
+    static std::shared_ptr<Manager> make(EventLoop& loop, ChosenSource chosen) {
+        auto manager = std::make_shared<Manager>(std::move(chosen));
+        manager->report_ = loop.deadline(weakly(manager, &Manager::report));
+        return manager;
+    }
 
     [[nodiscard]] std::shared_ptr<LocationManagerDelegate> delegate() const override {
         return delegate_.lock();
     }
     void setDelegate(std::weak_ptr<LocationManagerDelegate> delegate) override;
-    void requestWhenInUseAuthorization() override;
+    void requestWhenInUseAuthorization() override { begin(); }
     void startUpdatingLocation() override;
     void stopUpdatingLocation() override;
 
@@ -42,56 +43,27 @@ public:
 
 private:
     void begin();
-    void geoClueTimeIsUp();
-    void joinGpsd();
-    void fail(std::string reason);
     void reportSoon() { report_->arm(std::chrono::steady_clock::now()); }
     void report();
     void tell(LocationManagerDelegate& delegate);
 
-    LocationSourceFactory makeGeoClue_;
-    LocationSourceFactory makeGpsd_;
-    std::shared_ptr<LocationSource> geoClue_;
-    std::shared_ptr<LocationSource> gpsd_;
-    std::shared_ptr<Deadline> geoClueDeadline_;
+    LocationSourceFactory makeSource_;
+    std::shared_ptr<LocationSource> source_;
     bool updating_ = false;
-    Status status_ = makeGeoClue_ ? Status::notDetermined
-                     : makeGpsd_  ? Status::authorizedWhenInUse
-                                  : Status::restricted;
 
     // What is to be told, each from a turn of its own of the loop.
     std::weak_ptr<LocationManagerDelegate> delegate_;
     std::shared_ptr<Deadline> report_;
+    Status status_;
     std::optional<Status> told_;
     std::string failure_;
     std::vector<LocationFix> fixes_;
 };
 
-std::shared_ptr<Manager> Manager::make(EventLoop& loop, LocationSourceFactory makeGeoClue,
-                                       LocationSourceFactory makeGpsd) {
-    auto manager = std::make_shared<Manager>(std::move(makeGeoClue), std::move(makeGpsd));
-    const auto deadline = [&](void (Manager::*due)()) {
-        return loop.deadline([due, weak = std::weak_ptr(manager)] {
-            if (const auto manager = weak.lock()) {
-                ((*manager).*due)();
-            }
-        });
-    };
-    manager->report_ = deadline(&Manager::report);
-    manager->geoClueDeadline_ = deadline(&Manager::geoClueTimeIsUp);
-    return manager;
-}
-
 void Manager::setDelegate(std::weak_ptr<LocationManagerDelegate> delegate) {
     delegate_ = std::move(delegate);
     told_.reset();
     reportSoon();
-}
-
-void Manager::requestWhenInUseAuthorization() {
-    if (makeGeoClue_) {
-        begin();
-    }
 }
 
 void Manager::startUpdatingLocation() {
@@ -104,54 +76,30 @@ void Manager::startUpdatingLocation() {
 
 void Manager::stopUpdatingLocation() {
     updating_ = false;
-    geoClue_.reset();
-    gpsd_.reset();
-    geoClueDeadline_->disarm();
+    source_.reset();
     failure_.clear();
     fixes_.clear();
 }
 
 void Manager::begin() {
-    if (geoClue_ || gpsd_) {
-        return;
+    if (makeSource_ && !source_) {
+        source_ = makeSource_(weak_from_this());
     }
-    if (makeGeoClue_) {
-        geoClue_ = makeGeoClue_(weak_from_this());
-        geoClueDeadline_->arm(std::chrono::steady_clock::now() + geoClueTime);
-    } else {
-        joinGpsd();
-    }
-}
-
-void Manager::joinGpsd() {
-    if (makeGpsd_ && !gpsd_) {
-        gpsd_ = makeGpsd_(weak_from_this());
-    }
-}
-
-void Manager::geoClueTimeIsUp() {
-    if (geoClue_ && geoClue_->state() == State::asking) {
-        fail("GeoClue has not answered; perhaps no agent is running that could ask the user");
-    }
-    joinGpsd();
 }
 
 void Manager::sourceDidChange(LocationSource& source) {
-    if (&source != geoClue_.get() && &source != gpsd_.get()) {
-        return; // dropped meanwhile, by whom else it told
-    }
+    using State = LocationSource::State;
     switch (source.state()) {
     case State::ready:
         status_ = Status::authorizedWhenInUse;
         break;
     case State::refused:
-        if (!gpsd_ || gpsd_->state() != State::ready) {
-            status_ = Status::denied;
-        }
-        fail(source.reason());
+        status_ = Status::denied;
+        fixes_.clear(); // also those of a gpsd that stood in
         [[fallthrough]];
+    case State::silent:
     case State::absent:
-        joinGpsd();
+        failure_ = source.reason();
         break;
     case State::asking:
         break;
@@ -159,12 +107,7 @@ void Manager::sourceDidChange(LocationSource& source) {
     reportSoon();
 }
 
-void Manager::sourceDidFix(LocationSource& source, std::vector<LocationFix> fixes) {
-    if (&source != geoClue_.get() && &source != gpsd_.get()) {
-        return;
-    }
-    geoClueDeadline_->disarm();
-    (&source == gpsd_.get() ? geoClue_ : gpsd_).reset();
+void Manager::sourceDidFix(LocationSource& /*source*/, std::vector<LocationFix> fixes) {
     if (!updating_) { // only the newest is kept for later
         fixes_.clear();
         fixes.erase(fixes.begin(), std::prev(fixes.end()));
@@ -173,13 +116,7 @@ void Manager::sourceDidFix(LocationSource& source, std::vector<LocationFix> fixe
     reportSoon();
 }
 
-void Manager::fail(std::string reason) {
-    failure_ = std::move(reason);
-    reportSoon();
-}
-
 void Manager::report() {
-    const auto keep = shared_from_this();
     if (const auto delegate = delegate_.lock()) {
         tell(*delegate);
     } else {
@@ -206,17 +143,10 @@ void Manager::tell(LocationManagerDelegate& delegate) {
 
 LocationManagerFactory makeLocationManagerFactory(std::shared_ptr<EventLoop> loop,
                                                   const LocationOptions& options) {
-    const Kind kind = options.source;
-    LocationSourceFactory makeGeoClue;
-    LocationSourceFactory makeGpsd;
-    if (kind == Kind::geoClue || kind == Kind::automatic) {
-        makeGeoClue = geoClueFactory(loop, options);
-    }
-    if (kind == Kind::gpsd || kind == Kind::automatic) {
-        makeGpsd = gpsdFactory(loop, options);
-    }
-    return [loop = std::move(loop), makeGeoClue = std::move(makeGeoClue),
-            makeGpsd = std::move(makeGpsd)] { return Manager::make(*loop, makeGeoClue, makeGpsd); };
+    auto chosen = chosenSource(loop, options);
+    return [loop = std::move(loop), chosen = std::move(chosen)] {
+        return Manager::make(*loop, chosen);
+    };
 }
 
 } // namespace AmbrelKit::Linux

@@ -15,10 +15,12 @@ class EventLoop;
 ///
 /// A manager reports from the loop, one call a turn. Asking for the authorisation asks GeoClue:
 /// while there is no answer (no agent, a daemon that hangs) the status stays `notDetermined`, and
-/// after 3 s a failure says so; an answer counts whenever it comes. A refusal is `denied`, a client
-/// that runs `authorizedWhenInUse`. gpsd needs no authorisation. A daemon that goes is taken up
-/// again when it comes back, and takes no authorisation with it. A missing daemon is silence. A
-/// source that was left out of the build is never chosen; without any, the location is restricted.
+/// after 3 s a failure says so; an answer counts whenever it comes. A refusal is `denied`, and what
+/// was not yet reported is dropped; it holds until GeoClue serves again, also for the managers that
+/// the same factory makes later. A client that runs is `authorizedWhenInUse`. gpsd needs no
+/// authorisation. A daemon that goes is taken up again when it comes back, and takes no
+/// authorisation with it. A missing daemon is silence. A source that was left out of the build is
+/// never chosen; without any, the location is restricted.
 [[nodiscard]] LocationManagerFactory makeLocationManagerFactory(std::shared_ptr<EventLoop> loop,
                                                                 const LocationOptions& options);
 

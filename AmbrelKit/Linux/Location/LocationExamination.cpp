@@ -1,6 +1,8 @@
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
+#include "AmbrelKit/Linux/Location/DesktopId.hpp"
 #include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <utility>
 
@@ -8,6 +10,7 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
+using Kind = LocationSourceKind;
 using State = LocationSource::State;
 
 /// For an answer, and for the fix after it.
@@ -16,60 +19,45 @@ constexpr std::chrono::seconds patience{6};
 /// For a connection to gpsd.
 constexpr std::chrono::seconds gpsdPatience{1};
 
-/// Uses the daemons as a collection would, both at once, until one has a fix.
+/// Uses the source as a collection would, until it has a fix.
 class FixExamination final : public LocationSourceOwner,
                              public std::enable_shared_from_this<FixExamination> {
 public:
     FixExamination(Surroundings surroundings, Report report)
         : surroundings_(std::move(surroundings)), report_(std::move(report)) {}
 
-    void begin() {
-        const auto& options = surroundings_.location;
-        if (options.source != LocationSourceKind::gpsd) {
-            if (const auto make = geoClueFactory(surroundings_.loop, options)) {
-                geoClue_ = make(weak_from_this());
-                askWhetherItLives();
-            }
+    void begin(const ChosenSource& chosen) {
+        source_ = chosen.make(weak_from_this());
+        end_ = surroundings_.loop->deadline(
+            weakly(weak_from_this(), [](FixExamination& self) { self.report(self.judged()); }));
+        if (chosen.asksPermission) {
+            askWhetherItLives();
         }
-        if (options.source != LocationSourceKind::geoClue) {
-            if (const auto make = gpsdFactory(surroundings_.loop, options)) {
-                gpsd_ = make(weak_from_this());
-            }
-        }
-        end_ = surroundings_.loop->deadline([weak = weak_from_this()] {
-            if (const auto examination = weak.lock()) {
-                examination->report(examination->judged());
-            }
-        });
         wait();
     }
 
     void sourceDidChange(LocationSource& /*changed*/) override { wait(); }
 
     void sourceDidFix(LocationSource& fixed, std::vector<LocationFix> /*fixes*/) override {
-        report(works(&fixed == gpsd_.get() ? "gpsd at " + gpsdPlace() : "GeoClue"));
+        report(works(fixed.kind() == Kind::gpsd ? "gpsd at " + gpsdPlace() : "GeoClue"));
     }
 
 private:
-    /// For as long as somebody may still have a fix.
+    /// For as long as there may still be a fix.
     void wait() {
-        using std::chrono::seconds;
-        const bool geoClueMay =
-            geoClue_ && (geoClue_->state() == State::asking || geoClue_->state() == State::ready);
-        const bool gpsdMay = gpsd_ && gpsd_->state() == State::ready;
-        const seconds time = gpsdMay || (geoClueMay && surroundings_.busAnswers) ? patience
-                             : geoClueMay ? patience - daemonPatience
-                             : gpsd_      ? gpsdPatience
-                                          : seconds(0);
-        end_->arm(begin_ + time);
+        const auto now = std::chrono::steady_clock::now();
+        const auto end =
+            begin_ + (surroundings_.busAnswers ? patience : patience - gpsdPatience * 2);
+        const bool needsGpsd = source_->kind() == Kind::gpsd && source_->state() != State::ready;
+        const bool mayHave = source_->state() == State::ready || source_->state() == State::asking;
+        end_->arm(needsGpsd ? now + gpsdPatience : mayHave ? end : now);
     }
 
     void report(Finding found) {
         const auto keep = shared_from_this();
         end_->disarm();
         question_.reset();
-        geoClue_.reset();
-        gpsd_.reset();
+        source_.reset();
         if (const auto report = std::exchange(report_, nullptr)) {
             report(std::move(found));
         }
@@ -85,11 +73,9 @@ private:
                 return sd_bus_message_append(call, "ss", "org.freedesktop.GeoClue2.Manager",
                                              "InUse");
             },
-            [weak = weak_from_this()](sd_bus_message* reply) {
-                if (const auto examination = weak.lock()) {
-                    examination->lives_ = reply != nullptr;
-                }
-            });
+            weakly(weak_from_this(), [](FixExamination& self, sd_bus_message* reply) {
+                self.lives_ = reply != nullptr;
+            }));
     }
 
     [[nodiscard]] std::string gpsdPlace() const {
@@ -98,41 +84,46 @@ private:
     }
 
     [[nodiscard]] Finding judged() const {
-        if (!geoClue_ && !gpsd_) {
-            return fails("neither GeoClue nor gpsd is in this build",
-                         "build with -DAMBREL_WITH_GEOCLUE=ON or -DAMBREL_WITH_GPSD=ON");
-        }
-        if (gpsd_ && gpsd_->state() == State::ready) {
+        const bool usesGpsd = source_->kind() == Kind::gpsd;
+        if (usesGpsd && source_->state() == State::ready) {
             return fails("gpsd has no fix yet",
                          "see whether its receiver is there and sees the sky (cgps)");
         }
         const Finding absentGpsd = fails("nothing answers as gpsd at " + gpsdPlace(),
                                          "apt install gpsd, for a receiver of your own");
-        if (!geoClue_) {
+        if (usesGpsd && source_->state() == State::asking) {
             return absentGpsd;
         }
         Finding found = judgedGeoClue();
-        if (gpsd_) {
+        if (usesGpsd) {
             found.finding += ", and " + absentGpsd.finding;
             found.remedy += "; or " + absentGpsd.remedy;
+        } else if (surroundings_.location.source == Kind::automatic) {
+            found.remedy += "; or, with a receiver of your own, take gpsd (--location gpsd)";
         }
         return found;
     }
 
     [[nodiscard]] Finding judgedGeoClue() const {
-        switch (geoClue_->state()) {
+        switch (source_->state()) {
         case State::ready:
             return fails("GeoClue has found no place",
                          "allow precise location in the desktop's privacy settings, or give "
                          "GeoClue a source in /etc/geoclue/geoclue.conf");
         case State::refused:
-            return fails(geoClue_->reason(),
-                         "allow " + surroundings_.location.desktopId +
+            return fails(source_->reason(),
+                         "allow " + desktopId(surroundings_.location) +
                              " in the desktop's privacy settings or /etc/geoclue/geoclue.conf");
-        case State::absent:
         case State::asking:
+            return fails(source_->reason(), "answer its question, and try again");
+        case State::absent:
+        case State::silent:
             break;
         }
+        return judgedAbsence();
+    }
+
+    [[nodiscard]] Finding judgedAbsence() const {
         if (!surroundings_.busAnswers) {
             return failsWithoutBus();
         }
@@ -140,9 +131,11 @@ private:
             !surroundings_.startable.contains(geoClueName)) {
             return fails("GeoClue is not installed", "apt install geoclue-2.0");
         }
-        if (geoClue_->state() == State::absent) {
-            return fails("GeoClue cannot be started",
-                         "systemctl unmask geoclue (journalctl -u geoclue says why)");
+        if (source_->state() == State::absent) {
+            return source_->reason().empty()
+                       ? fails("GeoClue cannot be started",
+                               "systemctl unmask geoclue (journalctl -u geoclue says why)")
+                       : fails(source_->reason(), "systemctl restart geoclue");
         }
         if (lives_) {
             return fails("GeoClue has no agent that could ask the user",
@@ -154,8 +147,7 @@ private:
 
     Surroundings surroundings_;
     Report report_;
-    std::shared_ptr<LocationSource> geoClue_;
-    std::shared_ptr<LocationSource> gpsd_;
+    std::shared_ptr<LocationSource> source_;
     Examination question_;
     bool lives_ = false; ///< GeoClue answers what it need ask nobody
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
@@ -165,12 +157,18 @@ private:
 } // namespace
 
 Examination examineLocation(const Surroundings& surroundings, const Report& report) {
-    if (surroundings.location.source == LocationSourceKind::none) {
+    if (surroundings.location.source == Kind::none) {
         report(works("none, as chosen"));
         return nullptr;
     }
+    const auto chosen = chosenSource(surroundings.loop, surroundings.location);
+    if (!chosen.make) {
+        report(fails("neither GeoClue nor gpsd is in this build",
+                     "build with -DAMBREL_WITH_GEOCLUE=ON or -DAMBREL_WITH_GPSD=ON"));
+        return nullptr;
+    }
     const auto examination = std::make_shared<FixExamination>(surroundings, report);
-    examination->begin();
+    examination->begin(chosen);
     return examination;
 }
 

@@ -18,9 +18,9 @@ enum class LocationAccuracy : std::uint32_t {
 
 /// Where fixes come from.
 enum class LocationSourceKind {
-    /// GeoClue; gpsd joins when GeoClue is absent, refuses, or has given no fix after 3 s, and the
-    /// first of the two that has a fix stays. GeoClue's refusal does not bind gpsd, which asks
-    /// nobody: where it must, choose `geoClue`.
+    /// GeoClue, and gpsd while GeoClue is not there: it cannot be started, fails, or has said
+    /// nothing for 3 s. Once GeoClue asks the user, serves or refuses, that holds: no fix is taken
+    /// from gpsd any more. A host whose users want gpsd all the same chooses `gpsd`.
     automatic,
     /// GeoClue alone. What it asks in turn to place a device without a GPS receiver (a web service
     /// that is told which networks are near) is up to its configuration.
@@ -34,7 +34,8 @@ enum class LocationSourceKind {
 struct LocationOptions {
     LocationSourceKind source = LocationSourceKind::automatic;
     /// The name of the host's desktop file, without `.desktop`: whom the user permits or refuses.
-    /// GeoClue refuses whoever gives none.
+    /// Where it is empty, the main bundle's identifier stands in; without that, the application
+    /// that the desktop started this process as; without that, the program's name.
     std::string desktopId = {};
     LocationAccuracy accuracy = LocationAccuracy::exact;
     /// gpsd's address, a numeric IPv4 or IPv6 one, and its port.

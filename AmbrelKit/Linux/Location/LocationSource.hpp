@@ -1,7 +1,7 @@
 #ifndef AMBRELKIT_LINUX_LOCATION_LOCATIONSOURCE_HPP
 #define AMBRELKIT_LINUX_LOCATION_LOCATIONSOURCE_HPP
 
-#include "AmbrelKit/Linux/Location/Location.hpp"
+#include "AmbrelKit/Linux/Location/LocationOptions.hpp"
 #include "AmbrelKit/Platform/LocationManager.hpp"
 
 #include <cmath>
@@ -12,6 +12,7 @@
 
 namespace AmbrelKit::Linux {
 
+class EventLoop;
 class LocationSource;
 
 /// Owns a source, and may drop it inside these calls.
@@ -23,13 +24,14 @@ public:
     virtual void sourceDidFix(LocationSource& source, std::vector<LocationFix> fixes) = 0;
 };
 
-/// A daemon that determines locations. It is asked from the making of the source on; dropping the
-/// source ends that.
+/// Who determines locations. It is asked from the making of the source on; dropping the source
+/// ends that.
 class LocationSource {
 public:
     enum class State {
         asking,  ///< no answer yet
-        absent,  ///< there is no such daemon
+        silent,  ///< no answer in time; it may still come
+        absent,  ///< there is no such daemon, or it fails
         refused, ///< it does not serve this program
         ready,   ///< it serves, or has served and is awaited
     };
@@ -41,7 +43,10 @@ public:
 
     [[nodiscard]] virtual State state() const = 0;
 
-    /// Why it refused, for people; empty unless it did.
+    /// Whose fixes it gives now: `geoClue` or `gpsd`.
+    [[nodiscard]] virtual LocationSourceKind kind() const = 0;
+
+    /// What it waits for, or why it does not serve, for people. May be empty.
     [[nodiscard]] virtual std::string reason() const { return {}; }
 };
 
@@ -54,6 +59,13 @@ LocationSourceFactory geoClueFactory(const std::shared_ptr<EventLoop>& loop,
                                      const LocationOptions& options);
 LocationSourceFactory gpsdFactory(const std::shared_ptr<EventLoop>& loop,
                                   const LocationOptions& options);
+
+/// What the options choose of what is in this build.
+struct ChosenSource {
+    LocationSourceFactory make; ///< absent when there is none
+    bool asksPermission = false;
+};
+ChosenSource chosenSource(const std::shared_ptr<EventLoop>& loop, const LocationOptions& options);
 
 /// Whether a daemon's coordinate is one: anything else is dropped where it enters.
 inline bool isOnEarth(const LocationCoordinate& coordinate) {

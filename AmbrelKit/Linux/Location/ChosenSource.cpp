@@ -1,0 +1,85 @@
+#include "AmbrelKit/Linux/Location/GeoClueVerdict.hpp"
+#include "AmbrelKit/Linux/Location/LocationSource.hpp"
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+
+#include <utility>
+
+namespace AmbrelKit::Linux {
+
+namespace {
+
+using Kind = LocationSourceKind;
+
+/// GeoClue, and gpsd while GeoClue is not there. What GeoClue says binds, also when it says it
+/// late; after a refusal gpsd does not stand in for as long as the refusal is remembered.
+class AutomaticSource final : public LocationSource,
+                              public LocationSourceOwner,
+                              public std::enable_shared_from_this<AutomaticSource> {
+public:
+    AutomaticSource(LocationSourceFactory makeGpsd, std::shared_ptr<GeoClueVerdict> verdict,
+                    std::weak_ptr<LocationSourceOwner> owner)
+        : makeGpsd_(std::move(makeGpsd)), verdict_(std::move(verdict)), owner_(std::move(owner)) {}
+
+    void begin(const LocationSourceFactory& makeGeoClue) {
+        geoClue_ = makeGeoClue(weak_from_this());
+    }
+
+    [[nodiscard]] State state() const override {
+        return gpsd_ && gpsd_->state() == State::ready ? State::ready : geoClue_->state();
+    }
+    [[nodiscard]] Kind kind() const override { return gpsd_ ? Kind::gpsd : Kind::geoClue; }
+    [[nodiscard]] std::string reason() const override { return geoClue_->reason(); }
+
+    void sourceDidChange(LocationSource& /*source*/) override {
+        const State geoClue = geoClue_->state();
+        if (geoClue != State::absent && geoClue != State::silent) {
+            gpsd_.reset();
+        } else if (!gpsd_ && !verdict_->refused()) {
+            gpsd_ = makeGpsd_(weak_from_this());
+        }
+        if (const auto owner = owner_.lock()) {
+            owner->sourceDidChange(*this);
+        }
+    }
+
+    void sourceDidFix(LocationSource& /*source*/, std::vector<LocationFix> fixes) override {
+        if (const auto owner = owner_.lock()) {
+            owner->sourceDidFix(*this, std::move(fixes));
+        }
+    }
+
+private:
+    LocationSourceFactory makeGpsd_;
+    std::shared_ptr<GeoClueVerdict> verdict_;
+    std::weak_ptr<LocationSourceOwner> owner_;
+    std::shared_ptr<LocationSource> geoClue_;
+    std::shared_ptr<LocationSource> gpsd_;
+};
+
+} // namespace
+
+ChosenSource chosenSource(const std::shared_ptr<EventLoop>& loop, const LocationOptions& options) {
+    LocationSourceFactory geoClue;
+    LocationSourceFactory gpsd;
+    if (options.source == Kind::geoClue || options.source == Kind::automatic) {
+        geoClue = geoClueFactory(loop, options);
+    }
+    if (options.source == Kind::gpsd || options.source == Kind::automatic) {
+        gpsd = gpsdFactory(loop, options);
+    }
+    if (!geoClue || !gpsd) {
+        const bool asksPermission = geoClue != nullptr;
+        return {.make = asksPermission ? geoClue : gpsd, .asksPermission = asksPermission};
+    }
+    return {.make =
+                [geoClue, gpsd, verdict = loop->shared<GeoClueVerdict>()](
+                    std::weak_ptr<LocationSourceOwner> owner) {
+                    const auto source =
+                        std::make_shared<AutomaticSource>(gpsd, verdict, std::move(owner));
+                    source->begin(geoClue);
+                    return source;
+                },
+            .asksPermission = true};
+}
+
+} // namespace AmbrelKit::Linux
