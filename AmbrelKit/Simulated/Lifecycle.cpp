@@ -1,6 +1,5 @@
 #include "AmbrelKit/Simulated/Lifecycle.hpp"
 
-#include <algorithm>
 #include <utility>
 
 namespace AmbrelKit::Simulated {
@@ -42,33 +41,27 @@ std::shared_ptr<NotificationObserver>
 NotificationCenter::addObserver(const std::optional<std::string>& name,
                                 std::function<void(const Notification&)> block) {
     context_->report("notification", "addObserver");
-    std::erase_if(observers_, [](const auto& observer) { return observer.expired(); });
     auto observer = std::make_shared<Observer>(context_, name, std::move(block));
-    observers_.push_back(observer);
+    observers_.add(observer);
     return observer;
 }
 
 void NotificationCenter::removeObserver(const std::shared_ptr<NotificationObserver>& observer) {
-    const auto entry = std::find_if(observers_.begin(), observers_.end(),
-                                    [&](const auto& ours) { return ours.lock() == observer; });
-    if (observer && entry != observers_.end()) {
-        entry->lock()->unregister();
-        observers_.erase(entry);
+    const auto ours = std::dynamic_pointer_cast<Observer>(observer);
+    if (ours && observers_.contains(ours)) {
+        ours->unregister();
+        observers_.remove(ours);
     }
 }
 
 void NotificationCenter::post(std::string_view name) {
     const Notification notification{std::string(name)};
-    const auto observers = observers_; // a block may register and unregister
-    for (const auto& observer : observers) {
-        std::function<void(const Notification&)> block;
-        if (const auto registered = observer.lock(); registered && registered->observes(name)) {
-            block = registered->block();
-        }
-        if (block) {
+    observers_.each([&](const Observer& observer) {
+        if (observer.observes(name)) {
+            const auto block = observer.block(); // it may unregister itself
             block(notification);
         }
-    }
+    });
 }
 
 Application::Application(std::shared_ptr<Context> context) : context_(std::move(context)) {}

@@ -3,11 +3,11 @@
 
 #include "AmbrelKit/Platform/Application.hpp"
 #include "AmbrelKit/Platform/NotificationCenter.hpp"
+#include "AmbrelKit/Platform/WeakList.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
 
 #include <map>
 #include <memory>
-#include <vector>
 
 namespace AmbrelKit::Simulated {
 
@@ -26,7 +26,7 @@ private:
     class Observer;
 
     std::shared_ptr<Context> context_;
-    std::vector<std::weak_ptr<Observer>> observers_; ///< in the order of their registration
+    WeakList<Observer> observers_; ///< in the order of their registration
 };
 
 /// An application whose background tasks expire when it is told so. Task identifiers count from 1.

@@ -48,8 +48,7 @@ void NetworkState::setInterfaces(const std::vector<InterfaceAddress>& interfaces
     }
 }
 
-void NetworkState::setCaptiveNetwork(JSONValue supportedInterfaces,
-                                     std::map<std::string, JSONValue> info) {
+void NetworkState::setCaptiveNetwork(JSONValue supportedInterfaces, JSONDictionary info) {
     supported_ = std::move(supportedInterfaces);
     info_ = std::move(info);
 }

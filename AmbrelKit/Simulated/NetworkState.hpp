@@ -4,7 +4,6 @@
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
 #include <ifaddrs.h>
-#include <map>
 #include <netinet/in.h>
 #include <optional>
 #include <string>
@@ -32,7 +31,7 @@ public:
 
     /// What the two captive-network queries answer: the interfaces that can be asked, and what is
     /// joined on each; null, and a missing name, stand for nothing.
-    void setCaptiveNetwork(JSONValue supportedInterfaces, std::map<std::string, JSONValue> info);
+    void setCaptiveNetwork(JSONValue supportedInterfaces, JSONDictionary info);
 
     /// The entries as getifaddrs would give them; null when there are none. Valid until they are
     /// set again.
@@ -52,7 +51,7 @@ private:
 
     std::vector<Entry> entries_; ///< their links point at each other: never moved once linked
     JSONValue supported_;
-    std::map<std::string, JSONValue> info_;
+    JSONDictionary info_;
 };
 
 } // namespace AmbrelKit::Simulated

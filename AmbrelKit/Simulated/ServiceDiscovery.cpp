@@ -68,23 +68,26 @@ ServiceDiscovery::ServiceDiscovery(std::shared_ptr<Context> context)
 
 std::shared_ptr<NetServiceBrowser> ServiceDiscovery::makeBrowser() {
     context_->report("bonjour", "create");
-    std::erase_if(browsers_, [](const auto& browser) { return browser.expired(); });
     auto browser = std::make_shared<Browser>(context_);
-    browsers_.push_back(browser);
+    browsers_.add(browser);
     return browser;
 }
 
 void ServiceDiscovery::reportFound(const std::string& type, const std::string& name) {
-    const auto browser = browserFor(type);
-    if (!browser) {
-        return;
-    }
-    auto& entry = services_[type][name];
-    if (!entry) {
-        entry = std::make_shared<Service>(context_, type, name);
-    }
-    const std::shared_ptr<NetService> service = entry;
-    browser->delegate()->netServiceBrowserDidFindService(*browser, service, false);
+    bool told = false;
+    browsers_.each([&](Browser& browser) {
+        const auto delegate = browser.delegate();
+        if (told || !delegate || !browser.searches(type)) {
+            return;
+        }
+        told = true;
+        auto& service = services_[type][name];
+        if (!service) {
+            service = std::make_shared<Service>(context_, type, name);
+        }
+        const std::shared_ptr<Service> found = service;
+        delegate->netServiceBrowserDidFindService(browser, found, false);
+    });
 }
 
 void ServiceDiscovery::reportResolved(const std::string& type, const std::string& name,
@@ -102,17 +105,6 @@ void ServiceDiscovery::reportResolved(const std::string& type, const std::string
     if (const auto delegate = service->delegate()) {
         delegate->netServiceDidResolveAddress(*service);
     }
-}
-
-std::shared_ptr<ServiceDiscovery::Browser>
-ServiceDiscovery::browserFor(const std::string& type) const {
-    for (const auto& candidate : browsers_) {
-        auto browser = candidate.lock();
-        if (browser && browser->searches(type) && browser->delegate()) {
-            return browser;
-        }
-    }
-    return nullptr;
 }
 
 } // namespace AmbrelKit::Simulated

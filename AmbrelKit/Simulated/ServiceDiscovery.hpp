@@ -2,6 +2,7 @@
 #define AMBRELKIT_SIMULATED_SERVICEDISCOVERY_HPP
 
 #include "AmbrelKit/Platform/NetServiceBrowser.hpp"
+#include "AmbrelKit/Platform/WeakList.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
 
 #include <functional>
@@ -41,10 +42,8 @@ private:
     class Browser;
     class Service;
 
-    [[nodiscard]] std::shared_ptr<Browser> browserFor(const std::string& type) const;
-
     std::shared_ptr<Context> context_;
-    std::vector<std::weak_ptr<Browser>> browsers_; ///< oldest first
+    WeakList<Browser> browsers_; ///< oldest first
     std::map<std::string, std::map<std::string, std::shared_ptr<Service>>> services_;
 };
 

@@ -167,6 +167,8 @@ TEST(Seconds, areWrittenShortest) {
              {1ns, "0.000000001"},
              {250ms, "0.25"},
              {10s, "10"},
+             {-500ms, "-0.5"},
+             {-3s, "-3"},
              {nanoseconds::max(), "9223372036.854775807"}}) {
         std::string written;
         Simulated::appendSeconds(written, time);

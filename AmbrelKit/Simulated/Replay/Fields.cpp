@@ -17,6 +17,10 @@ namespace {
 
 } // namespace
 
+void rejectMember(const ScriptValue& member, std::string_view name) {
+    throw LineError("unknown key " + quoted(member.key) + " in " + quoted(name));
+}
+
 const ScriptValue& onlyMember(const ScriptValue& value, std::string_view name) {
     if (!value.is(Kind::object) || value.begin() == value.end() || ++value.begin() != value.end()) {
         reject(name, "an object with one key");

@@ -17,6 +17,9 @@ namespace AmbrelKit::Simulated {
 // What the values of a line must be. Everything here throws LineError, which names the value by
 // the key that it stands under.
 
+/// A member that the object under `name` may not have.
+[[noreturn]] void rejectMember(const ScriptValue& member, std::string_view name);
+
 /// The members of the object `value` by the order of `keys`, null for one that is left out. No
 /// other key is allowed, and none twice.
 template <std::size_t count>
@@ -29,7 +32,7 @@ std::array<const ScriptValue*, count> fieldsOf(const ScriptValue& value, std::st
     for (const ScriptValue& member : value) {
         const auto key = std::find(keys.begin(), keys.end(), member.key);
         if (key == keys.end()) {
-            throw LineError("unknown key " + quoted(member.key) + " in " + quoted(name));
+            rejectMember(member, name);
         }
         const ScriptValue*& field = fields[static_cast<std::size_t>(key - keys.begin())];
         if (field != nullptr) {

@@ -1,6 +1,7 @@
 #include "AmbrelKit/Simulated/Replay/LineGrammar.hpp"
 
 #include "AmbrelKit/Simulated/Replay/Fields.hpp"
+#include "AmbrelKit/Simulated/Replay/ScriptNames.hpp"
 
 #include <algorithm>
 #include <limits>
@@ -11,13 +12,6 @@ using Kind = ScriptValue::Kind;
 using Operation = HostCall::Operation;
 
 namespace {
-
-constexpr std::int64_t version = 1;
-
-template <class Value> struct Named {
-    std::string_view name;
-    Value value;
-};
 
 /// The value that goes by the text `value`, which must be one of `choices`.
 template <class Value, std::size_t count>
@@ -34,10 +28,6 @@ Value chosen(const ScriptValue& value, std::string_view name,
     return choice->value;
 }
 
-[[noreturn]] void rejectMember(const ScriptValue& member, std::string_view name) {
-    throw LineError("unknown key " + quoted(member.key) + " in " + quoted(name));
-}
-
 /// A whole number for an enumeration of the platform. What is beyond it means as little as the
 /// number nearest to it.
 template <class Enumeration> Enumeration enumerationOf(std::int64_t number) {
@@ -46,19 +36,8 @@ template <class Enumeration> Enumeration enumerationOf(std::int64_t number) {
 }
 
 HostCall hostCallOf(const ScriptValue& value) {
-    static constexpr std::array operations{
-        Named<Operation>{"startScanning", Operation::startScanning},
-        Named<Operation>{"startScanningOnce", Operation::startScanningOnce},
-        Named<Operation>{"completeScanning", Operation::completeScanning},
-        Named<Operation>{"stopScanning", Operation::stopScanning},
-        Named<Operation>{"automaticModeForNotificationAndBackgroundTask", Operation::automaticMode},
-        Named<Operation>{"release", Operation::release},
-        Named<Operation>{"create", Operation::create}};
-    static constexpr std::array delegates{Named<Operation>{"attached", Operation::attachDelegate},
-                                          Named<Operation>{"detached", Operation::detachDelegate},
-                                          Named<Operation>{"released", Operation::releaseDelegate}};
     if (value.is(Kind::text)) {
-        return {.operation = chosen(value, "host", operations)};
+        return {.operation = chosen(value, "host", operationNames)};
     }
     const ScriptValue& member = onlyMember(value, "host");
     if (member.key == "setAmbrelTimeThreshold") {
@@ -66,7 +45,7 @@ HostCall hostCallOf(const ScriptValue& value) {
                 .threshold = integerOf(member, "setAmbrelTimeThreshold")};
     }
     if (member.key == "delegate") {
-        return {.operation = chosen(member, "delegate", delegates)};
+        return {.operation = chosen(member, "delegate", delegateNames)};
     }
     rejectMember(member, "host");
 }
@@ -82,17 +61,13 @@ ScriptAction onDeliveryOf(const ScriptValue& value) {
 }
 
 ScriptAction statusesOf(const ScriptValue& value) {
-    static constexpr std::array statuses{
-        Named<AmbrelPermissionStatus>{"unknown", AmbrelPermissionStatus::unknown},
-        Named<AmbrelPermissionStatus>{"granted", AmbrelPermissionStatus::granted},
-        Named<AmbrelPermissionStatus>{"denied", AmbrelPermissionStatus::denied}};
     ScriptActions::Statuses action;
     const auto fields = fieldsOf(value, "statuses", statusQueryNames);
     for (std::size_t i = 0; i < fields.size(); ++i) {
         if (fields[i] != nullptr) {
             const auto status = fields[i]->is(Kind::integer)
                                     ? static_cast<AmbrelPermissionStatus>(fields[i]->integer)
-                                    : chosen(*fields[i], statusQueryNames[i], statuses);
+                                    : chosen(*fields[i], statusQueryNames[i], statusNames);
             action.answers.emplace_back(static_cast<StatusQuery>(i), status);
         }
     }
@@ -189,11 +164,7 @@ ScriptAction captiveOf(const ScriptValue& value) {
         if (!info->is(Kind::object)) {
             throw LineError("\"info\" must be an object");
         }
-        for (const ScriptValue& member : *info) {
-            if (!action.info.emplace(member.key, jsonValue(member)).second) {
-                throw LineError("key " + quoted(member.key) + " twice");
-            }
-        }
+        action.info = jsonValue(*info).get<JSONDictionary>();
     }
     return action;
 }
@@ -219,11 +190,10 @@ ScriptAction networkOf(const ScriptValue& value) {
 }
 
 ScriptAction applicationOf(const ScriptValue& value) {
-    if (value.is(Kind::text) && value.text == "didBecomeActive") {
-        return ScriptActions::DidBecomeActive{};
-    }
+    static constexpr std::array events{
+        Named<ScriptActions::DidBecomeActive>{"didBecomeActive", {}}};
     if (value.is(Kind::text)) {
-        throw LineError(quoted(value.text) + " is unknown to \"application\"");
+        return chosen(value, "application", events);
     }
     const auto [task] = fieldsOf<1>(value, "application", {"expire"});
     return ScriptActions::Expire{integerOf(required(task, "expire"), "expire")};
@@ -249,20 +219,15 @@ constexpr std::array actionReaders{Named<ActionReader>{"bluetooth", bluetoothOf}
                                    Named<ActionReader>{"application", applicationOf},
                                    Named<ActionReader>{"end", endOf}};
 
-void requireObject(const ScriptValue& line) {
-    if (!line.is(Kind::object)) {
-        throw LineError("not a JSON object");
-    }
-}
-
 /// Before anything else of a header: another version may have other keys.
 void requireVersion(const ScriptValue& line) {
     for (const ScriptValue& member : line) {
         if (member.key != "ambrelReplay") {
             continue;
         }
-        if (const auto found = integerOf(member, "ambrelReplay"); found != version) {
-            throw LineError("version " + std::to_string(found) + " is unknown, 1 is known");
+        if (const auto found = integerOf(member, "ambrelReplay"); found != scriptVersion) {
+            throw LineError("version " + std::to_string(found) + " is unknown, " +
+                            std::to_string(scriptVersion) + " is known");
         }
         return;
     }
@@ -272,7 +237,6 @@ void requireVersion(const ScriptValue& line) {
 } // namespace
 
 ScriptHeader headerOf(const ScriptValue& line) {
-    requireObject(line);
     requireVersion(line);
     const auto [mark, start, types, identifiers] = fieldsOf<4>(
         line, "the header", {"ambrelReplay", "start", "bonjourServices", "identifiers"});
@@ -295,7 +259,6 @@ ScriptHeader headerOf(const ScriptValue& line) {
 }
 
 ScriptStep stepOf(const ScriptValue& line) {
-    requireObject(line);
     const ScriptValue* at = nullptr;
     const ScriptValue* action = nullptr;
     ActionReader reader = nullptr;

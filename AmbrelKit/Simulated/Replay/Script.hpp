@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -96,7 +95,7 @@ struct NetworkInterfaces {
 };
 struct NetworkCaptive {
     JSONValue supported;
-    std::map<std::string, JSONValue> info;
+    JSONDictionary info;
 };
 struct DidBecomeActive {};
 struct Expire {

@@ -112,6 +112,9 @@ const ScriptValue& LineParser::parse(std::string_view line) {
     if (!nlohmann::json::sax_parse(line.begin(), line.end(), &handler)) {
         throw LineError(isValidUTF8(line) ? handler.problem() : "ill-formed UTF-8");
     }
+    if (!values_.front().is(ScriptValue::Kind::object)) {
+        throw LineError("not a JSON object");
+    }
     return values_.front();
 }
 

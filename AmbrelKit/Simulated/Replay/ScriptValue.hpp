@@ -58,8 +58,8 @@ struct ScriptValue {
 /// A text for an error message: quoted, in ASCII, cut when it is long.
 [[nodiscard]] std::string quoted(std::string_view text);
 
-/// Reads a line as JSON. It keeps its memory from line to line, so that a script of any length
-/// needs no more than its longest line.
+/// Reads a line as a JSON object. It keeps its memory from line to line, so that a script of any
+/// length needs no more than its longest line.
 class LineParser {
 public:
     /// The line's value, valid until the next call. Throws LineError.

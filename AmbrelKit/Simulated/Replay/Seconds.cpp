@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <limits>
 
 namespace AmbrelKit::Simulated {
@@ -109,8 +110,11 @@ std::optional<nanoseconds> sum(nanoseconds a, nanoseconds b) {
 }
 
 void appendSeconds(std::string& text, nanoseconds time) {
-    text += std::to_string(time.count() / nanosecondsInSecond);
-    if (std::int64_t fraction = time.count() % nanosecondsInSecond; fraction != 0) {
+    if (time < nanoseconds(0)) {
+        text += '-';
+    }
+    text += std::to_string(std::abs(time.count() / nanosecondsInSecond));
+    if (std::int64_t fraction = std::abs(time.count() % nanosecondsInSecond); fraction != 0) {
         text += '.';
         for (std::int64_t unit = nanosecondsInSecond / 10; fraction != 0; unit /= 10) {
             text += static_cast<char>('0' + fraction / unit);

@@ -23,7 +23,7 @@ namespace AmbrelKit::Simulated {
 [[nodiscard]] std::optional<std::chrono::nanoseconds> sum(std::chrono::nanoseconds a,
                                                           std::chrono::nanoseconds b);
 
-/// Appends a time >= 0 in seconds: exact, the shortest such text (`1`, `0.25`).
+/// Appends a time in seconds: exact, the shortest such text (`1`, `0.25`).
 void appendSeconds(std::string& text, std::chrono::nanoseconds time);
 
 } // namespace AmbrelKit::Simulated
