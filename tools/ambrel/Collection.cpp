@@ -7,6 +7,7 @@
 
 #include "AmbrelKit/Linux/Platform.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
+#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 
 #include <algorithm>
@@ -119,7 +120,7 @@ void Collection::note(const std::string& text) {
         if (progress_) {
             progress_->clear();
         }
-        std::cerr << "ambrel: note: " << text << '\n';
+        std::cerr << "ambrel: note: " << printable(text) << '\n';
     }
 }
 
