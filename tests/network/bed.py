@@ -99,8 +99,7 @@ class Bed:
             (self.folder / file).write_text("root:x:0:\navahi:x:0:\n" if file == "group"
                                             else "root:x:0:0::/:\navahi:x:0:0::/:\n")
             self.run(f"mount --bind {self.folder}/{file} /etc/{file}")
-        # The run's own /run: names of namespaces, and avahi-daemon's fixed paths.
-        self.run("mount -t tmpfs run /run; ip netns add scan; ip netns add near;"
+        self.run("ip netns add scan; ip netns add near;"
                  "ip -n scan link add v0 type veth peer name v0 netns near")
         for number, side in enumerate(["scan", "near"], start=1):
             # Without duplicate address detection IPv6 is usable at once.

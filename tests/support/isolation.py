@@ -8,9 +8,12 @@ os.environ["PATH"] += ":/usr/sbin:/sbin"
 
 
 def enter():
-    """Starts this program again in a network, mounts and process ids of its own, as root in there: what it does changes
-    nothing outside, and what it starts ends with it. Where the kernel refuses, it ends as a skipped test."""
+    """Starts this program again in a network, mounts and process ids of its own, as root in there, where none of the
+    machine's daemons is: what it does changes nothing outside, and what it starts ends with it. Where the kernel refuses,
+    it ends as a skipped test."""
     if os.environ.pop("AMBREL_TEST_IS_ISOLATED", None):
+        for command in "mount -t sysfs sysfs /sys", "mount -t tmpfs run /run", "ip link set lo up":
+            subprocess.run(command.split(), check=True)
         return
     user = [] if os.geteuid() == 0 else ["--user", "--map-root-user"]
     unshare = ["unshare", *user, "--net", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
