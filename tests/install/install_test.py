@@ -10,7 +10,7 @@ import sys
 import tempfile
 import unittest
 
-SOURCE, BUILD, COMPILER, VERSION, FLAGS = sys.argv[1:6]
+SOURCE, BUILD, COMPILER, VERSION, *FLAGS = sys.argv[1:]
 HOST = os.path.join(os.path.dirname(os.path.abspath(__file__)), "host")
 
 
@@ -55,7 +55,7 @@ class Installation(unittest.TestCase):
 
     def test_find_package(self):
         build = os.path.join(self.folder.name, "build")
-        run("cmake", "-S", HOST, "-B", build, "-G", "Ninja", f"-DCMAKE_CXX_FLAGS={FLAGS}",
+        run("cmake", "-S", HOST, "-B", build, "-G", "Ninja", f"-DCMAKE_CXX_FLAGS={' '.join(FLAGS)}",
             f"-DCMAKE_CXX_COMPILER={COMPILER}", f"-DCMAKE_PREFIX_PATH={self.prefix}",
             env=self.few_modules if self.shared else None)
         run("cmake", "--build", build)
@@ -70,7 +70,7 @@ class Installation(unittest.TestCase):
         [include] = {os.path.realpath(flag.removeprefix("-I")) for flag in known("--cflags")} - {"/usr/include"}
         self.assertEqual(include, os.path.join(self.prefix, "include"))
         program = os.path.join(self.folder.name, "host")
-        run(COMPILER, *FLAGS.split(), "-std=c++20", os.path.join(HOST, "host.cpp"), *known("--cflags"),
+        run(COMPILER, *FLAGS, "-std=c++20", os.path.join(HOST, "host.cpp"), *known("--cflags"),
             *known("--libs"), f"-Wl,-rpath,{self.library}", "-o", program)
         self.check_host(program)
 
