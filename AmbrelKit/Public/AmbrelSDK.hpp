@@ -22,9 +22,10 @@ namespace AmbrelKit {
 /// The entry to the kit: takes a ten-second snapshot of what surrounds the device, and hands it to
 /// the delegate as one dictionary.
 ///
-/// The thread that creates a facade owns it; every operation is called there, also from inside a
-/// callback of the kit. No operation waits. The host owns the facade; releasing it ends what runs,
-/// and nothing more is delivered.
+/// All facades that a process has at a time live on one thread, the one that creates them: every
+/// operation is called there, also from inside a callback of the kit, and the last reference is let
+/// go there. A debug build of the kit asserts that; a release build does not notice. No operation
+/// waits. The host owns the facade; releasing it ends what runs, and nothing more is delivered.
 class AmbrelSDK {
 public:
     /// A facade on this machine's own platform, driven by the calling thread's `RunLoop`. The
@@ -54,7 +55,8 @@ public:
     /// Collects now, and again each time the application becomes active, until `stopScanning()` or
     /// a single collection. A finished record within the reuse threshold is delivered again
     /// instead; without any granted permission an empty record is delivered. Both deliveries happen
-    /// before this returns. During the ten seconds of a collection the request is ignored; between
+    /// before this returns. What a callback of the host throws leaves through here, and then nothing
+    /// was started. During the ten seconds of a collection the request is ignored; between
     /// their end and the delivery, a tick later at most, it begins another in its place.
     virtual void startScanning() = 0;
 
@@ -78,7 +80,8 @@ public:
 
     /// The same without an exception: false when `seconds` is not from 0 to 30, and then fills
     /// `error` unless it is null.
-    virtual bool setAmbrelTimeThreshold(std::int64_t seconds, ErrorObject* error) noexcept = 0;
+    virtual bool setAmbrelTimeThreshold(std::int64_t seconds,
+                                        AmbrelErrorObject* error) noexcept = 0;
 
     /// How many records the facade keeps, the newest; absent (the default) for every one. At least
     /// 1; a host that runs for months sets it.

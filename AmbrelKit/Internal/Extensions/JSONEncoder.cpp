@@ -7,7 +7,8 @@ namespace AmbrelKit {
 JSONEncoder JSONEncoder::default_() {
     JSONEncoder encoder;
     encoder.dateEncodingStrategy = [](TimePoint time) -> JSONValue {
-        return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
+        const std::chrono::duration<double> seconds = time.time_since_epoch();
+        return static_cast<std::int64_t>(seconds.count());
     };
     return encoder;
 }

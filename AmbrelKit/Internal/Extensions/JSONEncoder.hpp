@@ -70,8 +70,8 @@ public:
     [[nodiscard]] JSONValue encode(const Record& record) const { return record.encode(*this); }
 
 private:
-    /// A new encoder for the kit's records: points in time are whole seconds since 1970, truncated
-    /// toward zero.
+    /// A new encoder for the kit's records: points in time are the seconds since 1970 as a double,
+    /// truncated toward zero.
     static JSONEncoder default_();
 };
 

@@ -25,6 +25,10 @@ public:
     /// A fresh record: nothing seen, no network joined, and a permission snapshot taken now.
     static AmbrelData new_(const UUID& uuid, TimePoint createdAt);
 
+    AmbrelData(const AmbrelData&) = default; // and no move: a record always has its fields
+    AmbrelData& operator=(const AmbrelData&) = default;
+    ~AmbrelData() = default;
+
     /// The canonical text of the record's identifier.
     [[nodiscard]] std::string id() const { return uuid().text(); }
     [[nodiscard]] const UUID& uuid() const { return fields_->uuid; }
@@ -49,7 +53,7 @@ public:
     [[nodiscard]] AmbrelData copyWithNearbyDevices(NearbyDevices nearbyDevices) const;
 
     friend bool operator==(const AmbrelData& a, const AmbrelData& b) {
-        return a.fields_ == b.fields_ || *a.fields_ == *b.fields_;
+        return *a.fields_ == *b.fields_; // also for copies: no NaN is equal to itself
     }
 
     /// The record's dictionary; the identifier is not part of it.

@@ -2,8 +2,6 @@
 
 namespace AmbrelKit {
 
-const AmbrelError AmbrelError::invalidThresholdValue(Case::invalidThresholdValue);
-
 const char* AmbrelError::what() const noexcept {
     return "Threshold must be more than 0 and less than 30";
 }

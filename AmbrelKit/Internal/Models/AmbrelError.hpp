@@ -1,7 +1,9 @@
 #ifndef AMBRELKIT_AMBRELERROR_HPP
 #define AMBRELKIT_AMBRELERROR_HPP
 
+#include <cstddef>
 #include <exception>
+#include <functional>
 #include <string>
 
 namespace AmbrelKit {
@@ -14,9 +16,10 @@ public:
         invalidThresholdValue,
     };
 
-    static const AmbrelError invalidThresholdValue;
+    using enum Case;
 
-    explicit AmbrelError(Case error) noexcept : case_(error) {}
+    // NOLINTNEXTLINE(google-explicit-constructor): a case is an error
+    AmbrelError(Case error) noexcept : case_(error) {}
 
     [[nodiscard]] Case error() const noexcept { return case_; }
 
@@ -32,12 +35,18 @@ private:
 };
 
 /// An error as a value, for hosts that do without exceptions.
-struct ErrorObject {
+struct AmbrelErrorObject {
     std::string domain; ///< "AmbrelKit.AmbrelError"
     int code = 0;       ///< the case's position
     std::string description;
 };
 
 } // namespace AmbrelKit
+
+template <> struct std::hash<AmbrelKit::AmbrelError> {
+    std::size_t operator()(const AmbrelKit::AmbrelError& error) const noexcept {
+        return std::hash<AmbrelKit::AmbrelError::Case>{}(error.error());
+    }
+};
 
 #endif

@@ -14,6 +14,14 @@ enum class AmbrelPermissionStatus : std::int64_t {
     denied = 2,  ///< the permission is refused, the setting is off
 };
 
+/// The status of this raw value; nothing for any other than 0, 1 and 2.
+[[nodiscard]] constexpr std::optional<AmbrelPermissionStatus>
+permissionStatus(std::int64_t rawValue) {
+    return rawValue >= 0 && rawValue <= 2
+               ? std::optional(static_cast<AmbrelPermissionStatus>(rawValue))
+               : std::nullopt;
+}
+
 /// True for granted, false for denied, nothing for everything else.
 [[nodiscard]] constexpr std::optional<bool> value(AmbrelPermissionStatus status) {
     switch (status) {

@@ -38,7 +38,7 @@ public:
     [[nodiscard]] std::optional<std::size_t> limit() const { return limit_; }
 
     friend bool operator==(const CollectedData& a, const CollectedData& b) {
-        return a.newest_ == b.newest_ && a.records() == b.records();
+        return a.records() == b.records();
     }
 
 private:
