@@ -8,7 +8,7 @@
 namespace AmbrelKit {
 
 /// Waits for what the kit's sources have to report, and runs it. A loop belongs to one thread;
-/// every call is made there.
+/// every call is made there, `stop()` too. A debug build of the kit asserts that.
 ///
 /// A host without a loop of its own calls `run()`. A host with one (GLib, Qt, asio, epoll …) polls
 /// `fileDescriptor()` for reading and calls `dispatch()` whenever it is readable; nothing else is

@@ -49,50 +49,58 @@ void Facade::registerAsDelegate() {
     nearbyDevicesProvider_->setDelegate(weak_from_this());
 }
 
-std::shared_ptr<AmbrelSDKDelegate> Facade::delegate() const { return delegate_.lock(); }
+std::shared_ptr<const Facade> Facade::entered() const {
+    thread_.check();
+    return shared_from_this();
+}
+
+std::shared_ptr<AmbrelSDKDelegate> Facade::delegate() const {
+    thread_.check();
+    return delegate_.lock();
+}
 
 void Facade::setDelegate(std::weak_ptr<AmbrelSDKDelegate> delegate) {
+    thread_.check();
     delegate_ = std::move(delegate);
 }
 
-// A host may let go of the facade while one of these calls it back, so each holds on to it.
-
 void Facade::startScanning() {
-    const auto keep = shared_from_this();
+    const auto keep = entered();
     store()->sendEvent(DataEvents::scan{ScanningMode::automatic});
 }
 
 void Facade::startScanningOnce() {
-    const auto keep = shared_from_this();
+    const auto keep = entered();
     store()->sendEvent(DataEvents::scan{ScanningMode::once});
 }
 
 void Facade::completeScanning() {
-    const auto keep = shared_from_this();
+    const auto keep = entered();
     taskScheduler_->endBackgroundTask();
 }
 
 void Facade::stopScanning() {
-    const auto keep = shared_from_this();
+    const auto keep = entered();
     stop();
     scanningSuspender()->disable();
     taskScheduler_->endBackgroundTask();
 }
 
 void Facade::automaticModeForNotificationAndBackgroundTask() {
-    const auto keep = shared_from_this();
+    const auto keep = entered();
     configureResumeAndSuspendScanning(ScanningMode::automatic);
     configureBackgroundTask(ScanningMode::automatic);
 }
 
 void Facade::setAmbrelTimeThreshold(std::int64_t seconds) {
+    thread_.check();
     if (seconds < 0 || seconds > greatestThreshold) {
-        throw AmbrelError::invalidThresholdValue;
+        throw AmbrelError(AmbrelError::invalidThresholdValue);
     }
     CollectionThreshold::value = seconds;
 }
 
-bool Facade::setAmbrelTimeThreshold(std::int64_t seconds, ErrorObject* error) noexcept {
+bool Facade::setAmbrelTimeThreshold(std::int64_t seconds, AmbrelErrorObject* error) noexcept {
     try {
         setAmbrelTimeThreshold(seconds);
         return true;
@@ -107,10 +115,14 @@ bool Facade::setAmbrelTimeThreshold(std::int64_t seconds, ErrorObject* error) no
 }
 
 std::optional<std::size_t> Facade::historyLimit() const {
+    thread_.check();
     return store_ ? store_->state().collectedData.limit() : std::nullopt;
 }
 
-void Facade::setHistoryLimit(std::optional<std::size_t> limit) { store()->limitHistory(limit); }
+void Facade::setHistoryLimit(std::optional<std::size_t> limit) {
+    thread_.check();
+    store()->limitHistory(limit);
+}
 
 void Facade::didDiscoverPeripheral(const BluetoothPeripheral& peripheral) {
     store()->sendEvent(DataEvents::didDiscoverBluetoothPeripheral{peripheral});

@@ -14,7 +14,13 @@ namespace AmbrelKit {
 /// see docs/threads-and-lifetimes.md.
 ///
 /// The kit takes the seven answers as the truth; it does not ask the system. They are asked often
-/// (each time a record is opened or changed), so an answer should be at hand.
+/// (each time a record is opened or changed), so an answer should be at hand. With several facades
+/// the delegate of the one made last is asked what may be started and stopped, for all of them.
+///
+/// Withdraw a permission only while nothing is collected: call `stopScanning()` first, then answer
+/// otherwise. A source whose permission is not granted any more when a collection ends is not
+/// stopped: it goes on to look around, and each of its reports delivers the finished dictionary
+/// again.
 class AmbrelSDKDelegate {
 public:
     virtual ~AmbrelSDKDelegate() = default;

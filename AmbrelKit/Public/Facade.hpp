@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_PUBLIC_FACADE_HPP
 #define AMBRELKIT_PUBLIC_FACADE_HPP
 
+#include "AmbrelKit/Internal/KitThread.hpp"
 #include "AmbrelKit/Internal/Logic/BackgroundTaskScheduler.hpp"
 #include "AmbrelKit/Internal/Logic/BluetoothDevicesProvider.hpp"
 #include "AmbrelKit/Internal/Logic/LocationProvider.hpp"
@@ -39,7 +40,7 @@ public:
     void stopScanning() override;
     void automaticModeForNotificationAndBackgroundTask() override;
     void setAmbrelTimeThreshold(std::int64_t seconds) override;
-    bool setAmbrelTimeThreshold(std::int64_t seconds, ErrorObject* error) noexcept override;
+    bool setAmbrelTimeThreshold(std::int64_t seconds, AmbrelErrorObject* error) noexcept override;
     [[nodiscard]] std::optional<std::size_t> historyLimit() const override;
     void setHistoryLimit(std::optional<std::size_t> limit) override;
 
@@ -56,6 +57,10 @@ public:
     AmbrelPermissionStatus networkPermissionStatus() override;
 
 private:
+    /// The facade, held for as long as a public call runs: a host may let go of it from inside one.
+    /// Every public call begins with it.
+    [[nodiscard]] std::shared_ptr<const Facade> entered() const;
+
     // Made on first use, then kept.
     std::shared_ptr<DataStore> store();
     std::shared_ptr<ScanningBackgroundSuspender> scanningSuspender();
@@ -68,10 +73,12 @@ private:
     void notifyDelegate(const JSONDictionary& data) const;
     void deliverEmptyRecord() const;
     void configureTimer();
+    void invalidateTimer();
     void sendTimerTickEvent();
     void configureResumeAndSuspendScanning(ScanningMode mode);
     void configureBackgroundTask(ScanningMode mode);
 
+    KitThread thread_;
     std::weak_ptr<AmbrelSDKDelegate> delegate_;
     std::shared_ptr<BluetoothDevicesProvider> bluetoothDevicesProvider_;
     std::shared_ptr<LocationProvider> locationProvider_;

@@ -3,6 +3,7 @@
 #include "AmbrelKit/Linux/RunLoop/OfThisThread.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <limits>
 #include <stdexcept>
@@ -195,7 +196,12 @@ void EventLoop::run() {
     touch(); // what the last callback changed is not armed yet, and the host may go on by poll()
 }
 
+void EventLoop::checkThread() const {
+    assert(thread_ == std::this_thread::get_id() && "a run loop is used on another thread");
+}
+
 void EventLoop::stop() {
+    checkThread();
     stopping_ = true;
     touch();
 }
@@ -218,6 +224,7 @@ void EventLoop::dispatch() {
 }
 
 std::shared_ptr<EventLoop> EventLoop::enter() {
+    checkThread();
     if (turning_) {
         throw std::logic_error("a run loop can't be run from a callback of its own");
     }
@@ -249,6 +256,7 @@ void EventLoop::touch() noexcept {
 }
 
 std::shared_ptr<Timer> EventLoop::scheduledTimer(double interval, bool repeats, TimerTick tick) {
+    checkThread();
     return LoopTimer::schedule(*this, interval, repeats, std::move(tick));
 }
 

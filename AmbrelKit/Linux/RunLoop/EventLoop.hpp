@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <thread>
 #include <typeindex>
 #include <typeinfo>
 
@@ -127,6 +128,9 @@ private:
     template <class Step> void turn(Step step);
     void throwFailure();
 
+    void checkThread() const;
+
+    const std::thread::id thread_ = std::this_thread::get_id();
     sd_event* event_ = nullptr;
     int wakeDescriptor_ = -1;
     sd_event_source* wakeSource_ = nullptr;
