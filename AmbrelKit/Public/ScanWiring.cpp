@@ -1,5 +1,6 @@
 #include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 #include "AmbrelKit/Public/Facade.hpp"
 
 namespace AmbrelKit {
@@ -13,24 +14,9 @@ bool isGranted(AmbrelPermissionStatus status) { return status == AmbrelPermissio
 } // namespace
 
 DataEnvironment Facade::environment() {
-    return {.startScan =
-                [weak = weak_from_this()](ScanningMode mode) {
-                    if (const auto facade = weak.lock()) {
-                        facade->start(mode);
-                    }
-                },
-            .stopScan =
-                [weak = weak_from_this()] {
-                    if (const auto facade = weak.lock()) {
-                        facade->stop();
-                    }
-                },
-            .notifyDelegate =
-                [weak = weak_from_this()](const JSONDictionary& data) {
-                    if (const auto facade = weak.lock()) {
-                        facade->notifyDelegate(data);
-                    }
-                }};
+    return {.startScan = weakly(weak_from_this(), &Facade::start),
+            .stopScan = weakly(weak_from_this(), &Facade::stop),
+            .notifyDelegate = weakly(weak_from_this(), &Facade::notifyDelegate)};
 }
 
 /// Asks this facade's own delegate, and stops at the first permission that is granted.
@@ -46,25 +32,39 @@ void Facade::start(ScanningMode mode) {
         deliverEmptyRecord();
         return;
     }
-    configureTimer();
-    configureResumeAndSuspendScanning(mode);
-    configureBackgroundTask(mode);
-    if (isGranted(PermissionsHelper::bluetoothPermissionStatus())) {
-        bluetoothDevicesProvider_->start();
-    }
-    if (isGranted(PermissionsHelper::locationPermissionStatus())) {
-        locationProvider_->start();
-    }
-    if (isGranted(PermissionsHelper::networkPermissionStatus())) {
-        nearbyDevicesProvider_->start();
+    const bool wasAutomatic = scanningSuspender()->isEnabled();
+    const bool hadTask = taskScheduler_->holdsTask();
+    std::vector<std::function<void()>> stops; // of the sources that run
+    const auto startIfGranted = [&stops](AmbrelPermissionStatus status, auto& source) {
+        if (isGranted(status)) {
+            source.start();
+            stops.emplace_back([&source] { source.stop(); });
+        }
+    };
+    try {
+        configureTimer();
+        configureResumeAndSuspendScanning(mode);
+        configureBackgroundTask(mode);
+        startIfGranted(PermissionsHelper::bluetoothPermissionStatus(), *bluetoothDevicesProvider_);
+        startIfGranted(PermissionsHelper::locationPermissionStatus(), *locationProvider_);
+        startIfGranted(PermissionsHelper::networkPermissionStatus(), *nearbyDevicesProvider_);
+    } catch (...) { // most likely from the host that was asked: nothing has been started then
+        invalidateTimer();
+        for (const auto& stop : stops) {
+            stop();
+        }
+        configureResumeAndSuspendScanning(wasAutomatic ? ScanningMode::automatic
+                                                       : ScanningMode::once);
+        if (taskScheduler_->holdsTask() != hadTask) {
+            configureBackgroundTask(hadTask ? ScanningMode::automatic : ScanningMode::once);
+        }
+        throw;
     }
 }
 
 /// The permissions are asked anew: nothing remembers what was started.
 void Facade::stop() {
-    if (timer_) {
-        timer_->invalidate();
-    }
+    invalidateTimer();
     if (isGranted(PermissionsHelper::bluetoothPermissionStatus())) {
         bluetoothDevicesProvider_->stop();
     }
@@ -88,15 +88,18 @@ void Facade::deliverEmptyRecord() const {
     notifyDelegate(JSONEncoder::serialize(record).value_or(JSONDictionary()));
 }
 
-void Facade::configureTimer() {
+void Facade::invalidateTimer() {
     if (timer_) {
         timer_->invalidate();
     }
-    timer_ = timerFactory_(tickInterval, true, [weak = weak_from_this()](Timer&) {
-        if (const auto facade = weak.lock()) {
-            facade->sendTimerTickEvent();
-        }
-    });
+}
+
+void Facade::configureTimer() {
+    invalidateTimer();
+    timer_ = timerFactory_(tickInterval, true,
+                           weakly(weak_from_this(), [](Facade& facade, const Timer& /*timer*/) {
+                               facade.sendTimerTickEvent();
+                           }));
 }
 
 void Facade::sendTimerTickEvent() {

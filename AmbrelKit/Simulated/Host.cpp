@@ -8,6 +8,7 @@ namespace AmbrelKit::Simulated {
 struct Host::Answers {
     std::array<AmbrelPermissionStatus, statusQueryNames.size()> statuses{};
     std::function<void(const JSONDictionary&)> deliveryHandler;
+    std::function<void(StatusQuery)> queryHandler;
 };
 
 class Host::Delegate final : public AmbrelSDKDelegate {
@@ -48,6 +49,9 @@ private:
     AmbrelPermissionStatus answer(StatusQuery query) {
         const auto index = static_cast<std::size_t>(query);
         context_->report("delegate", statusQueryNames[index]);
+        if (const auto handler = answers_->queryHandler) {
+            handler(query);
+        }
         return answers_->statuses[index];
     }
 
@@ -99,6 +103,10 @@ void Host::setStatus(StatusQuery query, AmbrelPermissionStatus status) {
 
 void Host::setDeliveryHandler(std::function<void(const JSONDictionary&)> handler) {
     answers_->deliveryHandler = std::move(handler);
+}
+
+void Host::setQueryHandler(std::function<void(StatusQuery)> handler) {
+    answers_->queryHandler = std::move(handler);
 }
 
 } // namespace AmbrelKit::Simulated

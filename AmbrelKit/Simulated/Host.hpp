@@ -70,6 +70,9 @@ public:
     /// throw.
     void setDeliveryHandler(std::function<void(const JSONDictionary&)> handler);
 
+    /// What the host does inside a status query, before it answers. It may do anything, also throw.
+    void setQueryHandler(std::function<void(StatusQuery)> handler);
+
 private:
     class Delegate;
     struct Answers;

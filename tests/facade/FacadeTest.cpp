@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <thread>
 
 namespace AmbrelKit::Simulated {
 namespace {
@@ -12,28 +13,29 @@ using namespace std::chrono_literals;
 class Facade : public testing::Test {
 protected:
     Facade() {
-        for (const auto query : {StatusQuery::bluetoothPermission, StatusQuery::locationPermission,
-                                 StatusQuery::networkPermission}) {
-            host.setStatus(query, AmbrelPermissionStatus::granted);
-        }
+        answerPermissions(AmbrelPermissionStatus::granted);
         host.setDeliveryHandler([this](const JSONDictionary& data) { delivered.push_back(data); });
         platform.setSink([this](const Event& event) {
             if (event.object != "delegate") {
                 calls.append(event.object).append(".").append(event.operation).append(" ");
             }
+            if (at != nullptr) {
+                at(event);
+            }
         });
     }
 
-    void refuseEverything() {
+    void answerPermissions(AmbrelPermissionStatus status) {
         for (const auto query : {StatusQuery::bluetoothPermission, StatusQuery::locationPermission,
                                  StatusQuery::networkPermission}) {
-            host.setStatus(query, AmbrelPermissionStatus::denied);
+            host.setStatus(query, status);
         }
     }
 
     // What the host and the platform still write to when they go.
     std::vector<JSONDictionary> delivered;
     std::string calls;
+    std::function<void(const Event&)> at; ///< besides
 
     Platform platform;
     Host host{platform, {{"_ipp._tcp."}}};
@@ -68,7 +70,7 @@ TEST_F(Facade, TheThresholdTakesZeroToThirty) {
             EXPECT_EQ(error, AmbrelError::invalidThresholdValue);
             EXPECT_STREQ(error.what(), "Threshold must be more than 0 and less than 30");
         }
-        ErrorObject object;
+        AmbrelErrorObject object;
         EXPECT_FALSE(host.sdk()->setAmbrelTimeThreshold(bad, &object));
         EXPECT_EQ(object.domain, "AmbrelKit.AmbrelError");
         EXPECT_EQ(object.code, 0);
@@ -91,7 +93,7 @@ TEST_F(Facade, AHostMayDropTheFacadeInAnyDelivery) {
     EXPECT_EQ(delivered.size(), 1U);
 
     host.create();
-    refuseEverything();
+    answerPermissions(AmbrelPermissionStatus::denied);
     host.sdk()->startScanning(); // inside the public call
     EXPECT_EQ(delivered.size(), 2U);
     EXPECT_FALSE(host.sdk());
@@ -138,6 +140,105 @@ TEST_F(Facade, TwoFacadesAskTheirOwnDelegateWhetherToScanAndTheLastOnesWhatToSta
     EXPECT_TRUE(delivered.empty());
 }
 
+TEST_F(Facade, EachPermissionStartsItsOwnSource) {
+    const std::pair<StatusQuery, const char*> rows[] = {
+        {StatusQuery::bluetoothPermission, "bluetooth.create "},
+        {StatusQuery::locationPermission, "location.create "},
+        {StatusQuery::networkPermission, "bonjour.create bonjour.searchForServicesOfType "}};
+    for (const auto& [query, source] : rows) {
+        answerPermissions(AmbrelPermissionStatus::denied);
+        host.setStatus(query, AmbrelPermissionStatus::granted);
+        host.create();
+        calls.clear();
+        host.sdk()->startScanningOnce();
+        EXPECT_EQ(calls, std::string("timer.schedule ") + source);
+    }
+}
+
+const std::pair<const char*, void (AmbrelSDK::*)()> publicCalls[] = {
+    {"startScanning", &AmbrelSDK::startScanning},
+    {"startScanningOnce", &AmbrelSDK::startScanningOnce},
+    {"completeScanning", &AmbrelSDK::completeScanning},
+    {"stopScanning", &AmbrelSDK::stopScanning},
+    {"automaticMode", &AmbrelSDK::automaticModeForNotificationAndBackgroundTask}};
+
+/// Each public call on a facade in automatic mode, with every permission and with none.
+TEST_F(Facade, ItLivesUntilTheCallReturnsWhicheverCallbackDropsIt) {
+    const auto trace = [this](auto call, std::size_t dropAt) {
+        host.create();
+        host.sdk()->automaticModeForNotificationAndBackgroundTask();
+        AmbrelSDK* const sdk = host.sdk().get();
+        const std::weak_ptr<AmbrelSDK> facade = host.sdk();
+        std::vector<std::string> events; // of the call, before the facade goes
+        at = [&](const Event& event) {
+            if (!facade.expired()) {
+                events.emplace_back(event.operation);
+                if (events.size() == dropAt + 1) {
+                    host.release();
+                    EXPECT_FALSE(facade.expired());
+                }
+            }
+        };
+        (sdk->*call)();
+        at = nullptr;
+        EXPECT_EQ(facade.expired(), dropAt < events.size());
+        return events;
+    };
+    for (const auto status : {AmbrelPermissionStatus::granted, AmbrelPermissionStatus::denied}) {
+        answerPermissions(status);
+        for (const auto& [name, call] : publicCalls) {
+            const auto undisturbed = trace(call, std::string::npos);
+            ASSERT_FALSE(undisturbed.empty()) << name;
+            for (std::size_t i = 0; i < undisturbed.size(); ++i) {
+                SCOPED_TRACE(std::string(name) + ", dropped in callback " + std::to_string(i));
+                EXPECT_EQ(trace(call, i), undisturbed);
+            }
+        }
+    }
+}
+
+/// A start asks seven questions for its record, one whether it may, and three for the sources.
+TEST_F(Facade, AStartThatThrowsHasNotHappened) {
+    const auto count = [this](const std::string& call) {
+        std::size_t found = 0;
+        for (auto place = calls.find(call); place != std::string::npos; ++found) {
+            place = calls.find(call, place + 1);
+        }
+        return found;
+    };
+    for (const auto start : {&AmbrelSDK::startScanning, &AmbrelSDK::startScanningOnce}) {
+        for (const int automatic : {false, true}) {
+            for (int thrower = 1; thrower <= 11; ++thrower) {
+                SCOPED_TRACE(thrower);
+                host.create();
+                calls.clear();
+                if (automatic != 0) {
+                    host.sdk()->automaticModeForNotificationAndBackgroundTask();
+                }
+                host.setQueryHandler([&, asked = std::make_shared<int>(0)](StatusQuery) {
+                    if (++*asked == thrower) {
+                        throw std::runtime_error("asked");
+                    }
+                });
+                EXPECT_THROW((host.sdk().get()->*start)(), std::runtime_error);
+                host.setQueryHandler(nullptr);
+                EXPECT_EQ(count("bluetooth.create"), count("bluetooth.stopScan"));
+                EXPECT_EQ(count("location.create"), count("location.stopUpdatingLocation"));
+                EXPECT_EQ(count("beginBackground"), count("endBackground") + automatic);
+                EXPECT_EQ(count("addObserver"), count("removeObserver") + automatic);
+                calls.clear();
+                platform.clock().advanceBy(100s);
+                EXPECT_EQ(calls, "") << "something was left running";
+
+                delivered.clear();
+                host.sdk()->startScanningOnce();
+                platform.clock().advanceBy(11s);
+                EXPECT_EQ(delivered.size(), 1U) << "a retry is ignored";
+            }
+        }
+    }
+}
+
 TEST_F(Facade, StoppingAFreshFacadeStopsEveryGrantedSource) {
     host.sdk()->stopScanning();
     EXPECT_EQ(calls,
@@ -147,10 +248,40 @@ TEST_F(Facade, StoppingAFreshFacadeStopsEveryGrantedSource) {
     EXPECT_EQ(calls, "");
 }
 
-TEST_F(Facade, AHistoryLimitMayBeSetAtAnyTime) {
+TEST_F(Facade, AHistoryLimitMayBeSetAtAnyTimeAlsoInAQuery) {
     EXPECT_EQ(host.sdk()->historyLimit(), std::nullopt);
-    host.sdk()->setHistoryLimit(1);
-    EXPECT_EQ(host.sdk()->historyLimit(), 1U);
+    host.sdk()->setHistoryLimit(5);
+    EXPECT_EQ(host.sdk()->historyLimit(), 5U);
+    for (const StatusQuery asked :
+         {StatusQuery::locationSetting, StatusQuery::bluetoothPermission}) {
+        const auto limit = host.sdk()->historyLimit().value() - 1;
+        host.setQueryHandler([&](StatusQuery query) {
+            if (query == asked) {
+                host.sdk()->setHistoryLimit(limit);
+            }
+        });
+        host.sdk()->startScanningOnce();
+        EXPECT_EQ(host.sdk()->historyLimit(), limit);
+        host.setQueryHandler(nullptr);
+        platform.clock().advanceBy(100s);
+    }
+}
+
+TEST_F(Facade, ACallOnAnotherThreadIsToldInADebugBuild) {
+#ifdef NDEBUG
+    GTEST_SKIP() << "a release build does not look";
+#else
+    const auto elsewhere = [this](void (AmbrelSDK::*call)()) {
+        std::thread([&] { (host.sdk().get()->*call)(); }).join();
+    };
+    for (const auto& [name, call] : publicCalls) {
+        EXPECT_DEATH(elsewhere(call), "another thread") << name;
+    }
+    EXPECT_DEATH(std::thread([this] { Host other(platform, std::nullopt); }).join(),
+                 "another thread");
+    host.release();
+    std::thread([this] { Host other(platform, std::nullopt); }).join(); // the only one
+#endif
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "AmbrelKit/Internal/Logic/BackgroundTaskScheduler.hpp"
 
+#include "AmbrelKit/Platform/Weakly.hpp"
+
 #include <utility>
 
 namespace AmbrelKit {
@@ -15,12 +17,8 @@ BackgroundTaskScheduler::BackgroundTaskScheduler(std::shared_ptr<Application> ap
 
 void BackgroundTaskScheduler::beginBackgroundTask() {
     endBackgroundTask();
-    backgroundTaskIdentifier_ =
-        application_->beginBackgroundTask(taskName, [weak = weak_from_this()] {
-            if (const auto scheduler = weak.lock()) {
-                scheduler->endBackgroundTask();
-            }
-        });
+    backgroundTaskIdentifier_ = application_->beginBackgroundTask(
+        taskName, weakly(weak_from_this(), &BackgroundTaskScheduler::endBackgroundTask));
 }
 
 void BackgroundTaskScheduler::endBackgroundTask() {

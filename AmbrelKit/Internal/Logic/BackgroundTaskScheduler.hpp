@@ -19,6 +19,7 @@ public:
     void beginBackgroundTask();
     /// Ends the held task, if there is one.
     void endBackgroundTask();
+    [[nodiscard]] bool holdsTask() const { return backgroundTaskIdentifier_.has_value(); }
 
 private:
     std::shared_ptr<Application> application_;

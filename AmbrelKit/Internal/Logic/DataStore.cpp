@@ -14,13 +14,27 @@ void DataStore::sendEvent(const DataEvent& event) {
     const State before =
         state_; // the host is asked while the event is reduced, and may send events
     auto [after, effect] = reducer_->reduce(before, event);
-    state_ = std::move(after);
+    replaceState(std::move(after));
     if (const auto* started = std::get_if<Effects::scanStarted>(&effect)) {
-        environment_.startScan(started->mode);
+        try {
+            environment_.startScan(started->mode);
+        } catch (...) {
+            replaceState(before); // with its record open, the next request would be ignored
+            throw;
+        }
     } else if (const auto* finished = std::get_if<Effects::scanFinished>(&effect)) {
         state_.finishedCollectedData = state_.collectedData.last();
         environment_.stopScan();
         environment_.notifyDelegate(finished->data);
+    }
+}
+
+/// A limit that the host has set meanwhile stays.
+void DataStore::replaceState(State state) {
+    const auto limit = state_.collectedData.limit();
+    state_ = std::move(state);
+    if (state_.collectedData.limit() != limit) {
+        limitHistory(limit);
     }
 }
 

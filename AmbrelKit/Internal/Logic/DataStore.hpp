@@ -17,13 +17,15 @@ public:
 
     /// Reduces the event, keeps the new state, then carries the effect out. A callback may send
     /// further events: it finds the new state. What a callback throws leaves through here, with the
-    /// new state kept.
+    /// new state kept; what `startScan` throws, with the state from before.
     void sendEvent(const DataEvent& event);
 
     /// Keeps the newest `limit` records from now on; absent: all of them.
     void limitHistory(std::optional<std::size_t> limit);
 
 private:
+    void replaceState(State state);
+
     State state_;
     std::shared_ptr<const DataReducer> reducer_;
     DataEnvironment environment_;

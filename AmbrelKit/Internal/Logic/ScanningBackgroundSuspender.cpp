@@ -1,6 +1,7 @@
 #include "AmbrelKit/Internal/Logic/ScanningBackgroundSuspender.hpp"
 
 #include "AmbrelKit/Internal/Extensions/AddObserver.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <utility>
 
@@ -20,12 +21,11 @@ void ScanningBackgroundSuspender::enable() {
 void ScanningBackgroundSuspender::disable() { removeAllObservers(); }
 
 void ScanningBackgroundSuspender::addObserver(std::string_view name, const DataEvent& event) {
-    auto send = [event, weak = weak_from_this()](const Notification&) {
-        if (const auto suspender = weak.lock()) {
-            suspender->store_->sendEvent(event);
-        }
+    const auto send = [event](ScanningBackgroundSuspender& suspender, const Notification&) {
+        suspender.store_->sendEvent(event);
     };
-    observers_.push_back(AmbrelKit::addObserver(*notificationCenter_, name, std::move(send)));
+    observers_.push_back(
+        AmbrelKit::addObserver(*notificationCenter_, name, weakly(weak_from_this(), send)));
 }
 
 void ScanningBackgroundSuspender::removeAllObservers() {

@@ -23,6 +23,7 @@ public:
     /// Leaves exactly one observer, however often it is called.
     void enable();
     void disable();
+    [[nodiscard]] bool isEnabled() const { return !observers_.empty(); }
 
 private:
     void addObserver(std::string_view name, const DataEvent& event);
