@@ -32,19 +32,19 @@ bool enter(sd_bus_message* message, char type, const char* contents) {
 bool leave(sd_bus_message* message) { return sd_bus_message_exit_container(message) >= 0; }
 
 /// Calls `entry` at the start of each entry, for it to read key and value. Stops where the message
-/// is not what it should be.
+/// is not what it should be; says whether it came to the end.
 template <class Entry>
-void eachEntry(sd_bus_message* message, const Dictionary& types, const Entry& entry) {
+bool eachEntry(sd_bus_message* message, const Dictionary& types, const Entry& entry) {
     if (!enter(message, 'a', types.array + 1)) {
-        return;
+        return false;
     }
     while (enter(message, 'e', types.entry)) {
         entry();
         if (!leave(message)) {
-            return;
+            return false;
         }
     }
-    leave(message);
+    return leave(message);
 }
 
 bool skipBytes(sd_bus_message* message) {
@@ -82,8 +82,8 @@ void skipVariant(sd_bus_message* message) {
 
 /// Calls `read(key)` at the value of each entry. What it leaves, by returning false, is skipped.
 template <class Read>
-void eachValue(sd_bus_message* message, const Dictionary& types, const Read& read) {
-    eachEntry(message, types, [&] {
+bool eachValue(sd_bus_message* message, const Dictionary& types, const Read& read) {
+    return eachEntry(message, types, [&] {
         const char* key = nullptr;
         if (sd_bus_message_read_basic(message, types.key, &key) <= 0 || read(key)) {
             return;
@@ -141,20 +141,17 @@ bool readServices(sd_bus_message* message, std::optional<std::vector<UUID>>& ser
     return leave(message);
 }
 
-AdapterProperties readAdapter(sd_bus_message* message) {
-    AdapterProperties adapter;
-    eachValue(message, properties, [&](std::string_view key) {
+bool readAdapter(sd_bus_message* message, AdapterProperties& adapter) {
+    return eachValue(message, properties, [&](std::string_view key) {
         if (key == "Powered") {
             return readFlag(message, adapter.powered);
         }
         return key == "Discovering" && readFlag(message, adapter.discovering);
     });
-    return adapter;
 }
 
-DeviceProperties readDevice(sd_bus_message* message) {
-    DeviceProperties device;
-    eachValue(message, properties, [&](std::string_view key) {
+bool readDevice(sd_bus_message* message, DeviceProperties& device) {
+    return eachValue(message, properties, [&](std::string_view key) {
         if (key == "RSSI") {
             return readVariant(message, 'n', device.rssi);
         }
@@ -172,28 +169,19 @@ DeviceProperties readDevice(sd_bus_message* message) {
             }
             return read;
         }
+        device.hasAdvertisingFlags |= key == "AdvertisingFlags";
+        device.hasClass |= key == "Class";
         return key == "UUIDs" && readServices(message, device.services);
     });
-    return device;
 }
 
-bool readInterface(sd_bus_message* message, std::string_view interface, ObjectProperties& object) {
-    if (interface == deviceInterface) {
-        object.device = readDevice(message);
-    } else if (interface == adapterInterface) {
-        object.adapter = readAdapter(message);
-    } else {
-        return false;
-    }
-    return true;
-}
-
-ObjectProperties readInterfaces(sd_bus_message* message) {
-    ObjectProperties object;
-    eachValue(message, interfaces, [&](std::string_view interface) {
-        return readInterface(message, interface, object);
+bool readInterfaces(sd_bus_message* message, ObjectProperties& object) {
+    return eachValue(message, interfaces, [&](std::string_view interface) {
+        if (interface == deviceInterface) {
+            return readDevice(message, object.device.emplace());
+        }
+        return interface == adapterInterface && readAdapter(message, object.adapter.emplace());
     });
-    return object;
 }
 
 std::string_view readText(sd_bus_message* message, char type) {
@@ -205,7 +193,13 @@ std::string_view readText(sd_bus_message* message, char type) {
 
 ObjectProperties readChanges(sd_bus_message* message) {
     ObjectProperties object;
-    readInterface(message, readText(message, 's'), object);
+    readBody(message, [&] {
+        const std::string_view interface = readText(message, 's');
+        if (interface == deviceInterface) {
+            return readDevice(message, object.device.emplace());
+        }
+        return interface != adapterInterface || readAdapter(message, object.adapter.emplace());
+    });
     if (object.device && !object.device->rssi) {
         eachText(message, [&](std::string_view invalidated) {
             object.device->rssiInvalidated |= invalidated == "RSSI";
@@ -215,8 +209,12 @@ ObjectProperties readChanges(sd_bus_message* message) {
 }
 
 ObjectProperties readAdded(sd_bus_message* message, std::string_view& path) {
-    path = readText(message, 'o');
-    return readInterfaces(message);
+    ObjectProperties object;
+    readBody(message, [&] {
+        path = readText(message, 'o');
+        return readInterfaces(message, object);
+    });
+    return object;
 }
 
 RemovedInterfaces readRemoved(sd_bus_message* message) {
@@ -231,9 +229,13 @@ RemovedInterfaces readRemoved(sd_bus_message* message) {
 void readObjects(
     sd_bus_message* message,
     const std::function<void(std::string_view path, const ObjectProperties&)>& object) {
-    eachValue(message, objects, [&](std::string_view path) {
-        object(path, readInterfaces(message));
-        return true;
+    readBody(message, [&] {
+        return eachValue(message, objects, [&](std::string_view path) {
+            ObjectProperties read;
+            const bool whole = readInterfaces(message, read);
+            object(path, read);
+            return whole;
+        });
     });
 }
 

@@ -28,6 +28,8 @@ struct DeviceProperties {
     std::optional<std::int16_t> rssi;
     bool rssiInvalidated = false; ///< it was present until now
     std::optional<std::vector<UUID>> services;
+    bool hasAdvertisingFlags = false; ///< so it was heard over Low Energy
+    bool hasClass = false;            ///< so an inquiry, which is of BR/EDR, has heard it
 };
 
 /// The interfaces of one object that matter here.
@@ -50,7 +52,7 @@ struct RemovedInterfaces {
 };
 RemovedInterfaces readRemoved(sd_bus_message* message);
 
-/// The reply of GetManagedObjects, object by object.
+/// The reply of GetManagedObjects, object by object; it may begin again from the first one.
 void readObjects(sd_bus_message* message,
                  const std::function<void(std::string_view path, const ObjectProperties&)>& object);
 

@@ -9,8 +9,23 @@
 
 namespace AmbrelKit::Linux {
 
-/// Goes through an `a{sv}`. `read` is given each property's name and type and says whether it has
-/// read the value, a "v".
+/// sd-bus refuses a text with a Unicode noncharacter (U+FFFE, say), which D-Bus allows, and gets
+/// past no text that it refuses. Replaces the noncharacters of a body that is one dictionary, or a
+/// text and a dictionary before anything else, by a U+FFFD or its like, and has the body be read
+/// from its beginning. False when there are none.
+bool replaceNoncharacters(sd_bus_message* message);
+
+/// Reads a body by `read`, which says whether it came to the end of the dictionary in it; where
+/// noncharacters kept it from there, it is called again.
+template <class Read> void readBody(sd_bus_message* message, const Read& read) {
+    if (!read() && replaceNoncharacters(message)) {
+        read();
+    }
+}
+
+/// Goes through a body that is an `a{sv}`, or through the one that comes after its first text.
+/// `read` is given each property's name and type and says whether it has read the value, a "v"; it
+/// may be given all of them again.
 void readProperties(sd_bus_message* message,
                     const std::function<bool(std::string_view name, std::string_view type)>& read);
 
