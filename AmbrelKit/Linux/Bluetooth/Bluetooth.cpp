@@ -7,6 +7,7 @@
 namespace AmbrelKit::Linux {
 
 BluetoothManagerFactory makeBluetoothManagerFactory(std::shared_ptr<EventLoop> loop) {
+    preparePeripheralIdentifiers();
     return [loop = std::move(loop)] { return std::make_shared<CentralManager>(loop); };
 }
 

@@ -24,9 +24,14 @@ struct HardwareAddress {
 };
 
 /// The identifier that stands for an address on this machine: the same at every run, another one on
-/// another machine, and without this machine's id (/etc/machine-id) no way back to the address. A
-/// machine that has no id gets identifiers that last until it is restarted.
+/// another machine, and without this machine's id (/etc/machine-id) no way back to the address.
+/// Where that cannot be read the identifiers last until the machine is restarted, or for this
+/// process.
 UUID peripheralIdentifier(const HardwareAddress& address);
+
+/// Reads what the identifiers hang on, once for this process: who prepares them early has the same
+/// ones when there are no descriptors left.
+void preparePeripheralIdentifiers();
 
 } // namespace AmbrelKit::Linux
 
