@@ -4,9 +4,10 @@
 #include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"
 #include "AmbrelKit/Linux/Network/LinkWatch.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
-#include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -23,16 +24,11 @@ public:
     void follow(const std::shared_ptr<EventLoop>& loop);
 
     [[nodiscard]] AmbrelPermissionStatus bluetoothSettingStatus() const override {
-        if (!adapters_ || !adapters_->facts().answered) {
-            return unknown;
-        }
-        const auto isPowered = [](const auto& adapter) { return adapter.second; };
-        return std::ranges::any_of(adapters_->facts().powered, isPowered) ? granted : denied;
+        return answer(adapters_ ? adapters_->isOn() : std::nullopt);
     }
 
     [[nodiscard]] AmbrelPermissionStatus bluetoothPermissionStatus() const override {
-        const auto permitted = adapters_ ? adapters_->facts().permitted : std::nullopt;
-        return !permitted ? unknown : *permitted ? granted : denied;
+        return answer(adapters_ ? adapters_->isPermitted() : std::nullopt);
     }
 
     [[nodiscard]] AmbrelPermissionStatus locationSettingStatus() const override {
@@ -48,8 +44,7 @@ public:
     }
 
     [[nodiscard]] AmbrelPermissionStatus networkSettingStatus() const override {
-        const auto isUp = links_->isUp();
-        return !isUp ? unknown : *isUp ? granted : denied;
+        return answer(links_->isUp());
     }
 
     [[nodiscard]] AmbrelPermissionStatus networkPermissionStatus() const override {
@@ -58,6 +53,10 @@ public:
 
 private:
     using Answers = std::array<AmbrelPermissionStatus, 5>; ///< those that change
+
+    static AmbrelPermissionStatus answer(std::optional<bool> is) {
+        return !is ? unknown : *is ? granted : denied;
+    }
 
     [[nodiscard]] Answers answers() const {
         return {bluetoothSettingStatus(), bluetoothPermissionStatus(), locationSettingStatus(),
@@ -75,13 +74,9 @@ private:
 };
 
 void FollowingStatus::follow(const std::shared_ptr<EventLoop>& loop) {
-    const auto changed = [weak = weak_from_this()] {
-        if (const auto status = weak.lock()) {
-            status->factsChanged();
-        }
-    };
+    const auto changed = weakly(weak_from_this(), &FollowingStatus::factsChanged);
     bus_ = loop->shared<SystemBus>();
-    adapters_ = AdapterWatch::start(bus_, changed);
+    adapters_ = AdapterWatch::start(loop, changed);
     geoClue_ = GeoClueWatch::start(*loop, bus_, changed);
     links_ = std::make_unique<LinkWatch>(*loop, changed);
     told_ = answers();

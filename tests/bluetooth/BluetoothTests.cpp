@@ -3,6 +3,9 @@
 #include "AmbrelKit/Linux/Bluetooth/PeripheralIdentifier.hpp"
 #include "AmbrelKit/Linux/Bus/SystemBus.hpp"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 namespace {
 
 using namespace AmbrelKit;
@@ -106,6 +109,50 @@ TEST_F(BluetoothTest, ReportsWhatIsHeardInThisScan) {
     manager->stopScan();
     fake.heard("hci0", lamp, -60);
     EXPECT_THAT(reports(), IsEmpty()) << "after the stop";
+}
+
+TEST_F(BluetoothTest, WhatAnInquiryHearsIsNotReported) {
+    const auto flags = filling("a{sv}as", 1, "AdvertisingFlags", "ay", 1, 6, 0);
+    const auto inquired = filling("a{sv}as", 2, "Class", "u", 0x240404U, "RSSI", "n", -5, 0);
+    const struct {
+        const char* what;
+        FakeBlueZ::Device device;
+        FakeBlueZ::Fill then;
+        std::vector<std::string> reports;
+    } rows[] = {
+        {"of Low Energy alone, without flags", {.rssi = -1, .random = false}, {}, {"- -1", "- -9"}},
+        {"classic", {.rssi = -1, .random = false, .classOfDevice = true}, {}, {}},
+        {"of both, advertising first",
+         {.rssi = -1, .random = false},
+         inquired,
+         {"- -1", "- -5", "- -9"}},
+        {"with a resolved address", {.rssi = -1, .classOfDevice = true}, {}, {"- -1", "- -9"}},
+        {"remembered, and advertising", {.random = false, .classOfDevice = true}, {}, {"- -9"}},
+        // From here on BlueZ shows flags.
+        {"of both", {.rssi = -1, .random = false, .classOfDevice = true}, flags, {"- -1", "- -9"}},
+        {"of both, with flags at once",
+         {.rssi = -1, .random = false, .flags = true},
+         inquired,
+         {"- -1", "- -5", "- -9"}},
+        {"remembered, and inquired", {.random = false, .classOfDevice = true}, {}, {}},
+    };
+    fake.start();
+    fake.plug("hci0");
+    fake.add("hci0", {.address = lamp, .rssi = -1, .random = false, .classOfDevice = true});
+    begin();
+    ASSERT_TRUE(scanning());
+    fake.heard("hci0", lamp, -2);
+    EXPECT_THAT(reports(), IsEmpty()) << "classic, and heard before the scan already";
+    for (auto row : rows) {
+        row.device.address = phone;
+        fake.add("hci0", row.device);
+        if (row.then) {
+            fake.changed("hci0", phone, row.then);
+        }
+        fake.heard("hci0", phone, -9);
+        EXPECT_EQ(reports(), row.reports) << row.what;
+        fake.remove("hci0", phone);
+    }
 }
 
 TEST_F(BluetoothTest, FiltersByServiceOnItsOwnSide) {
@@ -269,6 +316,24 @@ TEST_F(BluetoothTest, AWrongValueCostsThatValue) {
     EXPECT_EQ(receiver->identifiers.size(), 1U);
 }
 
+TEST_F(BluetoothTest, ANoncharacterInANameHidesNothing) {
+    fake.start();
+    fake.plug("hci0", false);
+    fake.add("hci0", {.address = phone, .name = "\uFFFE"});
+    fake.plug("hci1");
+    fake.add("hci1", {.address = phone, .name = "\uFDD0 \uFDEF"});
+    fake.add("hci1",
+             {.address = lamp, .name = "\uFDCF \uFDF0 \U0001FFFD \U00090000"}); // none of them
+    begin();
+    ASSERT_TRUE(scanning("hci1"));
+    fake.heard("hci1", phone, -1);
+    fake.heard("hci1", lamp, -2);
+    fake.add("hci1", {.address = phone, .name = "\U0001FFFE \U0010FFFF", .rssi = -3});
+    fake.named("hci1", lamp, "a\uFFFF");
+    EXPECT_THAT(reports(), ElementsAre("\uFFFD \uFFFD -1", "\uFDCF \uFDF0 \U0001FFFD \U00090000 -2",
+                                       "\U0001FFFD \U0010FFFD -3", "a\uFFFD -2"));
+}
+
 TEST_F(BluetoothTest, GarbledObjectsLeaveTheRest) {
     const std::string lampPath = FakeBlueZ::path("hci0", lamp);
     const char* path = lampPath.c_str();
@@ -335,6 +400,19 @@ TEST(PeripheralIdentifier, IsOfTheAddressAndItsTypeAlone) {
                              "C0-FF:EE:00:00:0A", "C0:FF:EE:00:00:0G", "C0:FF:EE:00:00:+A"}) {
         EXPECT_FALSE(HardwareAddress::parse(text, true)) << text;
     }
+}
+
+/// In a process of its own, which has not read the machine's id yet.
+TEST(PeripheralIdentifier, OfTwoPeripheralsAreTwoWithoutDescriptors) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto areTwo = [] {
+        const rlimit none{};
+        setrlimit(RLIMIT_NOFILE, &none);
+        const UUID one = Linux::peripheralIdentifier({.bytes = {1}});
+        const UUID other = Linux::peripheralIdentifier({.bytes = {2}});
+        return one != other && one == Linux::peripheralIdentifier({.bytes = {1}});
+    };
+    EXPECT_EXIT(_exit(areTwo() ? 0 : 1), ::testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -15,6 +15,18 @@ void check(int result) {
     }
 }
 
+/// Any text that D-Bus allows, of which sd_bus_message_append takes fewer.
+void appendTextValue(sd_bus_message* message, const char* key, const std::string& text) {
+    char* space = nullptr;
+    check(sd_bus_message_open_container(message, 'e', "sv"));
+    check(sd_bus_message_append(message, "s", key));
+    check(sd_bus_message_open_container(message, 'v', "s"));
+    check(sd_bus_message_append_string_space(message, text.size(), &space));
+    std::ranges::copy(text, space);
+    check(sd_bus_message_close_container(message));
+    check(sd_bus_message_close_container(message));
+}
+
 /// An object path and its one interface, as GetManagedObjects and InterfacesAdded have them.
 void appendObject(sd_bus_message* message, const std::string& path, const char* interface,
                   const FakeBlueZ::Fill& properties) {
@@ -39,7 +51,7 @@ FakeBlueZ::Fill adapterFill(bool powered, bool discovering) {
 FakeBlueZ::Fill deviceFill(const FakeBlueZ::Device& device) {
     return [&device](sd_bus_message* message) {
         const auto text = [&](const char* key, const std::string& value) {
-            check(sd_bus_message_append(message, "{sv}", key, "s", value.c_str()));
+            appendTextValue(message, key, value);
         };
         text("Address", device.address);
         text("AddressType", device.random ? "random" : "public");
@@ -51,6 +63,12 @@ FakeBlueZ::Fill deviceFill(const FakeBlueZ::Device& device) {
         }
         if (device.rssi) {
             check(sd_bus_message_append(message, "{sv}", "RSSI", "n", *device.rssi));
+        }
+        if (device.classOfDevice) {
+            check(sd_bus_message_append(message, "{sv}", "Class", "u", 0x240404U));
+        }
+        if (device.flags) {
+            check(sd_bus_message_append(message, "{sv}", "AdvertisingFlags", "ay", 1, 6));
         }
         if (device.service) {
             check(
@@ -140,7 +158,12 @@ void FakeBlueZ::heard(const std::string& adapter, const std::string& address, in
 void FakeBlueZ::named(const std::string& adapter, const std::string& address,
                       const std::string& name) {
     adapters_.at(adapter).devices.at(address).name = name;
-    changed(adapter, address, filling("a{sv}as", 1, "Name", "s", name.c_str(), 0));
+    changed(adapter, address, [&](sd_bus_message* message) {
+        check(sd_bus_message_open_container(message, 'a', "{sv}"));
+        appendTextValue(message, "Name", name);
+        check(sd_bus_message_close_container(message));
+        check(sd_bus_message_append(message, "as", 0));
+    });
 }
 
 void FakeBlueZ::changed(const std::string& adapter, const std::string& address, const Fill& fill) {

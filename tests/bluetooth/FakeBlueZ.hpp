@@ -16,11 +16,13 @@
 class FakeBlueZ {
 public:
     struct Device {
-        std::string address;
+        std::string address = {};
         std::optional<std::string> name = {};
         std::optional<int> rssi = {}; ///< absent: known, but not heard now
         bool random = true;
         std::optional<std::string> service = {};
+        bool classOfDevice = false; ///< an inquiry has heard it
+        bool flags = false;         ///< of its advertisements, as BlueZ shows them since 5.78
     };
     /// Appends the content of a message.
     using Fill = std::function<void(sd_bus_message*)>;

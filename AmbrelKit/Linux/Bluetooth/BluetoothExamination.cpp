@@ -1,14 +1,17 @@
-#include "AmbrelKit/Linux/Bluetooth/Properties.hpp"
+#include "AmbrelKit/Linux/Bluetooth/BlueZObjects.hpp"
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <system_error>
 
 namespace AmbrelKit::Linux {
 
 namespace {
+
+constexpr const char* blueZName = "org.bluez";
 
 int numberIn(const std::filesystem::path& file) {
     int number = 0;
@@ -58,41 +61,56 @@ Finding failsSwitchedOff(const std::string& adapter) {
     return fails(adapter + " is switched off", "bluetoothctl power on");
 }
 
-Finding judgedObjects(sd_bus_message* objects) {
-    if (objects == nullptr) {
-        return failsWithoutAnswer("bluetooth");
-    }
-    if (sd_bus_message_is_method_error(objects, SD_BUS_ERROR_ACCESS_DENIED) > 0) {
+Finding judged(const BlueZObjects& objects) {
+    if (objects.areRefused()) {
         return fails("this user may not use BlueZ",
                      "allow it in /etc/dbus-1/system.d (Debian: adduser USER bluetooth), then "
                      "log in again");
     }
-    std::map<std::string, bool> adapters;
-    readObjects(objects, [&](std::string_view path, const ObjectProperties& object) {
-        if (object.adapter) {
-            const auto name = path.substr(path.rfind('/') + 1);
-            adapters[std::string(name)] = object.adapter->powered.value_or(false);
-        }
-    });
-    for (const auto& [name, powered] : adapters) {
-        if (powered) {
-            return works("BlueZ, " + name);
-        }
+    const auto name = [](const auto& adapter) {
+        return adapter.first.substr(adapter.first.rfind('/') + 1);
+    };
+    const auto& adapters = objects.adapters();
+    const auto powered =
+        std::ranges::find_if(adapters, [](const auto& adapter) { return adapter.second.powered; });
+    if (powered != adapters.end()) {
+        return works("BlueZ, " + name(*powered));
     }
-    return adapters.empty() ? failsWithoutAdapter() : failsSwitchedOff(adapters.begin()->first);
+    return adapters.empty() ? failsWithoutAdapter() : failsSwitchedOff(name(*adapters.begin()));
 }
+
+/// Waits until BlueZ has told of its adapters, for as long as a daemon may take.
+struct Wait {
+    std::shared_ptr<BlueZObjects> objects;
+    std::shared_ptr<Deadline> patience;
+
+    static std::shared_ptr<Wait> start(const Surroundings& surroundings, const Report& report) {
+        const auto wait = std::make_shared<Wait>();
+        const auto end = [report](Wait& self, const Finding& found) {
+            self.patience.reset();
+            self.objects.reset();
+            report(found);
+        };
+        wait->patience = surroundings.loop->deadline(
+            weakly(wait, [end](Wait& self) { end(self, failsWithoutAnswer("bluetooth")); }));
+        wait->patience->arm(std::chrono::steady_clock::now() + daemonPatience);
+        wait->objects = BlueZObjects::follow(
+            *surroundings.loop, surroundings.bus, blueZName,
+            {.adaptersChanged = weakly(wait, [end](Wait& self, std::string_view /*discovery*/) {
+                 end(self, judged(*self.objects));
+             })});
+        return wait;
+    }
+};
 
 } // namespace
 
 Examination examineBluetooth(const Surroundings& surroundings, const Report& report) {
-    constexpr const char* name = "org.bluez";
     if (!surroundings.busAnswers) {
         report(failsWithoutBus());
-    } else if (surroundings.running.contains(name)) {
-        return askDaemon(surroundings,
-                         {name, "/", "org.freedesktop.DBus.ObjectManager", "GetManagedObjects"}, {},
-                         [report](sd_bus_message* reply) { report(judgedObjects(reply)); });
-    } else if (surroundings.startable.contains(name)) {
+    } else if (surroundings.running.contains(blueZName)) {
+        return Wait::start(surroundings, report);
+    } else if (surroundings.startable.contains(blueZName)) {
         report(fails("bluetoothd is not running", "systemctl enable --now bluetooth"));
     } else {
         report(fails("BlueZ is not installed", "apt install bluez"));

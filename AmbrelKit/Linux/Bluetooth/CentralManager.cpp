@@ -11,7 +11,7 @@ CentralManager::CentralManager(std::shared_ptr<EventLoop> loop) : loop_(std::mov
 
 CentralManager::~CentralManager() {
     if (blueZ_) {
-        blueZ_->unfollow(*this);
+        blueZ_->unfollow(weak_from_this());
     }
 }
 
@@ -54,9 +54,9 @@ void CentralManager::followAsNeeded() {
     const bool needed = scanning_ || !delegate_.expired();
     if (needed && !blueZ_) {
         blueZ_ = loop_->shared<BlueZ>();
-        blueZ_->follow(shared_from_this());
+        blueZ_->follow(weak_from_this());
     } else if (!needed && blueZ_) {
-        std::exchange(blueZ_, nullptr)->unfollow(*this);
+        std::exchange(blueZ_, nullptr)->unfollow(weak_from_this());
     }
 }
 

@@ -1,12 +1,19 @@
 #include "AmbrelKit/Linux/Bluetooth/Discovery.hpp"
 
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <utility>
 
 namespace AmbrelKit::Linux {
 
 namespace {
+
+/// What stood in the way is gone for half a second at most before that is noticed. It may take
+/// long: a daemon that was killed leaves the kernel in a discovery that lasts for ten seconds, and
+/// refuses others meanwhile.
+constexpr Retry::Delays retryDelays{.first = std::chrono::milliseconds(50),
+                                    .longest = std::chrono::milliseconds(400)};
 
 /// A new filter replaces the connection's earlier one, and what it leaves out has no limit: RSSI
 /// and Pathloss, of which BlueZ takes only one, are unset by their absence.
@@ -32,13 +39,14 @@ bool isDenied(sd_bus_message* reply) {
 
 } // namespace
 
-Discovery::Discovery(const std::shared_ptr<EventLoop>& loop, std::function<void()> denied)
-    : bus_(loop->shared<SystemBus>()), denied_(std::move(denied)),
-      retry_(*loop, retryDelays, [this] { step(); }) {}
+Discovery::Discovery(EventLoop& loop, Place place, bool discovering, std::function<void()> denied)
+    : bus_(loop.shared<SystemBus>()), place_(std::move(place)), discovering_(discovering),
+      denied_(std::move(denied)), retry_(loop, retryDelays, [this] { step(); }) {}
 
-std::shared_ptr<Discovery> Discovery::make(const std::shared_ptr<EventLoop>& loop,
-                                           std::function<void()> denied) {
-    return std::shared_ptr<Discovery>(new Discovery(loop, std::move(denied)));
+std::shared_ptr<Discovery> Discovery::make(const std::shared_ptr<EventLoop>& loop, Place place,
+                                           bool discovering, std::function<void()> denied) {
+    return std::shared_ptr<Discovery>(
+        new Discovery(*loop, std::move(place), discovering, std::move(denied)));
 }
 
 Discovery::~Discovery() {
@@ -47,13 +55,12 @@ Discovery::~Discovery() {
     }
 }
 
-void Discovery::aim(std::optional<Place> wanted) {
-    if (wanted_ == wanted) {
-        return;
+void Discovery::want(bool wanted) {
+    if (wanted_ != wanted) {
+        wanted_ = wanted;
+        retry_.reset();
+        step();
     }
-    wanted_ = std::move(wanted);
-    retry_.reset();
-    step();
 }
 
 void Discovery::reported(bool discovering) {
@@ -63,52 +70,40 @@ void Discovery::reported(bool discovering) {
     }
 }
 
-void Discovery::lost() {
-    ++generation_;
-    phase_ = Phase::idle;
-    call_.reset();
-}
-
 void Discovery::step() {
     if (retry_.pending()) {
         return;
     }
     if (phase_ == Phase::idle && wanted_) {
         setFilter();
-    } else if (phase_ == Phase::running && wanted_ != place_) {
+    } else if (phase_ == Phase::running && !wanted_) {
         stop();
     }
 }
 
 void Discovery::setFilter() {
     phase_ = Phase::starting;
-    place_ = *wanted_;
-    const auto replied = [weak = weak_from_this()](sd_bus_message* reply) {
-        const auto discovery = weak.lock();
-        if (!discovery) {
-            return;
-        }
-        if (isError(reply)) {
-            discovery->failed(reply);
-        } else if (discovery->wanted_ == discovery->place_) {
-            discovery->start();
-        } else {
-            discovery->phase_ = Phase::idle;
-            discovery->step();
-        }
-    };
-    call_ = bus_->call(method("SetDiscoveryFilter"), appendFilter, replied);
+    call_ = bus_->call(method("SetDiscoveryFilter"), appendFilter,
+                       weakly(weak_from_this(), &Discovery::filterSet));
     if (!call_) {
         waitThenRetry();
     }
 }
 
+void Discovery::filterSet(sd_bus_message* reply) {
+    if (isError(reply)) {
+        failed(reply);
+    } else if (wanted_) {
+        start();
+    } else {
+        phase_ = Phase::idle;
+    }
+}
+
 void Discovery::start() {
-    const BusMethod stop = method("StopDiscovery");
-    const auto replied = [weak = weak_from_this(), bus = std::weak_ptr(bus_), stop,
-                          generation = generation_](sd_bus_message* reply) {
-        const auto discovery = weak.lock();
-        if (discovery && discovery->generation_ == generation) {
+    const auto replied = [weak = weak_from_this(), bus = std::weak_ptr(bus_),
+                          stop = method("StopDiscovery")](sd_bus_message* reply) {
+        if (const auto discovery = weak.lock()) {
             discovery->started(reply);
         } else if (const auto connection = bus.lock(); connection && !isError(reply)) {
             connection->send(stop, {}); // nobody waits for it any more
@@ -140,14 +135,9 @@ void Discovery::failed(sd_bus_message* reply) {
 
 void Discovery::stop() {
     phase_ = Phase::stopping;
-    const auto replied = [weak = weak_from_this()](sd_bus_message* reply) {
-        if (const auto discovery = weak.lock()) {
-            discovery->stopped(reply);
-        }
-    };
-    call_ = bus_->call(method("StopDiscovery"), {}, replied);
+    call_ = bus_->call(method("StopDiscovery"), {}, weakly(weak_from_this(), &Discovery::stopped));
     if (!call_) {
-        lost(); // the connection, and with it the discovery
+        phase_ = Phase::idle; // the connection has gone, and with it the discovery
     }
 }
 

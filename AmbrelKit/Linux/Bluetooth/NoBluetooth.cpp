@@ -36,7 +36,7 @@ BluetoothManagerFactory makeBluetoothManagerFactory(std::shared_ptr<EventLoop> /
     return [] { return std::make_shared<SilentManager>(); };
 }
 
-std::shared_ptr<AdapterWatch> AdapterWatch::start(const std::shared_ptr<SystemBus>& /*bus*/,
+std::shared_ptr<AdapterWatch> AdapterWatch::start(const std::shared_ptr<EventLoop>& /*loop*/,
                                                   std::function<void()> /*changed*/) {
     return nullptr;
 }
