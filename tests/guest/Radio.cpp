@@ -24,12 +24,16 @@ using Bytes = std::vector<std::uint8_t>;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto period = std::chrono::milliseconds(2500);
+constexpr auto silence = std::chrono::milliseconds(200);
 constexpr std::uint8_t commandPacket = 0x01;
 constexpr std::uint8_t eventPacket = 0x04;
 constexpr std::uint8_t vendorPacket = 0xFF;
 constexpr std::uint16_t setScanEnable = 0x200C;
+constexpr std::uint16_t inquire = 0x0401;
+constexpr std::uint16_t cancelInquiry = 0x0402;
+constexpr std::uint16_t askForName = 0x0419;
 
-/// What is returned after the status, by command. The controller speaks Bluetooth 4.2, LE only.
+/// What is returned after the status, by command. The controller speaks Bluetooth 4.2.
 const std::map<std::uint16_t, Bytes>& answers() {
     static const std::map<std::uint16_t, Bytes> table = [] {
         Bytes commands(64);
@@ -41,8 +45,27 @@ const std::map<std::uint16_t, Bytes>& answers() {
         commands[27] = 0x83; // LE: filter list, encryption, random numbers
         commands[28] = 0x08; // LE: supported states
         Bytes features(8);
-        features[4] = 0x60; // LE, and no BR/EDR
+        features[3] = 0x40; // inquiry results with RSSI
+        features[4] = 0x40; // LE, beside BR/EDR
         return std::map<std::uint16_t, Bytes>{
+            {cancelInquiry, {}},
+            {0x080F, {}},                                // Write Default Link Policy
+            {0x0C05, {}},                                // Set Event Filter
+            {0x0C13, {}},                                // Write Local Name
+            {0x0C14, Bytes(248)},                        // Read Local Name
+            {0x0C16, {}},                                // Write Connection Accept Timeout
+            {0x0C1A, {}},                                // Write Scan Enable
+            {0x0C1C, {}},                                // Write Page Scan Activity
+            {0x0C20, {}},                                // Write Authentication Enable
+            {0x0C23, {0, 0, 0}},                         // Read Class of Device
+            {0x0C24, {}},                                // Write Class of Device
+            {0x0C25, {0x60, 0}},                         // Read Voice Setting
+            {0x0C38, {1}},                               // Read Number of Supported IAC
+            {0x0C39, {1, 0x33, 0x8B, 0x9E}},             // Read Current IAC LAP
+            {0x0C3A, {}},                                // Write Current IAC LAP
+            {0x0C45, {}},                                // Write Inquiry Mode
+            {0x0C47, {}},                                // Write Page Scan Type
+            {0x0C52, {}},                                // Write Extended Inquiry Response
             {0x0C03, {}},                                // Reset
             {0x0C01, {}},                                // Set Event Mask
             {0x0C6D, {}},                                // Write LE Host Supported
@@ -82,7 +105,7 @@ public:
         std::array<std::uint8_t, 1024> packet{};
         while (true) {
             pollfd ready{descriptor_, POLLIN, 0};
-            if (poll(&ready, 1, scanning_ ? 5 : -1) > 0) {
+            if (poll(&ready, 1, scanning_ || inquiring_ ? 5 : -1) > 0) {
                 const auto length = read(descriptor_, packet.data(), packet.size());
                 if (length <= 0) {
                     return;
@@ -91,6 +114,9 @@ public:
             }
             if (scanning_) {
                 advertise();
+            }
+            if (inquiring_ && Clock::now() >= answersDue_) {
+                answerInquiry();
             }
         }
     }
@@ -109,6 +135,14 @@ private:
             return;
         }
         const auto code = static_cast<std::uint16_t>(packet[1] | packet[2] << 8);
+        if (code == inquire || code == askForName) {
+            inquiring_ = inquiring_ || code == inquire;
+            answersDue_ = Clock::now() + silence;
+            const std::uint8_t status = code == inquire ? 0 : 4;           // nobody tells its name
+            send({eventPacket, 0x0F, 4, status, 1, packet[1], packet[2]}); // Command Status
+            return;
+        }
+        inquiring_ = inquiring_ && code != cancelInquiry;
         const auto answer = answers().find(code);
         const bool known = answer != answers().end();
         Bytes event{eventPacket, 0x0E, 0, 1, packet[1], packet[2]}; // Command Complete
@@ -127,7 +161,7 @@ private:
     /// BlueZ drops what is heard before its own start has finished: the first reports wait a
     /// little.
     void spread() {
-        const auto first = Clock::now() + std::chrono::milliseconds(200);
+        const auto first = Clock::now() + silence;
         for (std::size_t i = 0; i < due_.size(); ++i) {
             due_[i] = first + period * i / due_.size();
         }
@@ -143,8 +177,24 @@ private:
         }
     }
 
+    /// Those that are heard over BR/EDR.
+    void answerInquiry() {
+        inquiring_ = false;
+        for (const auto& address : {Advertiser::classic().address, Advertiser::dual().address}) {
+            Bytes event{eventPacket, 0x22, 15, 1}; // Inquiry Result with RSSI
+            std::ranges::reverse_copy(address, std::back_inserter(event));
+            std::ranges::copy(Bytes{0x01, 0, 0x04, 0x04, 0x24, 0, 0, 0xC4},
+                              std::back_inserter(event));
+            send(event);
+        }
+        send({eventPacket, 0x01, 1, 0}); // Inquiry Complete
+    }
+
     void report(const Advertiser& advertiser) {
-        Bytes data{2, 0x01, 0x06}; // flags
+        Bytes data;
+        if (advertiser.flags) {
+            data = {2, 0x01, 0x06};
+        }
         if (!advertiser.name.empty()) {
             data.push_back(static_cast<std::uint8_t>(advertiser.name.size() + 1));
             data.push_back(0x09); // complete local name
@@ -161,6 +211,8 @@ private:
 
     int descriptor_ = -1;
     bool scanning_ = false;
+    bool inquiring_ = false;
+    Clock::time_point answersDue_;
     std::vector<Clock::time_point> due_;
     std::minstd_rand random_;
 };
@@ -174,11 +226,17 @@ Advertiser Advertiser::number(int index) {
     const auto low = static_cast<std::uint8_t>(index);
     advertiser.address = {
         advertiser.random ? std::uint8_t{0xC0} : std::uint8_t{0x00}, 0xBE, 0xAD, 0x01, high, low};
+    advertiser.flags = index % 8 != 0;
     if (index % 5 != 4) {
         advertiser.name = (index % 3 == 0 ? "Gerät " : "Device ") + std::to_string(index);
+        advertiser.name += index % 50 == 1 ? noncharacter : "";
     }
     return advertiser;
 }
+
+Advertiser Advertiser::classic() { return {.address = {0, 0xBE, 0xAD, 0x02, 0, 1}}; }
+
+Advertiser Advertiser::dual() { return number(4); }
 
 std::string Advertiser::addressText() const {
     std::array<char, 18> text{};
