@@ -8,8 +8,8 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
-constexpr Retry::Delays reconnectDelays{.first = std::chrono::seconds(1),
-                                        .longest = std::chrono::seconds(64)};
+constexpr Retry::Delays busDelays{.first = std::chrono::seconds(1),
+                                  .longest = std::chrono::seconds(64)};
 
 constexpr std::uint64_t usualTimeout = 0; // 25 s
 constexpr std::uint64_t noTimeout = UINT64_MAX;
@@ -72,7 +72,7 @@ int SignalMatch::run(sd_bus_message* signal, void* self, sd_bus_error* /*error*/
 }
 
 SystemBus::SystemBus(std::shared_ptr<EventLoop> loop)
-    : loop_(std::move(loop)), reconnect_(*loop_, reconnectDelays, [this] { connect(); }) {}
+    : loop_(std::move(loop)), reconnect_(*loop_, busDelays, [this] { connect(); }) {}
 
 std::shared_ptr<SystemBus> SystemBus::make(const std::shared_ptr<EventLoop>& loop) {
     std::shared_ptr<SystemBus> bus(new SystemBus(loop));

@@ -16,7 +16,7 @@ namespace {
 using std::chrono::system_clock;
 
 constexpr std::chrono::seconds timeToAnswer{3};
-constexpr Retry::Delays reconnectDelays{std::chrono::milliseconds(500), std::chrono::seconds(8)};
+constexpr Retry::Delays geoClueDelays{std::chrono::milliseconds(500), std::chrono::seconds(8)};
 
 constexpr const char* managerPath = "/org/freedesktop/GeoClue2/Manager";
 constexpr const char* managerInterface = "org.freedesktop.GeoClue2.Manager";
@@ -68,7 +68,7 @@ GeoClue::GeoClue(const std::shared_ptr<EventLoop>& loop, const LocationOptions& 
                  std::weak_ptr<LocationSourceOwner> owner)
     : loop_(loop), options_(options), owner_(std::move(owner)),
       verdict_(loop->shared<GeoClueVerdict>()),
-      reconnect_(*loop, reconnectDelays, [this] { connect(); }) {}
+      reconnect_(*loop, geoClueDelays, [this] { connect(); }) {}
 
 std::shared_ptr<GeoClue> GeoClue::start(const std::shared_ptr<EventLoop>& loop,
                                         const LocationOptions& options,

@@ -16,7 +16,7 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
-constexpr Retry::Delays reconnectDelays{std::chrono::milliseconds(250), std::chrono::seconds(4)};
+constexpr Retry::Delays gpsdDelays{std::chrono::milliseconds(250), std::chrono::seconds(4)};
 
 constexpr std::string_view watchCommand = "?WATCH={\"enable\":true,\"json\":true};\n";
 
@@ -39,7 +39,7 @@ GpsdEndpoint::GpsdEndpoint(const std::string& host, std::uint16_t port) {
 Gpsd::Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint,
            std::weak_ptr<LocationSourceOwner> owner)
     : loop_(loop), endpoint_(endpoint), owner_(std::move(owner)),
-      reconnect_(*loop, reconnectDelays, [this] { connect(); }) {}
+      reconnect_(*loop, gpsdDelays, [this] { connect(); }) {}
 
 std::shared_ptr<Gpsd> Gpsd::start(const std::shared_ptr<EventLoop>& loop,
                                   const GpsdEndpoint& endpoint,
