@@ -16,10 +16,6 @@ struct Outcome {
 
 /// Runs `ambrel` in a folder of the test's own, which is the documents folder, too.
 class CommandTest : public testing::Test {
-public:
-    CommandTest(const CommandTest&) = delete;
-    CommandTest& operator=(const CommandTest&) = delete;
-
 protected:
     CommandTest() {
         std::string folder = testing::TempDir() + "ambrel-tool-XXXXXX";

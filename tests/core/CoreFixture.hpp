@@ -71,10 +71,6 @@ private:
 
 /// A clock and identifiers that the test sets; the process's own are put back at the end.
 class CoreTest : public testing::Test {
-public:
-    CoreTest(const CoreTest&) = delete;
-    CoreTest& operator=(const CoreTest&) = delete;
-
 protected:
     CoreTest() {
         Environment::shared().currentDate = [this] { return at(now); };

@@ -15,10 +15,6 @@ namespace AmbrelKit {
 
 /// A documents folder of the test's own, and the reports of the store.
 class StorageTest : public testing::Test {
-public:
-    StorageTest(const StorageTest&) = delete;
-    StorageTest& operator=(const StorageTest&) = delete;
-
 protected:
     StorageTest() {
         std::string folder = testing::TempDir() + "ambrel-store-XXXXXX";
