@@ -17,6 +17,8 @@ struct InterfaceAddress {
     /// The text of an IPv4 or IPv6 address. Any other text makes an entry of no known family;
     /// absent, one without an address.
     std::optional<std::string> address;
+
+    bool operator==(const InterfaceAddress&) const = default;
 };
 
 /// What a tick of a collection finds of the device's network: nothing, until it is set.

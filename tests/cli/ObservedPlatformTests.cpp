@@ -142,7 +142,7 @@ TEST(ScriptRecorder, ItsScriptDeliversTheSame) {
     const auto host = std::make_shared<Host>(CollectionOptions());
     const auto recorder = std::make_shared<ScriptRecorder>(
         std::vector<std::string>{type}, host, [&](const auto& line) { script << line << '\n'; });
-    recorder->hostCalls("startScanningOnce");
+    recorder->hostCalls({.operation = Simulated::HostCall::Operation::startScanningOnce});
     const auto delivered = collected(platform, recorder);
     recorder->end();
     EXPECT_THAT(delivered,

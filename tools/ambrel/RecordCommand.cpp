@@ -65,7 +65,7 @@ ExitStatus record(const RecordArguments& arguments) {
     const auto recorder = std::make_shared<ScriptRecorder>(
         serviceTypes(options), host, [&](const std::string& line) { script.write(line); });
     Collection collection(options, host, recorder);
-    recorder->hostCalls("startScanningOnce");
+    recorder->hostCalls({.operation = Simulated::HostCall::Operation::startScanningOnce});
     collection.kit()->startScanningOnce();
     const auto data = collection.next();
     recorder->end();

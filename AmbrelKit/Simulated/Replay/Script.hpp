@@ -62,6 +62,7 @@ struct OnDelivery {
 };
 struct Statuses {
     std::vector<std::pair<StatusQuery, AmbrelPermissionStatus>> answers;
+    bool operator==(const Statuses&) const = default;
 };
 struct Clock {
     std::chrono::nanoseconds offset;
@@ -92,10 +93,12 @@ struct LocationFail {
 };
 struct NetworkInterfaces {
     std::vector<InterfaceAddress> interfaces;
+    bool operator==(const NetworkInterfaces&) const = default;
 };
 struct NetworkCaptive {
     JSONValue supported;
     JSONDictionary info;
+    bool operator==(const NetworkCaptive&) const = default;
 };
 struct DidBecomeActive {};
 struct Expire {
