@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace {

@@ -4,6 +4,7 @@
 #include <AmbrelKit/Platform/RunLoop.hpp>
 
 #include <iostream>
+#include <nlohmann/json.hpp>
 
 using namespace AmbrelKit;
 

@@ -8,6 +8,7 @@
 #include <AmbrelKit/Platform/RunLoop.hpp>
 
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <poll.h>
 #include <string>
 #include <unistd.h>

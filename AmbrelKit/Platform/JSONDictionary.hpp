@@ -1,7 +1,10 @@
 #ifndef AMBRELKIT_PLATFORM_JSONDICTIONARY_HPP
 #define AMBRELKIT_PLATFORM_JSONDICTIONARY_HPP
 
-#include <nlohmann/json.hpp>
+#include <functional>
+#include <map>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
 
 namespace AmbrelKit {
 
@@ -9,8 +12,9 @@ namespace AmbrelKit {
 /// null.
 using JSONValue = nlohmann::json;
 
-/// String keys to JSON values. Keys are UTF-8; the order of the keys carries no meaning.
-using JSONDictionary = nlohmann::json::object_t;
+/// String keys to JSON values: `nlohmann::json::object_t`. Keys are UTF-8; the order of the keys
+/// carries no meaning. Who reads or makes values includes <nlohmann/json.hpp>.
+using JSONDictionary = std::map<std::string, JSONValue, std::less<>>;
 
 } // namespace AmbrelKit
 

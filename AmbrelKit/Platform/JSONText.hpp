@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 #include <string_view>

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <iostream>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace AmbrelKit {

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Simulated/BluetoothRadio.hpp"
 
+#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace AmbrelKit::Simulated {

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Simulated/Host.hpp"
 
+#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace AmbrelKit::Simulated {

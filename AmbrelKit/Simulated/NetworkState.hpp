@@ -5,6 +5,7 @@
 
 #include <ifaddrs.h>
 #include <netinet/in.h>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>

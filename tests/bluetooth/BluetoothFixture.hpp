@@ -7,6 +7,7 @@
 #include "tests/support/PrivateBus.hpp"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 /// Scans whenever the manager's radio is on, as the kit does, and keeps what it is told.

@@ -1,6 +1,7 @@
 #include "AmbrelKit/Simulated/Host.hpp"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <thread>
 

@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 #include <linux/rfkill.h>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
 #include <systemd/sd-bus.h>

@@ -16,6 +16,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <ifaddrs.h>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <unistd.h>
 

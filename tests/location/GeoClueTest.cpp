@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <sys/mount.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>

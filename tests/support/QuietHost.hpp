@@ -4,6 +4,7 @@
 #include <AmbrelKit/AmbrelSDKDelegate.hpp>
 
 #include <functional>
+#include <nlohmann/json.hpp>
 
 /// Grants the network alone, unless told otherwise: where no service type is looked for, nothing
 /// leaves the machine.

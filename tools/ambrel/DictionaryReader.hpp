@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <functional>
 #include <istream>
+#include <nlohmann/json.hpp>
 #include <string>
 
 namespace Ambrel {

@@ -9,6 +9,7 @@
 
 #include <deque>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 namespace Ambrel {
 

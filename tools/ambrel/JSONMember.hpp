@@ -3,6 +3,8 @@
 
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
+#include <nlohmann/json.hpp>
+
 namespace Ambrel {
 
 // What was saved may be of any type.

@@ -3,6 +3,7 @@
 
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
+#include <nlohmann/json.hpp>
 #include <string>
 
 namespace Ambrel {

@@ -3,6 +3,7 @@
 
 #include <AmbrelKit/AmbrelStorage.hpp>
 #include <functional>
+#include <nlohmann/json.hpp>
 
 namespace Ambrel {
 

@@ -3,6 +3,7 @@
 
 #include <AmbrelKit/Platform/JSONDictionary.hpp>
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <string>
 
 namespace Ambrel {

@@ -5,6 +5,7 @@
 #include "AmbrelKit/Platform/PrintableText.hpp"
 
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 

@@ -1,8 +1,11 @@
 #include "AmbrelKit/Internal/Extensions/JSONEncoder.hpp"
 
 #include <cmath>
+#include <type_traits>
 
 namespace AmbrelKit {
+
+static_assert(std::is_same_v<JSONDictionary, nlohmann::json::object_t>);
 
 JSONEncoder JSONEncoder::default_() {
     JSONEncoder encoder;

@@ -3,6 +3,7 @@
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace AmbrelKit::Linux {

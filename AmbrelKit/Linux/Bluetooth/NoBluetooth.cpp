@@ -4,6 +4,7 @@
 #include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 
+#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace AmbrelKit::Linux {

@@ -3,6 +3,7 @@
 #include "AmbrelKit/Platform/UTF8.hpp"
 
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace AmbrelKit::Simulated {

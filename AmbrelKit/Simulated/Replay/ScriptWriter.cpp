@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
+#include <nlohmann/json.hpp>
 #include <string_view>
 #include <type_traits>
 #include <utility>

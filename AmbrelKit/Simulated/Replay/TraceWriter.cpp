@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Simulated/Replay/Seconds.hpp"
 
+#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace AmbrelKit::Simulated {

@@ -6,6 +6,7 @@
 #include <AmbrelKit/Platform/RunLoop.hpp>
 
 #include <iostream>
+#include <nlohmann/json.hpp>
 
 using namespace AmbrelKit;
 

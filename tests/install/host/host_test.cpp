@@ -3,6 +3,7 @@
 #include <AmbrelKit/Simulated/Platform.hpp>
 
 #include <iostream>
+#include <nlohmann/json.hpp>
 
 using namespace AmbrelKit;
 using namespace std::chrono_literals;
