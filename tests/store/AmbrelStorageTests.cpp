@@ -145,7 +145,7 @@ TEST_F(StorageTest, SkipsEntriesThatAreNoCollections) {
         listed += each.listed ? 1 : 0;
         reported += each.reported ? 1 : 0;
     }
-    std::ofstream(collections / "endless file");
+    put("endless file", "");
     std::filesystem::resize_file(collections / "endless file", 200'000'000'000);
     std::filesystem::create_directory(collections / "directory");
     std::filesystem::create_symlink("nowhere", collections / "dangling");

@@ -1,5 +1,6 @@
 // Saves that are cut short, or meet others: what was saved before stays whole.
 
+#include "AmbrelKit/Internal/Extensions/ReplaceFile.hpp"
 #include "tests/store/StorageFixture.hpp"
 #include "tests/support/Isolation.hpp"
 
@@ -173,6 +174,14 @@ TEST_F(SaveInterruptedTest, TwoProcessesSaveOneTimestamp) {
     EXPECT_THAT(store.savedCollections(), ElementsAre(Not(marked(1, 'z'))));
     EXPECT_FALSE(leftSomething());
     EXPECT_THAT(reports, IsEmpty());
+}
+
+TEST_F(SaveInterruptedTest, ANewFileLeavesThoseThatOthersAreMaking) {
+    NewFile first(documents, documents / "first");
+    const NewFile second(documents, documents / "second");
+    first.write("whole");
+    first.finish();
+    EXPECT_EQ(contents(documents / "first"), "whole");
 }
 
 TEST_F(SaveInterruptedTest, TheFolderAboveNeedNotBeWritable) {

@@ -100,8 +100,8 @@ std::string networks(const JSONValue& network) {
 
 } // namespace
 
-std::string table(const JSONDictionary& data) {
-    const JSONValue& start = member(data, "timestamp");
+std::string table(const JSONDictionary& dictionary) {
+    const JSONValue& start = member(dictionary, "timestamp");
     const auto peripheral = [&](const JSONValue& each) {
         return Row{shown(member(each, "name")), shown(member(each, "address")), seen(each, start)};
     };
@@ -110,13 +110,14 @@ std::string table(const JSONDictionary& data) {
                    shown(member(each, "address")), seen(each, start),
                    pairs(member(each, "txtRecord"))};
     };
-    return aligned({{"Collected", dateText(start)}, {"IPv4 address", shown(member(data, "ip"))}}) +
-           section("Bluetooth peripherals", member(data, "bleScan"), {"NAME", "IDENTIFIER", "SEEN"},
-                   peripheral) +
-           section("Services", member(data, "nearbyDevices"),
+    return aligned({{"Collected", dateText(start)},
+                    {"IPv4 address", shown(member(dictionary, "ip"))}}) +
+           section("Bluetooth peripherals", member(dictionary, "bleScan"),
+                   {"NAME", "IDENTIFIER", "SEEN"}, peripheral) +
+           section("Services", member(dictionary, "nearbyDevices"),
                    {"NAME", "TYPE", "ADDRESS", "SEEN", "TXT"}, service) +
-           location(member(data, "locationCollection"), start) +
-           networks(member(data, "wifiNetwork"));
+           location(member(dictionary, "locationCollection"), start) +
+           networks(member(dictionary, "wifiNetwork"));
 }
 
 } // namespace Ambrel
