@@ -189,17 +189,6 @@ TEST_F(AvahiDaemonTest, SignalsOfOthersAreIgnored) {
     EXPECT_THAT(collector->found, ElementsAre("Printer"));
 }
 
-TEST_F(AvahiDaemonTest, WhatADelegateThrowsLeavesTheLoopAndTheRestFollows) {
-    daemon->items = {{"A"}, {"B"}};
-    collector->whenFound = collector->whenResolved = [] { throw std::runtime_error("no"); };
-    search();
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_THROW(driver.until([] { return false; }), std::runtime_error);
-    }
-    EXPECT_THAT(collector->found, ElementsAre("A", "B"));
-    EXPECT_THAT(collector->resolved, UnorderedElementsAre("A 10.0.0.1", "B 10.0.0.1"));
-}
-
 TEST_F(AvahiDaemonTest, EverythingMayBeDroppedInsideACallback) {
     daemon->items = {{"A"}, {"B"}};
     const auto dropAll = [&] {
@@ -275,25 +264,6 @@ TEST_F(AvahiDaemonTest, ResolvingEndsAtItsTimeout) {
     daemon->answerHeld();
     drain();
     EXPECT_THAT(collector->resolved, IsEmpty());
-}
-
-TEST_F(AvahiDaemonTest, ADaemonThatComesBackIsAskedAgain) {
-    daemon->items = {{"Known"}, {"Asked for"}};
-    search();
-    ASSERT_TRUE(resolvedCount(2));
-    drain();
-    daemon->held = {"ResolveService"};
-    daemon->report("ItemNew", {"Unanswered"});
-    ASSERT_TRUE(driver.until([&] { return daemon->mostHeld == 1; }));
-
-    daemon.reset();
-    driver.during(milliseconds(100));
-    startDaemon({{"Known"}, {"Unanswered"}, {"New"}});
-    ASSERT_TRUE(resolvedCount(4));
-    drain();
-    EXPECT_THAT(collector->found, ElementsAre("Known", "Asked for", "Unanswered", "New"));
-    EXPECT_EQ(collector->resolved.size(), 4);
-    EXPECT_FALSE(embeddedRuns());
 }
 
 TEST_F(AvahiDaemonTest, TheEmbeddedStackTakesOverFromADaemonOrBusThatIsGone) {

@@ -40,19 +40,14 @@ std::optional<std::vector<std::string>> readTexts(sd_bus_message* reply) {
     return result < 0 ? std::nullopt : std::optional(std::move(texts));
 }
 
+bool isError(sd_bus_message* reply) { return sd_bus_message_is_method_error(reply, nullptr) > 0; }
+
 std::optional<ServiceRecord> readService(sd_bus_message* reply, bool withTXT) {
-    std::int32_t interface = 0;
-    std::int32_t protocol = 0;
-    std::int32_t family = 0;
-    const char* name = nullptr;
-    const char* type = nullptr;
-    const char* domain = nullptr;
     const char* host = nullptr;
-    const char* address = nullptr;
     std::uint16_t port = 0;
-    if (sd_bus_message_is_method_error(reply, nullptr) > 0 ||
-        sd_bus_message_read(reply, "iissssisq", &interface, &protocol, &name, &type, &domain, &host,
-                            &family, &address, &port) <= 0) {
+    if (isError(reply) || sd_bus_message_skip(reply, "iisss") < 0 ||
+        sd_bus_message_read(reply, "s", &host) <= 0 || sd_bus_message_skip(reply, "is") < 0 ||
+        sd_bus_message_read(reply, "q", &port) <= 0) {
         return std::nullopt;
     }
     const auto texts = readTexts(reply);
@@ -64,13 +59,9 @@ std::optional<ServiceRecord> readService(sd_bus_message* reply, bool withTXT) {
 }
 
 std::optional<HostAddress> readAddress(sd_bus_message* reply) {
-    std::int32_t interface = 0;
-    std::int32_t protocol = 0;
-    std::int32_t family = 0;
-    const char* host = nullptr;
     const char* address = nullptr;
-    if (sd_bus_message_is_method_error(reply, nullptr) > 0 ||
-        sd_bus_message_read(reply, "iisis", &interface, &protocol, &host, &family, &address) <= 0) {
+    if (isError(reply) || sd_bus_message_skip(reply, "iisi") < 0 ||
+        sd_bus_message_read(reply, "s", &address) <= 0) {
         return std::nullopt;
     }
     return parsedAddress(address);
@@ -186,7 +177,7 @@ std::shared_ptr<Lookup> AvahiDaemon::browse(const std::string& type, const std::
                            daemon = weak_from_this(),
                            owner = daemon_.name()](sd_bus_message* reply) {
         const char* path = nullptr;
-        if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
+        if (isError(reply)) {
             const auto self = daemon.lock();
             if (self && isRefusal(*sd_bus_message_get_error(reply))) {
                 self->failed_(Standing::refusing);

@@ -27,13 +27,11 @@ public:
     /// Adds an interface, ahead of the loopback: nobody else can use what is valid there. False
     /// when it is there already.
     bool add(int interface) {
-        const auto sameAs = [](int wanted) {
-            return [wanted](const Place& place) { return place.interface == wanted; };
-        };
-        if (std::ranges::any_of(places_, sameAs(interface))) {
+        if (std::ranges::find(places_, interface, &Place::interface) != places_.end()) {
             return false;
         }
-        places_.insert(std::ranges::find_if(places_, sameAs(loopbackInterface)), {interface});
+        places_.insert(std::ranges::find(places_, loopbackInterface, &Place::interface),
+                       {interface});
         return true;
     }
 
@@ -50,13 +48,17 @@ public:
         return std::nullopt;
     }
 
-    void restart() { mark(false); }
+    void restart() {
+        for (Place& place : places_) {
+            place.askedWith = place.askedWithout = false;
+        }
+    }
 
     /// Leaves one question: with the TXT record, on `interface`, where the service has answered.
     void onlyWithTXT(int interface) {
-        mark(true);
         for (Place& place : places_) {
             place.askedWith = place.interface != interface;
+            place.askedWithout = true;
         }
     }
 
@@ -66,12 +68,6 @@ private:
         bool askedWith = false;
         bool askedWithout = false;
     };
-
-    void mark(bool asked) {
-        for (Place& place : places_) {
-            place.askedWith = place.askedWithout = asked;
-        }
-    }
 
     std::vector<Place> places_;
 };

@@ -42,42 +42,25 @@ void ServiceBrowser::stackChanged() {
 }
 
 void ServiceBrowser::sighted(const Sighting& sighting) {
-    if (sighting.present) {
-        came(sighting);
-    } else {
-        went(sighting);
-    }
-}
-
-void ServiceBrowser::came(const Sighting& sighting) {
     const auto& [name, type, domain] = sighting.service;
     Known& known = known_[{name, domain}];
+    if (!sighting.present) {
+        known.places.erase({sighting.interface, sighting.protocol});
+        known.present = !known.places.empty();
+        return;
+    }
     known.places.emplace(sighting.interface, sighting.protocol);
     auto service = known.service.lock();
     if (service) {
         service->seenOn(sighting.interface);
-    }
-    if (known.present) {
-        return;
-    }
-    known.present = true;
-    if (!service) {
+    } else if (!known.present) {
         service = FoundService::make(loop_, discovery_, {name, type_, domain}, sighting.interface);
         known.service = service;
     }
-    if (const auto delegate = delegate_.lock()) {
+    const auto delegate = delegate_.lock();
+    if (!std::exchange(known.present, true) && delegate) {
         delegate->netServiceBrowserDidFindService(*this, service, false);
     }
-}
-
-void ServiceBrowser::went(const Sighting& sighting) {
-    const auto found = known_.find({sighting.service.name, sighting.service.domain});
-    if (found == known_.end()) {
-        return;
-    }
-    Known& known = found->second;
-    known.places.erase({sighting.interface, sighting.protocol});
-    known.present = !known.places.empty();
 }
 
 } // namespace AmbrelKit::Linux

@@ -32,8 +32,6 @@ private:
     };
 
     void sighted(const Sighting& sighting);
-    void came(const Sighting& sighting);
-    void went(const Sighting& sighting);
 
     std::shared_ptr<EventLoop> loop_;
     std::weak_ptr<NetServiceBrowserDelegate> delegate_;
