@@ -202,7 +202,7 @@ protected:
         neighbour = std::make_unique<Neighbour>(driver);
     }
 
-    /// Searches until the service has been resolved with its TXT record.
+    /// Runs until the service has been resolved with its TXT record.
     [[nodiscard]] bool findsTXT() {
         return driver.until([&] {
             return !collector->resolved.empty() &&
