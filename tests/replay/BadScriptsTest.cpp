@@ -11,6 +11,7 @@ namespace {
 
 using namespace AmbrelKit::Simulated;
 using testing::HasSubstr;
+using testing::Not;
 
 const std::string header = "{\"ambrelReplay\":1}\n";
 
@@ -25,20 +26,22 @@ BadScript badStep(const std::string& step, const std::string& reason) {
     return {header + step, 2, reason};
 }
 
-void expectError(const BadScript& script) {
-    std::istringstream stream(script.text);
-    try {
-        replay(stream, {}, [](std::string_view) {});
-        ADD_FAILURE() << "ran: " << script.text;
-    } catch (const ScriptError& error) {
-        EXPECT_EQ(error.line(), script.line) << script.text;
-        EXPECT_THAT(error.what(), HasSubstr(script.reason)) << script.text;
-        EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos) << error.what();
+void expectErrors(const std::vector<BadScript>& scripts) {
+    for (const auto& [text, line, reason] : scripts) {
+        std::istringstream stream(text);
+        try {
+            replay(stream, {}, [](std::string_view) {});
+            ADD_FAILURE() << "ran: " << text;
+        } catch (const ScriptError& error) {
+            EXPECT_EQ(error.line(), line) << text;
+            EXPECT_THAT(error.what(), HasSubstr(reason)) << text;
+            EXPECT_THAT(error.what(), Not(HasSubstr("\n"))) << text;
+        }
     }
 }
 
 TEST(BadScripts, headers) {
-    const std::vector<BadScript> scripts{
+    expectErrors({
         {"", 1, "header is missing"},
         {"\n \t\r\n", 3, "header is missing"},
         {"{\"at\":0,\"end\":true}", 1, "header is missing"},
@@ -54,14 +57,11 @@ TEST(BadScripts, headers) {
         {"{\"ambrelReplay\":1,\"bonjourServices\":[1]}", 1, "must be a text"},
         {"{\"ambrelReplay\":1,\"identifiers\":null}", 1, "must be a list"},
         {"{\"ambrelReplay\":1,\"identifiers\":[\"1\"]}", 1, "must be the text of a UUID"},
-    };
-    for (const BadScript& script : scripts) {
-        expectError(script);
-    }
+    });
 }
 
 TEST(BadScripts, textThatIsNoJSONObject) {
-    const std::vector<BadScript> scripts{
+    expectErrors({
         badStep("{\"at\":0,", "syntax error at byte 9"),
         badStep("{\"at\":0,\"end\":true} x", "syntax error"),
         badStep("{\"at\":0,\"end\":true}{}", "syntax error"),
@@ -73,14 +73,11 @@ TEST(BadScripts, textThatIsNoJSONObject) {
         badStep("{\"at\":1e999,\"end\":true}", "number is out of range"),
         badStep(R"({"at":0,"network":{"captive":{"supported":)" + std::string(200'000, '['),
                 "nested too deep"),
-    };
-    for (const BadScript& script : scripts) {
-        expectError(script);
-    }
+    });
 }
 
 TEST(BadScripts, steps) {
-    const std::vector<BadScript> scripts{
+    expectErrors({
         badStep(R"({"end":true})", "\"at\" is missing"),
         badStep(R"({"at":0})", "no action"),
         badStep(R"({"at":"0","end":true})", "\"at\" must be a number"),
@@ -130,21 +127,20 @@ TEST(BadScripts, steps) {
          "wall clock is out of range"},
         {header + "{\"at\":1,\"host\":\"create\"}\n\n{\"at\":0.999999999,\"end\":true}", 4,
          "\"at\" is before"},
-    };
-    for (const BadScript& script : scripts) {
-        expectError(script);
-    }
+    });
 }
 
 TEST(BadScripts, callsOfAReleasedFacade) {
     for (const char* call : {R"("startScanning")", R"("release")", R"({"delegate":"attached"})",
                              R"({"setAmbrelTimeThreshold":1})"}) {
-        expectError({header + "{\"at\":0,\"host\":\"release\"}\n{\"at\":0,\"host\":" + call + "}",
-                     3, "released"});
-        // The delivery that runs a list comes later; the list's line is to blame.
-        expectError({header + "{\"at\":0,\"onDelivery\":[\"release\"," + call +
-                         "]}\n\n{\"at\":0,\"host\":\"startScanning\"}",
-                     2, "released"});
+        expectErrors({
+            {header + R"({"at":0,"host":"release"})" + "\n" + R"({"at":0,"host":)" + call + "}", 3,
+             "released"},
+            // The delivery that runs a list comes later; the list's line is to blame.
+            {header + R"({"at":0,"onDelivery":["release",)" + call + "]}\n\n" +
+                 R"({"at":0,"host":"startScanning"})",
+             2, "released"},
+        });
     }
 }
 

@@ -63,8 +63,9 @@ void examineLifecycle(Collection& collection, std::shared_ptr<Linux::Diagnosis>&
     Collection collection(options.collection, std::make_shared<Host>(options.collection));
     const auto kit = collection.kit();
     kit->setHistoryLimit(keptRecords);
-    if (options.threshold || options.every) { // asked for so often, it is meant to be collected
-        kit->setAmbrelTimeThreshold(options.threshold.value_or(0));
+    if (options.threshold || options.every) {
+        constexpr std::int64_t never = 0; // asked for so often, it is meant to be collected
+        kit->setAmbrelTimeThreshold(options.threshold.value_or(never));
     }
     // Asked for between its ten seconds and its delivery, a collection would begin in the place of
     // the one that is under way.
@@ -78,7 +79,7 @@ void examineLifecycle(Collection& collection, std::shared_ptr<Linux::Diagnosis>&
                 kit->startScanning();
             }
         });
-    } else {
+    } else if (!options.collection.quiet) {
         examineLifecycle(collection, diagnosis);
     }
     kit->startScanning();
