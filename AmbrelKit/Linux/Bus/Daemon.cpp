@@ -32,7 +32,7 @@ std::unique_ptr<PendingCall> Daemon::call(const Method& method, const BusArgumen
     return bus_->call(addressed(method), arguments, std::move(replied));
 }
 
-bool Daemon::send(const Method& method, const BusArguments& arguments, BusReceiver replied) const {
+bool Daemon::send(const Method& method, const BusArguments& arguments, BusReceiver replied) {
     return bus_->send(addressed(method), arguments, std::move(replied));
 }
 

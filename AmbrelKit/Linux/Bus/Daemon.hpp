@@ -48,7 +48,7 @@ public:
     call(const Method& method, const BusArguments& arguments, BusReceiver replied) const;
 
     /// As `SystemBus::send`: a reply is delivered also when this is gone.
-    bool send(const Method& method, const BusArguments& arguments, BusReceiver replied = {}) const;
+    bool send(const Method& method, const BusArguments& arguments, BusReceiver replied = {});
 
 private:
     [[nodiscard]] BusMethod addressed(const Method& method) const;

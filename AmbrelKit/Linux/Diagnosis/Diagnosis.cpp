@@ -143,9 +143,8 @@ private:
 
 std::vector<std::string> Diagnosis::sources() {
     std::vector<std::string> names;
-    for (const Source& source : allSources) {
-        names.emplace_back(source.name);
-    }
+    std::ranges::transform(allSources, std::back_inserter(names),
+                           [](const Source& source) { return std::string(source.name); });
     return names;
 }
 

@@ -64,9 +64,9 @@ std::optional<LocationFix> fixFromProperties(sd_bus_message* reply) {
 
 } // namespace
 
-GeoClue::GeoClue(const std::shared_ptr<EventLoop>& loop, const LocationOptions& options,
+GeoClue::GeoClue(const std::shared_ptr<EventLoop>& loop, LocationOptions options,
                  std::weak_ptr<LocationSourceOwner> owner)
-    : loop_(loop), options_(options), owner_(std::move(owner)),
+    : loop_(loop), options_(std::move(options)), owner_(std::move(owner)),
       verdict_(loop->shared<GeoClueVerdict>()),
       reconnect_(*loop, geoClueDelays, [this] { connect(); }) {}
 

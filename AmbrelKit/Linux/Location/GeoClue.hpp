@@ -38,7 +38,7 @@ private:
         bool reading = false;
     };
 
-    GeoClue(const std::shared_ptr<EventLoop>& loop, const LocationOptions& options,
+    GeoClue(const std::shared_ptr<EventLoop>& loop, LocationOptions options,
             std::weak_ptr<LocationSourceOwner> owner);
     void connect();
     void ownerChanged(const std::string& owner);

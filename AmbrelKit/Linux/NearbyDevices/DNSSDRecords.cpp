@@ -57,11 +57,11 @@ std::string avahiDomain(std::string_view domain) { return std::string(withoutTra
 
 std::string txtRecordBytes(const std::vector<std::string>& lastFirst) {
     std::string record;
-    for (auto text = lastFirst.rbegin(); text != lastFirst.rend(); ++text) {
-        const std::string_view whole = std::string_view(*text).substr(0, longestText);
+    std::for_each(lastFirst.rbegin(), lastFirst.rend(), [&record](std::string_view text) {
+        const auto whole = text.substr(0, longestText);
         record.push_back(static_cast<char>(whole.size()));
         record.append(whole);
-    }
+    });
     // A record is never shorter than one empty string.
     return record.empty() ? std::string(1, '\0') : record;
 }

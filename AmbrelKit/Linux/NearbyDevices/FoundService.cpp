@@ -16,10 +16,10 @@ constexpr Retry::Delays retryDelays{.first = std::chrono::seconds(1),
 
 } // namespace
 
-FoundService::FoundService(const std::shared_ptr<EventLoop>& loop,
+FoundService::FoundService(std::shared_ptr<EventLoop> loop,
                            std::shared_ptr<ServiceDiscovery> discovery, ServiceName service,
                            int interface)
-    : loop_(loop), discovery_(std::move(discovery)), service_(std::move(service)),
+    : loop_(std::move(loop)), discovery_(std::move(discovery)), service_(std::move(service)),
       order_(interface) {}
 
 std::shared_ptr<FoundService> FoundService::make(const std::shared_ptr<EventLoop>& loop,

@@ -38,8 +38,8 @@ public:
     void stackChanged() override;
 
 private:
-    FoundService(const std::shared_ptr<EventLoop>& loop,
-                 std::shared_ptr<ServiceDiscovery> discovery, ServiceName service, int interface);
+    FoundService(std::shared_ptr<EventLoop> loop, std::shared_ptr<ServiceDiscovery> discovery,
+                 ServiceName service, int interface);
     void begin();
     void ask();
     void askAddress(int family);
