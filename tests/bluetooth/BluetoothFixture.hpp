@@ -10,6 +10,9 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+inline const std::string phone = "C0:00:00:00:00:01";
+inline const std::string lamp = "C0:00:00:00:00:02";
+
 /// Scans whenever the manager's radio is on, as the kit does, and keeps what it is told.
 class Receiver final : public AmbrelKit::BluetoothCentralManagerDelegate {
 public:

@@ -50,16 +50,13 @@ FakeBlueZ::Fill adapterFill(bool powered, bool discovering) {
 
 FakeBlueZ::Fill deviceFill(const FakeBlueZ::Device& device) {
     return [&device](sd_bus_message* message) {
-        const auto text = [&](const char* key, const std::string& value) {
-            appendTextValue(message, key, value);
-        };
-        text("Address", device.address);
-        text("AddressType", device.random ? "random" : "public");
+        appendTextValue(message, "Address", device.address);
+        appendTextValue(message, "AddressType", device.random ? "random" : "public");
         std::string alias = device.name.value_or(device.address);
         std::ranges::replace(alias, ':', '-');
-        text("Alias", alias);
+        appendTextValue(message, "Alias", alias);
         if (device.name) {
-            text("Name", *device.name);
+            appendTextValue(message, "Name", *device.name);
         }
         if (device.rssi) {
             check(sd_bus_message_append(message, "{sv}", "RSSI", "n", *device.rssi));
@@ -161,6 +158,7 @@ void FakeBlueZ::named(const std::string& adapter, const std::string& address,
     changed(adapter, address, [&](sd_bus_message* message) {
         check(sd_bus_message_open_container(message, 'a', "{sv}"));
         appendTextValue(message, "Name", name);
+        appendTextValue(message, "Alias", name);
         check(sd_bus_message_close_container(message));
         check(sd_bus_message_append(message, "as", 0));
     });

@@ -176,21 +176,18 @@ bool adapterIs(const char* property) {
     return is != 0;
 }
 
-/// Whether some program discovers.
-bool daemonDiscovers() { return adapterIs("Discovering"); }
-
 TEST_F(GuestTest, HearsExactlyTheCrowdTwiceWithinHalfAMinute) {
     begin();
     expectTheCrowd();
     manager->stopScan();
     const int sightings = receiver->sightings;
-    EXPECT_TRUE(runUntil([] { return !daemonDiscovers(); }));
+    EXPECT_TRUE(runUntil([] { return !adapterIs("Discovering"); }));
     EXPECT_EQ(receiver->sightings, sightings) << "after the stop";
     manager->setDelegate({});
     begin(); // BlueZ still knows the devices, and adds none of them anew
     expectTheCrowd();
     manager.reset();
-    EXPECT_TRUE(runUntil([] { return !daemonDiscovers(); })) << "released while it scans";
+    EXPECT_TRUE(runUntil([] { return !adapterIs("Discovering"); })) << "released while it scans";
 }
 
 TEST_F(GuestTest, SurvivesTheDaemon) {
@@ -249,7 +246,7 @@ TEST_F(GuestTest, LeavesAnotherProgramsScanAndWhatAnInquiryHears) {
     expectTheCrowd(); // the device of both kinds, too
     manager->stopScan();
     during(1s);
-    EXPECT_TRUE(daemonDiscovers());
+    EXPECT_TRUE(adapterIs("Discovering"));
 }
 
 TEST_F(GuestTest, IsNotToldThatWhatAnInquiryHeardFirstAdvertises) {

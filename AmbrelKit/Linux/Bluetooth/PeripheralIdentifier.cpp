@@ -33,47 +33,35 @@ const Key& key() {
     return found;
 }
 
-/// SipHash-2-4 with a result of 128 bits, of a message of at most seven bytes: one that only who
-/// has the key can compute or invert.
-class SipHash {
-public:
-    SipHash(const Key& key, std::uint64_t block)
-        : v_{key[0] ^ 0x736f6d6570736575, key[1] ^ 0x646f72616e646f83, key[0] ^ 0x6c7967656e657261,
-             key[1] ^ 0x7465646279746573 ^ block} {
-        mix(2);
-        v_[0] ^= block;
-        v_[2] ^= 0xEE;
-    }
-
-    std::uint64_t half() {
-        mix(4);
-        return v_[0] ^ v_[1] ^ v_[2] ^ v_[3];
-    }
-
-    std::uint64_t otherHalf() {
-        v_[1] ^= 0xDD;
-        return half();
-    }
-
-private:
-    void mix(int rounds) {
-        for (int i = 0; i < rounds; ++i) {
-            stir(0, 1, 13);
-            v_[0] = std::rotl(v_[0], 32);
-            stir(2, 3, 16);
-            stir(0, 3, 21);
-            stir(2, 1, 17);
-            v_[2] = std::rotl(v_[2], 32);
+/// SipHash-2-4 of one block, with a result of 128 bits: what only who has the key can compute, or
+/// invert.
+std::array<std::uint64_t, 2> sipHash(const Key& key, std::uint64_t block) {
+    std::uint64_t a = key[0] ^ 0x736f6d6570736575;
+    std::uint64_t b = key[1] ^ 0x646f72616e646f83;
+    std::uint64_t c = key[0] ^ 0x6c7967656e657261;
+    std::uint64_t d = key[1] ^ 0x7465646279746573 ^ block;
+    const auto stir = [](std::uint64_t& sum, std::uint64_t& turned, int bits) {
+        sum += turned;
+        turned = std::rotl(turned, bits) ^ sum;
+    };
+    const auto mix = [&](int rounds) {
+        for (; rounds > 0; --rounds) {
+            stir(a, b, 13);
+            a = std::rotl(a, 32);
+            stir(c, d, 16);
+            stir(a, d, 21);
+            stir(c, b, 17);
+            c = std::rotl(c, 32);
         }
-    }
-
-    void stir(std::size_t sum, std::size_t turned, int bits) {
-        v_[sum] += v_[turned];
-        v_[turned] = std::rotl(v_[turned], bits) ^ v_[sum];
-    }
-
-    std::array<std::uint64_t, 4> v_;
-};
+        return a ^ b ^ c ^ d;
+    };
+    mix(2);
+    a ^= block;
+    c ^= 0xEE;
+    const std::uint64_t first = mix(4);
+    b ^= 0xDD;
+    return {first, mix(4)};
+}
 
 } // namespace
 
@@ -102,9 +90,7 @@ UUID peripheralIdentifier(const HardwareAddress& address) {
         block = block << 8 | byte;
     }
     constexpr std::uint64_t length = 7;
-    SipHash hash(key(), length << 56 | block);
-    const std::uint64_t first = hash.half();
-    auto bytes = std::bit_cast<UUID::Bytes>(std::array{first, hash.otherHalf()});
+    auto bytes = std::bit_cast<UUID::Bytes>(sipHash(key(), length << 56 | block));
     bytes[6] = (bytes[6] & 0x0F) | 0x40; // a version 4 UUID
     bytes[8] = (bytes[8] & 0x3F) | 0x80;
     return UUID(bytes);

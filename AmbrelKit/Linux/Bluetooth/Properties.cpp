@@ -22,8 +22,6 @@ struct Dictionary {
 constexpr Dictionary properties{"a{sv}", "sv", 's', "v"};
 constexpr Dictionary interfaces{"a{sa{sv}}", "sa{sv}", 's', "a{sv}"};
 constexpr Dictionary objects{"a{oa{sa{sv}}}", "oa{sa{sv}}", 'o', "a{sa{sv}}"};
-constexpr Dictionary manufacturerData{"a{qv}", "qv", 'q', "v"};
-constexpr Dictionary serviceData = properties;
 
 bool enter(sd_bus_message* message, char type, const char* contents) {
     return sd_bus_message_enter_container(message, type, contents) > 0;
@@ -47,37 +45,31 @@ bool eachEntry(sd_bus_message* message, const Dictionary& types, const Entry& en
     return leave(message);
 }
 
-bool skipBytes(sd_bus_message* message) {
-    if (!enter(message, 'v', "ay")) {
-        return false;
-    }
-    const void* bytes = nullptr;
-    std::size_t size = 0;
-    sd_bus_message_read_array(message, 'y', &bytes, &size);
-    return leave(message);
-}
-
-bool skipBytesBy(sd_bus_message* message, const Dictionary& types) {
-    if (!enter(message, 'v', types.array)) {
-        return false;
-    }
-    eachEntry(message, types, [&] {
-        const void* key = nullptr; // room for a key of either type
-        sd_bus_message_read_basic(message, types.key, &key);
-        if (!skipBytes(message)) {
-            sd_bus_message_skip(message, "v");
-        }
-    });
-    return leave(message);
-}
-
 /// Skips a variant as sd_bus_message_skip does, but for an advertisement's bytes: those it reads
 /// one by one, which costs more than all the rest of a signal.
 void skipVariant(sd_bus_message* message) {
-    if (!skipBytesBy(message, manufacturerData) && !skipBytesBy(message, serviceData) &&
-        !skipBytes(message)) {
+    const char* contents = nullptr;
+    sd_bus_message_peek_type(message, nullptr, &contents);
+    const std::string_view type = contents != nullptr ? contents : "";
+    if (type == "ay") {
+        const void* bytes = nullptr;
+        std::size_t size = 0;
+        enter(message, 'v', "ay");
+        sd_bus_message_read_array(message, 'y', &bytes, &size);
+    } else if (type == "a{yv}" || type == "a{qv}" || type == "a{sv}") {
+        const char array[] = {'a', '{', type[2], 'v', '}', '\0'};
+        const char entry[] = {type[2], 'v', '\0'};
+        enter(message, 'v', array);
+        eachEntry(message, {array, entry, entry[0], "v"}, [&] {
+            const void* key = nullptr; // room for a key of any of these types
+            sd_bus_message_read_basic(message, entry[0], &key);
+            skipVariant(message);
+        });
+    } else {
         sd_bus_message_skip(message, "v");
+        return;
     }
+    leave(message);
 }
 
 /// Calls `read(key)` at the value of each entry. What it leaves, by returning false, is skipped.
