@@ -86,8 +86,8 @@ void BlueZ::chooseAdapter() {
         std::ranges::find_if(adapters, [](const auto& entry) { return entry.second.powered; });
     if (powered != adapters.end()) {
         life_.adapter = powered->first;
-        life_.discovery = Discovery::make(
-            loop_, {.daemon = life_.objects->daemon(), .adapter = powered->first},
+        life_.discovery = std::make_shared<Discovery>(
+            *loop_, Discovery::Place{life_.objects->daemon(), powered->first},
             powered->second.discovering, weakly(weak_from_this(), &BlueZ::discoveryDenied));
     }
 }

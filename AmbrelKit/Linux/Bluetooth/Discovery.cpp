@@ -43,12 +43,6 @@ Discovery::Discovery(EventLoop& loop, Place place, bool discovering, std::functi
     : bus_(loop.shared<SystemBus>()), place_(std::move(place)), discovering_(discovering),
       denied_(std::move(denied)), retry_(loop, retryDelays, [this] { step(); }) {}
 
-std::shared_ptr<Discovery> Discovery::make(const std::shared_ptr<EventLoop>& loop, Place place,
-                                           bool discovering, std::function<void()> denied) {
-    return std::shared_ptr<Discovery>(
-        new Discovery(*loop, std::move(place), discovering, std::move(denied)));
-}
-
 Discovery::~Discovery() {
     if (phase_ == Phase::running) {
         bus_->send(method("StopDiscovery"), {});

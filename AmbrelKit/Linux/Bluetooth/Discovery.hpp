@@ -25,8 +25,7 @@ public:
 
     /// `discovering` is what the adapter has last said. `denied` is called when this process may
     /// not discover; it is not tried again.
-    static std::shared_ptr<Discovery> make(const std::shared_ptr<EventLoop>& loop, Place place,
-                                           bool discovering, std::function<void()> denied);
+    Discovery(EventLoop& loop, Place place, bool discovering, std::function<void()> denied);
     ~Discovery();
     Discovery(const Discovery&) = delete;
     Discovery& operator=(const Discovery&) = delete;
@@ -40,7 +39,6 @@ public:
 private:
     enum class Phase : std::uint8_t { idle, starting, running, stopping };
 
-    Discovery(EventLoop& loop, Place place, bool discovering, std::function<void()> denied);
     void step();
     void setFilter();
     void filterSet(sd_bus_message* reply);
