@@ -2,6 +2,7 @@
 #define AMBREL_TESTS_BLUETOOTH_BLUETOOTHFIXTURE_HPP
 
 #include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
+#include "AmbrelKit/Linux/Platform.hpp"
 #include "tests/bluetooth/FakeBlueZ.hpp"
 #include "tests/support/LoopDriver.hpp"
 #include "tests/support/PrivateBus.hpp"
@@ -78,7 +79,7 @@ protected:
     }
 
     void begin() {
-        manager = AmbrelKit::Linux::makeBluetoothManagerFactory(loop())();
+        manager = AmbrelKit::Linux::platformServices().bluetoothManagerFactory();
         manager->setDelegate(receiver);
     }
 

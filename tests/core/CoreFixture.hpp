@@ -7,7 +7,10 @@
 #include "AmbrelKit/Internal/Models/State.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <gtest/gtest.h>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -30,42 +33,29 @@ inline UUID uuid(std::uint8_t n) {
 
 /// Answers queries with what a test sets, and notes which were asked.
 class FakePermissions final : public PermissionsHelperDelegate {
-public:
-    AmbrelPermissionStatus bluetoothSetting = AmbrelPermissionStatus::unknown;
-    AmbrelPermissionStatus bluetoothPermission = AmbrelPermissionStatus::unknown;
-    AmbrelPermissionStatus locationSetting = AmbrelPermissionStatus::unknown;
-    AmbrelPermissionStatus locationPermission = AmbrelPermissionStatus::unknown;
-    AmbrelPermissionStatus locationPrecise = AmbrelPermissionStatus::unknown;
-    AmbrelPermissionStatus networkSetting = AmbrelPermissionStatus::unknown;
-    AmbrelPermissionStatus networkPermission = AmbrelPermissionStatus::unknown;
-    std::vector<std::string> asked;
+    using Status = AmbrelPermissionStatus;
 
-    AmbrelPermissionStatus bluetoothSettingStatus() override {
-        return answer("bluetoothSetting", bluetoothSetting);
+public:
+    std::map<std::string, Status> answers; ///< by query; unknown where none is set
+    std::vector<std::string> asked;
+    std::function<void()> whenAsked = [] {};
+
+    Status bluetoothSettingStatus() override { return answer("bluetooth_setting"); }
+    Status bluetoothPermissionStatus() override { return answer("bluetooth_permission"); }
+    Status locationSettingStatus() override { return answer("location_setting"); }
+    Status locationPermissionStatus() override { return answer("location_permission"); }
+    Status locationPrecisePermissionStatus() override {
+        return answer("location_precise_permission");
     }
-    AmbrelPermissionStatus bluetoothPermissionStatus() override {
-        return answer("bluetoothPermission", bluetoothPermission);
-    }
-    AmbrelPermissionStatus locationSettingStatus() override {
-        return answer("locationSetting", locationSetting);
-    }
-    AmbrelPermissionStatus locationPermissionStatus() override {
-        return answer("locationPermission", locationPermission);
-    }
-    AmbrelPermissionStatus locationPrecisePermissionStatus() override {
-        return answer("locationPrecise", locationPrecise);
-    }
-    AmbrelPermissionStatus networkSettingStatus() override {
-        return answer("networkSetting", networkSetting);
-    }
-    AmbrelPermissionStatus networkPermissionStatus() override {
-        return answer("networkPermission", networkPermission);
-    }
+    Status networkSettingStatus() override { return answer("network_setting"); }
+    Status networkPermissionStatus() override { return answer("network_permission"); }
 
 private:
-    AmbrelPermissionStatus answer(const char* query, AmbrelPermissionStatus status) {
+    Status answer(const char* query) {
         asked.emplace_back(query);
-        return status;
+        const auto asking = whenAsked; // it may be replaced from inside
+        asking();
+        return answers[query];
     }
 };
 
@@ -73,21 +63,33 @@ private:
 class CoreTest : public testing::Test {
 protected:
     CoreTest() {
-        Environment::shared().currentDate = [this] { return at(now); };
+        Environment::shared().currentDate = [this] {
+            ++clockReadings;
+            return at(now);
+        };
         Environment::shared().generateUUID = [this] { return uuid(nextIdentifier++); };
     }
 
     ~CoreTest() override {
         Environment::shared().currentDate = date_;
         Environment::shared().generateUUID = identifiers_;
-        CollectionThreshold::value = 30;
+        CollectionThreshold::value = threshold_;
         PermissionsHelper::setPermissionsDelegate({});
     }
 
+    /// Asked from now on.
+    std::shared_ptr<FakePermissions> permissions() {
+        PermissionsHelper::setPermissionsDelegate(permissions_);
+        return permissions_;
+    }
+
     double now = 0;
+    int clockReadings = 0;
     std::uint8_t nextIdentifier = 1;
 
 private:
+    std::shared_ptr<FakePermissions> permissions_ = std::make_shared<FakePermissions>();
+    std::int64_t threshold_ = CollectionThreshold::value;
     std::function<TimePoint()> date_ = Environment::shared().currentDate;
     std::function<UUID()> identifiers_ = Environment::shared().generateUUID;
 };

@@ -52,6 +52,21 @@ TEST_F(Lists, OneKeyMayComeFromTwoTypesAndFromTwoSpellings) {
     EXPECT_EQ(spelled.elements()[0].name.string(), "Cafe\u0301");
 }
 
+TEST_F(Lists, PeripheralsSortByIdentifierAloneServicesByTypeThenName) {
+    const BluetoothPeripheral seen{uuid(1), "b", at(2)};
+    for (const BluetoothPeripheral& again :
+         {BluetoothPeripheral{uuid(1), "b", at(1)}, BluetoothPeripheral{uuid(1), "a", at(2)}}) {
+        EXPECT_NE(seen, again);
+        EXPECT_FALSE(seen < again || again < seen);
+    }
+    EXPECT_LT(seen, (BluetoothPeripheral{uuid(2), "a", at(1)}));
+    const NearbyDevice ascending[] = {{"z", "_a._tcp.", {}, {}, at(3)},
+                                      {"a", "_b._tcp.", {}, {}, at(2)},
+                                      {"b", "_b._tcp.", {}, {}, at(1)}};
+    EXPECT_TRUE(ascending[0] < ascending[1] && ascending[1] < ascending[2]);
+    EXPECT_FALSE(ascending[1] < ascending[0] || ascending[2] < ascending[1]);
+}
+
 TEST_F(Lists, RecordsStayInOrderOfTheirTimeOneForEachIdentifier) {
     std::mt19937 random(11);
     CollectedData list;

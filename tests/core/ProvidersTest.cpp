@@ -7,15 +7,37 @@
 namespace AmbrelKit {
 namespace {
 
-class Providers : public CoreTest {};
+/// What every platform object of these tests has: a delegate.
+template <class Interface, class Delegate> struct Reporting : Interface {
+    std::shared_ptr<Delegate> delegate() const override { return delegate_.lock(); }
+    void setDelegate(std::weak_ptr<Delegate> delegate) override { delegate_ = std::move(delegate); }
 
-struct FakeRadio final : BluetoothCentralManager {
-    std::shared_ptr<BluetoothCentralManagerDelegate> delegate() const override {
-        return receiver.lock();
+private:
+    std::weak_ptr<Delegate> delegate_;
+};
+
+struct Reports final : BluetoothDevicesProviderDelegate,
+                       LocationProviderDelegate,
+                       NearbyDevicesProviderDelegate {
+    void didDiscoverPeripheral(const BluetoothPeripheral& peripheral) override {
+        peripherals.push_back(peripheral);
     }
-    void setDelegate(std::weak_ptr<BluetoothCentralManagerDelegate> delegate) override {
-        receiver = std::move(delegate);
+    void locationProviderDidUpdateLocation(const Location& location) override {
+        locations.push_back(location);
     }
+    void didFindNearbyDevice(const NearbyDevice& device) override { devices.push_back(device); }
+
+    std::vector<BluetoothPeripheral> peripherals;
+    std::vector<Location> locations;
+    std::vector<NearbyDevice> devices;
+};
+
+class Providers : public CoreTest {
+protected:
+    std::shared_ptr<Reports> reports = std::make_shared<Reports>();
+};
+
+struct FakeRadio final : Reporting<BluetoothCentralManager, BluetoothCentralManagerDelegate> {
     BluetoothManagerState state() const override { return current; }
     void scanForPeripheralsWithServices(const std::optional<std::vector<UUID>>& services,
                                         const std::optional<JSONDictionary>& options) override {
@@ -24,25 +46,16 @@ struct FakeRadio final : BluetoothCentralManager {
     }
     void stopScan() override { ++stops; }
 
-    std::weak_ptr<BluetoothCentralManagerDelegate> receiver;
     BluetoothManagerState current = BluetoothManagerState::unknown;
     int scans = 0;
     int stops = 0;
-};
-
-struct Sightings final : BluetoothDevicesProviderDelegate {
-    void didDiscoverPeripheral(const BluetoothPeripheral& peripheral) override {
-        list.push_back(peripheral);
-    }
-    std::vector<BluetoothPeripheral> list;
 };
 
 TEST_F(Providers, BluetoothScansOncePoweredOnAndReportsEverySighting) {
     std::vector<std::shared_ptr<FakeRadio>> made;
     const auto provider = std::make_shared<BluetoothDevicesProvider>(
         [&] { return made.emplace_back(std::make_shared<FakeRadio>()); });
-    const auto sightings = std::make_shared<Sightings>();
-    provider->setDelegate(sightings);
+    provider->setDelegate(reports);
     provider->start();
     ASSERT_EQ(made.size(), 1U);
     for (const int state : {0, 1, 2, 3, 4, 9}) {
@@ -52,13 +65,17 @@ TEST_F(Providers, BluetoothScansOncePoweredOnAndReportsEverySighting) {
     EXPECT_EQ(made[0]->scans, 0);
     made[0]->current = BluetoothManagerState::poweredOn;
     made[0]->delegate()->centralManagerDidUpdateState(*made[0]);
-    made[0]->delegate()->centralManagerDidUpdateState(*made[0]);
+    FakeRadio other; // its state counts, but what scans is the provider's own
+    other.current = BluetoothManagerState::poweredOn;
+    made[0]->current = BluetoothManagerState::poweredOff;
+    made[0]->delegate()->centralManagerDidUpdateState(other);
     EXPECT_EQ(made[0]->scans, 2);
+    EXPECT_EQ(other.scans, 0);
     for (now = 1; now <= 2; ++now) {
         made[0]->delegate()->centralManagerDidDiscoverPeripheral(*made[0], {uuid(1), std::nullopt},
                                                                  {}, 127);
     }
-    EXPECT_EQ(sightings->list,
+    EXPECT_EQ(reports->peripherals,
               (std::vector<BluetoothPeripheral>{{uuid(1), {}, at(1)}, {uuid(1), {}, at(2)}}));
     provider->stop();
     EXPECT_EQ(made[0]->stops, 1);
@@ -76,46 +93,35 @@ TEST_F(Providers, StoppingWhatNeverStartedMakesAManagerAndStopsIt) {
     EXPECT_EQ(radio->stops, 1);
 }
 
-struct FakeLocationManager final : LocationManager {
-    std::shared_ptr<LocationManagerDelegate> delegate() const override { return receiver.lock(); }
-    void setDelegate(std::weak_ptr<LocationManagerDelegate> delegate) override {
-        receiver = std::move(delegate);
-    }
+struct FakeLocationManager final : Reporting<LocationManager, LocationManagerDelegate> {
     void requestWhenInUseAuthorization() override { calls += 'r'; }
     void startUpdatingLocation() override { calls += 's'; }
     void stopUpdatingLocation() override { calls += 'x'; }
 
-    std::weak_ptr<LocationManagerDelegate> receiver;
     std::string calls;
-};
-
-struct Fixes final : LocationProviderDelegate {
-    void locationProviderDidUpdateLocation(const Location& location) override {
-        list.push_back(location);
-    }
-    std::vector<Location> list;
 };
 
 TEST_F(Providers, LocationAsksStartsAndReportsTheNewestFix) {
     const auto manager = std::make_shared<FakeLocationManager>();
     const auto provider = std::make_shared<LocationProvider>([&] { return manager; });
-    auto fixes = std::make_shared<Fixes>();
-    provider->setDelegate(fixes);
+    provider->setDelegate(reports);
     provider->start();
     for (const auto& [status, calls] : std::vector<std::pair<int, std::string>>{
              {0, "r"}, {1, ""}, {2, ""}, {3, "s"}, {4, "s"}, {5, ""}, {-1, ""}}) {
         manager->calls.clear();
+        FakeLocationManager other;
         manager->delegate()->locationManagerDidChangeAuthorizationStatus(
-            *manager, static_cast<LocationAuthorizationStatus>(status));
+            other, static_cast<LocationAuthorizationStatus>(status));
         EXPECT_EQ(manager->calls, calls) << status;
+        EXPECT_EQ(other.calls, "") << "the provider's own manager is the one to start";
     }
     manager->delegate()->locationManagerDidUpdateLocations(*manager, {});
     manager->delegate()->locationManagerDidFailWithError(*manager, "no fix");
     manager->delegate()->locationManagerDidUpdateLocations(
         *manager, {{{1, 1}, at(1)}, {{2, 2}, at(2)}, {{3, -3}, at(0.5)}});
-    EXPECT_EQ(fixes->list, (std::vector<Location>{{3, -3, at(0.5)}}));
+    EXPECT_EQ(reports->locations, (std::vector<Location>{{3, -3, at(0.5)}}));
     const auto delegate = manager->delegate();
-    fixes.reset();
+    reports.reset();
     delegate->locationManagerDidUpdateLocations(*manager, {{{1, 1}, at(1)}});
     manager->calls.clear();
     provider->stop();
@@ -123,13 +129,10 @@ TEST_F(Providers, LocationAsksStartsAndReportsTheNewestFix) {
     EXPECT_FALSE(manager->delegate());
 }
 
-struct FakeService final : NetService {
-    std::shared_ptr<NetServiceDelegate> delegate() const override { return receiver.lock(); }
-    void setDelegate(std::weak_ptr<NetServiceDelegate> delegate) override {
-        receiver = std::move(delegate);
-    }
+struct FakeService final : Reporting<NetService, NetServiceDelegate> {
     void resolveWithTimeout(double seconds) override {
         EXPECT_EQ(seconds, 0.0);
+        EXPECT_TRUE(delegate()) << "an answer could come before anybody listens";
         ++resolves;
     }
     std::string name() const override { return "Office"; }
@@ -137,28 +140,18 @@ struct FakeService final : NetService {
     std::optional<std::vector<std::string>> addresses() const override { return records; }
     std::optional<std::string> TXTRecordData() const override { return txt; }
 
-    std::weak_ptr<NetServiceDelegate> receiver;
     std::optional<std::vector<std::string>> records;
     std::optional<std::string> txt;
     int resolves = 0;
 };
 
-struct FakeBrowser final : NetServiceBrowser {
-    std::shared_ptr<NetServiceBrowserDelegate> delegate() const override { return receiver.lock(); }
-    void setDelegate(std::weak_ptr<NetServiceBrowserDelegate> delegate) override {
-        receiver = std::move(delegate);
-    }
+struct FakeBrowser final : Reporting<NetServiceBrowser, NetServiceBrowserDelegate> {
     void searchForServicesOfType(const std::string& type, const std::string& domain) override {
+        EXPECT_TRUE(delegate()) << "an answer could come before anybody listens";
         search = type + "|" + domain;
     }
 
-    std::weak_ptr<NetServiceBrowserDelegate> receiver;
     std::string search;
-};
-
-struct Devices final : NearbyDevicesProviderDelegate {
-    void didFindNearbyDevice(const NearbyDevice& device) override { list.push_back(device); }
-    std::vector<NearbyDevice> list;
 };
 
 class Nearby : public Providers {
@@ -167,12 +160,11 @@ protected:
         auto made = std::make_shared<NearbyDevicesProvider>(std::move(types), [this] {
             return browsers.emplace_back(std::make_shared<FakeBrowser>());
         });
-        made->setDelegate(devices);
+        made->setDelegate(reports);
         return made;
     }
 
     std::vector<std::shared_ptr<FakeBrowser>> browsers;
-    std::shared_ptr<Devices> devices = std::make_shared<Devices>();
 };
 
 TEST_F(Nearby, BrowsesEachTypeInOrderAsItIsListed) {
@@ -200,8 +192,9 @@ TEST_F(Nearby, ReportsEachResolutionUntilStopped) {
     for (now = 1; now <= 2; ++now) {
         service->delegate()->netServiceDidResolveAddress(*service);
     }
-    EXPECT_EQ(devices->list, (std::vector<NearbyDevice>{{"Office", "_ipp._tcp.", {}, {}, at(1)},
-                                                        {"Office", "_ipp._tcp.", {}, {}, at(2)}}));
+    EXPECT_EQ(reports->devices,
+              (std::vector<NearbyDevice>{{"Office", "_ipp._tcp.", {}, {}, at(1)},
+                                         {"Office", "_ipp._tcp.", {}, {}, at(2)}}));
     nearby->stop();
     EXPECT_FALSE(service->delegate());
     EXPECT_FALSE(browsers[0]->delegate());
@@ -247,14 +240,14 @@ TEST_F(Nearby, ReadsAddressesAndTextRecords) {
         {{}, pairs({"ok=1"}) + "\x09past=the", {}, Dict{{"ok", "1"}}},
     };
     for (const Row& row : rows) {
-        devices->list.clear();
+        reports->devices.clear();
         FakeService service;
         service.records = row.records;
         service.txt = row.txt;
         provider(std::nullopt)->netServiceDidResolveAddress(service);
-        ASSERT_EQ(devices->list.size(), 1U);
-        EXPECT_EQ(devices->list[0].addressIPv4, row.address);
-        EXPECT_EQ(devices->list[0].txtRecord, row.dict)
+        ASSERT_EQ(reports->devices.size(), 1U);
+        EXPECT_EQ(reports->devices[0].addressIPv4, row.address);
+        EXPECT_EQ(reports->devices[0].txtRecord, row.dict)
             << testing::PrintToString(row.txt.value_or(""));
     }
 }

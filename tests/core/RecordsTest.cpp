@@ -1,5 +1,10 @@
 #include "tests/core/CoreFixture.hpp"
 
+#include <AmbrelKit/AmbrelError.hpp>
+
+#include <cmath>
+#include <unordered_set>
+
 namespace AmbrelKit {
 namespace {
 
@@ -38,11 +43,17 @@ TEST_F(Records, AFullRecordHasEveryKeyUnderItsName) {
 }
 
 TEST_F(Records, PointsInTimeAreWholeSecondsTruncatedTowardZero) {
-    for (const auto& [seconds, written] : std::vector<std::pair<double, std::int64_t>>{
-             {1.9, 1}, {-1.9, -1}, {-0.5, 0}, {0, 0}, {-2, -2}, {1700000000.999, 1700000000}}) {
-        const JSONValue timestamp = json(AmbrelData::new_(uuid(1), at(seconds)))["timestamp"];
-        EXPECT_TRUE(timestamp.is_number_integer()) << seconds;
-        EXPECT_EQ(timestamp, written) << seconds;
+    for (const auto& [nanoseconds, written] : std::vector<std::pair<std::int64_t, std::int64_t>>{
+             {1'900'000'000, 1},
+             {-1'900'000'000, -1},
+             {-500'000'000, 0},
+             {-2'000'000'000, -2},
+             {1'700'000'000'999'000'000, 1'700'000'000},
+             {1'699'999'999'999'999'999, 1'700'000'000}}) { // the seconds are a double first
+        const TimePoint time{std::chrono::nanoseconds(nanoseconds)};
+        const JSONValue timestamp = json(AmbrelData::new_(uuid(1), time))["timestamp"];
+        EXPECT_TRUE(timestamp.is_number_integer()) << nanoseconds;
+        EXPECT_EQ(timestamp, written) << nanoseconds;
     }
 }
 
@@ -67,29 +78,64 @@ TEST_F(Records, EqualityCoversWhatIsNotWritten) {
     EXPECT_NE(joined("a", "x"), joined("a", "y"));
     EXPECT_EQ(json(joined("a", "x")), json(joined("b", "y")));
     EXPECT_EQ(data.copyWithAddressIPv4("caf\u00E9"), data.copyWithAddressIPv4("cafe\u0301"));
+    const auto seen = [&](double time) {
+        return data.copyWithBluetoothScan(BluetoothScan({{uuid(1), "Lamp", at(time)}}));
+    };
+    EXPECT_NE(seen(1), seen(2));
+    EXPECT_EQ(seen(1), seen(1));
+    const auto nowhere = data.copyWithLocation({std::nan(""), 1, at(0)});
+    const auto copy = nowhere; // NOLINT(performance-unnecessary-copy-initialization)
+    EXPECT_NE(nowhere, copy) << "no NaN is equal to itself";
+}
+
+TEST_F(Records, AMovedRecordAndListCanBeUsed) {
+    auto record = AmbrelData::new_(uuid(1), at(0));
+    auto list = BluetoothScan().appending({uuid(1), {}, at(0)});
+    const auto movedRecord = std::move(record);
+    const auto movedList = std::move(list);
+    EXPECT_EQ(movedList.elements().size(), 1U);
+    // NOLINTBEGIN(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+    EXPECT_EQ(record, movedRecord);
+    EXPECT_LE(list.appending({uuid(1), {}, at(0)}).elements().size(), 1U);
+    // NOLINTEND(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+}
+
+TEST_F(Records, AStatusHasThreeRawValuesAndAnErrorAHash) {
+    for (const std::int64_t raw : {0, 1, 2}) {
+        EXPECT_EQ(permissionStatus(raw), static_cast<AmbrelPermissionStatus>(raw));
+    }
+    EXPECT_FALSE(permissionStatus(-1) || permissionStatus(3));
+    const std::unordered_set<AmbrelError> errors{AmbrelError::invalidThresholdValue,
+                                                 AmbrelError::invalidThresholdValue};
+    EXPECT_EQ(errors.size(), 1U);
+}
+
+TEST(Environment, IsTheSystemsClockAndRandom) {
+    const auto& environment = Environment::shared();
+    EXPECT_LT(std::chrono::system_clock::now() - environment.currentDate(), std::chrono::hours(1));
+    EXPECT_NE(environment.generateUUID(), environment.generateUUID());
 }
 
 TEST_F(Records, TheSnapshotAsksEachStatusOnceInOrderAndMapsIt) {
-    const auto permissions = std::make_shared<FakePermissions>();
-    PermissionsHelper::setPermissionsDelegate(permissions);
-    permissions->bluetoothPermission = AmbrelPermissionStatus::granted;
-    permissions->bluetoothSetting = AmbrelPermissionStatus::denied;
-    permissions->networkSetting = static_cast<AmbrelPermissionStatus>(-3);
-    permissions->locationPrecise = AmbrelPermissionStatus::granted;
-    const auto data = AmbrelData::new_(uuid(1), at(0));
-    EXPECT_EQ(permissions->asked,
-              (std::vector<std::string>{"bluetoothPermission", "bluetoothSetting",
-                                        "networkPermission", "networkSetting", "locationPermission",
-                                        "locationPrecise", "locationSetting"}));
-    EXPECT_EQ(
-        json(data)["ambrel_analytics"],
-        JSONValue::parse(
-            R"({"bluetooth_permission": true, "bluetooth_setting": false, "location_precise_permission": true})"));
-
-    permissions->bluetoothPermission = AmbrelPermissionStatus::denied;
-    EXPECT_EQ(data.ambrelAnalytics().bluetoothPermission, true) << "a snapshot stays";
-    EXPECT_EQ(data.copyWithAddressIPv4({}).ambrelAnalytics().bluetoothPermission, false)
-        << "each copy takes a new one";
+    const std::vector<std::string> order{"bluetooth_permission", "bluetooth_setting",
+                                         "network_permission",   "network_setting",
+                                         "location_permission",  "location_precise_permission",
+                                         "location_setting"};
+    const auto snapshot = [&] { return AmbrelData::new_(uuid(1), at(0)); };
+    for (const std::string& query : order) {
+        permissions()->asked.clear();
+        permissions()->answers = {{query, AmbrelPermissionStatus::granted}};
+        EXPECT_EQ(json(snapshot())["ambrel_analytics"], JSONValue({{query, true}}));
+        EXPECT_EQ(permissions()->asked, order);
+        const auto data = snapshot();
+        permissions()->answers = {{query, AmbrelPermissionStatus::denied}};
+        EXPECT_EQ(json(data)["ambrel_analytics"], JSONValue({{query, true}})) << "a snapshot stays";
+        EXPECT_EQ(json(data.copyWithAddressIPv4({}))["ambrel_analytics"],
+                  JSONValue({{query, false}}))
+            << "each copy takes a new one";
+        permissions()->answers = {{query, static_cast<AmbrelPermissionStatus>(-3)}};
+        EXPECT_EQ(json(snapshot())["ambrel_analytics"], JSONValue::object());
+    }
 }
 
 TEST_F(Records, ASnapshotIsReadBackUnlessAValueIsNotABoolean) {
@@ -111,12 +157,10 @@ TEST_F(Records, ASnapshotIsReadBackUnlessAValueIsNotABoolean) {
 }
 
 TEST_F(Records, TheHelperAsksTheFacadeThatRegisteredLast) {
-    auto first = std::make_shared<FakePermissions>();
-    auto second = std::make_shared<FakePermissions>();
-    first->networkPermission = AmbrelPermissionStatus::granted;
-    second->networkPermission = AmbrelPermissionStatus::denied;
-    PermissionsHelper::setPermissionsDelegate(first);
+    permissions()->answers["network_permission"] = AmbrelPermissionStatus::granted;
     EXPECT_EQ(PermissionsHelper::networkPermissionStatus(), AmbrelPermissionStatus::granted);
+    auto second = std::make_shared<FakePermissions>();
+    second->answers["network_permission"] = AmbrelPermissionStatus::denied;
     PermissionsHelper::setPermissionsDelegate(second);
     EXPECT_EQ(PermissionsHelper::networkPermissionStatus(), AmbrelPermissionStatus::denied);
     second.reset();

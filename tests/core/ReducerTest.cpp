@@ -11,7 +11,9 @@ protected:
     /// Handles an event at a time, as a store does.
     Effect send(double time, const DataEvent& event) {
         now = time;
+        clockReadings = 0;
         auto [next, effect] = DataReducer().reduce(state, event);
+        EXPECT_EQ(clockReadings, 1) << "the time of an event is one";
         state = next;
         if (std::holds_alternative<Effects::scanFinished>(effect)) {
             state.finishedCollectedData = state.collectedData.last();
@@ -101,21 +103,20 @@ TEST_F(Reducer, SightingsOfOnePeripheralMergeAndStaySorted) {
 
 TEST_F(Reducer, AFinishedRecordAnswersWithinTheThreshold) {
     struct Row {
-        std::int64_t threshold;
+        std::optional<std::int64_t> threshold; ///< absent: what a process starts with
         double time;
         bool reused;
     };
-    for (const Row& row :
-         {Row{30, 25, true}, Row{30, 30, true}, Row{30, 30.5, false}, Row{12, 12, true},
-          Row{12, 13, false}, Row{10, 11.5, false}, Row{0, 11.5, false}}) {
+    for (const Row& row : {Row{{}, 30, true}, Row{{}, 30.5, false}, Row{12, 12, true},
+                           Row{12, 13, false}, Row{10, 11.5, false}, Row{0, 11.5, false}}) {
         state = State::initialState();
-        CollectionThreshold::value = row.threshold;
+        CollectionThreshold::value = row.threshold.value_or(CollectionThreshold::value);
         send(0, scan{ScanningMode::automatic});
         const auto delivered = finished(send(11, tick()));
         ASSERT_TRUE(delivered);
         const State before = state;
         const Effect effect = send(row.time, scan{ScanningMode::once});
-        EXPECT_EQ(started(effect), !row.reused) << row.threshold << " " << row.time;
+        EXPECT_EQ(started(effect), !row.reused) << row.time;
         if (row.reused) {
             EXPECT_EQ(finished(effect), delivered);
             EXPECT_EQ(state, before);
@@ -160,15 +161,14 @@ TEST_F(Reducer, CopiesOfAStateDropWhatWasFinished) {
     EXPECT_FALSE(full.copyWithCollectedData({}).finishedCollectedData);
     EXPECT_FALSE(full.copyWithIsTimeoutReached(true).finishedCollectedData);
     EXPECT_EQ(full.copyWithIsTimeoutReached(false), state);
+    EXPECT_NE(full.copyWithIsTimeoutReached(true), state);
 }
 
 TEST_F(Reducer, SnapshotsAreTakenOncePerCopy) {
-    const auto permissions = std::make_shared<FakePermissions>();
-    PermissionsHelper::setPermissionsDelegate(permissions);
     const auto asked = [&](double time, const DataEvent& event) {
-        permissions->asked.clear();
+        permissions()->asked.clear();
         send(time, event);
-        return permissions->asked.size() / 7;
+        return permissions()->asked.size() / 7;
     };
     EXPECT_EQ(asked(0, scan{ScanningMode::once}), 1U);
     EXPECT_EQ(asked(1, tick()), 2U);

@@ -77,25 +77,20 @@ TEST_F(Store, ACallbackMaySendLetGoOrThrow) {
 }
 
 TEST_F(Store, AHostThatThrowsWhenAskedLeavesTheStateAsItWas) {
-    class Throwing final : public PermissionsHelperDelegate {
-        AmbrelPermissionStatus bluetoothSettingStatus() override {
-            throw std::runtime_error("asked");
-        }
-        AmbrelPermissionStatus bluetoothPermissionStatus() override {
-            return AmbrelPermissionStatus::granted;
-        }
-        AmbrelPermissionStatus locationSettingStatus() override { return {}; }
-        AmbrelPermissionStatus locationPermissionStatus() override { return {}; }
-        AmbrelPermissionStatus locationPrecisePermissionStatus() override { return {}; }
-        AmbrelPermissionStatus networkSettingStatus() override { return {}; }
-        AmbrelPermissionStatus networkPermissionStatus() override { return {}; }
-    };
     store->sendEvent(scan{ScanningMode::once});
     const State before = store->state();
-    const auto throwing = std::make_shared<Throwing>();
-    PermissionsHelper::setPermissionsDelegate(throwing);
+    permissions()->whenAsked = [] { throw std::runtime_error("asked"); };
     EXPECT_THROW(store->sendEvent(tick), std::runtime_error);
     EXPECT_EQ(store->state(), before);
+}
+
+TEST_F(Store, WhatAHostSendsWhenAskedMakesNoSecondRecord) {
+    permissions()->whenAsked = [&] {
+        permissions()->whenAsked = [] {};
+        store->sendEvent(scan{ScanningMode::once});
+    };
+    store->sendEvent(scan{ScanningMode::once});
+    EXPECT_EQ(store->state().collectedData.records().size(), 1U) << "the state of the event counts";
 }
 
 TEST_F(Store, AHistoryLimitHoldsFromNowOnAndLeavesTheFinishedRecord) {
