@@ -3,6 +3,10 @@
 #include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
 
+#include <iterator>
+#include <list>
+#include <utility>
+
 namespace AmbrelKit::Linux {
 
 namespace {
@@ -13,6 +17,38 @@ std::optional<std::string> stringOf(const std::optional<Text>& text) {
 
 std::optional<Text> textOf(const std::optional<std::string>& string) {
     return string ? std::optional<Text>(*string) : std::nullopt;
+}
+
+/// The same as the kit holds them.
+struct Closures {
+    decltype(Environment::currentDate) currentDate;
+    decltype(NetworkEnvironment::addressIPv4) addressIPv4;
+    decltype(NetworkEnvironment::availableNetworks) availableNetworks;
+
+    static Closures inUse() {
+        return {Environment::shared().currentDate, NetworkEnvironment::shared().addressIPv4,
+                NetworkEnvironment::shared().availableNetworks};
+    }
+    void use() const {
+        Environment::shared().currentDate = currentDate;
+        NetworkEnvironment::shared().addressIPv4 = addressIPv4;
+        NetworkEnvironment::shared().availableNetworks = availableNetworks;
+    }
+};
+
+/// What each installation replaced that is in force, in their order.
+std::list<Closures>& replacedClosures() {
+    static auto& list = *new std::list<Closures>;
+    return list;
+}
+
+void restore(std::list<Closures>::iterator replaced) {
+    if (const auto later = std::next(replaced); later != replacedClosures().end()) {
+        *later = std::move(*replaced);
+    } else {
+        replaced->use();
+    }
+    replacedClosures().erase(replaced);
 }
 
 } // namespace
@@ -31,18 +67,23 @@ ProcessServices ProcessServices::current() {
             }};
 }
 
-void ProcessServices::install() const {
-    Environment::shared().currentDate = currentDate;
-    NetworkEnvironment::shared().addressIPv4 = addressIPv4;
-    NetworkEnvironment::shared().availableNetworks = [query = availableNetworks] {
-        std::vector<WifiNetworkHost> hosts;
-        for (const JoinedNetwork& network : query()) {
-            hosts.push_back({.interface = network.interface,
-                             .ssid = textOf(network.ssid),
-                             .bssid = textOf(network.bssid)});
-        }
-        return hosts;
-    };
+std::shared_ptr<void> ProcessServices::install() const {
+    auto& replaced = replacedClosures();
+    const auto before = replaced.insert(replaced.end(), Closures::inUse());
+    Closures{.currentDate = currentDate,
+             .addressIPv4 = addressIPv4,
+             .availableNetworks =
+                 [query = availableNetworks] {
+                     std::vector<WifiNetworkHost> hosts;
+                     for (const JoinedNetwork& network : query()) {
+                         hosts.push_back({.interface = network.interface,
+                                          .ssid = textOf(network.ssid),
+                                          .bssid = textOf(network.bssid)});
+                     }
+                     return hosts;
+                 }}
+        .use();
+    return {&*before, [before](void*) { restore(before); }};
 }
 
 } // namespace AmbrelKit::Linux

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,11 +17,12 @@ struct JoinedNetwork {
     std::optional<std::string> bssid; ///< six pairs of hexadecimal digits joined by colons
 };
 
-/// What every kit of this process asks without an object to ask: the wall clock, at each event, and
-/// the state of the network, at each tick of a collection. A host that wants one of them otherwise,
+/// What every kit of this process asks without an object to ask: the time, at each event, and the
+/// state of the network, at each tick of a collection. A host that wants one of them otherwise,
 /// or wants to see the answers, replaces it before it starts a collection, on the thread of its
 /// kits. The closures are called from the kit's callbacks; they may not wait.
 struct ProcessServices {
+    /// This machine's is the wall clock, steady while a collection runs.
     std::function<std::chrono::system_clock::time_point()> currentDate;
     /// This machine's IPv4 address in dotted decimal, or nothing.
     std::function<std::optional<std::string>()> addressIPv4;
@@ -31,8 +33,9 @@ struct ProcessServices {
     /// machine's.
     static ProcessServices current();
 
-    /// Has these used from now on.
-    void install() const;
+    /// Has these used until the handle is dropped; then those that were used before are again.
+    /// Several handles may be dropped in any order.
+    [[nodiscard]] std::shared_ptr<void> install() const;
 };
 
 } // namespace AmbrelKit::Linux

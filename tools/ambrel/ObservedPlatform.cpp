@@ -180,17 +180,17 @@ Linux::PlatformServices observed(Linux::PlatformServices services,
 }
 
 ObservedNetwork::ObservedNetwork(std::shared_ptr<PlatformObserver> observer) {
-    auto services = before_;
+    auto services = Linux::ProcessServices::current();
     // The kit asks for the address first, and for the networks right after it.
     const auto address = std::make_shared<std::optional<std::string>>();
-    services.addressIPv4 = [query = before_.addressIPv4, address] { return *address = query(); };
-    services.availableNetworks = [query = before_.availableNetworks, address,
+    services.addressIPv4 = [query = services.addressIPv4, address] { return *address = query(); };
+    services.availableNetworks = [query = services.availableNetworks, address,
                                   observer = std::move(observer)] {
         auto joined = query();
         observer->networkDidAnswer(*address, joined);
         return joined;
     };
-    services.install();
+    installed_ = services.install();
 }
 
 } // namespace Ambrel

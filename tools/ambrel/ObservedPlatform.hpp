@@ -40,12 +40,9 @@ AmbrelKit::Linux::PlatformServices observed(AmbrelKit::Linux::PlatformServices s
 class ObservedNetwork {
 public:
     explicit ObservedNetwork(std::shared_ptr<PlatformObserver> observer);
-    ObservedNetwork(const ObservedNetwork&) = delete;
-    ObservedNetwork& operator=(const ObservedNetwork&) = delete;
-    ~ObservedNetwork() { before_.install(); }
 
 private:
-    AmbrelKit::Linux::ProcessServices before_ = AmbrelKit::Linux::ProcessServices::current();
+    std::shared_ptr<void> installed_;
 };
 
 } // namespace Ambrel

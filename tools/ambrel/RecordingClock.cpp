@@ -1,7 +1,6 @@
 #include "tools/ambrel/RecordingClock.hpp"
 
 #include <algorithm>
-#include <utility>
 
 namespace Ambrel {
 
@@ -18,16 +17,9 @@ constexpr nanoseconds tickInterval = 1s;
 RecordingClock::RecordingClock()
     : start_(std::chrono::floor<std::chrono::milliseconds>(system_clock::now().time_since_epoch())),
       nextTick_(tickInterval) {
-    before_ = exchange([this] { return system_clock::time_point(start_ + now_ + ahead_); });
-}
-
-RecordingClock::~RecordingClock() { exchange(std::move(before_)); }
-
-RecordingClock::Function RecordingClock::exchange(Function clock) {
     auto services = AmbrelKit::Linux::ProcessServices::current();
-    std::swap(services.currentDate, clock);
-    services.install();
-    return clock;
+    services.currentDate = [this] { return system_clock::time_point(start_ + now_ + ahead_); };
+    installed_ = services.install();
 }
 
 nanoseconds RecordingClock::timerIsScheduled() {

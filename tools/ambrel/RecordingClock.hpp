@@ -4,6 +4,7 @@
 #include "AmbrelKit/Linux/ProcessServices.hpp"
 
 #include <chrono>
+#include <memory>
 #include <optional>
 
 namespace Ambrel {
@@ -18,7 +19,7 @@ public:
     RecordingClock();
     RecordingClock(const RecordingClock&) = delete;
     RecordingClock& operator=(const RecordingClock&) = delete;
-    ~RecordingClock();
+    ~RecordingClock() = default;
 
     /// The wall clock at 0 of the script's time, since 1970: whole milliseconds.
     [[nodiscard]] std::chrono::nanoseconds start() const { return start_; }
@@ -39,18 +40,14 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    /// Makes this the clock of the process's kits and returns the one before.
-    using Function = decltype(AmbrelKit::Linux::ProcessServices::currentDate);
-    static Function exchange(Function clock);
-
     [[nodiscard]] std::chrono::nanoseconds elapsed() const;
 
-    Function before_;
     std::chrono::nanoseconds start_;
     std::optional<Clock::time_point> scheduled_;
     std::chrono::nanoseconds now_{0};
     std::chrono::nanoseconds ahead_{0};
     std::chrono::nanoseconds nextTick_;
+    std::shared_ptr<void> installed_;
 };
 
 } // namespace Ambrel
