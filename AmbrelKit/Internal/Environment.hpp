@@ -22,7 +22,7 @@ public:
     ~Environment() = delete;
 
     /// The current time; by default the system clock's.
-    std::function<TimePoint()> currentDate = [] { return std::chrono::system_clock::now(); };
+    std::function<TimePoint()> currentDate = std::chrono::system_clock::now;
 
     /// A new identifier; by default a random one.
     std::function<UUID()> generateUUID = [] { return UUID::random(); };

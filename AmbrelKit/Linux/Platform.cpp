@@ -1,7 +1,10 @@
 #include "AmbrelKit/Linux/Platform.hpp"
 
+#include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
 #include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
+#include "AmbrelKit/Linux/Lifecycle/Application.hpp"
+#include "AmbrelKit/Linux/Lifecycle/CollectionClock.hpp"
 #include "AmbrelKit/Linux/Location/Location.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
@@ -31,42 +34,43 @@ std::optional<JSONValue> currentNetworkInfo(const std::string& interface) {
 }
 
 /// Replaces a closure that still is its default.
-template <class Result, class... Arguments>
-void install(std::function<Result(Arguments...)>& closure, Result (*original)(Arguments...),
-             Result (*replacement)(Arguments...)) {
-    using Function = Result (*)(Arguments...);
-    const auto* const held = closure.template target<Function>();
+template <class Closure, class Original, class Replacement>
+void install(Closure& closure, Original original, Replacement replacement) {
+    const auto* const held = closure.template target<Original>();
     if (held != nullptr && *held == original) {
-        closure = replacement;
+        closure = std::move(replacement);
     }
 }
 
-/// The default closures know no interface name of a Linux machine, and no radio.
-void installNetworkQueries() {
+/// The default clock may be set while a collection runs; the default queries know no interface name
+/// of a Linux machine, and no radio.
+void installForProcess() {
     auto& network = NetworkEnvironment::shared();
     auto& captive = CaptiveNetwork::shared();
-    install(network.addressIPv4, NetworkEnvironment::_addressIPv4, addressIPv4);
-    install(
-        captive.supportedInterfaces, CaptiveNetwork::_supportedInterfaces,
-        +[]() -> std::optional<JSONValue> { return wirelessStations(); });
+    install(Environment::shared().currentDate, &std::chrono::system_clock::now,
+            [] { return CollectionClock::shared().now(); });
+    install(network.addressIPv4, NetworkEnvironment::_addressIPv4,
+            [interfaces = std::make_shared<Interfaces>()] { return interfaces->addressIPv4(); });
+    install(captive.supportedInterfaces, CaptiveNetwork::_supportedInterfaces,
+            []() -> std::optional<JSONValue> { return wirelessStations(); });
     install(captive.currentNetworkInfo, CaptiveNetwork::_currentNetworkInfo, currentNetworkInfo);
 }
 
 } // namespace
 
 PlatformServices platformServices(const LocationOptions& location) {
-    [[maybe_unused]] static const bool installed = (installNetworkQueries(), true);
+    [[maybe_unused]] static const bool installed = (installForProcess(), true);
     const auto loop = EventLoop::current();
     return {.bonjourServices = Bundle::main().bonjourServices(),
             .bluetoothManagerFactory = makeBluetoothManagerFactory(loop),
             .locationManagerFactory = makeLocationManagerFactory(loop, location),
             .netServiceBrowserFactory = makeNetServiceBrowserFactory(loop),
-            .timerFactory =
+            .timerFactory = CollectionClock::shared().timerFactory(
                 [loop](double interval, bool repeats, TimerTick tick) {
                     return loop->scheduledTimer(interval, repeats, std::move(tick));
-                },
+                }),
             .notificationCenter = NotificationCenter::default_(),
-            .application = Application::shared()};
+            .application = makeApplication()};
 }
 
 std::shared_ptr<AmbrelSDK> create(PlatformServices services) {

@@ -27,8 +27,10 @@ struct PlatformServices {
 
 /// This machine's services, driven by the calling thread's `RunLoop`; what they make is used on
 /// this thread. Sources that were left out of the build stay silent. The first call of a process
-/// also makes the kit's network queries this machine's own, unless they have been replaced before.
-/// Nothing is asked of any daemon yet. `location` says where fixes come from, and to whom. Throws
+/// also makes the kit's clock and network queries this machine's own, unless they have been
+/// replaced before. The timers are for collections: while one is scheduled, the clock is steady.
+/// What the application object has begun for a kit ends with the last kit that holds it. Nothing is
+/// asked of any daemon yet. `location` says where fixes come from, and to whom. Throws
 /// std::system_error when the system gives no descriptor for the loop, and std::invalid_argument
 /// for a gpsd address that is not numeric.
 PlatformServices platformServices(const LocationOptions& location = {});

@@ -381,7 +381,7 @@ class Watching(unittest.TestCase):
         self.assertEqual(process.returncode, -signal.SIGINT)
 
     def test_says_once_that_nobody_will_tell_of_a_return(self):
-        note = "ambrel: note: nothing but --every will make it collect again: the system bus does not answer"
+        note = "ambrel: note: nothing but --every will make it collect again: the system bus does not run"
         for arguments, said in [([], 1), (["--every", "15m"], 0), (["--quiet"], 0)]:
             process = self.start(*arguments)
             time.sleep(1)

@@ -207,6 +207,7 @@ TEST_F(WiFi, OfTwoRadiosIsToldAndCostsLittle) {
     const Station inOther("wlan3", "other");
     const Lines both{"wlan2 one" + first, "wlan3 other" + second};
     ASSERT_TRUE(runUntil([&] { return joined() == both; }));
+    shell("ip address add 192.0.2.1/24 dev wlan0"); // an access point's own does not count
     shell("ip address add 192.0.2.7/24 dev wlan3");
 
     const auto before = descriptorsAndWhat();

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <sys/resource.h>
 #include <vector>
 
 namespace AmbrelKit::Linux {
@@ -20,16 +21,19 @@ std::string addressAmong(const std::vector<std::string>& links) {
     if (const auto refusal = isolate(); !refusal.empty()) {
         return refusal;
     }
-    auto address = addressIPv4();
+    Interfaces interfaces;
+    auto address = interfaces.addressIPv4();
     for (const std::string& link : links) {
         if (std::system(("ip " + link + " 2>/dev/null").c_str()) != 0) {
             const bool kernelLacksIt =
                 link.find(" add ") != std::string::npos && link.find(" type ") != std::string::npos;
             return (kernelLacksIt || link.starts_with("tuntap") ? refused : "failed: ") + link;
         }
-        address = addressIPv4(); // which must not stay what it was
+        address = interfaces.addressIPv4(); // which must not stay what it was
     }
-    return address.value_or("none");
+    const rlimit noDescriptor{};
+    setrlimit(RLIMIT_NOFILE, &noDescriptor);
+    return address == interfaces.addressIPv4() ? address.value_or("none") : "lost sight of";
 }
 
 struct Links {
@@ -76,7 +80,7 @@ std::vector<Links> tableOfLinks() {
         {"Loopback", {"address add 192.0.2.9/32 dev lo", "link set lo up"}, "none"},
         {"Bridge", {bridge, bridgeAddress}, "none"},
         {"PairInABridge", {bridge, bridgeAddress, pair, "link set wlan0 master en0"}, "none"},
-        {"PairBesideABridge", {bridge, bridgeAddress, pair, first}, "198.51.100.1"},
+        {"PairBesideABridge", {bridge, bridgeAddress, pair, first}, "none"},
         {"Tap", {"tuntap add eth0 mode tap", "address add 192.0.2.11/24 dev eth0"}, "none"},
         {"Tun", {"tuntap add eth0 mode tun", "address add 192.0.2.11/24 dev eth0"}, "none"},
         {"Dummy", {"link add eth0 type dummy", "address add 192.0.2.12/24 dev eth0"}, "none"},

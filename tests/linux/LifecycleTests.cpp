@@ -1,5 +1,8 @@
 #include "AmbrelKit/Internal/Environment.hpp"
+#include "AmbrelKit/Linux/Bus/SystemBus.hpp"
+#include "AmbrelKit/Linux/Lifecycle/CollectionClock.hpp"
 #include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Linux/ProcessServices.hpp"
 #include "AmbrelKit/Platform/Application.hpp"
 #include "AmbrelKit/Platform/NotificationCenter.hpp"
 #include "tests/support/Child.hpp"
@@ -12,6 +15,8 @@
 #include <poll.h>
 #include <stdexcept>
 #include <systemd/sd-bus.h>
+#include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -23,7 +28,9 @@ using testing::SizeIs;
 
 constexpr const char* login1 = "org.freedesktop.login1";
 constexpr const char* managerPath = "/org/freedesktop/login1";
-constexpr const char* sessionPath = "/org/freedesktop/login1/session/auto";
+constexpr const char* ownSession = "/org/freedesktop/login1/session/own";
+constexpr const char* laterSession = "/org/freedesktop/login1/session/later";
+constexpr const char* userInterface = "org.freedesktop.login1.User";
 constexpr const char* managerInterface = "org.freedesktop.login1.Manager";
 constexpr const char* mockInterface = "org.freedesktop.DBus.Mock";
 
@@ -36,8 +43,18 @@ protected:
         logind.emplace(std::vector<std::string>{"/usr/bin/python3", "-m", "dbusmock", "--system",
                                                 "--template", "logind"});
         ASSERT_TRUE(runUntil([this] { return ask(managerPath, managerInterface, "ListUsers"); }));
-        ASSERT_TRUE(ask(managerPath, mockInterface, "AddSession", "ssusb", "auto", "seat0", 0,
-                        "somebody", 1));
+        for (const char* session : {"own", "later"}) {
+            ASSERT_TRUE(ask(managerPath, mockInterface, "AddSession", "ssusb", session, "seat0", 0,
+                            "somebody", 0));
+        }
+        ASSERT_TRUE(ask(managerPath, mockInterface, "AddObject", "ssa{sv}a(ssss)", userPath.c_str(),
+                        userInterface, 1, "Display", "(so)", "", "/", 0));
+    }
+
+    void haveOwnSession() {
+        ASSERT_TRUE(ask(managerPath, mockInterface, "AddMethod", "sssss", managerInterface,
+                        "GetSessionByPID", "u", "o",
+                        ("ret = '" + std::string(ownSession) + "'").c_str()));
     }
 
     template <class... Arguments> bool ask(const char* path, const char* interface,
@@ -52,10 +69,16 @@ protected:
                         "PrepareForSleep", "b", 1, "b", sleeping ? 1 : 0));
     }
 
-    void activateSession(bool active) {
-        ASSERT_TRUE(ask(sessionPath, mockInterface, "UpdateProperties", "sa{sv}",
-                        "org.freedesktop.login1.Session", 2, "LockedHint", "b", 0, "Active", "b",
+    void activate(const char* session, bool active, const char* state = "online") {
+        ASSERT_TRUE(ask(session, mockInterface, "UpdateProperties", "sa{sv}",
+                        "org.freedesktop.login1.Session", 2, "State", "s", state, "Active", "b",
                         active ? 1 : 0));
+    }
+
+    /// Which session is the display of this user; "/" for none.
+    void display(const char* session) {
+        ASSERT_TRUE(ask(userPath.c_str(), "org.freedesktop.DBus.Properties", "Set", "ssv",
+                        userInterface, "Display", "(so)", "", session));
     }
 
     /// What is delayed, by whom, why and how, as logind lists it.
@@ -85,26 +108,41 @@ protected:
             [this](const Notification&) { ++activations; });
     }
 
+    /// A kit that collects, of which nothing leaves the machine.
+    static std::shared_ptr<AmbrelSDK> collect(const std::shared_ptr<QuietHost>& host) {
+        auto services = Linux::platformServices();
+        services.bonjourServices.emplace();
+        const auto kit = Linux::create(std::move(services));
+        kit->setDelegate(host);
+        kit->startScanning();
+        return kit;
+    }
+
     BackgroundTaskIdentifier begin(std::function<void()> timeIsUp = [] { FAIL(); }) {
         return application->beginBackgroundTask("a task", std::move(timeIsUp));
     }
 
-    /// Until every signal that was sent before has been heard.
+    /// Until what logind has sent, and what was asked of it for that, has been heard.
     void drain() {
-        bool last = false;
-        const auto task = begin([&last] { last = true; });
-        announceSleep(true);
-        ASSERT_TRUE(until([&last] { return last; }));
-        application->endBackgroundTask(task);
+        for (int turns = 5; turns > 0; --turns) { // of question and answer
+            bool answered = false;
+            loop()->shared<Linux::SystemBus>()->send(
+                {login1, managerPath, "org.freedesktop.DBus.Peer", "Ping"}, {},
+                [&answered](sd_bus_message*) { answered = true; });
+            ASSERT_TRUE(until([&answered] { return answered; }));
+        }
     }
 
     /// Until an observer hears of logind's signals, and has heard all that were made for this.
     void awaitFollowed() {
-        ASSERT_TRUE(runUntil([this] { return activateSession(true), activations > 0; }));
+        const auto task = begin([] {});
+        ASSERT_TRUE(inhibited(1));
+        application->endBackgroundTask(task);
+        ASSERT_TRUE(inhibited(0));
         drain();
-        activations = 0;
     }
 
+    const std::string userPath = "/org/freedesktop/login1/user/_" + std::to_string(getuid());
     PrivateBus bus;
     std::shared_ptr<Linux::Deadline> clock = loop()->deadline([] {}); ///< has the loop its clock
     std::optional<Child> logind;
@@ -203,26 +241,156 @@ TEST_F(LifecycleTest, ALogindThatStartsAgainIsFollowedAgain) {
     application->endBackgroundTask(task);
 }
 
-TEST_F(LifecycleTest, ResumeAndTheSessionsActivationAreTold) {
+struct Step {
+    const char* what;
+    std::function<void()> happens;
+    int activations;
+};
+
+TEST_F(LifecycleTest, ActivationsAreOfTheSessionThatShowsTheUser) {
     startLogind();
     const auto descriptors = openDescriptors();
     const auto observer = observe();
     awaitFollowed();
-    const std::pair<std::function<void()>, int> steps[] = {
-        {[this] { announceSleep(true); }, 0},    {[this] { announceSleep(false); }, 1},
-        {[this] { activateSession(false); }, 0}, {[this] { activateSession(true); }, 1},
-        {[this] { announceSleep(false); }, 1},
+    const Step steps[] = {
+        {"somebody else's session", [this] { activate(ownSession, true); }, 0},
+        {"it becomes the user's", [this] { display(ownSession); }, 1},
+        {"another is looked at", [this] { activate(ownSession, false); }, 0},
+        {"back", [this] { activate(ownSession, true); }, 1},
+        {"said again", [this] { activate(ownSession, true); }, 0},
+        {"logged out",
+         [this] {
+             activate(ownSession, false);
+             display("/");
+         },
+         0},
+        {"logged in anew, the screen still shows the greeter", [this] { display(laterSession); },
+         0},
+        {"the screen shows it", [this] { activate(laterSession, true); }, 1},
+        {"the earlier session", [this] { activate(ownSession, true); }, 0},
+        {"on the way to sleep", [this] { announceSleep(true); }, 0},
+        {"the console is switched",
+         [this] {
+             activate(laterSession, false);
+             activate(laterSession, true);
+             activate(laterSession, false);
+         },
+         0},
+        {"resumed", [this] { announceSleep(false); }, 1},
+        {"and the console is switched back", [this] { activate(laterSession, true); }, 0},
+        {"resumed again", [this] { announceSleep(false); }, 1},
     };
-    int expected = 0;
-    for (const auto& [happens, count] : steps) {
-        expected += count;
-        happens();
-        ASSERT_TRUE(runUntil([&] { return activations >= expected; }));
+    for (const Step& step : steps) {
+        activations = 0;
+        step.happens();
+        drain();
+        EXPECT_EQ(activations, step.activations) << step.what;
     }
-    drain();
-    EXPECT_EQ(activations, expected);
     NotificationCenter::default_()->removeObserver(observer);
     EXPECT_EQ(openDescriptors(), descriptors) << "logind is followed for nobody";
+}
+
+TEST_F(LifecycleTest, TheOwnSessionIsFollowedUntilItsUserHasLoggedOutOfIt) {
+    startLogind();
+    haveOwnSession();
+    display(laterSession);
+    const auto observer = observe();
+    awaitFollowed();
+    const Step steps[] = {
+        {"the display is another", [this] { activate(laterSession, true); }, 0},
+        {"its own", [this] { activate(ownSession, true); }, 1},
+        {"logged out of it",
+         [this] {
+             activate(laterSession, false);
+             activate(ownSession, false, "closing");
+             display("/");
+         },
+         0},
+        {"logged in anew",
+         [this] {
+             display(laterSession);
+             activate(laterSession, true);
+         },
+         1},
+    };
+    for (const Step& step : steps) {
+        activations = 0;
+        step.happens();
+        drain();
+        EXPECT_EQ(activations, step.activations) << step.what;
+    }
+}
+
+TEST_F(LifecycleTest, AReleasedKitDelaysSleepNoLonger) {
+    startLogind();
+    const auto host = std::make_shared<QuietHost>();
+    for (int i = 0; i < 3; ++i) {
+        const auto kit = collect(host);
+        ASSERT_TRUE(inhibited(1));
+    }
+    EXPECT_TRUE(inhibited(0));
+    EXPECT_EQ(host->deliveries, 0);
+}
+
+/// Has the time since boot be later than it is, and the wall clock set back by a day.
+class Later {
+public:
+    Later() {
+        clock.sinceBoot = [this] { return sinceBoot() + by; };
+        clock.wallClock = [] { return std::chrono::system_clock::now() - 24h; };
+    }
+    Later(const Later&) = delete;
+    Later& operator=(const Later&) = delete;
+    ~Later() {
+        clock.sinceBoot = sinceBoot;
+        clock.wallClock = std::chrono::system_clock::now;
+    }
+
+    std::chrono::milliseconds by{0};
+    Linux::CollectionClock& clock = Linux::CollectionClock::shared();
+
+private:
+    const decltype(Linux::CollectionClock::sinceBoot) sinceBoot = clock.sinceBoot;
+};
+
+TEST_F(LifecycleTest, WhatSleepInterruptedIsDeliveredOnceOnResumeAndThenCollectedAnew) {
+    startLogind();
+    const auto host = std::make_shared<QuietHost>();
+    std::optional<std::string> address = "192.0.2.1";
+    auto network = Linux::ProcessServices::current();
+    network.addressIPv4 = [&] { return address; };
+    const auto kit = collect(host);
+    const auto replaced = network.install();
+    Later later;
+    ASSERT_TRUE(inhibited(1));
+    during(1200ms); // a tick
+    announceSleep(true);
+    EXPECT_TRUE(inhibited(0));
+    address.reset(); // as the network is taken down on the way to sleep
+    later.by += 15s;
+    during(1200ms); // no tick
+    EXPECT_EQ(host->deliveries, 0);
+    announceSleep(false);
+    drain();
+    EXPECT_EQ(host->deliveries, 1);
+    EXPECT_EQ(host->last["ip"], "192.0.2.1");
+    const auto first = std::exchange(host->last, {});
+
+    // The second collection of it is interrupted, too, by a sleep until just before ...
+    EXPECT_FALSE(later.clock.begun());
+    kit->setAmbrelTimeThreshold(0);
+    kit->startScanning();
+    ASSERT_TRUE(inhibited(1));
+    kit->setAmbrelTimeThreshold(30);
+    announceSleep(true);
+    later.by += 30500ms; // ... it is too old to be delivered again
+    announceSleep(false);
+    drain();
+    EXPECT_EQ(host->deliveries, 2);
+    EXPECT_FALSE(later.clock.begun());
+    EXPECT_TRUE(until([&] { return later.clock.begun().has_value(); }));
+    EXPECT_EQ(host->deliveries, 2) << "it was delivered again";
+    kit->stopScanning();
 }
 
 TEST_F(LifecycleTest, WithoutLogindOrBusATaskIsANumberAndNothingWakes) {
@@ -242,14 +410,10 @@ TEST_F(LifecycleTest, WithoutLogindOrBusATaskIsANumberAndNothingWakes) {
 TEST_F(LifecycleTest, AutomaticModeCollectsAgainAfterResume) {
     startLogind();
     const auto host = std::make_shared<QuietHost>();
-    auto services = Linux::platformServices();
-    services.bonjourServices.emplace();
-    const auto kit = Linux::create(std::move(services));
-    kit->setDelegate(host);
+    const auto kit = collect(host);
     kit->setAmbrelTimeThreshold(0);
     auto& now = Environment::shared().currentDate;
     const auto clock = now;
-    kit->startScanning();
     EXPECT_TRUE(inhibited(1)) << "a collection runs";
     now = [clock] { return clock() + 11s; };
     ASSERT_TRUE(runUntil([&] { return host->deliveries == 1; }));

@@ -1,7 +1,7 @@
+#include "tests/facade/OutsideMain.hpp"
 #include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
-#include "tests/facade/OutsideMain.hpp"
 
 using namespace AmbrelKit;
 
@@ -24,7 +24,9 @@ public:
         loop->run();
     }
 
-    [[nodiscard]] static std::string address() { return Linux::addressIPv4().value_or(""); }
+    [[nodiscard]] static std::string address() {
+        return Linux::Interfaces().addressIPv4().value_or("");
+    }
 };
 
 OutsideMain<LinuxMachine> host;

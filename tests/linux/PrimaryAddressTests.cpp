@@ -19,29 +19,28 @@ TEST(LinkKind, IsWhatTheKernelSaysWhateverTheName) {
         LinkFacts facts;
         LinkKind kind;
     };
+    using enum LinkKind;
     const std::vector<Case> cases{
-        {"Ethernet port", {ARPHRD_ETHER, true, false, "", ""}, LinkKind::wired},
-        {"switch port", {ARPHRD_ETHER, true, false, "dsa", ""}, LinkKind::wired},
-        {"tethered phone", {ARPHRD_ETHER, true, false, "", "cdc_ether"}, LinkKind::wired},
-        {"VLAN", {ARPHRD_ETHER, false, false, "vlan", "802.1Q VLAN Support"}, LinkKind::wired},
-        {"bond", {ARPHRD_ETHER, false, false, "bond", "bonding"}, LinkKind::wired},
-        {"team", {ARPHRD_ETHER, false, false, "", "team"}, LinkKind::wired},
-        {"radio", {ARPHRD_ETHER, true, true, "wlan", ""}, LinkKind::wireless},
-        {"modem, Ethernet frames", {ARPHRD_ETHER, true, false, "wwan", ""}, LinkKind::cellular},
-        {"modem, bare packets", {ARPHRD_NONE, true, false, "wwan", ""}, LinkKind::cellular},
-        {"pair", {ARPHRD_ETHER, false, false, "", "veth"}, LinkKind::container},
-        {"macvlan", {ARPHRD_ETHER, false, false, "", "macvlan"}, LinkKind::container},
-        {"ipvlan", {ARPHRD_ETHER, false, false, "", "ipvlan"}, LinkKind::container},
-        {"loopback", {ARPHRD_LOOPBACK, false, false, "", ""}, LinkKind::none},
-        {"bridge", {ARPHRD_ETHER, false, false, "bridge", "bridge"}, LinkKind::none},
-        {"tap", {ARPHRD_ETHER, false, false, "", "tun"}, LinkKind::none},
-        {"tun", {ARPHRD_NONE, false, false, "", "tun"}, LinkKind::none},
-        {"WireGuard", {ARPHRD_NONE, false, false, "wireguard", ""}, LinkKind::none},
-        {"PPP", {ARPHRD_PPP, false, false, "ppp", ""}, LinkKind::none},
-        {"VXLAN", {ARPHRD_ETHER, false, false, "vxlan", "vxlan"}, LinkKind::none},
-        {"dummy", {ARPHRD_ETHER, false, false, "", "dummy"}, LinkKind::none},
-        {"CAN bus", {ARPHRD_CAN, true, false, "", ""}, LinkKind::none},
-        {"nothing known", {}, LinkKind::none},
+        {"Ethernet port", {ARPHRD_ETHER, true}, port},
+        {"modem, bare packets", {ARPHRD_NONE, true}, port},
+        {"modem, bare IP", {ARPHRD_RAWIP, true}, port},
+        {"VLAN", {ARPHRD_ETHER, false, false, false, "802.1Q VLAN Support"}, port},
+        {"bond", {ARPHRD_ETHER, false, false, false, "bonding"}, port},
+        {"team", {ARPHRD_ETHER, false, false, false, "team"}, port},
+        {"radio", {ARPHRD_ETHER, true, true}, port},
+        {"access point", {ARPHRD_ETHER, true, true, true}, accessPoint},
+        {"pair", {ARPHRD_ETHER, false, false, false, "veth"}, pair},
+        {"macvlan", {ARPHRD_ETHER, false, false, false, "macvlan"}, share},
+        {"ipvlan", {ARPHRD_ETHER, false, false, false, "ipvlan"}, share},
+        {"bridge", {ARPHRD_ETHER, false, false, false, "bridge"}, bridge},
+        {"loopback", {ARPHRD_LOOPBACK}, none},
+        {"tap", {ARPHRD_ETHER, false, false, false, "tun"}, none},
+        {"tun", {ARPHRD_NONE, false, false, false, "tun"}, none},
+        {"PPP", {ARPHRD_PPP}, none},
+        {"VXLAN", {ARPHRD_ETHER, false, false, false, "vxlan"}, none},
+        {"dummy", {ARPHRD_ETHER, false, false, false, "dummy"}, none},
+        {"CAN bus", {ARPHRD_CAN, true}, none},
+        {"nothing known", {}, none},
     };
     for (const Case& each : cases) {
         EXPECT_EQ(linkKind(each.facts), each.kind) << each.what;
@@ -65,20 +64,13 @@ TEST(DefaultRoutes, AreTheUsableOnesWithTheirLowestMetric) {
 }
 
 TEST(PrimaryAddress, IsThatOfTheLinkThatLeadsOut) {
-    // The first letter tells the kind: e(thernet), w(ireless), m(odem), v(eth), anything else none.
-    const auto kind = [](const std::string& interface) {
-        switch (interface.front()) {
-        case 'e':
-            return LinkKind::wired;
-        case 'w':
-            return LinkKind::wireless;
-        case 'm':
-            return LinkKind::cellular;
-        case 'v':
-            return LinkKind::container;
-        default:
-            return LinkKind::none;
-        }
+    // The first letter tells the kind: e(thernet), w(ireless), v(eth), i(pvlan), anything else
+    // none.
+    const auto kind = [](char letter) {
+        return letter == 'e' || letter == 'w' ? LinkKind::port
+               : letter == 'v'                ? LinkKind::pair
+               : letter == 'i'                ? LinkKind::share
+                                              : LinkKind::none;
     };
     struct Case {
         const char* what;
@@ -91,19 +83,23 @@ TEST(PrimaryAddress, IsThatOfTheLinkThatLeadsOut) {
         {"only links that lead nowhere", {"br0", "tun0"}, {{"tun0", 0}}, std::nullopt},
         {"the first without a default route", {"br0", "e0", "w0"}, {}, "e0"},
         {"the default route before the order", {"e0", "w0"}, {{"w0", 600}}, "w0"},
-        {"the lowest metric", {"e0", "w0", "m0"}, {{"m0", 700}, {"w0", 600}, {"e0", 800}}, "w0"},
+        {"the lowest metric", {"e0", "w0", "e1"}, {{"e1", 700}, {"w0", 600}, {"e0", 800}}, "w0"},
         {"the first of equal metrics", {"w0", "e0"}, {{"w0", 0}, {"e0", 0}}, "w0"},
         {"a default route through a tunnel", {"tun0", "e0", "w0"}, {{"tun0", 0}, {"w0", 9}}, "w0"},
-        {"a container", {"v0"}, {}, "v0"},
+        {"the host's end of a container's link", {"v0"}, {}, std::nullopt},
+        {"a container on its host's port", {"i0"}, {}, "i0"},
         {"a container on two networks", {"v0", "v1"}, {{"v1", 0}}, "v1"},
         {"hardware before a container's link", {"v0", "e0"}, {{"v0", 0}}, "e0"},
     };
     for (const Case& each : cases) {
         std::vector<AddressEntry> entries;
         for (const std::string& interface : each.interfaces) {
-            entries.push_back({interface, interface});
+            const auto route = each.routes.find(interface);
+            entries.push_back(
+                {interface, interface, kind(interface.front()),
+                 route == each.routes.end() ? std::nullopt : std::optional(route->second)});
         }
-        EXPECT_EQ(primaryAddress(entries, each.routes, kind), each.address) << each.what;
+        EXPECT_EQ(primaryAddress(entries), each.address) << each.what;
     }
 }
 

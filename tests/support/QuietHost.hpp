@@ -1,6 +1,8 @@
 #ifndef AMBREL_TESTS_SUPPORT_QUIETHOST_HPP
 #define AMBREL_TESTS_SUPPORT_QUIETHOST_HPP
 
+#include "AmbrelKit/Platform/JSONDictionary.hpp"
+
 #include <AmbrelKit/AmbrelSDKDelegate.hpp>
 
 #include <functional>
@@ -12,7 +14,8 @@ class QuietHost final : public AmbrelKit::AmbrelSDKDelegate {
     using Status = AmbrelKit::AmbrelPermissionStatus;
 
 public:
-    void didReceiveUpdateWithCollectedData(const AmbrelKit::JSONDictionary& /*data*/) override {
+    void didReceiveUpdateWithCollectedData(const AmbrelKit::JSONDictionary& data) override {
+        last = data;
         ++deliveries;
         delivered();
     }
@@ -28,6 +31,7 @@ public:
     Status location = Status::unknown;
     Status network = Status::granted;
     int deliveries = 0;
+    AmbrelKit::JSONDictionary last;
     std::function<void()> delivered = [] {};
 };
 

@@ -107,7 +107,7 @@ struct Wait {
 
 Examination examineBluetooth(const Surroundings& surroundings, const Report& report) {
     if (!surroundings.busAnswers) {
-        report(failsWithoutBus());
+        report(failsWithoutBus(surroundings));
     } else if (surroundings.running.contains(blueZName)) {
         return Wait::start(surroundings, report);
     } else if (surroundings.startable.contains(blueZName)) {

@@ -110,6 +110,8 @@ public:
     /// was never there, since trying again and again would keep an idle process awake.
     [[nodiscard]] bool wasConnected() const { return wasConnected_; }
 
+    [[nodiscard]] bool isConnected() const { return bus_ != nullptr; }
+
     /// Has `registration` follow the connection for as long as it lives.
     void enrol(const std::shared_ptr<BusRegistration>& registration);
 

@@ -3,6 +3,7 @@
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 #include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <algorithm>
 #include <array>
@@ -42,12 +43,6 @@ std::vector<Source> named(const std::vector<std::string>& names) {
     return found;
 }
 
-std::set<std::string> readNames(sd_bus_message* reply) {
-    std::set<std::string> names;
-    eachText(reply, [&names](std::string_view name) { names.emplace(name); });
-    return names;
-}
-
 class FullDiagnosis final : public Diagnosis, public std::enable_shared_from_this<FullDiagnosis> {
 public:
     FullDiagnosis(Surroundings surroundings, std::vector<Source> sources,
@@ -56,54 +51,49 @@ public:
           done_(std::move(done)), found_(sources_.size()) {}
 
     void begin() {
-        finished_ = surroundings_.loop->deadline([weak = weak_from_this()] {
-            if (const auto diagnosis = weak.lock()) {
-                diagnosis->finish();
+        finished_ = surroundings_.loop->deadline(weakly(weak_from_this(), &FullDiagnosis::finish));
+        askForNames("ListNames", [this](sd_bus_message* reply) {
+            if (readNames(reply, surroundings_.running)) {
+                askForNames("ListActivatableNames", [this](sd_bus_message* more) {
+                    surroundings_.busAnswers = readNames(more, surroundings_.startable);
+                    examine();
+                });
+            } else {
+                examine();
             }
         });
-        askForNames("ListNames", &FullDiagnosis::runningKnown);
     }
 
 private:
-    using Handler = void (FullDiagnosis::*)(sd_bus_message*);
-
-    void askForNames(const char* member, Handler answered) {
+    void askForNames(const char* member, std::function<void(sd_bus_message*)> answered) {
         examinations_.push_back(askDaemon(
             surroundings_,
             {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", member}, {},
-            [weak = weak_from_this(), answered](sd_bus_message* reply) {
-                if (const auto diagnosis = weak.lock()) {
-                    ((*diagnosis).*answered)(reply);
-                }
-            }));
+            weakly(weak_from_this(),
+                   [answered = std::move(answered)](FullDiagnosis&, sd_bus_message* reply) {
+                       answered(reply);
+                   })));
     }
 
-    void runningKnown(sd_bus_message* reply) {
-        surroundings_.busAnswers = reply != nullptr;
-        if (reply == nullptr) {
-            examine();
-            return;
+    /// False where there is no answer. An error is one by the connection, which has ended.
+    bool readNames(sd_bus_message* reply, std::set<std::string>& names) {
+        const auto& bus = *surroundings_.bus;
+        const bool answers =
+            reply != nullptr && sd_bus_message_is_method_error(reply, nullptr) <= 0;
+        surroundings_.busDrops =
+            !answers && bus.wasConnected() && (reply != nullptr || !bus.isConnected());
+        if (answers) {
+            eachText(reply, [&names](std::string_view name) { names.emplace(name); });
         }
-        surroundings_.running = readNames(reply);
-        askForNames("ListActivatableNames", &FullDiagnosis::startableKnown);
-    }
-
-    void startableKnown(sd_bus_message* reply) {
-        surroundings_.busAnswers = reply != nullptr;
-        if (reply != nullptr) {
-            surroundings_.startable = readNames(reply);
-        }
-        examine();
+        return answers;
     }
 
     void examine() {
         for (std::size_t i = 0; i < sources_.size(); ++i) {
-            examinations_.push_back(
-                sources_[i].examine(surroundings_, [weak = weak_from_this(), i](Finding found) {
-                    if (const auto diagnosis = weak.lock()) {
-                        diagnosis->found(i, std::move(found));
-                    }
-                }));
+            examinations_.push_back(sources_[i].examine(
+                surroundings_, weakly(weak_from_this(), [i](FullDiagnosis& self, Finding found) {
+                    self.found(i, std::move(found));
+                })));
         }
         finishWhenAllIsFound(); // nothing may be wanted
     }
@@ -169,20 +159,17 @@ Examination askDaemon(const Surroundings& surroundings, const BusMethod& method,
         std::unique_ptr<PendingCall> call;
         std::shared_ptr<Deadline> patience;
 
-        static void end(const std::weak_ptr<Question>& weak, sd_bus_message* reply) {
-            if (const auto question = weak.lock()) {
-                question->call.reset();
-                question->patience.reset();
-                question->answered(reply);
-            }
+        void end(sd_bus_message* reply) {
+            call.reset();
+            patience.reset();
+            answered(reply);
         }
     };
     const auto question = std::make_shared<Question>();
-    const std::weak_ptr weak(question);
     question->answered = answered;
-    question->call = surroundings.bus->call(
-        method, arguments, [weak](sd_bus_message* reply) { Question::end(weak, reply); });
-    question->patience = surroundings.loop->deadline([weak] { Question::end(weak, nullptr); });
+    question->call = surroundings.bus->call(method, arguments, weakly(question, &Question::end));
+    question->patience =
+        surroundings.loop->deadline(weakly(question, [](Question& self) { self.end(nullptr); }));
     const bool asked = question->call != nullptr;
     question->patience->arm(std::chrono::steady_clock::now() +
                             (asked ? daemonPatience : std::chrono::seconds(0)));
@@ -194,8 +181,16 @@ bool kernelHas(const std::string& deviceClass) {
     return !std::filesystem::is_empty("/sys/class/" + deviceClass, error) && !error;
 }
 
-Finding failsWithoutBus() {
-    return fails("the system bus does not answer",
+Finding failsWithoutBus(const Surroundings& surroundings) {
+    if (surroundings.busDrops) {
+        return fails("the system bus closes this program's connection, as it does with a user whom "
+                     "it does not know",
+                     "run as a lasting user (User= in place of DynamicUser= in the unit)");
+    }
+    if (surroundings.bus->wasConnected()) {
+        return fails("the system bus does not answer", "systemctl status dbus");
+    }
+    return fails("the system bus does not run",
                  "start it (systemctl start dbus), or let this container have "
                  "/run/dbus/system_bus_socket");
 }

@@ -20,6 +20,7 @@ struct Surroundings {
     LocationOptions location;
     std::shared_ptr<SystemBus> bus;
     bool busAnswers = false;
+    bool busDrops = false;                ///< it takes this program's connection, and closes it
     std::set<std::string> running = {};   ///< the names that have an owner
     std::set<std::string> startable = {}; ///< the names whose daemons the bus can start
 };
@@ -38,7 +39,7 @@ inline Finding fails(std::string reason, std::string remedy) {
 }
 
 // What sources on the bus have in common.
-Finding failsWithoutBus();
+Finding failsWithoutBus(const Surroundings& surroundings);
 /// The daemon is there, and silent. `unit` is what systemd calls it.
 Finding failsWithoutAnswer(const std::string& unit);
 

@@ -1,4 +1,4 @@
-#include "AmbrelKit/Platform/Application.hpp"
+#include "AmbrelKit/Linux/Lifecycle/Application.hpp"
 
 #include "AmbrelKit/Linux/Lifecycle/Logind.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
@@ -32,8 +32,12 @@ private:
 
 } // namespace
 
+std::shared_ptr<Application> Linux::makeApplication() {
+    return std::make_shared<LinuxApplication>();
+}
+
 std::shared_ptr<Application> Application::shared() {
-    return Linux::ofThisThread([] { return std::make_shared<LinuxApplication>(); });
+    return Linux::ofThisThread([] { return Linux::makeApplication(); });
 }
 
 } // namespace AmbrelKit

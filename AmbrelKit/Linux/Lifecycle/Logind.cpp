@@ -1,39 +1,29 @@
 #include "AmbrelKit/Linux/Lifecycle/Logind.hpp"
 
-#include "AmbrelKit/Linux/Bus/BusReading.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "AmbrelKit/Platform/NotificationCenter.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <string_view>
 #include <utility>
 
 namespace AmbrelKit::Linux {
 
 namespace {
 
-constexpr const char* logindName = "org.freedesktop.login1";
+using Clock = std::chrono::steady_clock;
+
 constexpr const char* logindPath = "/org/freedesktop/login1";
 constexpr const char* logindInterface = "org.freedesktop.login1.Manager";
-constexpr const char* sessionInterface = "org.freedesktop.login1.Session";
 
-BusMethod logindMethod(const std::string& owner, const char* member) {
-    return {owner, logindPath, logindInterface, member};
-}
+/// The machine shows its session again within this time after a resume.
+constexpr std::chrono::seconds partOfResume{5};
 
-/// Whether the body of PropertiesChanged says that a session is active from now on.
-bool saysActive(sd_bus_message* signal) {
-    const char* interface = nullptr;
-    int active = 0;
-    if (sd_bus_message_read(signal, "s", &interface) > 0) {
-        readProperties(signal, [&](std::string_view name, std::string_view type) {
-            return name == "Active" && type == "b" &&
-                   sd_bus_message_read(signal, "v", "b", &active) > 0;
-        });
-    }
-    return active != 0;
+void postActivation() {
+    NotificationCenter::default_()->post(ApplicationDidBecomeActiveNotification);
 }
 
 } // namespace
@@ -44,7 +34,7 @@ SleepDelay::SleepDelay(std::shared_ptr<Logind> logind, const std::string& why,
       timeIsUp_(std::move(timeIsUp)) {}
 
 void SleepDelay::request() {
-    if (expired_ || logind_->owner_.empty()) {
+    if (expired_ || !logind_->daemon_) {
         return;
     }
     const auto arguments = [this](sd_bus_message* call) {
@@ -52,12 +42,8 @@ void SleepDelay::request() {
                                      repairedUTF8(program_invocation_short_name).c_str(),
                                      why_.c_str(), "delay");
     };
-    question_ = logind_->bus_->call(logindMethod(logind_->owner_, "Inhibit"), arguments,
-                                    [weak = weak_from_this()](sd_bus_message* reply) {
-                                        if (const auto delay = weak.lock()) {
-                                            delay->replied(reply);
-                                        }
-                                    });
+    question_ = logind_->daemon_->call({logindPath, logindInterface, "Inhibit"}, arguments,
+                                       weakly(weak_from_this(), &SleepDelay::replied));
 }
 
 void SleepDelay::replied(sd_bus_message* reply) {
@@ -79,17 +65,15 @@ void SleepDelay::expire() {
 
 std::shared_ptr<Logind> Logind::make(const std::shared_ptr<EventLoop>& loop) {
     std::shared_ptr<Logind> logind(new Logind(loop));
+    logind->resumed_ = loop->deadline(postActivation);
     logind->follow();
     return logind;
 }
 
 void Logind::follow() {
     bus_ = loop_->shared<SystemBus>();
-    name_ = NameWatch::start(bus_, logindName, [weak = weak_from_this()](const std::string& owner) {
-        if (const auto logind = weak.lock()) {
-            logind->ownerChanged(owner);
-        }
-    });
+    name_ = NameWatch::start(bus_, "org.freedesktop.login1",
+                             weakly(weak_from_this(), &Logind::ownerChanged));
 }
 
 std::shared_ptr<SleepDelay> Logind::delaySleep(const std::string& why,
@@ -98,32 +82,30 @@ std::shared_ptr<SleepDelay> Logind::delaySleep(const std::string& why,
         follow();
     }
     std::shared_ptr<SleepDelay> delay(new SleepDelay(shared_from_this(), why, std::move(timeIsUp)));
-    std::erase_if(delays_, [](const auto& weak) { return weak.expired(); });
-    delays_.push_back(delay);
+    delays_.add(delay);
     delay->request();
     return delay;
 }
 
 void Logind::ownerChanged(const std::string& owner) {
-    owner_ = owner;
     sleep_.reset();
-    sessionQuestion_.reset();
     session_.reset();
+    daemon_.reset();
+    delays_.each([](SleepDelay& delay) { delay.question_.reset(); });
     if (!bus_->wasConnected()) {
         name_.reset();
         bus_.reset();
     }
-    if (owner_.empty()) {
+    if (owner.empty()) {
         return; // the inhibitors are kept: a logind that starts again knows them from before
     }
-    sleep_ = bus_->match("type='signal',sender='" + owner_ + "',path='" + logindPath +
-                             "',interface='" + logindInterface + "',member='PrepareForSleep'",
-                         receiver(&Logind::sleepAnnounced));
-    sessionQuestion_ = bus_->call(
-        logindMethod(owner_, "GetSession"),
-        [](sd_bus_message* call) { return sd_bus_message_append(call, "s", "auto"); },
-        receiver(&Logind::sessionFound));
-    eachDelay([](SleepDelay& delay) { delay.request(); });
+    daemon_ = std::make_unique<Daemon>(bus_, owner);
+    daemon_->hear(std::string("path='") + logindPath + "',interface='" + logindInterface +
+                      "',member='PrepareForSleep'",
+                  weakly(weak_from_this(), &Logind::sleepAnnounced));
+    session_ = std::make_unique<SessionWatch>(bus_, owner,
+                                              weakly(weak_from_this(), &Logind::sessionChanged));
+    delays_.each([](SleepDelay& delay) { delay.request(); });
 }
 
 void Logind::sleepAnnounced(sd_bus_message* signal) {
@@ -132,50 +114,44 @@ void Logind::sleepAnnounced(sd_bus_message* signal) {
         return;
     }
     if (sleeping != 0) {
-        eachDelay([](SleepDelay& delay) { delay.expire(); });
-        return;
+        fallAsleep();
+    } else {
+        resume();
     }
-    eachDelay([](SleepDelay& delay) {
+}
+
+void Logind::fallAsleep() {
+    resumed_->disarm();
+    auto& clock = CollectionClock::shared();
+    if (!sleep_) {
+        sleep_.reset(
+            new Sleep{.pause = CollectionClock::Pause(clock), .interrupted = clock.begun()});
+    }
+    delays_.each([](SleepDelay& delay) { delay.expire(); });
+}
+
+void Logind::resume() {
+    const auto slept = std::exchange(sleep_, nullptr);
+    const auto& clock = CollectionClock::shared();
+    delays_.each([](SleepDelay& delay) {
         if (!delay.isRequested()) { // logind grants none on the way to sleep
             delay.request();
         }
     });
-    NotificationCenter::default_()->post(ApplicationDidBecomeActiveNotification);
-}
-
-void Logind::sessionFound(sd_bus_message* reply) {
-    sessionQuestion_.reset();
-    const char* path = nullptr;
-    if (sd_bus_message_read(reply, "o", &path) <= 0) {
-        return; // a service or a job has no session
+    loop_->guarded([&] { clock.tick(); });
+    resumedAt_ = Clock::now();
+    auto tell = resumedAt_;
+    if (slept && slept->interrupted) {
+        tell += std::max(CollectionClock::Boot(0),
+                         *slept->interrupted + CollectionClock::pastReuse - clock.sinceBoot());
     }
-    session_ = bus_->match("type='signal',sender='" + owner_ + "',path='" + path +
-                               "',interface='org.freedesktop.DBus.Properties',"
-                               "member='PropertiesChanged',arg0='" +
-                               sessionInterface + "'",
-                           receiver(&Logind::sessionChanged));
+    resumed_->arm(tell);
 }
 
-void Logind::sessionChanged(sd_bus_message* signal) {
-    if (saysActive(signal)) {
-        NotificationCenter::default_()->post(ApplicationDidBecomeActiveNotification);
-    }
-}
-
-BusReceiver Logind::receiver(void (Logind::*handler)(sd_bus_message*)) {
-    return [weak = weak_from_this(), handler](sd_bus_message* message) {
-        if (const auto logind = weak.lock()) {
-            ((*logind).*handler)(message);
-        }
-    };
-}
-
-template <class Visit> void Logind::eachDelay(const Visit& visit) {
-    const auto delays = delays_; // a handler may drop this one or another
-    for (const auto& weak : delays) {
-        if (const auto delay = weak.lock()) {
-            visit(*delay);
-        }
+void Logind::sessionChanged(const std::string& /*session*/, bool active) {
+    const bool wasActive = std::exchange(isActive_, active).value_or(true);
+    if (active && !wasActive && !sleep_ && Clock::now() > resumedAt_ + partOfResume) {
+        postActivation();
     }
 }
 

@@ -1,14 +1,18 @@
 #ifndef AMBRELKIT_LINUX_LIFECYCLE_LOGIND_HPP
 #define AMBRELKIT_LINUX_LIFECYCLE_LOGIND_HPP
 
+#include "AmbrelKit/Linux/Bus/Daemon.hpp"
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
+#include "AmbrelKit/Linux/Lifecycle/CollectionClock.hpp"
+#include "AmbrelKit/Linux/Lifecycle/SessionWatch.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
+#include "AmbrelKit/Platform/WeakList.hpp"
 
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace AmbrelKit::Linux {
 
@@ -38,10 +42,18 @@ private:
 /// logind as the loop's bus connection sees it: `loop->shared<Logind>()`. To be held by who wants
 /// to delay sleep or to hear of activation: as long as it lives it is subscribed.
 ///
-/// When the machine has resumed, or the session of this process (else the one on its user's
-/// display) becomes active, ApplicationDidBecomeActiveNotification is posted to the thread's
-/// notification centre. Without logind nothing comes; without a bus it is not looked for again
-/// until the next delay is asked for.
+/// ApplicationDidBecomeActiveNotification is posted to the thread's notification centre when the
+/// machine has resumed, and when the session by which this process's user sees it (`SessionWatch`
+/// says which) becomes the active one of its seat: by a login, or a switch to it. What the session
+/// does on the way into sleep and out of it belongs to the resume, which is one activation.
+///
+/// A collection does not tick from the announcement of sleep until the resume, and ticks then, at
+/// once. So a collection that sleep has interrupted keeps what it had seen, and where it is over by
+/// then that is delivered; and the resume is told only once the interrupted collection is too old
+/// to be delivered again in its answer, so that it begins a new one.
+///
+/// Without logind nothing comes; without a bus it is not looked for again until the next delay is
+/// asked for.
 class Logind final : public std::enable_shared_from_this<Logind> {
 public:
     static std::shared_ptr<Logind> make(const std::shared_ptr<EventLoop>& loop);
@@ -53,25 +65,32 @@ public:
 
 private:
     friend class SleepDelay;
+    /// From the announcement of sleep until the resume.
+    struct Sleep {
+        CollectionClock::Pause pause;
+        std::optional<CollectionClock::Boot> interrupted; ///< when that collection was begun
+    };
+
     explicit Logind(std::shared_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
     void follow();
     void ownerChanged(const std::string& owner);
     void sleepAnnounced(sd_bus_message* signal);
-    void sessionFound(sd_bus_message* reply);
-    void sessionChanged(sd_bus_message* signal);
-    [[nodiscard]] BusReceiver receiver(void (Logind::*handler)(sd_bus_message*));
-    template <class Visit> void eachDelay(const Visit& visit);
+    void fallAsleep();
+    void resume();
+    void sessionChanged(const std::string& session, bool active);
 
     std::shared_ptr<EventLoop> loop_;
-    std::vector<std::weak_ptr<SleepDelay>> delays_;
+    std::shared_ptr<Deadline> resumed_; ///< tells of the resume
+    std::chrono::steady_clock::time_point resumedAt_ = std::chrono::steady_clock::time_point::min();
+    WeakList<SleepDelay> delays_;
+    std::optional<bool> isActive_;   ///< the session; absent until it is known
     std::shared_ptr<SystemBus> bus_; ///< null when there is none
     std::shared_ptr<NameWatch> name_;
 
-    // Of the logind that runs now; empty while none does.
-    std::string owner_;
-    std::shared_ptr<SignalMatch> sleep_;
-    std::unique_ptr<PendingCall> sessionQuestion_;
-    std::shared_ptr<SignalMatch> session_;
+    // Of the logind that runs now; null while none does.
+    std::unique_ptr<Daemon> daemon_;
+    std::unique_ptr<SessionWatch> session_;
+    std::unique_ptr<Sleep> sleep_; ///< null while the machine is awake
 };
 
 } // namespace AmbrelKit::Linux

@@ -125,7 +125,7 @@ private:
 
     [[nodiscard]] Finding judgedAbsence() const {
         if (!surroundings_.busAnswers) {
-            return failsWithoutBus();
+            return failsWithoutBus(surroundings_);
         }
         if (!surroundings_.running.contains(geoClueName) &&
             !surroundings_.startable.contains(geoClueName)) {

@@ -1,17 +1,13 @@
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 
-#include "AmbrelKit/Linux/Network/PrimaryAddress.hpp"
-#include "AmbrelKit/Platform/Descriptor.hpp"
+#include "AmbrelKit/Linux/Network/Wireless.hpp"
 
 #include <arpa/inet.h>
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <ifaddrs.h>
 #include <linux/ethtool.h>
 #include <linux/sockios.h>
-#include <memory>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -22,92 +18,117 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
-/// The text of a kernel's file, at most so much of it; empty when it can't be read.
-std::string contents(const std::string& path) {
-    constexpr std::size_t most = 16384;
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    std::string text(most, '\0');
-    std::size_t length = 0;
-    ssize_t count = 0;
-    while ((count = read(file.get(), text.data() + length, most - length)) > 0) {
-        length += static_cast<std::size_t>(count);
-    }
-    text.resize(length);
-    return text;
+ifreq requestFor(const std::string& interface) {
+    ifreq request{};
+    interface.copy(request.ifr_name, IFNAMSIZ - 1);
+    return request;
 }
 
 bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 
-std::string deviceType(const std::string& uevent) {
-    constexpr std::string_view key = "DEVTYPE=";
-    const auto start = uevent.find(key);
-    if (start == std::string::npos) {
-        return "";
+/// The default routes. The table is in the order of destinations, so that its start has all of
+/// them, however long it is.
+DefaultRoutes readRoutes(int table) {
+    constexpr std::size_t most = 16384;
+    std::string text(most, '\0');
+    std::size_t length = 0;
+    ssize_t count = 0;
+    while ((count = pread(table, text.data() + length, most - length, static_cast<off_t>(length))) >
+           0) {
+        length += static_cast<std::size_t>(count);
     }
-    const auto value = start + key.size();
-    return uevent.substr(value, uevent.find('\n', value) - value);
+    text.resize(length);
+    return defaultRoutes(text);
 }
 
-std::string driver(const std::string& interface) {
-    const Descriptor socketDescriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+/// Every IPv4 address with its label.
+std::optional<std::vector<ifreq>> labelledAddresses(int descriptor) {
+    constexpr std::size_t newcomers = 16; // since their number was asked for
+    ifconf list{};
+    if (ioctl(descriptor, SIOCGIFCONF, &list) != 0) {
+        return std::nullopt;
+    }
+    std::vector<ifreq> entries(static_cast<std::size_t>(list.ifc_len) / sizeof(ifreq) + newcomers);
+    list.ifc_len = static_cast<int>(entries.size() * sizeof(ifreq));
+    list.ifc_req = entries.data();
+    if (ioctl(descriptor, SIOCGIFCONF, &list) != 0) {
+        return std::nullopt;
+    }
+    entries.resize(static_cast<std::size_t>(list.ifc_len) / sizeof(ifreq));
+    return entries;
+}
+
+} // namespace
+
+Interfaces::Interfaces() { openWhatIsMissing(); }
+
+void Interfaces::openWhatIsMissing() {
+    if (routes_.get() < 0) {
+        routes_ = Descriptor(open("/proc/self/net/route", O_RDONLY | O_CLOEXEC));
+    }
+    if (socket_.get() < 0) {
+        socket_ = Descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    }
+}
+
+std::string Interfaces::driver(const std::string& interface) const {
     ethtool_drvinfo info{};
     info.cmd = ETHTOOL_GDRVINFO;
-    ifreq request{};
-    interface.copy(request.ifr_name, IFNAMSIZ - 1);
+    ifreq request = requestFor(interface);
     request.ifr_data = reinterpret_cast<char*>(&info);
-    if (ioctl(socketDescriptor.get(), SIOCETHTOOL, &request) != 0) {
+    if (ioctl(socket_.get(), SIOCETHTOOL, &request) != 0) {
         return "";
     }
     return {info.driver, strnlen(info.driver, sizeof info.driver)};
 }
 
-LinkKind kindOfInterface(const std::string& interface) {
+LinkKind Interfaces::kind(const std::string& interface) const {
     const std::string folder = "/sys/class/net/" + interface;
+    ifreq request = requestFor(interface);
+    if (ioctl(socket_.get(), SIOCGIFHWADDR, &request) != 0) {
+        return LinkKind::none;
+    }
     LinkFacts facts;
-    facts.hardwareType = std::atoi(contents(folder + "/type").c_str());
+    facts.hardwareType = request.ifr_hwaddr.sa_family;
     facts.hasDevice = exists(folder + "/device");
     facts.isRadio = exists(folder + "/phy80211");
-    facts.deviceType = deviceType(contents(folder + "/uevent"));
+    facts.isAccessPoint = facts.isRadio && isAccessPoint(interface);
     if (!facts.hasDevice) {
         facts.driver = driver(interface);
     }
     return linkKind(facts);
 }
 
-/// The IPv4 addresses of every interface but loopback. An address may carry a label of its own,
-/// `eth0:1`: what follows the colon is no part of the interface's name.
-std::vector<AddressEntry> addressEntries() {
-    ifaddrs* head = nullptr;
-    getifaddrs(&head);
-    const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> list(head, freeifaddrs);
+std::optional<std::vector<AddressEntry>> Interfaces::addresses() {
+    openWhatIsMissing();
+    const auto labelled = socket_.get() >= 0 ? labelledAddresses(socket_.get()) : std::nullopt;
+    if (!labelled) {
+        return std::nullopt;
+    }
+    const DefaultRoutes routes = readRoutes(routes_.get());
     std::vector<AddressEntry> entries;
-    for (const ifaddrs* entry = head; entry != nullptr; entry = entry->ifa_next) {
-        if (entry->ifa_name == nullptr || entry->ifa_addr == nullptr ||
-            entry->ifa_addr->sa_family != AF_INET || (entry->ifa_flags & IFF_LOOPBACK) != 0) {
-            continue;
-        }
+    for (const ifreq& each : *labelled) {
+        // An address may carry a label of its own, `eth0:1`: what follows the colon is no part of
+        // the interface's name.
+        const std::string_view label(each.ifr_name, strnlen(each.ifr_name, IFNAMSIZ));
+        AddressEntry entry;
+        entry.interface = label.substr(0, label.find(':'));
         sockaddr_in address{};
-        std::memcpy(&address, entry->ifa_addr, sizeof address);
+        std::memcpy(&address, &each.ifr_addr, sizeof address);
         std::array<char, INET_ADDRSTRLEN> text{};
         inet_ntop(AF_INET, &address.sin_addr, text.data(), text.size());
-        const std::string_view name = entry->ifa_name;
-        entries.push_back(
-            {.interface = std::string(name.substr(0, name.find(':'))), .address = text.data()});
+        entry.address = text.data();
+        entry.kind = kind(entry.interface);
+        if (const auto route = routes.find(entry.interface); route != routes.end()) {
+            entry.routeMetric = route->second;
+        }
+        entries.push_back(std::move(entry));
     }
     return entries;
 }
 
-} // namespace
-
-std::optional<std::string> addressIPv4() {
-    auto entries = addressEntries();
-    DefaultRoutes routes;
-    if (entries.size() > 1) {
-        // The table is in the order of destinations, so that its start has every default route,
-        // however long it is.
-        routes = defaultRoutes(contents("/proc/net/route"));
-    }
-    return primaryAddress(std::move(entries), routes, kindOfInterface);
+std::optional<std::string> Interfaces::addressIPv4() {
+    return primaryAddress(addresses().value_or(std::vector<AddressEntry>()));
 }
 
 } // namespace AmbrelKit::Linux

@@ -1,14 +1,37 @@
 #ifndef AMBRELKIT_LINUX_NETWORK_INTERFACES_HPP
 #define AMBRELKIT_LINUX_NETWORK_INTERFACES_HPP
 
+#include "AmbrelKit/Linux/Network/PrimaryAddress.hpp"
+#include "AmbrelKit/Platform/Descriptor.hpp"
+
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace AmbrelKit::Linux {
 
-/// This machine's IPv4 address in dotted decimal, chosen as `primaryAddress` says among what the
-/// system lists now; nothing when no interface qualifies. Asks the kernel only, and does not wait.
-std::optional<std::string> addressIPv4();
+/// The interfaces of the network namespace in which this was made. What the kernel is asked by is
+/// opened then and kept: an address is not lost sight of because no descriptor is left. Asks the
+/// kernel only, and does not wait.
+class Interfaces {
+public:
+    Interfaces();
+
+    /// This machine's IPv4 address in dotted decimal, chosen as `primaryAddress` says; nothing when
+    /// no interface qualifies.
+    [[nodiscard]] std::optional<std::string> addressIPv4();
+
+    /// Every IPv4 address. Nothing, with the reason in `errno`, when the kernel cannot be asked.
+    [[nodiscard]] std::optional<std::vector<AddressEntry>> addresses();
+
+private:
+    void openWhatIsMissing();
+    [[nodiscard]] LinkKind kind(const std::string& interface) const;
+    [[nodiscard]] std::string driver(const std::string& interface) const;
+
+    Descriptor socket_;
+    Descriptor routes_;
+};
 
 } // namespace AmbrelKit::Linux
 

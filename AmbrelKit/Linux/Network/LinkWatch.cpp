@@ -64,9 +64,9 @@ void LinkWatch::news() {
             break;
         }
     }
-    const auto before = std::exchange(up_, anyLinkIsUp());
-    if (before != up_) {
-        const auto changed = changed_; // it may drop this watch
+    const auto now = anyLinkIsUp();
+    if (now && std::exchange(up_, now) != now) { // a question that fails is no news
+        const auto changed = changed_;           // it may drop this watch
         changed();
     }
 }

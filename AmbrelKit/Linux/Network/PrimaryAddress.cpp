@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Network/PrimaryAddress.hpp"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
 #include <net/if_arp.h>
@@ -11,9 +12,10 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
-template <std::size_t Size>
-bool contains(const std::array<std::string_view, Size>& list, std::string_view text) {
-    return std::find(list.begin(), list.end(), text) != list.end();
+using namespace std::string_view_literals;
+
+template <class List, class Element> bool contains(const List& list, const Element& element) {
+    return std::ranges::find(list, element) != list.end();
 }
 
 /// A number of the route table's, or nothing when the whole text is none.
@@ -29,24 +31,25 @@ std::optional<std::uint32_t> number(std::string_view text, int base) {
 } // namespace
 
 LinkKind linkKind(const LinkFacts& facts) {
-    if (facts.isRadio || facts.deviceType == "wlan") {
-        return LinkKind::wireless;
+    if (facts.isRadio) {
+        return facts.isAccessPoint ? LinkKind::accessPoint : LinkKind::port;
     }
-    if (facts.deviceType == "wwan") { // of any hardware type: many a modem has no Ethernet frames
-        return LinkKind::cellular;
+    if (facts.hasDevice) {
+        constexpr std::array ports{ARPHRD_ETHER, ARPHRD_NONE, ARPHRD_RAWIP}; // modems' bare packets
+        return contains(ports, facts.hardwareType) ? LinkKind::port : LinkKind::none;
     }
+    static constexpr std::array composed{"802.1Q VLAN Support"sv, "bonding"sv, "team"sv};
+    static constexpr std::array bridges{"bridge"sv, "openvswitch"sv};
+    static constexpr std::array shares{"macvlan"sv, "ipvlan"sv};
+    const std::string_view driver = facts.driver;
     if (facts.hardwareType != ARPHRD_ETHER) {
         return LinkKind::none;
     }
-    const bool composed = // of other Ethernet ports, so it is one of this machine's own
-        facts.deviceType == "vlan" || facts.deviceType == "bond" || facts.driver == "team";
-    if (facts.hasDevice || composed) {
-        return LinkKind::wired;
-    }
-    if (facts.driver == "veth" || facts.driver == "macvlan" || facts.driver == "ipvlan") {
-        return LinkKind::container;
-    }
-    return LinkKind::none;
+    return contains(composed, driver)  ? LinkKind::port
+           : contains(bridges, driver) ? LinkKind::bridge
+           : contains(shares, driver)  ? LinkKind::share
+           : driver == "veth"          ? LinkKind::pair
+                                       : LinkKind::none;
 }
 
 DefaultRoutes defaultRoutes(std::string_view table) {
@@ -73,26 +76,21 @@ DefaultRoutes defaultRoutes(std::string_view table) {
     return routes;
 }
 
-std::optional<std::string>
-primaryAddress(std::vector<AddressEntry> entries, const DefaultRoutes& routes,
-               const std::function<LinkKind(const std::string& interface)>& kind) {
-    const auto cost = [&](const AddressEntry& entry) {
+std::optional<std::string> primaryAddress(std::vector<AddressEntry> entries) {
+    std::ranges::stable_sort(entries, {}, [](const AddressEntry& entry) {
         constexpr auto none = std::numeric_limits<std::uint64_t>::max();
-        const auto route = routes.find(entry.interface);
-        return route == routes.end() ? none : route->second;
+        return entry.routeMetric ? std::uint64_t{*entry.routeMetric} : none;
+    });
+    const auto isPort = [](const auto& entry) { return entry.kind == LinkKind::port; };
+    const auto standsIn = [](const auto& entry) {
+        return entry.kind == LinkKind::share ||
+               (entry.kind == LinkKind::pair && entry.routeMetric.has_value());
     };
-    std::stable_sort(entries.begin(), entries.end(),
-                     [&](const auto& a, const auto& b) { return cost(a) < cost(b); });
-    std::optional<std::string> containerAddress;
-    for (const AddressEntry& entry : entries) {
-        const LinkKind known = kind(entry.interface);
-        if (known == LinkKind::container && !containerAddress) {
-            containerAddress = entry.address;
-        } else if (known != LinkKind::none && known != LinkKind::container) {
-            return entry.address;
-        }
+    auto chosen = std::ranges::find_if(entries, isPort);
+    if (chosen == entries.end()) {
+        chosen = std::ranges::find_if(entries, standsIn);
     }
-    return containerAddress;
+    return chosen == entries.end() ? std::nullopt : std::optional(chosen->address);
 }
 
 } // namespace AmbrelKit::Linux

@@ -3,6 +3,7 @@
 #include "AmbrelKit/Linux/RunLoop/OfThisThread.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <functional>
@@ -148,7 +149,8 @@ std::uint32_t NL80211::index(const std::string& interface) const {
 /// between its parts, and a connection is of no use any more once the kernel's module went and came
 /// again. The query begins anew each time; of a list torn thrice what was read last counts.
 void ask(const std::function<Outcome(NL80211&)>& query) {
-    const auto connection = ofThisThread([] { return std::make_shared<std::unique_ptr<NL80211>>(); });
+    const auto connection =
+        ofThisThread([] { return std::make_shared<std::unique_ptr<NL80211>>(); });
     auto& kept = *connection;
     for (int attempt = 0; attempt < 3; ++attempt) {
         if (!kept) {
@@ -164,28 +166,49 @@ void ask(const std::function<Outcome(NL80211&)>& query) {
     }
 }
 
-} // namespace
+struct Interface {
+    std::string name;
+    std::uint32_t type; ///< NL80211_IFTYPE_…
+};
 
-std::vector<std::string> wirelessStations() {
-    std::map<std::uint32_t, std::string> byIndex;
+/// Every radio's interfaces, by their index.
+std::map<std::uint32_t, Interface> interfaces() {
+    std::map<std::uint32_t, Interface> byIndex;
     ask([&](NL80211& kernel) {
         byIndex.clear();
         return kernel.list(NL80211_CMD_GET_INTERFACE, 0, [&](const Attributes& interface) {
             const auto* const name = interface.find(NL80211_ATTR_IFNAME); // P2P devices have none
-            if (interface.number(NL80211_ATTR_IFTYPE) == NL80211_IFTYPE_STATION &&
-                name != nullptr) {
+            if (name != nullptr) {
                 const auto* const text = static_cast<const char*>(nla_data(name));
                 const auto length = strnlen(text, static_cast<std::size_t>(nla_len(name)));
-                byIndex[interface.number(NL80211_ATTR_IFINDEX)] = repairedUTF8({text, length});
+                byIndex[interface.number(NL80211_ATTR_IFINDEX)] = {
+                    .name = repairedUTF8({text, length}),
+                    .type = interface.number(NL80211_ATTR_IFTYPE)};
             }
         });
     });
+    return byIndex;
+}
+
+} // namespace
+
+std::vector<std::string> wirelessStations() {
     std::vector<std::string> stations;
-    stations.reserve(byIndex.size());
-    for (auto& [index, name] : byIndex) {
-        stations.push_back(std::move(name));
+    for (auto& [index, interface] : interfaces()) {
+        if (interface.type == NL80211_IFTYPE_STATION) {
+            stations.push_back(std::move(interface.name));
+        }
     }
     return stations;
+}
+
+bool isAccessPoint(const std::string& name) {
+    return std::ranges::any_of(interfaces(), [&](const auto& entry) {
+        const auto type = entry.second.type;
+        return entry.second.name == name &&
+               (type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_AP_VLAN ||
+                type == NL80211_IFTYPE_P2P_GO);
+    });
 }
 
 std::optional<Association> association(const std::string& interface) {

@@ -9,12 +9,15 @@
 
 namespace AmbrelKit::Linux {
 
-// Both ask the kernel over a connection that the calling thread keeps, and do not wait: what the
+// They ask the kernel over a connection that the calling thread keeps, and do not wait: what the
 // kernel does not answer at once counts as nothing. No privilege is needed.
 
 /// The names of the interfaces by which this machine joins Wi-Fi networks, in the order of
 /// their indexes. Empty without a radio, or without Wi-Fi in this build.
 std::vector<std::string> wirelessStations();
+
+/// Whether others join this machine by the interface.
+bool isAccessPoint(const std::string& interface);
 
 /// The network that an interface is joined to now; nothing when there is none, or no such
 /// interface.
