@@ -3,6 +3,7 @@
 #include "tests/support/Isolation.hpp"
 #include "tests/support/LoopDriver.hpp"
 #include "tests/support/PrivateBus.hpp"
+#include "tests/support/StandIn.hpp"
 
 #include <filesystem>
 #include <fstream>
@@ -16,46 +17,6 @@ namespace {
 
 using namespace AmbrelKit::Linux;
 using ::testing::HasSubstr;
-
-enum class Manner { silent, refusing, answering };
-
-/// A daemon of which only the manner matters: it answers every call alike.
-class Daemon {
-public:
-    Daemon(sd_event* loop, const char* name, Manner manner) : manner_(manner) {
-        sd_bus_open_system(&bus_);
-        sd_bus_add_filter(bus_, nullptr, &called, this);
-        sd_bus_request_name(bus_, name, 0);
-        sd_bus_attach_event(bus_, loop, 0);
-    }
-    ~Daemon() {
-        sd_bus_detach_event(bus_);
-        sd_bus_close_unref(bus_);
-    }
-    Daemon(const Daemon&) = delete;
-    Daemon& operator=(const Daemon&) = delete;
-
-private:
-    static int called(sd_bus_message* call, void* self, sd_bus_error* /*error*/) {
-        if (sd_bus_message_is_method_call(call, nullptr, nullptr) <= 0) {
-            return 0;
-        }
-        switch (static_cast<Daemon*>(self)->manner_) {
-        case Manner::silent:
-            break;
-        case Manner::refusing:
-            sd_bus_reply_method_errorf(call, SD_BUS_ERROR_ACCESS_DENIED, "no");
-            break;
-        case Manner::answering:
-            sd_bus_reply_method_return(call, "s", "answer");
-            break;
-        }
-        return 1;
-    }
-
-    sd_bus* bus_ = nullptr;
-    Manner manner_;
-};
 
 class DiagnosisTest : public ::testing::Test, protected LoopDriver {
 protected:
@@ -73,7 +34,7 @@ protected:
                all.front().remedy;
     }
 
-    Daemon daemon(const char* name, Manner manner) { return {loop()->native(), name, manner}; }
+    StandIn daemon(const char* name, Manner manner) { return {loop()->native(), name, manner}; }
 
     PrivateBus bus;
 };

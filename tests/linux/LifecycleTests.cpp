@@ -357,9 +357,9 @@ TEST_F(LifecycleTest, WhatSleepInterruptedIsDeliveredOnceOnResumeAndThenCollecte
     startLogind();
     const auto host = std::make_shared<QuietHost>();
     std::optional<std::string> address = "192.0.2.1";
+    const auto kit = collect(host);
     auto network = Linux::ProcessServices::current();
     network.addressIPv4 = [&] { return address; };
-    const auto kit = collect(host);
     const auto replaced = network.install();
     Later later;
     ASSERT_TRUE(inhibited(1));
