@@ -153,4 +153,10 @@ TEST_F(StoreCommandTests, ATraceCanNotCommandTheTerminal) {
     EXPECT_THAT(shown, HasSubstr(R"("a\u007f\u009b2J\u202eb")"));
 }
 
+TEST_F(StoreCommandTests, AnEndlessLineEndsAReplay) {
+    const Outcome outcome = ambrel("replay /dev/zero");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.errors, "ambrel: /dev/zero:1: more than 16 MiB of JSON\n");
+}
+
 } // namespace

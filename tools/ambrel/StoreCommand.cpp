@@ -147,8 +147,9 @@ ExitStatus runDelete(const StoreArguments& arguments) {
     const JSONDictionary collection{{"timestamp", parsedTime("TIMESTAMP", arguments.timestamp)}};
     return statusOf(withStore([&](const AmbrelStorage& store) {
         const auto file = AmbrelStorage::path() + "/" + AmbrelStorage::fileName(collection).value();
-        std::error_code error;
-        if (!std::filesystem::exists(std::filesystem::symlink_status(file, error))) {
+        std::error_code error; // any but that there is none is the store's to report
+        const auto type = std::filesystem::symlink_status(file, error).type();
+        if (type == std::filesystem::file_type::not_found) {
             throwNotSaved(arguments.timestamp);
         }
         store.delete_(collection);
