@@ -22,11 +22,11 @@ FoundService::FoundService(std::shared_ptr<EventLoop> loop,
     : loop_(std::move(loop)), discovery_(std::move(discovery)), service_(std::move(service)),
       order_(interface) {}
 
-std::shared_ptr<FoundService> FoundService::make(const std::shared_ptr<EventLoop>& loop,
+std::shared_ptr<FoundService> FoundService::make(std::shared_ptr<EventLoop> loop,
                                                  std::shared_ptr<ServiceDiscovery> discovery,
                                                  ServiceName service, int interface) {
     std::shared_ptr<FoundService> found(
-        new FoundService(loop, std::move(discovery), std::move(service), interface));
+        new FoundService(std::move(loop), std::move(discovery), std::move(service), interface));
     found->discovery_->add(found);
     return found;
 }

@@ -21,7 +21,7 @@ class FoundService final : public NetService,
                            public std::enable_shared_from_this<FoundService> {
 public:
     [[nodiscard]] static std::shared_ptr<FoundService>
-    make(const std::shared_ptr<EventLoop>& loop, std::shared_ptr<ServiceDiscovery> discovery,
+    make(std::shared_ptr<EventLoop> loop, std::shared_ptr<ServiceDiscovery> discovery,
          ServiceName service, int interface);
 
     [[nodiscard]] std::shared_ptr<NetServiceDelegate> delegate() const override;
