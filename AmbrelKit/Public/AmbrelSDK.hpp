@@ -55,8 +55,8 @@ public:
     /// Collects now, and again each time the application becomes active, until `stopScanning()` or
     /// a single collection. A finished record within the reuse threshold is delivered again
     /// instead; without any granted permission an empty record is delivered. Both deliveries happen
-    /// before this returns. What a callback of the host throws leaves through here, and then nothing
-    /// was started. During the ten seconds of a collection the request is ignored; between
+    /// before this returns. What a callback of the host throws leaves through here, and then
+    /// nothing was started. During the ten seconds of a collection the request is ignored; between
     /// their end and the delivery, a tick later at most, it begins another in its place.
     virtual void startScanning() = 0;
 

@@ -78,7 +78,9 @@ Platform::Platform(PlatformSettings settings)
         return NetworkEnvironment::addressIPv4Among(network->interfaces());
     };
     ours.network.availableNetworks = NetworkEnvironment::_availableNetworks;
-    ours.captive.supportedInterfaces = [network = network_] { return network->supportedInterfaces(); };
+    ours.captive.supportedInterfaces = [network = network_] {
+        return network->supportedInterfaces();
+    };
     ours.captive.currentNetworkInfo = [network = network_](const std::string& interface) {
         return network->currentNetworkInfo(interface);
     };

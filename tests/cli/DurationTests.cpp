@@ -14,8 +14,8 @@ TEST(Duration, HasAUnit) {
                                         {"7d", 604800.0}}) {
         EXPECT_EQ(duration(text), seconds) << text;
     }
-    for (const char* text :
-         {"", "s", "0", "-5", "+5", " 5", "5 m", "5ms", "5M", "1h30m", "1e3", "0x10", "inf", "nan"}) {
+    for (const char* text : {"", "s", "0", "-5", "+5", " 5", "5 m", "5ms", "5M", "1h30m", "1e3",
+                             "0x10", "inf", "nan"}) {
         EXPECT_EQ(duration(text), std::nullopt) << text;
     }
 }

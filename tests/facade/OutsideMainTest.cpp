@@ -1,5 +1,5 @@
-#include "AmbrelKit/Simulated/Platform.hpp"
 #include "tests/facade/OutsideMain.hpp"
+#include "AmbrelKit/Simulated/Platform.hpp"
 
 using namespace AmbrelKit;
 

@@ -104,7 +104,8 @@ std::optional<std::string> NetworkEnvironment::addressIPv4Among(const ifaddrs* l
 std::vector<WifiNetworkHost> NetworkEnvironment::_availableNetworks() {
     std::vector<WifiNetworkHost> hosts;
     for (const std::string& interface : interfaceNames()) {
-        if (auto host = wifiNetworkHost(interface, CaptiveNetwork::shared().currentNetworkInfo(interface))) {
+        if (auto host = wifiNetworkHost(interface,
+                                        CaptiveNetwork::shared().currentNetworkInfo(interface))) {
             hosts.push_back(*std::move(host));
         }
     }
