@@ -17,7 +17,7 @@ public:
     virtual ~Application() = default;
 
     /// The application object of the calling thread, made on first use and kept until the thread
-    /// ends.
+    /// ends; the main thread's is never destroyed.
     static std::shared_ptr<Application> shared();
 
     /// Asks the platform to let the application work on for a while when it would otherwise be

@@ -32,7 +32,8 @@ class NotificationCenter {
 public:
     virtual ~NotificationCenter() = default;
 
-    /// The centre of the calling thread, made on first use and kept until the thread ends.
+    /// The centre of the calling thread, made on first use and kept until the thread ends; the main
+    /// thread's is never destroyed.
     static std::shared_ptr<NotificationCenter> default_();
 
     /// Registers `block` for `name`; absent stands for every name. What is registered or

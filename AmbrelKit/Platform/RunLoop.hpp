@@ -17,8 +17,9 @@ class RunLoop {
 public:
     virtual ~RunLoop() = default;
 
-    /// The loop of the calling thread, made on first use and kept until the thread ends. Throws
-    /// std::system_error when the system gives no descriptor for it.
+    /// The loop of the calling thread, made on first use and kept until the thread ends; the main
+    /// thread's is never destroyed. Throws std::system_error when the system gives no descriptor
+    /// for it. From then on a timer needs no further one.
     static std::shared_ptr<RunLoop> current();
 
     /// Runs until `stop()` is called. What a callback throws leaves through here; the loop may be
