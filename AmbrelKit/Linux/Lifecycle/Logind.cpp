@@ -122,10 +122,8 @@ void Logind::sleepAnnounced(sd_bus_message* signal) {
 
 void Logind::fallAsleep() {
     resumed_->disarm();
-    auto& clock = CollectionClock::shared();
     if (!sleep_) {
-        sleep_.reset(
-            new Sleep{.pause = CollectionClock::Pause(clock), .interrupted = clock.begun()});
+        sleep_ = std::make_unique<Sleep>(CollectionClock::shared());
     }
     delays_.each([](SleepDelay& delay) { delay.expire(); });
 }

@@ -67,6 +67,8 @@ private:
     friend class SleepDelay;
     /// From the announcement of sleep until the resume.
     struct Sleep {
+        explicit Sleep(CollectionClock& clock) : pause(clock), interrupted(clock.begun()) {}
+
         CollectionClock::Pause pause;
         std::optional<CollectionClock::Boot> interrupted; ///< when that collection was begun
     };
