@@ -1,7 +1,7 @@
 // What a collection costs in a crowd: the kit's whole process beside a minimal receiver, both on
 // the same bus, hearing the same signals of the same fake BlueZ.
 
-#include "tests/bluetooth/FakeBlueZ.hpp"
+#include "tests/support/FakeBlueZ.hpp"
 #include "tests/support/PrivateBus.hpp"
 
 #include <array>

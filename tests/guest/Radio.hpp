@@ -1,5 +1,5 @@
-#ifndef AMBRELKIT_TESTS_GUEST_RADIO_HPP
-#define AMBRELKIT_TESTS_GUEST_RADIO_HPP
+#ifndef AMBREL_TESTS_GUEST_RADIO_HPP
+#define AMBREL_TESTS_GUEST_RADIO_HPP
 
 #include <array>
 #include <cstdint>

@@ -1,5 +1,5 @@
-#ifndef AMBRELKIT_TESTS_GUEST_USER_HPP
-#define AMBRELKIT_TESTS_GUEST_USER_HPP
+#ifndef AMBREL_TESTS_GUEST_USER_HPP
+#define AMBREL_TESTS_GUEST_USER_HPP
 
 #include <string>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "Child.hpp"
+#include "tests/support/Child.hpp"
 
 #include <fcntl.h>
 #include <sys/wait.h>

@@ -1,4 +1,4 @@
-#include "Isolation.hpp"
+#include "tests/support/Isolation.hpp"
 
 #include <array>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "LoopDriver.hpp"
+#include "tests/support/LoopDriver.hpp"
 
 #include <filesystem>
 #include <poll.h>

@@ -1,4 +1,4 @@
-#include "PrivateBus.hpp"
+#include "tests/support/PrivateBus.hpp"
 
 #include <csignal>
 #include <cstdlib>

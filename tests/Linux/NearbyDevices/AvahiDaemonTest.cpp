@@ -1,0 +1,317 @@
+#include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/ServiceDiscovery.hpp"
+#include "tests/Linux/NearbyDevices/Collector.hpp"
+#include "tests/Linux/NearbyDevices/FakeAvahi.hpp"
+#include "tests/support/Isolation.hpp"
+#include "tests/support/LoopDriver.hpp"
+#include "tests/support/PrivateBus.hpp"
+
+#include <algorithm>
+#include <fstream>
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace AmbrelKit;
+using namespace AmbrelKit::Linux;
+using namespace std::string_literals;
+using std::chrono::milliseconds;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+class AvahiDaemonTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (const std::string reason = isolate(); !reason.empty()) {
+            GTEST_SKIP() << reason;
+        }
+        startDaemon();
+    }
+
+    void startDaemon(std::vector<FakeAvahi::Item> items = {}) {
+        daemon = std::make_unique<FakeAvahi>(driver.loop());
+        daemon->items = std::move(items);
+        daemon->txt = {"second=2\xff"s, "first=1"};
+        daemon->interfaceIPv4 = {{1, "127.0.0.1"}, {2, "10.0.0.1"}, {3, "10.0.0.3"}};
+        ASSERT_TRUE(driver.until([&] { return daemon->named; }));
+    }
+
+    void search(const std::string& type = "_ipp._tcp.") {
+        browser = collector->search(makeBrowser, type);
+    }
+
+    /// What the daemon has sent so far has been reported, and the other way round, when this
+    /// returns: a call of ours goes through the bus to the daemon and back.
+    void drain() {
+        const auto connection = driver.loop()->shared<SystemBus>();
+        for (int i = 0; i < 2; ++i) {
+            bool replied = false;
+            const auto call = connection->call({"org.freedesktop.Avahi", "/", "x.y", "Nothing"}, {},
+                                               [&](sd_bus_message*) { replied = true; });
+            ASSERT_TRUE(driver.until([&] { return replied; }));
+        }
+    }
+
+    [[nodiscard]] auto callsOf(const std::string& member) const {
+        return std::count(daemon->calls.begin(), daemon->calls.end(), member);
+    }
+
+    [[nodiscard]] bool resolvedCount(std::size_t count) {
+        return driver.until([&] { return collector->resolved.size() >= count; });
+    }
+
+    /// The embedded stack has the mDNS port, 5353, open.
+    static bool embeddedRuns() {
+        std::ifstream sockets("/proc/self/net/udp");
+        const std::string text(std::istreambuf_iterator<char>(sockets), {});
+        return text.find(":14E9 ") != std::string::npos;
+    }
+
+    PrivateBus bus;
+    LoopDriver driver;
+    std::unique_ptr<FakeAvahi> daemon;
+    NetServiceBrowserFactory makeBrowser = makeNetServiceBrowserFactory(driver.loop());
+    std::shared_ptr<Collector> collector = std::make_shared<Collector>();
+    std::shared_ptr<NetServiceBrowser> browser;
+};
+
+TEST_F(AvahiDaemonTest, ReportsAServiceOnceHoweverManyInterfacesHaveIt) {
+    daemon->items = {{"Printer", 2, 0}, {"Printer", 2, 1}, {"Printer", 3, 0}, {"Büro", 2, 0}};
+    search();
+    EXPECT_THAT(collector->found, IsEmpty());
+    ASSERT_TRUE(resolvedCount(2));
+    drain();
+    EXPECT_THAT(collector->found, ElementsAre("Printer", "Büro"));
+    EXPECT_THAT(collector->resolved, UnorderedElementsAre("Printer 10.0.0.1", "Büro 10.0.0.1"));
+    const NetService& service = **collector->services.begin();
+    EXPECT_EQ(service.type(), "_ipp._tcp.");
+    EXPECT_EQ(service.TXTRecordData(), "\7first=1\11second=2\xff"s);
+    EXPECT_EQ(service.addresses()->front().substr(0, 4), "\x10\x02\x02\x77"s); // port 631
+    EXPECT_FALSE(embeddedRuns());
+}
+
+TEST_F(AvahiDaemonTest, ReportsAgainWhatWentAndCameAgain) {
+    daemon->items = {{"Printer", 2, 0}, {"Printer", 2, 1}};
+    search();
+    ASSERT_TRUE(resolvedCount(1));
+    drain();
+    daemon->report("ItemRemove", {"Printer", 2, 0});
+    daemon->report("ItemNew", {"Printer", 2, 0});
+    drain();
+    EXPECT_THAT(collector->found, ElementsAre("Printer"));
+    daemon->report("ItemRemove", {"Printer", 2, 0});
+    daemon->report("ItemRemove", {"Printer", 2, 1});
+    daemon->report("ItemNew", {"Printer", 2, 0});
+    drain();
+    EXPECT_THAT(collector->found, ElementsAre("Printer", "Printer"));
+    EXPECT_EQ(collector->services.size(), 1) << "the same object";
+}
+
+TEST_F(AvahiDaemonTest, RefusedTypesAreSilent) {
+    for (const char* type : {"", "_ipp", "_sub._ipp._tcp", "ipp._tcp"}) {
+        search(type);
+    }
+    drain();
+    EXPECT_THAT(daemon->calls, ElementsAre("Nothing", "Nothing"));
+}
+
+TEST_F(AvahiDaemonTest, FreesItsObjectsAndDescriptors) {
+    daemon->items = {{"Printer"}};
+    const auto round = [&] {
+        search();
+        ASSERT_TRUE(driver.until([&] { return !collector->services.empty(); }));
+        browser.reset();
+        collector->services.clear();
+        drain();
+    };
+    round();
+    const std::size_t descriptors = openDescriptors();
+    for (int i = 0; i < 20; ++i) {
+        round();
+    }
+    EXPECT_EQ(openDescriptors(), descriptors);
+
+    // On a bus connection that others keep open, the daemon is told.
+    const auto others = makeBrowser();
+    others->searchForServicesOfType("_http._tcp", "");
+    search();
+    ASSERT_TRUE(driver.until([&] { return daemon->objects.size() >= 2; }));
+    drain();
+    const std::size_t before = daemon->objects.size();
+    browser.reset();
+    drain();
+    EXPECT_EQ(daemon->objects.size(), before - 1);
+}
+
+TEST_F(AvahiDaemonTest, LateRepliesAreDroppedAndTheirObjectsFreed) {
+    const auto others = makeBrowser(); // keeps the connection
+    others->searchForServicesOfType("_http._tcp", "");
+    ASSERT_TRUE(driver.until([&] { return daemon->objects.size() == 1; }));
+    daemon->held = {"ServiceBrowserPrepare"};
+    search();
+    ASSERT_TRUE(driver.until([&] { return daemon->mostHeld == 1; }));
+    browser.reset();
+    daemon->answerHeld();
+    drain();
+    EXPECT_EQ(daemon->objects.size(), 1);
+
+    daemon->items = {{"Printer"}};
+    daemon->held = {"ResolveService"};
+    search();
+    ASSERT_TRUE(driver.until([&] { return collector->found.size() == 1; }));
+    drain();
+    collector->services.clear();
+    daemon->answerHeld();
+    drain();
+    EXPECT_THAT(collector->resolved, IsEmpty());
+}
+
+TEST_F(AvahiDaemonTest, MessagesOfWrongTypesCostOnlyThemselves) {
+    daemon->garbage = true;
+    search();
+    ASSERT_TRUE(driver.until([&] { return daemon->objects.size() == 1; }));
+    daemon->reportGarbage();
+    daemon->report("ItemNew", {"Printer"});
+    ASSERT_TRUE(resolvedCount(1)) << "asked again";
+    EXPECT_THAT(collector->found, ElementsAre("Printer"));
+}
+
+TEST_F(AvahiDaemonTest, SignalsOfOthersAreIgnored) {
+    search();
+    ASSERT_TRUE(driver.until([&] { return daemon->objects.size() == 1; }));
+    FakeAvahi impostor(driver.loop());
+    impostor.objects = daemon->objects;
+    impostor.report("ItemNew", {"Impostor"});
+    drain();
+    daemon->report("ItemNew", {"Printer"});
+    ASSERT_TRUE(resolvedCount(1));
+    EXPECT_THAT(collector->found, ElementsAre("Printer"));
+}
+
+TEST_F(AvahiDaemonTest, EverythingMayBeDroppedInsideACallback) {
+    daemon->items = {{"A"}, {"B"}};
+    const auto dropAll = [&] {
+        browser.reset();
+        collector->services.clear();
+    };
+    collector->whenFound = dropAll;
+    search();
+    ASSERT_TRUE(driver.until([&] { return !collector->found.empty(); }));
+    collector->whenFound = nullptr;
+    collector->whenResolved = dropAll;
+    search();
+    ASSERT_TRUE(resolvedCount(1));
+    drain();
+    EXPECT_EQ(collector->found.size(), 3);
+    EXPECT_EQ(collector->resolved.size(), 1);
+}
+
+TEST_F(AvahiDaemonTest, AsksForAHundredServicesAtATime) {
+    for (int i = 0; i < 250; ++i) {
+        daemon->items.push_back({"Device " + std::to_string(i)});
+    }
+    daemon->held = {"ResolveService"};
+    search();
+    ASSERT_TRUE(driver.until([&] { return collector->found.size() == 250; }));
+    drain();
+    EXPECT_EQ(daemon->mostHeld, 100);
+    daemon->answerHeld();
+    ASSERT_TRUE(resolvedCount(250));
+}
+
+TEST_F(AvahiDaemonTest, AnIPv4AddressThatComesLateIsReportedToo) {
+    daemon->ipv6 = "fd00::1";
+    daemon->items = {{"Printer"}};
+    daemon->held = {"ResolveHostName"};
+    search();
+    ASSERT_TRUE(driver.until([&] { return daemon->mostHeld == 1; }));
+    daemon->held.clear(); // the question for the other family is answered
+    ASSERT_TRUE(resolvedCount(1));
+    daemon->answerHeld();
+    ASSERT_TRUE(resolvedCount(2));
+    EXPECT_THAT(collector->resolved, ElementsAre("Printer fd00::1", "Printer 10.0.0.1 fd00::1"));
+}
+
+TEST_F(AvahiDaemonTest, AServiceWithoutTXTRecordIsResolvedWithoutOne) {
+    daemon->withoutTXT = true;
+    daemon->items = {{"Printer"}};
+    search();
+    ASSERT_TRUE(resolvedCount(1));
+    EXPECT_FALSE((*collector->services.begin())->TXTRecordData());
+    drain();
+    EXPECT_EQ(callsOf("ResolveService"), 3) << "with, without, and once more with";
+    EXPECT_EQ(collector->resolved.size(), 1);
+}
+
+TEST_F(AvahiDaemonTest, TheAddressOnTheLoopbackIsReplacedByARealOne) {
+    daemon->items = {{"Printer", loopbackInterface}};
+    search();
+    ASSERT_TRUE(resolvedCount(1));
+    daemon->report("ItemNew", {"Printer", 3});
+    ASSERT_TRUE(resolvedCount(2));
+    drain();
+    EXPECT_THAT(collector->resolved, ElementsAre("Printer 127.0.0.1", "Printer 10.0.0.3"));
+}
+
+TEST_F(AvahiDaemonTest, ResolvingEndsAtItsTimeout) {
+    daemon->items = {{"Printer"}};
+    daemon->held = {"ResolveService"};
+    search();
+    ASSERT_TRUE(driver.until([&] { return daemon->mostHeld == 1; }));
+    (*collector->services.begin())->resolveWithTimeout(0.05);
+    driver.during(milliseconds(100));
+    daemon->answerHeld();
+    drain();
+    EXPECT_THAT(collector->resolved, IsEmpty());
+}
+
+TEST_F(AvahiDaemonTest, TheEmbeddedStackTakesOverFromADaemonOrBusThatIsGone) {
+    search();
+    ASSERT_TRUE(driver.until([&] { return daemon->objects.size() == 1; }));
+    bus.stop();
+    daemon.reset();
+    ASSERT_TRUE(driver.until(embeddedRuns, milliseconds(3000)));
+    bus.start();
+    startDaemon();
+    driver.during(milliseconds(1500)); // the bus is found again by then
+    EXPECT_THAT(daemon->calls, IsEmpty()) << "a search stays where it is";
+    browser.reset();
+    EXPECT_FALSE(embeddedRuns());
+    search();
+    EXPECT_TRUE(driver.until([&] { return daemon->objects.size() == 1; })) << "the next is new";
+}
+
+TEST_F(AvahiDaemonTest, TheEmbeddedStackDoesNotWaitForABusThatHangs) {
+    bus.freeze();
+    search();
+    EXPECT_TRUE(driver.until(embeddedRuns, milliseconds(3000)));
+}
+
+TEST_F(AvahiDaemonTest, TheEmbeddedStackStandsInForADaemonThatRefuses) {
+    daemon->refusal = "org.freedesktop.Avahi.InvalidServiceTypeError";
+    search();
+    drain();
+    EXPECT_FALSE(embeddedRuns());
+    daemon->refusal = SD_BUS_ERROR_ACCESS_DENIED;
+    search();
+    EXPECT_TRUE(driver.until(embeddedRuns));
+}
+
+TEST_F(AvahiDaemonTest, TheEmbeddedStackStandsInForADaemonThatHangsOnMoreThanAService) {
+    for (const auto& [member, isSilent] : std::map<std::string, bool>{
+             {"ServiceBrowserPrepare", true}, {"GetState", true}, {"ResolveService", false}}) {
+        daemon.reset();
+        startDaemon({{"Printer"}});
+        daemon->held = {member};
+        search();
+        const auto discovery = driver.loop()->shared<ServiceDiscovery>();
+        EXPECT_EQ(driver.until(embeddedRuns, milliseconds(3500)), isSilent) << member;
+        EXPECT_EQ(discovery->isEmbedded(), isSilent);
+        EXPECT_EQ(discovery->daemon() == AvahiDaemon::Standing::silent, isSilent);
+        browser.reset();
+        collector->services.clear();
+    }
+}
+
+} // namespace

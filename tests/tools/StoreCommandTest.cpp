@@ -1,0 +1,162 @@
+#include "AmbrelKit/Platform/JSONDictionary.hpp"
+#include "tests/tools/CommandFixture.hpp"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+namespace {
+
+using namespace testing;
+using AmbrelKit::JSONValue;
+
+class StoreCommandTests : public CommandTest {
+protected:
+    Outcome store(const std::string& arguments, const std::string& input = "") const {
+        return ambrel("store " + arguments, input);
+    }
+};
+
+const std::string first = R"({"bleScan":[],"nearbyDevices":[],"timestamp":1700000000})";
+const std::string second = R"({"bleScan":[{},{}],"ip":"192.0.2.7","locationCollection":{},)"
+                           R"("nearbyDevices":[{}],"timestamp":1700000100.5,)"
+                           R"("wifiNetwork":{"connectedDevices":[{},{"name":"\u001b[2Jcafe"}]}})";
+const std::string third = R"({"timestamp":-3})";
+
+TEST_F(StoreCommandTests, SavesShowsExportsAndDeletes) {
+    EXPECT_EQ(store("path").output, (directory / "collections\n").string());
+    const Outcome empty = store("export");
+    EXPECT_EQ(empty.status, 0);
+    EXPECT_EQ(empty.output, "");
+    EXPECT_THAT(empty.errors, HasSubstr("nothing has been saved in"));
+
+    const Outcome saved = store("save", second + "\n\n" + first + "\r\n" + third);
+    EXPECT_EQ(saved.status, 0);
+    EXPECT_EQ(saved.output + saved.errors, "");
+
+    const struct {
+        const char* arguments;
+        std::string output;
+    } cases[] = {
+        {"export", third + "\n" + first + "\n" + second + "\n"},
+        {"export --since 1700000000", first + "\n" + second + "\n"},
+        {"export --since=-3 --until 1700000100", third + "\n" + first + "\n"},
+        {"export --since 2023-11-14T22:13:20Z --until 2023-11-14T22:15:00Z", first + "\n"},
+        {"export --since 2023-11-14T22:15:00.500Z", second + "\n"},
+        {"export --since 2023-11-14T23:13:20+01:00 --until '2023-11-15 03:43:20'", first + "\n"},
+        {"export --since 2023-11-15 --until 2023-11-15T03:44", first + "\n"},
+        {"export --since 2023-11-15T03:44", second + "\n"},
+        {"show 1700000000", first + "\n"},
+        {"show -3", third + "\n"},
+        {"show 2023-11-14T22:13:20Z", first + "\n"},
+        {"show 1700000000.0 --format pretty", JSONValue::parse(first).dump(2) + "\n"},
+    };
+    for (const auto& [arguments, output] : cases) {
+        const Outcome outcome = store(arguments);
+        EXPECT_EQ(outcome.output, output) << arguments;
+        EXPECT_EQ(outcome.status, 0) << arguments;
+    }
+    EXPECT_EQ(store("save", store("show 1700000000 --format pretty").output).status, 0);
+    EXPECT_EQ(store("delete 2023-11-14T22:13:20Z").status, 0);
+    EXPECT_EQ(store("export").output, third + "\n" + second + "\n");
+}
+
+TEST_F(StoreCommandTests, ListsWhatEachCollectionHolds) {
+    store("save", first + "\n" + second + "\n" + R"({"timestamp":1700000200,"bleScan":1,"ip":7})");
+    EXPECT_EQ(store("list --format json").output,
+              R"({"location":false,"peripherals":0,"services":0,"timestamp":1700000000,"wifi":[]})"
+              "\n"
+              R"({"address":"192.0.2.7","location":true,"peripherals":2,"services":1,)"
+              R"("timestamp":1700000100.5,"wifi":["\u001b[2Jcafe"]})"
+              "\n"
+              R"({"address":7,"location":false,"peripherals":0,"services":0,)"
+              R"("timestamp":1700000200,"wifi":[]})"
+              "\n");
+    EXPECT_THAT(
+        store("list").output,
+        MatchesRegex("TIMESTAMP +LOCAL TIME +AGE +PERIPHERALS +SERVICES +LOCATION +ADDRESS +WI-FI\n"
+                     "1700000000 +2023-11-15 03:43:20.05:30 +[0-9]+ y +0 +0 +- +- +-\n"
+                     "1700000100.5 +2023-11-15 03:45:00.05:30 +[0-9]+ y +2 +1 +yes +192.0.2.7 +"
+                     "\uFFFD.2Jcafe\n"
+                     "1700000200 +2023-11-15 03:46:40.05:30 +[0-9]+ y +0 +0 +- +7 +-\n"));
+}
+
+TEST_F(StoreCommandTests, SaysWhatIsWrong) {
+    const struct {
+        const char* arguments;
+        std::string input;
+        int status;
+        const char* reason;
+    } cases[] = {
+        {"save", first + "\n\n{\"timestamp\":2", 2, "standard input:3: this is no JSON\n"},
+        {"save in", "{\"timestamp\":\n" + first + "\n" + first, 2, "in:1: this is no JSON\n"},
+        {"save -", "{\n \"timestamp\": 1,\n \"a\": tru\n}\n", 2, ":3: this is no JSON\n"},
+        {"save", first + "\n[1]", 2, ":2: this is no JSON object\n"},
+        {"save", "{\"timestamp\":1,\n\"a\":1e999}", 2, ":1: a number is out of range\n"},
+        {"save", R"({"timestamp":9007199254740993})", 2, ":1: \"timestamp\" is missing or"},
+        {"save", std::string(100'000, '['), 2, ":1: more than 512 arrays"},
+        {"save </dev/zero", "", 2, ":1: more than 16 MiB"},
+        {"save <&-", "", 1, "standard input: Bad file descriptor"},
+        {"save", "{}", 2, ":1: \"timestamp\" is missing or"},
+        {"save nowhere", "", 1, "nowhere: No such file"},
+        {"save .", "", 1, "Is a directory"},
+        {"show 5", "", 1, "no collection of 5 is saved\n"},
+        {"delete 5", "", 1, "no collection of 5 is saved\n"},
+        {"show today", "", 2, "TIMESTAMP: \"today\" is no point in time"},
+        {"export --since 2023-02-30", "", 2, "--since: \"2023-02-30\" is no point in time"},
+        {"export --until 2023-11-14T25:00", "", 2, "--until: \"2023-11-14T25:00\" is no"},
+        {"export --until nan", "", 2, "--until: \"nan\" is no point in time"},
+        {"list --format xml", "", 2, "xml"},
+        {"", "", 2, "a command is missing"},
+    };
+    for (const auto& [arguments, input, status, reason] : cases) {
+        const Outcome outcome = store(arguments, input);
+        EXPECT_EQ(outcome.status, status) << arguments;
+        EXPECT_THAT(outcome.errors, AllOf(StartsWith("ambrel: "), HasSubstr(reason))) << arguments;
+        EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << arguments;
+        EXPECT_EQ(outcome.output, "") << arguments;
+    }
+    // What stood before a bad line has been saved; an entry that cannot be read is no silent loss.
+    EXPECT_EQ(store("export").output, first + "\n");
+    std::ofstream(directory / "collections" / "3.0") << "cut";
+    const Outcome partly = store("export");
+    EXPECT_EQ(partly.output, first + "\n");
+    EXPECT_THAT(partly.errors, HasSubstr("3.0: no JSON (byte 1)\n"));
+    EXPECT_EQ(partly.status, 1);
+    EXPECT_EQ(store("export >/dev/full").status, 1);
+}
+
+TEST_F(StoreCommandTests, NeedsAFolder) {
+    for (const char* arguments : {"store list", "store path", "store save", "store delete 1"}) {
+        const Outcome outcome = ambrel(arguments, first, "env -i");
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_EQ(outcome.errors,
+                  "ambrel: no folder for collections: HOME and AMBREL_DOCUMENTS_DIR are unset\n");
+    }
+}
+
+TEST_F(StoreCommandTests, ATraceCanNotCommandTheTerminal) {
+    const std::string name = "a\x7F\u009B2J\u202Eb";
+    write("script", "{\"ambrelReplay\":1,\"bonjourServices\":[\"" + name +
+                        "\"]}\n{\"at\":0,\"statuses\":{\"networkPermissionStatus\":\"granted\"}}\n"
+                        "{\"at\":0,\"host\":\"startScanning\"}\n");
+    EXPECT_THAT(ambrel("replay script").output, HasSubstr(name)); // byte for byte
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_EQ(grantpt(terminal) | unlockpt(terminal), 0);
+    EXPECT_EQ(ambrel(std::string("replay script >") + ptsname(terminal)).status, 0);
+    std::string shown(4096, '\0');
+    shown.resize(static_cast<std::size_t>(read(terminal, shown.data(), shown.size())));
+    close(terminal);
+    EXPECT_THAT(shown, HasSubstr(R"("a\u007f\u009b2J\u202eb")"));
+}
+
+TEST_F(StoreCommandTests, AnEndlessLineEndsAReplay) {
+    const Outcome outcome = ambrel("replay /dev/zero");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.errors, "ambrel: /dev/zero:1: more than 16 MiB of JSON\n");
+}
+
+} // namespace
