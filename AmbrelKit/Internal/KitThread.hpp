@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cassert>
 #include <cstddef>
+#include <pthread.h>
 
 namespace AmbrelKit {
 
@@ -13,28 +14,25 @@ class KitThread {
 public:
     KitThread() {
         if (kits_++ == 0) {
-            thread_ = here();
+            thread_ = pthread_self();
         }
         check();
     }
     KitThread(const KitThread&) = delete;
     KitThread& operator=(const KitThread&) = delete;
-    ~KitThread() { --kits_; }
+    ~KitThread() {
+        check();
+        --kits_;
+    }
 
     void check() const {
-        assert(thread_ == here() &&
+        assert(pthread_equal(thread_, pthread_self()) != 0 &&
                "AmbrelKit is used on another thread than the one that its kits live on");
     }
 
 private:
-    /// An address that no two threads have in common.
-    static const void* here() {
-        thread_local const char place = 0;
-        return &place;
-    }
-
     inline static std::atomic<std::size_t> kits_ = 0;
-    inline static std::atomic<const void*> thread_ = nullptr;
+    inline static std::atomic<pthread_t> thread_ = 0;
 };
 
 } // namespace AmbrelKit

@@ -30,7 +30,9 @@ class AmbrelSDK {
 public:
     /// A facade on this machine's own platform, driven by the calling thread's `RunLoop`. The
     /// DNS-SD types to browse are those that the main bundle lists now under "NSBonjourServices"
-    /// (Platform/Bundle.hpp tells how); without that list no services are found.
+    /// (Platform/Bundle.hpp tells how); without that list no services are found. Throws
+    /// std::system_error when the system gives no descriptors for the loop; from then on a lack of
+    /// them silences sources, and nothing else.
     static std::shared_ptr<AmbrelSDK> create();
 
     /// A facade on a platform of the host's choice: the designated constructor. `bonjourServices`

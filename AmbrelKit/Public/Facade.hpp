@@ -67,7 +67,7 @@ private:
 
     // How a scan is started and stopped: ScanWiring.cpp.
     [[nodiscard]] DataEnvironment environment();
-    [[nodiscard]] bool allowScanning() const;
+    [[nodiscard]] bool allowScanning();
     void start(ScanningMode mode);
     void stop();
     void notifyDelegate(const JSONDictionary& data) const;

@@ -20,11 +20,9 @@ DataEnvironment Facade::environment() {
 }
 
 /// Asks this facade's own delegate, and stops at the first permission that is granted.
-bool Facade::allowScanning() const {
-    const auto host = delegate();
-    return host && (isGranted(host->bluetoothPermissionStatus()) ||
-                    isGranted(host->locationPermissionStatus()) ||
-                    isGranted(host->networkPermissionStatus()));
+bool Facade::allowScanning() {
+    return isGranted(bluetoothPermissionStatus()) || isGranted(locationPermissionStatus()) ||
+           isGranted(networkPermissionStatus());
 }
 
 void Facade::start(ScanningMode mode) {
@@ -34,11 +32,11 @@ void Facade::start(ScanningMode mode) {
     }
     const bool wasAutomatic = scanningSuspender()->isEnabled();
     const bool hadTask = taskScheduler_->holdsTask();
-    std::vector<std::function<void()>> stops; // of the sources that run
+    std::vector<std::function<void()>> stops; // of the sources that were told to start
     const auto startIfGranted = [&stops](AmbrelPermissionStatus status, auto& source) {
         if (isGranted(status)) {
-            source.start();
             stops.emplace_back([&source] { source.stop(); });
+            source.start();
         }
     };
     try {
@@ -50,13 +48,13 @@ void Facade::start(ScanningMode mode) {
         startIfGranted(PermissionsHelper::networkPermissionStatus(), *nearbyDevicesProvider_);
     } catch (...) { // most likely from the host that was asked: nothing has been started then
         invalidateTimer();
-        for (const auto& stop : stops) {
-            stop();
-        }
         configureResumeAndSuspendScanning(wasAutomatic ? ScanningMode::automatic
                                                        : ScanningMode::once);
         if (taskScheduler_->holdsTask() != hadTask) {
             configureBackgroundTask(hadTask ? ScanningMode::automatic : ScanningMode::once);
+        }
+        for (const auto& stop : stops) { // last, since the one that has failed may fail again
+            stop();
         }
         throw;
     }
@@ -89,8 +87,8 @@ void Facade::deliverEmptyRecord() const {
 }
 
 void Facade::invalidateTimer() {
-    if (timer_) {
-        timer_->invalidate();
+    if (const auto timer = timer_) {
+        timer->invalidate();
     }
 }
 
@@ -110,24 +108,18 @@ void Facade::sendTimerTickEvent() {
 }
 
 void Facade::configureResumeAndSuspendScanning(ScanningMode mode) {
-    switch (mode) {
-    case ScanningMode::automatic:
+    if (mode == ScanningMode::automatic) {
         scanningSuspender()->enable();
-        break;
-    case ScanningMode::once:
+    } else {
         scanningSuspender()->disable();
-        break;
     }
 }
 
 void Facade::configureBackgroundTask(ScanningMode mode) {
-    switch (mode) {
-    case ScanningMode::automatic:
+    if (mode == ScanningMode::automatic) {
         taskScheduler_->beginBackgroundTask();
-        break;
-    case ScanningMode::once:
+    } else {
         taskScheduler_->endBackgroundTask();
-        break;
     }
 }
 

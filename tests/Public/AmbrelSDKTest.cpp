@@ -132,6 +132,23 @@ TEST_F(Facade, WhatAHostThrowsLeavesThroughTheCallThatCausedItAndTheKitGoesOn) {
     EXPECT_EQ(delivered.size(), 2U);
 }
 
+TEST_F(Facade, ADelegateThatIsDetachedWhenAskedIsAskedNoMore) {
+    for (const auto status : {AmbrelPermissionStatus::granted, AmbrelPermissionStatus::denied}) {
+        for (int last = 1; last <= 10; ++last) {
+            answerPermissions(status);
+            host.create();
+            int asked = 0;
+            host.setQueryHandler([&](StatusQuery) {
+                if (++asked == last) {
+                    host.detachDelegate();
+                }
+            });
+            host.sdk()->startScanning();
+            EXPECT_EQ(asked, last);
+        }
+    }
+}
+
 TEST_F(Facade, TwoFacadesAskTheirOwnDelegateWhetherToScanAndTheLastOnesWhatToStart) {
     Host other(platform, std::nullopt); // the last one: it answers unknown
     host.sdk()->startScanning();
@@ -238,6 +255,20 @@ TEST_F(Facade, AStartThatThrowsHasNotHappened) {
     }
 }
 
+TEST_F(Facade, ASourceThatFailsHalfwayThroughItsStartIsStopped) {
+    Host other(platform, {{"_ipp._tcp.", "_http._tcp."}});
+    other.setStatus(StatusQuery::networkPermission, AmbrelPermissionStatus::granted);
+    at = [browsers = 0](const Event& event) mutable {
+        if (event.object == "bonjour" && event.operation == "create" && ++browsers == 2) {
+            throw std::runtime_error("platform");
+        }
+    };
+    EXPECT_THROW(other.sdk()->startScanning(), std::runtime_error);
+    calls.clear();
+    platform.bonjour().reportFound("_ipp._tcp.", "Printer");
+    EXPECT_EQ(calls, "") << "the first browser still searches";
+}
+
 TEST_F(Facade, StoppingAFreshFacadeStopsEveryGrantedSource) {
     host.sdk()->stopScanning();
     EXPECT_EQ(calls,
@@ -278,6 +309,7 @@ TEST_F(Facade, ACallOnAnotherThreadIsToldInADebugBuild) {
     }
     EXPECT_DEATH(std::thread([this] { Host other(platform, std::nullopt); }).join(),
                  "another thread");
+    EXPECT_DEATH(std::thread([this] { host.release(); }).join(), "another thread");
     host.release();
     std::thread([this] { Host other(platform, std::nullopt); }).join(); // the only one
 #endif

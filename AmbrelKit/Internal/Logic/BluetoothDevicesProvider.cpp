@@ -16,7 +16,7 @@ void BluetoothDevicesProvider::setDelegate(
 
 void BluetoothDevicesProvider::start() {
     bluetoothManager_ = bluetoothManagerFactory_();
-    bluetoothManager_->setDelegate(weak_from_this());
+    bluetoothManager()->setDelegate(weak_from_this());
 }
 
 void BluetoothDevicesProvider::stop() {

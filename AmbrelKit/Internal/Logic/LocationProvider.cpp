@@ -13,7 +13,7 @@ void LocationProvider::setDelegate(std::weak_ptr<LocationProviderDelegate> deleg
 
 void LocationProvider::start() {
     locationManager_ = locationManagerFactory_();
-    locationManager_->setDelegate(weak_from_this());
+    locationManager()->setDelegate(weak_from_this());
 }
 
 void LocationProvider::stop() {

@@ -77,14 +77,12 @@ void NearbyDevicesProvider::start() {
 }
 
 void NearbyDevicesProvider::stop() {
-    for (const auto& browser : browsers_) {
+    for (const auto& browser : std::exchange(browsers_, {})) {
         browser->setDelegate({});
     }
-    browsers_.clear();
-    for (const auto& service : services_) {
+    for (const auto& service : std::exchange(services_, {})) {
         service->setDelegate({});
     }
-    services_.clear();
 }
 
 void NearbyDevicesProvider::netServiceBrowserDidFindService(

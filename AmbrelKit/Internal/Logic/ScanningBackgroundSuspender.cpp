@@ -1,6 +1,5 @@
 #include "AmbrelKit/Internal/Logic/ScanningBackgroundSuspender.hpp"
 
-#include "AmbrelKit/Internal/Extensions/AddObserver.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <utility>
@@ -25,7 +24,7 @@ void ScanningBackgroundSuspender::addObserver(std::string_view name, const DataE
         suspender.store_->sendEvent(event);
     };
     observers_.push_back(
-        AmbrelKit::addObserver(*notificationCenter_, name, weakly(weak_from_this(), send)));
+        notificationCenter_->addObserver(std::string(name), weakly(weak_from_this(), send)));
 }
 
 void ScanningBackgroundSuspender::removeAllObservers() {
