@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
 
+#include <byteswap.h>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -22,8 +23,8 @@ constexpr std::size_t aligned(std::size_t offset, std::size_t alignment) {
 }
 
 /// Where the body begins: its first text, which sd-bus leaves where it received it, lies behind the
-/// lengths of the containers around it. Null when it has none, or the sender's order of bytes is
-/// not this machine's.
+/// lengths of the containers around it. Null when it has none, or its length does not show that the
+/// sender's order of bytes is this machine's: that of an empty one reads the same both ways.
 unsigned char* beginning(sd_bus_message* message) {
     constexpr std::size_t number = sizeof(std::uint32_t);
     std::size_t ahead = number; // the text's own length
@@ -39,7 +40,8 @@ unsigned char* beginning(sd_bus_message* message) {
         return nullptr;
     }
     auto* const bytes = reinterpret_cast<unsigned char*>(const_cast<char*>(text));
-    return numberAt(bytes - number) == std::strlen(text) ? bytes - ahead : nullptr;
+    const std::uint32_t length = numberAt(bytes - number);
+    return length == std::strlen(text) && length != bswap_32(length) ? bytes - ahead : nullptr;
 }
 
 /// The noncharacters are the last two of each plane and U+FDD0 to U+FDEF. Other bytes than a text's

@@ -1,6 +1,10 @@
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
 #include "AmbrelKit/Linux/Bus/SystemBus.hpp"
+#include "AmbrelKit/Platform/Descriptor.hpp"
 #include "tests/Linux/Bluetooth/BluetoothFixture.hpp"
+
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 
@@ -114,6 +118,39 @@ TEST_F(BluetoothTest, GarbledObjectsLeaveTheRest) {
                         "Address", "s", lamp.c_str(), "Name", "u", 1U, "RSSI", "n", -2));
     EXPECT_THAT(reports(), ElementsAre("- -2"));
     EXPECT_THAT(receiver->states, ElementsAre(5));
+}
+
+/// A signal that comes over a connection as these bytes.
+std::shared_ptr<sd_bus_message> received(std::string bytes) {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    const Descriptor peer(ends[1]);
+    sd_bus* bus = nullptr;
+    sd_bus_new(&bus);
+    sd_bus_set_fd(bus, ends[0], ends[0]);
+    sd_bus_set_anonymous(bus, 1);
+    sd_bus_negotiate_fds(bus, 0);
+    sd_bus_start(bus);
+    bytes.insert(0, "OK 0123456789abcdef0123456789abcdef\r\n");
+    EXPECT_EQ(write(peer.get(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    sd_bus_message* message = nullptr;
+    for (int i = 0; i < 100 && message == nullptr; ++i) {
+        sd_bus_process(bus, &message);
+    }
+    const std::shared_ptr<sd_bus> keep(bus, sd_bus_unref);
+    return {message, [keep](sd_bus_message* gone) { sd_bus_message_unref(gone); }};
+}
+
+TEST(BusReadingTest, AnEmptyTextDoesNotTellTheOrderOfBytes) {
+    using namespace std::string_literals;
+    const auto message =
+        received("B\4\1\1\0\0\0\x1C\0\0\0\1\0\0\0\x3C\1\1o\0\0\0\0\1/\0\0\0\0\0\0\0"
+                 "\2\1s\0\0\0\0\3a.b\0\0\0\0\0\3\1s\0\0\0\0\1M\0\0\0\0\0\0\0\x08\1g\0\6sa{sv}\0"
+                 "\0\0\0\0"
+                 "\0\0\0\0\0\0\0\0\0\0\0\x0C\0\0\0\0\0\0\0\3\xEF\xBF\xBE\0\1y\0\7"s); // {U+FFFE: 7}
+    ASSERT_NE(message, nullptr);
+    ASSERT_STREQ(sd_bus_message_get_signature(message.get(), 1), "sa{sv}");
+    EXPECT_FALSE(Linux::replaceNoncharacters(message.get()));
 }
 
 } // namespace
