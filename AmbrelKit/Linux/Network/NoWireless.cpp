@@ -14,10 +14,10 @@ std::vector<std::string> wirelessStations() { return {}; }
 
 /// The older interface to the kernel's radios, which knows no radio of the newest kind, is in every
 /// build.
-bool isAccessPoint(const std::string& interface) {
+bool isAccessPoint(const std::string& name) {
     const Descriptor descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     iwreq request{};
-    interface.copy(request.ifr_name, IFNAMSIZ - 1);
+    name.copy(request.ifr_name, IFNAMSIZ - 1);
     return ioctl(descriptor.get(), SIOCGIWMODE, &request) == 0 && request.u.mode == IW_MODE_MASTER;
 }
 

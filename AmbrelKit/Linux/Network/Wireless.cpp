@@ -168,7 +168,7 @@ void ask(const std::function<Outcome(NL80211&)>& query) {
 
 struct Interface {
     std::string name;
-    std::uint32_t type; ///< NL80211_IFTYPE_…
+    std::uint32_t type = 0; ///< NL80211_IFTYPE_…
 };
 
 /// Every radio's interfaces, by their index.

@@ -16,8 +16,8 @@ namespace AmbrelKit::Linux {
 /// their indexes. Empty without a radio, or without Wi-Fi in this build.
 std::vector<std::string> wirelessStations();
 
-/// Whether others join this machine by the interface.
-bool isAccessPoint(const std::string& interface);
+/// Whether others join this machine by the interface of this name.
+bool isAccessPoint(const std::string& name);
 
 /// The network that an interface is joined to now; nothing when there is none, or no such
 /// interface.
