@@ -1,6 +1,6 @@
+#include "AmbrelKit/Linux/Platform.hpp"
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
-#include "AmbrelKit/Linux/Platform.hpp"
 #include "AmbrelKit/Linux/ProcessServices.hpp"
 #include "tests/support/Isolation.hpp"
 #include "tests/support/LoopDriver.hpp"

@@ -1,8 +1,8 @@
+#include "AmbrelKit/Simulated/Platform.hpp"
 #include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
 #include "AmbrelKit/Internal/Models/CollectionThreshold.hpp"
 #include "AmbrelKit/Simulated/Host.hpp"
-#include "AmbrelKit/Simulated/Platform.hpp"
 #include "AmbrelKit/Simulated/Replay/Seconds.hpp"
 
 #include <gmock/gmock.h>
