@@ -1,5 +1,5 @@
-#include "tools/ambrel/Host.hpp"
 #include "tools/ambrel/ObservedPlatform.hpp"
+#include "tools/ambrel/Host.hpp"
 #include "tools/ambrel/Progress.hpp"
 #include "tools/ambrel/ScriptRecorder.hpp"
 
