@@ -158,18 +158,21 @@ TEST_F(Facade, TwoFacadesAskTheirOwnDelegateWhetherToScanAndTheLastOnesWhatToSta
     EXPECT_TRUE(delivered.empty());
 }
 
-TEST_F(Facade, EachPermissionStartsItsOwnSource) {
-    const std::pair<StatusQuery, const char*> rows[] = {
-        {StatusQuery::bluetoothPermission, "bluetooth.create "},
-        {StatusQuery::locationPermission, "location.create "},
-        {StatusQuery::networkPermission, "bonjour.create bonjour.searchForServicesOfType "}};
-    for (const auto& [query, source] : rows) {
+TEST_F(Facade, EachPermissionStartsAndStopsItsOwnSource) {
+    const std::tuple<StatusQuery, const char*, const char*> rows[] = {
+        {StatusQuery::bluetoothPermission, "bluetooth.create ", "bluetooth.stopScan "},
+        {StatusQuery::locationPermission, "location.create ", "location.stopUpdatingLocation "},
+        {StatusQuery::networkPermission, "bonjour.create bonjour.searchForServicesOfType ", ""}};
+    for (const auto& [query, source, stopped] : rows) {
         answerPermissions(AmbrelPermissionStatus::denied);
         host.setStatus(query, AmbrelPermissionStatus::granted);
         host.create();
         calls.clear();
         host.sdk()->startScanningOnce();
         EXPECT_EQ(calls, std::string("timer.schedule ") + source);
+        calls.clear();
+        host.sdk()->stopScanning();
+        EXPECT_EQ(calls, std::string("timer.invalidate ") + stopped);
     }
 }
 

@@ -3,10 +3,8 @@
 #include "AmbrelKit/Platform/Descriptor.hpp"
 
 #include <cerrno>
-#include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
-#include <memory>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -24,24 +22,14 @@ void removeFile(const std::string& path) {
 }
 
 std::vector<std::string> namesIn(const std::string& directory) {
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(directory.c_str()), closedir);
-    if (!listing) {
-        throwFileError(directory);
-    }
     std::vector<std::string> names;
-    for (;;) {
-        errno = 0;
-        const dirent* entry = readdir(listing.get());
-        if (entry == nullptr) {
-            break;
-        }
-        std::string name = entry->d_name;
-        if (name != "." && name != "..") {
-            names.push_back(std::move(name));
-        }
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(directory, error);
+         !error && entry != std::filesystem::end(entry); entry.increment(error)) {
+        names.push_back(entry->path().filename());
     }
-    if (errno != 0) {
-        throwFileError(directory);
+    if (error) {
+        throw std::system_error(error, directory);
     }
     return names;
 }
