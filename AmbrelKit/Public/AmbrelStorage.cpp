@@ -14,6 +14,7 @@
 #include <iostream>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <system_error>
 #include <utility>
 
 namespace AmbrelKit {
@@ -56,7 +57,8 @@ void AmbrelStorage::save(const JSONDictionary& dictionary) const {
     try {
         const std::string directory = path();
         std::vector<std::string> made;
-        if (!std::filesystem::exists(directory)) {
+        std::error_code unknown; // whatever it is, making the directory meets it and says so
+        if (!std::filesystem::exists(directory, unknown)) {
             made = makeDirectory(directory);
         }
         checkOwner(directory);

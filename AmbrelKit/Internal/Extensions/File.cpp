@@ -43,9 +43,10 @@ std::vector<std::string> makeDirectory(const std::string& path) {
         result = mkdir(path.c_str(), S_IRWXU);
     }
     const int reason = errno;
+    std::error_code unknown;
     if (result == 0) {
         made.push_back(path);
-    } else if (reason != EEXIST || !std::filesystem::is_directory(path)) {
+    } else if (reason != EEXIST || !std::filesystem::is_directory(path, unknown)) {
         // Else another process has made it just now.
         errno = reason;
         throwFileError(path);
