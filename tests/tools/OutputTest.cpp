@@ -88,6 +88,7 @@ TEST_F(Output, TheTableShowsValuesOfOtherTypesAsTheyAre) {
         {R"({"timestamp": 2, "bleScan": [{"timestamp": 3.5}]})", "-           +1.5 s\n"},
         {R"({"timestamp": 9223372036854775807, "bleScan": [{"timestamp": -9223372036854775807}]})",
          "-1.8446744073709552e+19 s\n"},
+        {R"({"timestamp": -1e308, "bleScan": [{"timestamp": 1e308}]})", "-           1e+308\n"},
         {R"({"timestamp": 1, "bleScan": [{"timestamp": true}]})", "-           true\n"},
         {R"({"nearbyDevices": [{"txtRecord": {"a": 1}}]})", "-     a=1\n"},
         {R"({"nearbyDevices": [{"txtRecord": [1]}]})", "-     [1]\n"},

@@ -37,6 +37,10 @@ TEST_F(RecordCommandTests, WritesNothingButItsFileUnderItsName) {
     EXPECT_THAT(closed.errors, HasSubstr("Bad file descriptor"));
     EXPECT_THAT(contents("script"), isScript);
 
+    // What can't be written to is told before anything is collected.
+    EXPECT_THAT(ambrel("record .", "", "timeout 5").errors, HasSubstr("Is a directory"));
+    EXPECT_THAT(ambrel("record ''", "", "timeout 5").errors, HasSubstr("no name for a file"));
+
     const Outcome piped = ambrel("record /dev/fd/3" + nothing + "3>&1 >&2 | cat");
     EXPECT_THAT(piped.output, isScript);
 }

@@ -88,6 +88,19 @@ def on_screen(text):
     return "".join(line)
 
 
+def left_behind(arguments, folder):
+    """The temporary files of a command that is interrupted, over and over, at some time soon."""
+    left = []
+    for attempt in range(25):
+        process = subprocess.Popen([AMBREL, *arguments], env=environment(AMBREL_DOCUMENTS_DIR=folder),
+                                   stdout=subprocess.DEVNULL)
+        time.sleep(attempt * 0.002)
+        process.send_signal(signal.SIGINT)
+        process.wait(timeout=PATIENCE)
+        left += [name for name in os.listdir(folder) if name.startswith(".")]
+    return left
+
+
 def waits_in_scan(pid):
     """Waits until the process sleeps with its signals held back, as it does in a scan."""
     end = time.monotonic() + PATIENCE
@@ -118,6 +131,7 @@ class CommandLine(unittest.TestCase):
             ("scan --servce=_ipp._tcp", "not expected: --servce=_ipp._tcp; did you mean --service?"
                                         " (see ambrel scan --help)"),
             ("watch --thre 3", "not expected: --thre 3; did you mean --threshold? (see ambrel watch --help)"),
+            ("--quiet scan", "not expected: --quiet (see ambrel scan --help)"),
             ("scan --threshold 3", "not expected: --threshold 3 (see ambrel scan --help)"),
             ("scan --service", "--service: TYPE missing (see ambrel scan --help)"),
             ("scan --service _ipp._tcp --service _i_p._tcp x",
@@ -211,6 +225,11 @@ class Refused(unittest.TestCase):
             self.assertEqual((result.returncode, len(result.stderr.splitlines())), (1, 1))
             json.loads(result.stdout)
 
+    def test_an_interrupt_leaves_no_temporary_file(self):
+        with tempfile.TemporaryDirectory() as folder:
+            self.assertEqual(left_behind(["record", f"{folder}/script", *NOTHING], folder), [])
+            self.assertEqual(left_behind(["scan", *NOTHING, "--save"], folder), [])
+
     def test_an_information_dictionary_of_no_use_is_told(self):
         for text, reason in [
             ("{", "no JSON"),
@@ -295,13 +314,24 @@ class Running(unittest.TestCase):
                                     timeout=PATIENCE, check=False)
             self.assertEqual((result.stdout, result.stderr), (status, ""))
 
-    def test_an_interrupt_ends_the_loop_of_a_shell_too(self):
-        terminal = Terminal()
-        shell = subprocess.Popen(
-            ["bash", "-c", f"for i in 1 2 3; do '{AMBREL}' scan {' '.join(RUNNING)}; echo again; done"],
+    def shell(self, terminal, line):
+        """A shell that the terminal belongs to; `ambrel` in the line stands for a scan."""
+        process = subprocess.Popen(
+            ["bash", "-c", line.replace("ambrel", f"'{AMBREL}' scan {' '.join(RUNNING)}")],
             stdin=terminal.slave, stdout=terminal.slave, stderr=terminal.slave, env=environment(),
             start_new_session=True, preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
-        self.addCleanup(shell.kill)
+        self.addCleanup(process.kill)
+        return process
+
+    def test_no_progress_from_the_background(self):
+        terminal = Terminal()
+        shell = self.shell(terminal, "set -m; ambrel & sleep 2; kill $!")
+        self.assertEqual(shell.wait(timeout=PATIENCE), 0)
+        self.assertNotIn(SEEN, terminal.read_rest())
+
+    def test_an_interrupt_ends_the_loop_of_a_shell_too(self):
+        terminal = Terminal()
+        shell = self.shell(terminal, "for i in 1 2 3; do ambrel; echo again; done")
         self.assertTrue(terminal.draws())
         os.write(terminal.master, b"\x03")
         self.assertEqual(shell.wait(timeout=5), -signal.SIGINT)
@@ -336,6 +366,25 @@ class Running(unittest.TestCase):
         process.stdout.close()
         self.assertEqual(process.wait(timeout=5), -signal.SIGPIPE)
         self.assertEqual(on_screen(self.terminal.read_rest()), "")
+
+    def test_a_stopped_terminal_holds_nothing_up(self):
+        process = self.start("--progress")
+        self.assertTrue(self.terminal.draws())
+        termios.tcflow(self.terminal.slave, termios.TCOOFF)
+        time.sleep(1)  # it would draw meanwhile
+        process.terminate()
+        self.assertEqual(process.wait(timeout=5), -signal.SIGTERM)
+        self.terminal.read_rest()
+
+    def test_without_an_output_it_sleeps_too(self):
+        process = self.start(preexec_fn=lambda: os.close(1))
+        self.assertTrue(waits_in_scan(process.pid))
+        time.sleep(1)
+        with open(f"/proc/{process.pid}/stat", encoding="utf-8") as file:
+            user, system = file.read().split()[13:15]
+        self.assertLess((int(user) + int(system)) / os.sysconf("SC_CLK_TCK"), 0.3)
+        process.terminate()
+        self.terminal.read_rest()
 
     def test_no_progress_where_it_is_not_wanted(self):
         for arguments, changes in [

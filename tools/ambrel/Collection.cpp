@@ -95,6 +95,9 @@ std::optional<int> Collection::wait() {
         if ((descriptors[2].revents & POLLERR) != 0) {
             return SIGPIPE; // as writing to it would
         }
+        if ((descriptors[2].revents & POLLNVAL) != 0) {
+            descriptors[2].fd = -1; // there is no standard output
+        }
         if (host_->hasDelivered()) {
             return std::nullopt;
         }

@@ -22,7 +22,7 @@ bool isIgnored(int signal) {
 InterruptSignals::InterruptSignals() {
     sigset_t signals{};
     sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : interruptions) {
         if (!isIgnored(signal)) {
             sigaddset(&signals, signal);
         }
@@ -31,22 +31,16 @@ InterruptSignals::InterruptSignals() {
     if (descriptor_ < 0) {
         throw std::system_error(errno, std::generic_category(), "watch for signals");
     }
-    sigprocmask(SIG_BLOCK, &signals, &before_);
 }
 
-InterruptSignals::~InterruptSignals() {
-    close(descriptor_);
-    if (!taken_) {
-        sigprocmask(SIG_SETMASK, &before_, nullptr);
-    }
-}
+InterruptSignals::~InterruptSignals() { close(descriptor_); }
 
 std::optional<int> InterruptSignals::take() {
     signalfd_siginfo information{};
     if (read(descriptor_, &information, sizeof information) != sizeof information) {
         return std::nullopt;
     }
-    taken_ = true;
+    held_.holdOn();
     return static_cast<int>(information.ssi_signo);
 }
 

@@ -1,13 +1,14 @@
 #ifndef AMBREL_INTERRUPTSIGNALS_HPP
 #define AMBREL_INTERRUPTSIGNALS_HPP
 
-#include <csignal>
+#include "tools/ambrel/HeldSignals.hpp"
+
 #include <optional>
 
 namespace Ambrel {
 
-/// While it lives, SIGINT, SIGTERM and SIGHUP are read from a descriptor instead of ending the
-/// process. One that the process was started to ignore stays ignored.
+/// While it lives, interruptions are read from a descriptor instead of ending the process. One that
+/// the process was started to ignore stays ignored.
 class InterruptSignals {
 public:
     /// Throws std::system_error when the system gives no descriptor.
@@ -25,9 +26,8 @@ public:
     std::optional<int> take();
 
 private:
-    sigset_t before_{};
+    HeldSignals held_;
     int descriptor_ = -1;
-    bool taken_ = false;
 };
 
 } // namespace Ambrel

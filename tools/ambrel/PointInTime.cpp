@@ -28,9 +28,7 @@ std::optional<double> isoPointInTime(const std::string& text) {
         rest = strptime(rest + 1, "%H:%M", &parts);
         if (rest != nullptr && *rest == ':') {
             rest = strptime(rest, ":%S", &parts);
-        }
-        if (rest != nullptr) {
-            fraction = takeFraction(rest, text.data() + text.size());
+            fraction = rest != nullptr ? takeFraction(rest, text.data() + text.size()) : 0;
         }
         if (rest != nullptr && *rest != '\0') {
             rest = strptime(rest, "%z", &parts);

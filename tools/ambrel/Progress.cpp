@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <poll.h>
 #include <unistd.h>
 
 namespace Ambrel {
@@ -23,8 +24,14 @@ bool isSet(const char* variable) {
     return value != nullptr && *value != '\0';
 }
 
+/// Nothing where the terminal takes no text, as one that is stopped (^S), which would hold the
+/// collection up; nor from the background, where another program is using it.
 void draw(const std::string& text) {
-    [[maybe_unused]] const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
+    pollfd terminal{.fd = STDERR_FILENO, .events = POLLOUT, .revents = 0};
+    const pid_t foreground = tcgetpgrp(STDERR_FILENO); // -1: it is not this session's
+    if (poll(&terminal, 1, 0) == 1 && (foreground < 0 || foreground == getpgrp())) {
+        [[maybe_unused]] const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
+    }
 }
 
 std::string counted(std::size_t count, const std::string& one, const std::string& many) {
@@ -83,8 +90,10 @@ std::string Progress::line(Clock::duration elapsed) const {
     const auto done = std::min<std::size_t>(cells * elapsed / length, cells);
     const std::string bar = std::string(done, '#') + std::string(cells - done, '-');
     constexpr std::size_t usualWidth = 80;
-    // One less, or the terminal moves on to the next line.
-    const std::size_t width = terminalColumns(STDERR_FILENO).value_or(usualWidth) - 1;
+    // At the last column, the terminal or the ^C that interrupts would move on to the next line.
+    constexpr std::size_t room = 3;
+    const std::size_t width =
+        std::max(terminalColumns(STDERR_FILENO).value_or(usualWidth), room) - room;
     const std::string start = coloured_ ? "\033[32m" : "";
     const std::string end = coloured_ ? "\033[0m" : "";
     const std::string shownBar = bar.substr(0, width);

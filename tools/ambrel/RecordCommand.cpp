@@ -1,6 +1,7 @@
 #include "AmbrelKit/Internal/Extensions/ReplaceFile.hpp"
 #include "tools/ambrel/Collection.hpp"
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/HeldSignals.hpp"
 #include "tools/ambrel/ScriptRecorder.hpp"
 
 #include <CLI/CLI.hpp>
@@ -28,13 +29,21 @@ struct RecordArguments {
 /// written to as it is.
 class ScriptFile {
 public:
-    /// Throws when the file can't be made.
+    /// Throws when the file can't be made, or what is there can't be written to. Waits for the
+    /// reader of a pipe.
     explicit ScriptFile(const std::string& name) : name_(name) {
         const std::filesystem::path path = name;
         std::error_code error;
         const auto status = std::filesystem::status(path, error);
-        if (!std::filesystem::exists(status) || std::filesystem::is_regular_file(status)) {
+        if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+            errno = 0;
+            other_.open(path);
+            check();
+        } else if (path.has_filename()) {
+            held_.emplace();
             file_.emplace(path.has_parent_path() ? path.parent_path().string() : ".", name);
+        } else {
+            throw CommandError(badInput, "\"" + name + "\" is no name for a file");
         }
     }
 
@@ -44,15 +53,26 @@ public:
         if (file_) {
             file_->write(text_);
             file_->finish();
-        } else if (errno = 0; !(std::ofstream(name_) << text_ << std::flush)) {
-            throw std::system_error(errno, std::generic_category(), name_);
+            held_.reset();
+        } else {
+            errno = 0;
+            other_ << text_ << std::flush;
+            check();
         }
     }
 
 private:
+    void check() const {
+        if (!other_) {
+            throw std::system_error(errno, std::generic_category(), name_);
+        }
+    }
+
     std::string name_;
-    std::string text_; ///< ten seconds of it
+    std::string text_;                ///< ten seconds of it
+    std::optional<HeldSignals> held_; ///< while there is a file that is not whole
     std::optional<AmbrelKit::NewFile> file_;
+    std::ofstream other_;
 };
 
 ExitStatus record(const RecordArguments& arguments) {

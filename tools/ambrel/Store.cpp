@@ -1,5 +1,7 @@
 #include "tools/ambrel/Store.hpp"
 
+#include "tools/ambrel/HeldSignals.hpp"
+
 #include <iostream>
 #include <memory>
 
@@ -20,9 +22,14 @@ bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>&
     return !*failed;
 }
 
+void save(const AmbrelKit::AmbrelStorage& store, const AmbrelKit::JSONDictionary& collection) {
+    const HeldSignals held;
+    store.save(collection);
+}
+
 bool saveCollection(const AmbrelKit::JSONDictionary& collection) {
     return withStore(
-        [&collection](const AmbrelKit::AmbrelStorage& store) { store.save(collection); });
+        [&collection](const AmbrelKit::AmbrelStorage& store) { save(store, collection); });
 }
 
 } // namespace Ambrel

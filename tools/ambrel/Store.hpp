@@ -12,7 +12,10 @@ namespace Ambrel {
 /// no failure.
 bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>& work);
 
-/// Saves one dictionary; false when that failed.
+/// Saves one dictionary; an interruption waits until that is done.
+void save(const AmbrelKit::AmbrelStorage& store, const AmbrelKit::JSONDictionary& collection);
+
+/// The same in the store; false when that failed.
 bool saveCollection(const AmbrelKit::JSONDictionary& collection);
 
 } // namespace Ambrel

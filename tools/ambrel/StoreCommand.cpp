@@ -126,7 +126,7 @@ ExitStatus saveFrom(std::istream& input, const std::string& source) {
                 throwBadLine(source, line,
                              "\"timestamp\" is missing or is no number that a double holds");
             }
-            store.save(dictionary);
+            save(store, dictionary);
         });
     }));
 }

@@ -39,6 +39,9 @@ std::string seen(const JSONValue& sighting, const JSONValue& start) {
     }
     constexpr double exact = 0x1p53; // up to here doubles hold every integer
     const double offset = time.get<double>() - start.get<double>();
+    if (!std::isfinite(offset)) {
+        return shown(time);
+    }
     const bool whole = std::abs(offset) < exact && offset == std::trunc(offset);
     const JSONValue number =
         whole ? JSONValue(static_cast<std::int64_t>(offset)) : JSONValue(offset);

@@ -3,7 +3,6 @@
 #include "tools/ambrel/Commands.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <string_view>
 #include <utility>
@@ -19,42 +18,38 @@ using Candidates = std::vector<std::pair<std::string, std::string>>;
 /// How many characters must be changed, left out, put in or swapped with the next to make one text
 /// of the other.
 std::size_t distance(std::string_view a, std::string_view b) {
-    // Of the start of `a` that has been gone through, and of the two starts before it, to each
-    // start of `b`.
-    std::array<std::vector<std::size_t>, 3> rows;
-    rows.fill(std::vector<std::size_t>(b.size() + 1));
-    auto& [row, before, beforeThat] = rows;
+    // From the first i characters of the one to the first j of the other.
+    std::vector least(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
     for (std::size_t i = 0; i <= a.size(); ++i) {
-        std::swap(beforeThat, before);
-        std::swap(before, row);
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            if (i == 0) {
-                row[j] = j;
+        for (std::size_t j = 0; j <= b.size(); ++j) {
+            if (i == 0 || j == 0) {
+                least[i][j] = i + j;
                 continue;
             }
             const std::size_t change = a[i - 1] == b[j - 1] ? 0 : 1;
-            row[j] = std::min({row[j - 1] + 1, before[j] + 1, before[j - 1] + change});
+            least[i][j] =
+                std::min({least[i - 1][j] + 1, least[i][j - 1] + 1, least[i - 1][j - 1] + change});
             if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-                row[j] = std::min(row[j], beforeThat[j - 2] + 1);
+                least[i][j] = std::min(least[i][j], least[i - 2][j - 2] + 1);
             }
         }
     }
-    return row[b.size()];
+    return least.back().back();
 }
 
 /// The question whether the candidate nearest to `typed` was meant, where one is near.
 std::string suggestion(std::string_view typed, const Candidates& candidates) {
     constexpr std::size_t shortestStart = 3;
     typed = typed.substr(0, typed.find('='));
-    typed.remove_prefix(std::min(typed.find_first_not_of('-'), typed.size()));
+    const std::string_view name =
+        typed.substr(std::min(typed.find_first_not_of('-'), typed.size()));
     std::string question;
-    std::size_t least = typed.size() / 3 + 1; // what is farther is another word
-    for (const auto& [name, said] : candidates) {
-        const bool begun = typed.size() >= shortestStart && name.starts_with(typed);
-        if (const auto changes = begun ? 0 : distance(typed, name); changes < least) {
+    std::size_t least = name.size() / 3 + 1; // what is farther is another word
+    for (const auto& [candidate, said] : candidates) {
+        const bool begun = name.size() >= shortestStart && candidate.starts_with(name);
+        if (const auto changes = begun ? 0 : distance(name, candidate); changes < least) {
             least = changes;
-            question = "; did you mean " + said + "?";
+            question = said == typed ? "" : "; did you mean " + said + "?";
         }
     }
     return question;
