@@ -87,10 +87,10 @@ void play(Simulated::Platform& platform) {
 /// The dictionary of `play`, as text.
 std::string collected(Simulated::Platform& platform, std::shared_ptr<PlatformObserver> observer) {
     auto services = servicesOf(platform);
-    std::optional<ObservedNetwork> network;
+    std::shared_ptr<void> network;
     if (observer) {
         services = observed(std::move(services), observer);
-        network.emplace(std::move(observer));
+        network = observeNetwork(std::move(observer));
     }
     const auto host = std::make_shared<Host>(CollectionOptions());
     const auto kit = Linux::create(std::move(services));

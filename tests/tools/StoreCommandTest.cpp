@@ -108,6 +108,7 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
         {"export --since 2023-02-30", "", 2, "--since: \"2023-02-30\" is no point in time"},
         {"export --until 2023-11-14T25:00", "", 2, "--until: \"2023-11-14T25:00\" is no"},
         {"export --until 2023-11-14T22:13.5", "", 2, "is no point in time"},
+        {"export --since ''", "", 2, "--since: \"\" is no point in time"},
         {"export --until nan", "", 2, "--until: \"nan\" is no point in time"},
         {"list --format xml", "", 2, "xml"},
         {"", "", 2, "a command is missing"},

@@ -1,5 +1,6 @@
 #include "tools/ambrel/Choices.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <utility>
 
@@ -16,6 +17,15 @@ std::function<std::string(const std::string&)> oneOf(std::vector<std::string> ch
         }
         return problem;
     };
+}
+
+void addListOption(CLI::App& command, const std::string& name, std::vector<std::string>& chosen,
+                   const std::string& description, std::vector<std::string> choices) {
+    command.add_option(name, chosen, description)
+        ->type_name("LIST")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(oneOf(std::move(choices)));
 }
 
 } // namespace Ambrel

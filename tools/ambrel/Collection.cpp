@@ -58,10 +58,10 @@ Collection::Collection(const CollectionOptions& options, std::shared_ptr<Host> h
         note("the information dictionary is of no use: " + *problem);
     }
     auto observedServices = observed(services(options), counts_);
-    countedNetwork_.emplace(counts_);
+    countedNetwork_ = observeNetwork(counts_);
     if (observer) {
         observedServices = observed(std::move(observedServices), observer);
-        observedNetwork_.emplace(observer);
+        observedNetwork_ = observeNetwork(observer);
     }
     kit_ = Linux::create(std::move(observedServices));
     kit_->setDelegate(host_);

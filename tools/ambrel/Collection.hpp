@@ -42,8 +42,8 @@ private:
     [[nodiscard]] int renewProgress();
 
     std::shared_ptr<CollectionCounts> counts_ = std::make_shared<CollectionCounts>();
-    std::optional<ObservedNetwork> countedNetwork_;
-    std::optional<ObservedNetwork> observedNetwork_;
+    std::shared_ptr<void> countedNetwork_;
+    std::shared_ptr<void> observedNetwork_;
     std::shared_ptr<Host> host_;
     std::shared_ptr<AmbrelKit::AmbrelSDK> kit_;
     CollectionOptions options_;

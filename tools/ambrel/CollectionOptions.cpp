@@ -41,16 +41,11 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
         ->type_name("TYPE")
         ->allow_extra_args(false)
         ->check(checkServiceType);
-    command.add_option("--only", options.only, "grant only these of bluetooth,location,network")
-        ->type_name("LIST")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->check(oneOf({"bluetooth", "location", "network"}));
-    command.add_option("--without", options.without, "refuse these of bluetooth,location,network")
-        ->type_name("LIST")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->check(oneOf({"bluetooth", "location", "network"}));
+    const std::vector<std::string> permissions{"bluetooth", "location", "network"};
+    addListOption(command, "--only", options.only, "grant only these of bluetooth,location,network",
+                  permissions);
+    addListOption(command, "--without", options.without,
+                  "refuse these of bluetooth,location,network", permissions);
     addLocationOption(command, options.location);
     command.add_flag("--save", options.save, "save what is delivered too: see ambrel store");
     command.add_option("--format", options.format, "json, pretty or table")

@@ -102,16 +102,9 @@ void addDoctorCommand(CLI::App& app, ExitStatus& status) {
     const auto arguments = std::make_shared<DoctorArguments>();
     auto names = Linux::Diagnosis::sources();
     names.emplace_back("network");
-    command->add_option("--only", arguments->only, "examine only these sources")
-        ->type_name("LIST")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->check(oneOf(names));
-    command->add_option("--without", arguments->without, "examine all but these sources")
-        ->type_name("LIST")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->check(oneOf(names));
+    addListOption(*command, "--only", arguments->only, "examine only these sources", names);
+    addListOption(*command, "--without", arguments->without, "examine all but these sources",
+                  names);
     addLocationOption(*command, arguments->location);
     command->add_option("--format", arguments->format, "table or json (one object a line)")
         ->type_name("FORMAT")

@@ -179,7 +179,7 @@ Linux::PlatformServices observed(Linux::PlatformServices services,
     return services;
 }
 
-ObservedNetwork::ObservedNetwork(std::shared_ptr<PlatformObserver> observer) {
+std::shared_ptr<void> observeNetwork(std::shared_ptr<PlatformObserver> observer) {
     auto services = Linux::ProcessServices::current();
     // The kit asks for the address first, and for the networks right after it.
     const auto address = std::make_shared<std::optional<std::string>>();
@@ -190,7 +190,7 @@ ObservedNetwork::ObservedNetwork(std::shared_ptr<PlatformObserver> observer) {
         observer->networkDidAnswer(*address, joined);
         return joined;
     };
-    installed_ = services.install();
+    return services.install();
 }
 
 } // namespace Ambrel

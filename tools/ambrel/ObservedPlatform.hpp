@@ -35,15 +35,9 @@ public:
 AmbrelKit::Linux::PlatformServices observed(AmbrelKit::Linux::PlatformServices services,
                                             std::shared_ptr<PlatformObserver> observer);
 
-/// While it lives, the process's answers about the network are told to `observer` too: once a tick,
-/// when both are known.
-class ObservedNetwork {
-public:
-    explicit ObservedNetwork(std::shared_ptr<PlatformObserver> observer);
-
-private:
-    std::shared_ptr<void> installed_;
-};
+/// While the handle is kept, the process's answers about the network are told to `observer` too:
+/// once a tick, when both are known.
+[[nodiscard]] std::shared_ptr<void> observeNetwork(std::shared_ptr<PlatformObserver> observer);
 
 } // namespace Ambrel
 

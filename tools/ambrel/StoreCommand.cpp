@@ -33,21 +33,17 @@ constexpr std::size_t pieceSize = 1U << 16U; // bytes
 
 /// What the subcommands are given; each uses its own part.
 struct StoreArguments {
-    std::string timestamp;
-    std::string since;
-    std::string until;
+    std::string timestamp; ///< one of `pointInTimeForms`
+    double since = -ever;
+    double until = ever;
     std::string format;
     std::string file = "-";
 };
 
 ExitStatus statusOf(bool whole) { return whole ? done : failed; }
 
-double parsedTime(const std::string& name, const std::string& text) {
-    const auto time = pointInTime(text);
-    if (!time) {
-        throw CommandError(badInput, name + ": \"" + text + "\" is no point in time");
-    }
-    return *time;
+std::string checkTime(const std::string& text) {
+    return pointInTime(text) ? "" : "\"" + text + "\" is no point in time";
 }
 
 [[noreturn]] void throwNotSaved(const std::string& timestamp) {
@@ -95,7 +91,7 @@ ExitStatus runList(const StoreArguments& arguments) {
 }
 
 ExitStatus runShow(const StoreArguments& arguments) {
-    const double time = parsedTime("TIMESTAMP", arguments.timestamp);
+    const double time = pointInTime(arguments.timestamp).value();
     std::string text;
     const bool whole = withStore([&](const AmbrelStorage& store) {
         if (isThere()) {
@@ -112,11 +108,9 @@ ExitStatus runShow(const StoreArguments& arguments) {
 }
 
 ExitStatus runExport(const StoreArguments& arguments) {
-    const auto& [timestamp, since, until, format, file] = arguments;
-    return printEach(
-        since.empty() ? -ever : parsedTime("--since", since),
-        until.empty() ? ever : parsedTime("--until", until),
-        [](const JSONDictionary& collection) { return formatted(collection, OutputFormat::json); });
+    return printEach(arguments.since, arguments.until, [](const JSONDictionary& collection) {
+        return formatted(collection, OutputFormat::json);
+    });
 }
 
 ExitStatus saveFrom(std::istream& input, const std::string& source) {
@@ -144,7 +138,7 @@ ExitStatus runSave(const StoreArguments& arguments) {
 }
 
 ExitStatus runDelete(const StoreArguments& arguments) {
-    const JSONDictionary collection{{"timestamp", parsedTime("TIMESTAMP", arguments.timestamp)}};
+    const JSONDictionary collection{{"timestamp", pointInTime(arguments.timestamp).value()}};
     return statusOf(withStore([&](const AmbrelStorage& store) {
         const auto file = AmbrelStorage::path() + "/" + AmbrelStorage::fileName(collection).value();
         std::error_code error; // any but that there is none is the store's to report
@@ -161,6 +155,24 @@ ExitStatus runPath(const StoreArguments& /*arguments*/) {
         [](const AmbrelStorage& /*store*/) { printResult(AmbrelStorage::path() + "\n"); }));
 }
 
+std::string timeHelp() { return std::string("A time is ") + pointInTimeForms + "."; }
+
+void addTimestamp(CLI::App& command, std::string& timestamp) {
+    command.add_option("TIMESTAMP", timestamp, "of the collection")->required()->check(checkTime);
+    command.footer(timeHelp());
+}
+
+void addBound(CLI::App& command, const std::string& name, double& bound,
+              const std::string& description) {
+    command
+        .add_option_function<std::string>(
+            name, [&bound](const std::string& text) { bound = pointInTime(text).value(); },
+            description)
+        ->type_name("TIME")
+        ->check(checkTime);
+    command.footer(timeHelp());
+}
+
 } // namespace
 
 void addStoreCommand(CLI::App& app, ExitStatus& status) {
@@ -172,16 +184,13 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
         command->callback([arguments, operation, &status] { status = operation(*arguments); });
         return command;
     };
-    const std::string times = std::string("A time is ") + pointInTimeForms + ".";
-    constexpr const char* timestampHelp = "of the collection";
 
     add("list", "Lists the saved collections, oldest first", runList)
         ->add_option("--format", arguments->format, "table (the default), or json for NDJSON")
         ->type_name("FORMAT")
         ->check(oneOf({"table", "json"}));
     CLI::App* command = add("show", "Prints one saved collection", runShow);
-    command->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)->required();
-    command->footer(times);
+    addTimestamp(*command, arguments->timestamp);
     command
         ->add_option("--format", arguments->format,
                      "json (the default in a pipe), pretty (in a terminal), table")
@@ -192,14 +201,10 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
                         "one JSON object, or one a line (default: standard input)");
     command->footer("A saved dictionary with the same timestamp is replaced.");
     command = add("delete", "Deletes one saved collection", runDelete);
-    command->add_option("TIMESTAMP", arguments->timestamp, timestampHelp)->required();
-    command->footer(times);
+    addTimestamp(*command, arguments->timestamp);
     command = add("export", "Prints the saved collections as NDJSON, oldest first", runExport);
-    command->add_option("--since", arguments->since, "not those before this time")
-        ->type_name("TIME");
-    command->add_option("--until", arguments->until, "not those after this time")
-        ->type_name("TIME");
-    command->footer(times);
+    addBound(*command, "--since", arguments->since, "not those before this time");
+    addBound(*command, "--until", arguments->until, "not those after this time");
     add("path", "Prints the directory of the files", runPath);
 }
 

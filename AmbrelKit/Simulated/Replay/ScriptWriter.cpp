@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace AmbrelKit::Simulated {
 
@@ -25,7 +25,7 @@ std::string jsonText(const JSONValue& value) {
     return value.dump(-1, ' ', false, JSONValue::error_handler_t::replace);
 }
 
-template <class Members> std::string object(const Members& members) {
+std::string object(const std::vector<Member>& members) {
     std::string text = "{";
     for (const auto& [key, value] : members) {
         if (!value.empty()) {
@@ -33,10 +33,6 @@ template <class Members> std::string object(const Members& members) {
         }
     }
     return text + "}";
-}
-
-std::string object(std::initializer_list<Member> members) {
-    return object<std::initializer_list<Member>>(members);
 }
 
 template <class Elements, class Write> std::string list(const Elements& elements, Write write) {
