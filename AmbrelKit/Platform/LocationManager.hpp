@@ -21,7 +21,8 @@ enum class LocationAuthorizationStatus : int {
     authorizedWhenInUse = 4,
 };
 
-/// A place on the WGS 84 ellipsoid, in degrees.
+/// A place on the WGS 84 ellipsoid, in finite degrees: a record that holds any other has no JSON
+/// form, and its collection is not delivered.
 struct LocationCoordinate {
     double latitude = 0;
     double longitude = 0;

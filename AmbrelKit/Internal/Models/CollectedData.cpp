@@ -7,18 +7,11 @@ namespace AmbrelKit {
 
 namespace {
 
-/// A limited list is cut down once it has grown this far beyond its limit, not at each addition.
-constexpr std::size_t slack = 64;
+/// A limited list is cut down once it may have twice its limit, or twice this, not at each
+/// addition.
+constexpr std::size_t fewestCut = 64;
 
 } // namespace
-
-CollectedData::CollectedData(const std::vector<AmbrelData>& list) {
-    CollectedData data;
-    for (const AmbrelData& record : list) {
-        data = data.appending(record);
-    }
-    *this = std::move(data);
-}
 
 CollectedData CollectedData::appending(const std::optional<AmbrelData>& data) const {
     if (!data) {
@@ -33,15 +26,14 @@ CollectedData CollectedData::appending(const std::optional<AmbrelData>& data) co
     list.earlier_ = earlier_.appending(*newest_);
     list.newest_ = data;
     const bool outOfOrder = data->createdAt() < newest_->createdAt();
-    const bool overgrown = limit_ && list.earlier_.countAtMost() > 2 * *limit_ + slack;
-    return outOfOrder || overgrown ? split(list.records(), limit_) : list;
+    const bool overgrown = limit_ && list.earlier_.countAtMost() / 2 > std::max(*limit_, fewestCut);
+    return outOfOrder || overgrown ? list.rebuilt() : list;
 }
 
 CollectedData CollectedData::limitedTo(std::optional<std::size_t> limit) const {
-    if (limit) {
-        limit = std::max<std::size_t>(*limit, 1);
-    }
-    return split(records(), limit);
+    CollectedData list = *this;
+    list.limit_ = limit ? std::optional(std::max<std::size_t>(*limit, 1)) : std::nullopt;
+    return list.rebuilt();
 }
 
 std::vector<AmbrelData> CollectedData::records() const {
@@ -52,17 +44,14 @@ std::vector<AmbrelData> CollectedData::records() const {
     return records;
 }
 
-CollectedData CollectedData::split(std::vector<AmbrelData> records,
-                                   std::optional<std::size_t> limit) {
+CollectedData CollectedData::rebuilt() const {
     CollectedData list;
-    list.limit_ = limit;
-    if (limit && records.size() > *limit) {
-        records.erase(records.begin(), records.end() - static_cast<std::ptrdiff_t>(*limit));
-    }
-    if (!records.empty()) {
-        list.newest_ = std::move(records.back());
-        records.pop_back();
-        list.earlier_ = Earlier(records);
+    list.limit_ = limit_;
+    auto kept = records();
+    if (!kept.empty()) {
+        list.newest_ = kept.back();
+        kept.pop_back();
+        list.earlier_ = Earlier(kept);
     }
     return list;
 }

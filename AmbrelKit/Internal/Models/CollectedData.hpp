@@ -14,11 +14,6 @@ namespace AmbrelKit {
 /// newest record stands apart, so that a change of it costs the same however many came before.
 class CollectedData {
 public:
-    CollectedData() = default;
-
-    /// The records of `list`, each appended in turn.
-    explicit CollectedData(const std::vector<AmbrelData>& list);
-
     /// The list with `data` added, or in place of the record of the same identifier. Without `data`
     /// it is the same list.
     [[nodiscard]] CollectedData appending(const std::optional<AmbrelData>& data) const;
@@ -49,7 +44,8 @@ private:
     };
     using Earlier = GroupedList<AmbrelData, &AmbrelData::uuid, ByCreatedAt>;
 
-    static CollectedData split(std::vector<AmbrelData> records, std::optional<std::size_t> limit);
+    /// The same list, with nothing in it that is not among its records.
+    [[nodiscard]] CollectedData rebuilt() const;
 
     Earlier earlier_; ///< may still hold older records of the newest one's identifier
     std::optional<AmbrelData> newest_;
