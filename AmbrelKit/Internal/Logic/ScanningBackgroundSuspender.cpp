@@ -10,25 +10,19 @@ ScanningBackgroundSuspender::ScanningBackgroundSuspender(
     std::shared_ptr<DataStore> store, std::shared_ptr<NotificationCenter> notificationCenter)
     : store_(std::move(store)), notificationCenter_(std::move(notificationCenter)) {}
 
-ScanningBackgroundSuspender::~ScanningBackgroundSuspender() { removeAllObservers(); }
+ScanningBackgroundSuspender::~ScanningBackgroundSuspender() { disable(); }
 
 void ScanningBackgroundSuspender::enable() {
-    removeAllObservers();
-    addObserver(ApplicationDidBecomeActiveNotification, DataEvents::scan{ScanningMode::automatic});
-}
-
-void ScanningBackgroundSuspender::disable() { removeAllObservers(); }
-
-void ScanningBackgroundSuspender::addObserver(std::string_view name, const DataEvent& event) {
-    const auto send = [event](ScanningBackgroundSuspender& suspender, const Notification&) {
-        suspender.store_->sendEvent(event);
+    disable();
+    const auto scan = [](ScanningBackgroundSuspender& suspender, const Notification& /*posted*/) {
+        suspender.store_->sendEvent(DataEvents::scan{ScanningMode::automatic});
     };
-    observers_.push_back(
-        notificationCenter_->addObserver(std::string(name), weakly(weak_from_this(), send)));
+    observer_ = notificationCenter_->addObserver(
+        std::string(ApplicationDidBecomeActiveNotification), weakly(weak_from_this(), scan));
 }
 
-void ScanningBackgroundSuspender::removeAllObservers() {
-    for (const auto& observer : std::exchange(observers_, {})) {
+void ScanningBackgroundSuspender::disable() {
+    if (const auto observer = std::exchange(observer_, nullptr)) {
         notificationCenter_->removeObserver(observer);
     }
 }

@@ -5,7 +5,6 @@
 #include "AmbrelKit/Platform/NotificationCenter.hpp"
 
 #include <memory>
-#include <vector>
 
 namespace AmbrelKit {
 
@@ -23,15 +22,12 @@ public:
     /// Leaves exactly one observer, however often it is called.
     void enable();
     void disable();
-    [[nodiscard]] bool isEnabled() const { return !observers_.empty(); }
+    [[nodiscard]] bool isEnabled() const { return observer_ != nullptr; }
 
 private:
-    void addObserver(std::string_view name, const DataEvent& event);
-    void removeAllObservers();
-
     std::shared_ptr<DataStore> store_;
     std::shared_ptr<NotificationCenter> notificationCenter_;
-    std::vector<std::shared_ptr<NotificationObserver>> observers_;
+    std::shared_ptr<NotificationObserver> observer_; ///< while enabled
 };
 
 } // namespace AmbrelKit
