@@ -71,9 +71,9 @@ void BlueZObjects::ask() {
 }
 
 void BlueZObjects::replied(sd_bus_message* reply) {
-    if (sd_bus_message_is_method_error(reply, SD_BUS_ERROR_ACCESS_DENIED) > 0) {
+    if (isError(reply, SD_BUS_ERROR_ACCESS_DENIED)) {
         answer_ = Answer::refused;
-    } else if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
+    } else if (isError(reply)) {
         askAgain_.schedule();
         return;
     } else {

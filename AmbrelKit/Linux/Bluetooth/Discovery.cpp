@@ -22,12 +22,6 @@ int appendFilter(sd_bus_message* call) {
                                  "Discoverable", "b", 0, "UUIDs", "as", 0);
 }
 
-bool isError(sd_bus_message* reply) { return sd_bus_message_is_method_error(reply, nullptr) > 0; }
-
-bool isError(sd_bus_message* reply, const char* name) {
-    return sd_bus_message_is_method_error(reply, name) > 0;
-}
-
 /// BlueZ says so of a start that it has already granted, of a start that the controller refuses,
 /// and of a stop that comes before the start has finished.
 bool isInProgress(sd_bus_message* reply) { return isError(reply, "org.bluez.Error.InProgress"); }

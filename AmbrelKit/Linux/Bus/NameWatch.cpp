@@ -37,7 +37,7 @@ void NameWatch::answered(sd_bus_message* reply) {
     question_.reset();
     const char* owner = "";
     sd_bus_message_read(reply, "s", &owner); // an error: nobody owns it
-    tell(sd_bus_message_is_method_error(reply, nullptr) > 0 ? "" : owner);
+    tell(isError(reply) ? "" : owner);
 }
 
 void NameWatch::lost() {

@@ -27,8 +27,13 @@ struct BusMethod {
 using BusArguments = std::function<int(sd_bus_message*)>;
 
 /// Receives a reply or a signal. What it reads may have other types than expected, and a reply may
-/// be an error: sd_bus_message_is_method_error tells.
+/// be an error.
 using BusReceiver = std::function<void(sd_bus_message*)>;
+
+/// Whether a reply is an error: the one of this name, if one is given.
+inline bool isError(sd_bus_message* reply, const char* name = nullptr) {
+    return sd_bus_message_is_method_error(reply, name) > 0;
+}
 
 /// A call that waits for its reply. Dropping it means that the reply is not delivered.
 class PendingCall {

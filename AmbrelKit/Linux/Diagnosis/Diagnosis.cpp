@@ -78,8 +78,7 @@ private:
     /// False where there is no answer. An error is one by the connection, which has ended.
     bool readNames(sd_bus_message* reply, std::set<std::string>& names) {
         const auto& bus = *surroundings_.bus;
-        const bool answers =
-            reply != nullptr && sd_bus_message_is_method_error(reply, nullptr) <= 0;
+        const bool answers = reply != nullptr && !isError(reply);
         surroundings_.busDrops =
             !answers && bus.wasConnected() && (reply != nullptr || !bus.isConnected());
         if (answers) {

@@ -68,6 +68,14 @@ Reading read(const std::optional<JSONDictionary>& fallback) {
     return {.dictionary = fallback, .problem = std::nullopt};
 }
 
+const JSONValue* find(const std::optional<JSONDictionary>& dictionary, const char* key) {
+    if (!dictionary) {
+        return nullptr;
+    }
+    const auto entry = dictionary->find(key);
+    return entry != dictionary->end() ? &entry->second : nullptr;
+}
+
 std::optional<std::vector<std::string>> listOfTexts(const JSONValue& value) {
     if (!value.is_array()) {
         return std::nullopt;
@@ -95,37 +103,28 @@ std::optional<JSONDictionary> Bundle::infoDictionary() const {
 
 std::optional<std::string> Bundle::problem() const {
     const Reading reading = read(dictionary_);
-    if (!reading.dictionary) {
-        return reading.problem;
-    }
-    const auto services = reading.dictionary->find(servicesKey);
-    if (services != reading.dictionary->end() && !listOfTexts(services->second)) {
+    const auto* const services = find(reading.dictionary, servicesKey);
+    if (services != nullptr && !listOfTexts(*services)) {
         return std::string("\"") + servicesKey + "\" is not a list of strings";
     }
-    const auto identifier = reading.dictionary->find(identifierKey);
-    if (identifier != reading.dictionary->end() && !identifier->second.is_string()) {
+    const auto* const identifier = find(reading.dictionary, identifierKey);
+    if (identifier != nullptr && !identifier->is_string()) {
         return std::string("\"") + identifierKey + "\" is not a string";
     }
-    return std::nullopt;
+    return reading.problem;
 }
 
 std::optional<std::vector<std::string>> Bundle::bonjourServices() const {
-    const Reading reading = read(dictionary_);
-    if (!reading.dictionary) {
-        return std::nullopt;
-    }
-    const auto services = reading.dictionary->find(servicesKey);
-    return services == reading.dictionary->end() ? std::nullopt : listOfTexts(services->second);
+    const auto dictionary = infoDictionary();
+    const auto* const services = find(dictionary, servicesKey);
+    return services != nullptr ? listOfTexts(*services) : std::nullopt;
 }
 
 std::optional<std::string> Bundle::identifier() const {
-    const Reading reading = read(dictionary_);
-    if (!reading.dictionary) {
-        return std::nullopt;
-    }
-    const auto identifier = reading.dictionary->find(identifierKey);
-    return identifier != reading.dictionary->end() && identifier->second.is_string()
-               ? std::optional(identifier->second.get<std::string>())
+    const auto dictionary = infoDictionary();
+    const auto* const identifier = find(dictionary, identifierKey);
+    return identifier != nullptr && identifier->is_string()
+               ? std::optional(identifier->get<std::string>())
                : std::nullopt;
 }
 

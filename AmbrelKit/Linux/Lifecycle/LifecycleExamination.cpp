@@ -43,7 +43,7 @@ private:
     void inhibited(sd_bus_message* reply) {
         if (reply == nullptr) {
             report_(failsWithoutAnswer("systemd-logind"));
-        } else if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
+        } else if (isError(reply)) {
             report_(fails("logind refuses to delay a suspend for this user",
                           "allow org.freedesktop.login1.inhibit-delay-sleep in polkit"));
         } else {

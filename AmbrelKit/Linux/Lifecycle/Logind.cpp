@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 constexpr const char* logindPath = "/org/freedesktop/login1";
 constexpr const char* logindInterface = "org.freedesktop.login1.Manager";
 
-/// The machine shows its session again within this time after a resume.
+/// The machine shows its session again within this time after the resume is told of.
 constexpr std::chrono::seconds partOfResume{5};
 
 void postActivation() {
@@ -137,18 +137,17 @@ void Logind::resume() {
         }
     });
     loop_->guarded([&] { clock.tick(); });
-    resumedAt_ = Clock::now();
-    auto tell = resumedAt_;
+    toldAt_ = Clock::now();
     if (slept && slept->interrupted) {
-        tell += std::max(CollectionClock::Boot(0),
-                         *slept->interrupted + CollectionClock::pastReuse - clock.sinceBoot());
+        toldAt_ += std::max(CollectionClock::Boot(0),
+                            *slept->interrupted + CollectionClock::pastReuse - clock.sinceBoot());
     }
-    resumed_->arm(tell);
+    resumed_->arm(toldAt_);
 }
 
 void Logind::sessionChanged(const std::string& /*session*/, bool active) {
     const bool wasActive = std::exchange(isActive_, active).value_or(true);
-    if (active && !wasActive && !sleep_ && Clock::now() > resumedAt_ + partOfResume) {
+    if (active && !wasActive && !sleep_ && Clock::now() > toldAt_ + partOfResume) {
         postActivation();
     }
 }

@@ -83,7 +83,7 @@ private:
 
     std::shared_ptr<EventLoop> loop_;
     std::shared_ptr<Deadline> resumed_; ///< tells of the resume
-    std::chrono::steady_clock::time_point resumedAt_ = std::chrono::steady_clock::time_point::min();
+    std::chrono::steady_clock::time_point toldAt_ = std::chrono::steady_clock::time_point::min();
     WeakList<SleepDelay> delays_;
     std::optional<bool> isActive_;   ///< the session; absent until it is known
     std::shared_ptr<SystemBus> bus_; ///< null when there is none

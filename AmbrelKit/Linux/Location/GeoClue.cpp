@@ -155,7 +155,7 @@ void GeoClue::clientMade(sd_bus_message* reply) {
 }
 
 void GeoClue::started(sd_bus_message* reply) {
-    if (sd_bus_message_is_method_error(reply, nullptr) > 0) {
+    if (isError(reply)) {
         refusedOrFailed(reply);
         return;
     }

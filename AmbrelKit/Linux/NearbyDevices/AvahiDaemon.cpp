@@ -40,8 +40,6 @@ std::optional<std::vector<std::string>> readTexts(sd_bus_message* reply) {
     return result < 0 ? std::nullopt : std::optional(std::move(texts));
 }
 
-bool isError(sd_bus_message* reply) { return sd_bus_message_is_method_error(reply, nullptr) > 0; }
-
 std::optional<ServiceRecord> readService(sd_bus_message* reply, bool withTXT) {
     const char* host = nullptr;
     std::uint16_t port = 0;

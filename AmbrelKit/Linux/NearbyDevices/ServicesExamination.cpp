@@ -70,8 +70,7 @@ Finding judgedDaemon(sd_bus_message* version) {
                    : failsWithoutAnswer("avahi-daemon");
     }
     const char* text = nullptr;
-    const bool serves = sd_bus_message_is_method_error(version, nullptr) == 0 &&
-                        sd_bus_message_read(version, "s", &text) > 0;
+    const bool serves = !isError(version) && sd_bus_message_read(version, "s", &text) > 0;
     return serves && networkDoesMulticast() ? works("avahi-daemon (" + std::string(text) + ")")
                                             : judgedNetwork();
 }
