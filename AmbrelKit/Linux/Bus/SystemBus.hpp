@@ -83,9 +83,9 @@ private:
     sd_bus_slot* slot_ = nullptr;
 };
 
-/// The loop's one connection to the system bus: `loop->shared<SystemBus>()`. Sources hold it for as
-/// long as they want something from it; meanwhile a connection that cannot be had or is lost is
-/// tried for again, after 1 s and then less and less often.
+/// A connection to the system bus: `loop->shared<SystemBus>()`, or by `make` one's own. Sources
+/// hold it for as long as they want something from it; meanwhile a connection that cannot be had or
+/// is lost is tried for again, after 1 s and then less and less often.
 ///
 /// Nothing here waits, and nothing calls back inside a call made here: replies and signals come
 /// from the loop, guarded. A connection that is lost first fails every call that waits for its

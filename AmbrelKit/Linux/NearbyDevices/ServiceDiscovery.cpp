@@ -18,7 +18,7 @@ constexpr std::chrono::seconds returnPatience{1};
 } // namespace
 
 ServiceDiscovery::ServiceDiscovery(const std::shared_ptr<EventLoop>& loop)
-    : loop_(loop), bus_(loop->shared<SystemBus>()) {}
+    : loop_(loop), bus_(SystemBus::make(loop)) {}
 
 std::shared_ptr<ServiceDiscovery> ServiceDiscovery::make(const std::shared_ptr<EventLoop>& loop) {
     std::shared_ptr<ServiceDiscovery> discovery(new ServiceDiscovery(loop));

@@ -16,6 +16,9 @@ namespace AmbrelKit::Linux {
 /// much beside one, and a change would only interrupt the search. A daemon that goes is given a
 /// second to come back before the embedded stack takes the port, which a daemon may want for itself
 /// when it starts. Where the embedded stack cannot run, a daemon that is silent is waited for.
+///
+/// The connection to the bus is its own: the bus grants a connection so many unanswered calls, to
+/// whatever daemon, and those to a silent one add up until the connection ends.
 class ServiceDiscovery final : public std::enable_shared_from_this<ServiceDiscovery> {
 public:
     /// Follows the choice.
