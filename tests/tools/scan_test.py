@@ -438,6 +438,22 @@ class Watching(unittest.TestCase):
             errors = process.communicate(timeout=5)[1]
             self.assertEqual((errors.count(note), len(errors.splitlines())), (said, said), errors)
 
+    def test_a_note_that_nobody_reads_holds_no_signal_up(self):
+        reader, writer = os.pipe()
+        os.set_blocking(writer, False)
+        with self.assertRaises(BlockingIOError):
+            while True:
+                os.write(writer, b" ")
+        os.set_blocking(writer, True)
+        process = subprocess.Popen([AMBREL, "watch", *NOTHING], env=environment(**NO_BUS), stdout=subprocess.DEVNULL,
+                                   stderr=writer)
+        self.addCleanup(process.kill)
+        time.sleep(1)
+        process.terminate()
+        self.assertEqual(process.wait(timeout=5), -signal.SIGTERM)
+        os.close(reader)
+        os.close(writer)
+
     def test_a_reader_that_goes_away_ends_it(self):
         process = self.start()
         process.stdout.close()

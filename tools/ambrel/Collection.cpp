@@ -7,14 +7,12 @@
 
 #include "AmbrelKit/Linux/Platform.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
-#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <iostream>
 #include <poll.h>
 #include <system_error>
 #include <unistd.h>
@@ -123,7 +121,7 @@ void Collection::note(const std::string& text) {
         if (progress_) {
             progress_->clear();
         }
-        std::cerr << "ambrel: note: " << printable(text) << '\n';
+        say("note: " + text);
     }
 }
 

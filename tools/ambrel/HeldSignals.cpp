@@ -2,13 +2,13 @@
 
 namespace Ambrel {
 
-HeldSignals::HeldSignals() {
+HeldSignals::HeldSignals(int change) {
     sigset_t signals{};
     sigemptyset(&signals);
     for (const int signal : interruptions) {
         sigaddset(&signals, signal);
     }
-    sigprocmask(SIG_BLOCK, &signals, &before_);
+    sigprocmask(change, &signals, &before_);
 }
 
 HeldSignals::~HeldSignals() {

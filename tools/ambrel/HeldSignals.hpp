@@ -13,7 +13,11 @@ inline constexpr std::array interruptions{SIGINT, SIGTERM, SIGHUP};
 /// what came takes effect when this goes.
 class HeldSignals {
 public:
-    HeldSignals();
+    HeldSignals() : HeldSignals(SIG_BLOCK) {}
+
+    /// The other way round: while it lives, interruptions that are held take effect.
+    static HeldSignals letThrough() { return HeldSignals(SIG_UNBLOCK); }
+
     HeldSignals(const HeldSignals&) = delete;
     HeldSignals& operator=(const HeldSignals&) = delete;
     ~HeldSignals();
@@ -22,6 +26,8 @@ public:
     void holdOn() { holdsOn_ = true; }
 
 private:
+    explicit HeldSignals(int change);
+
     sigset_t before_{};
     bool holdsOn_ = false;
 };

@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Platform/PrintableText.hpp"
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/HeldSignals.hpp"
 #include "tools/ambrel/Table.hpp"
 
 #include <cerrno>
@@ -37,6 +38,11 @@ std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format
         break;
     }
     return AmbrelKit::printableJSON(AmbrelKit::JSONValue(data).dump()) + "\n";
+}
+
+void say(const std::string& text) {
+    const auto interruptible = HeldSignals::letThrough();
+    std::cerr << "ambrel: " + AmbrelKit::printable(text) + "\n";
 }
 
 void printResult(const std::string& text) {

@@ -21,6 +21,10 @@ OutputFormat outputFormat(const std::string& name);
 /// command a terminal: JSON escapes it, and stays equal in value; a table replaces it.
 std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format);
 
+/// Tells the user something in one line on standard error. A reader that does not read it keeps no
+/// interruption waiting.
+void say(const std::string& text);
+
 /// Writes results to standard output, at once. Throws `CommandError` when they can't be written.
 void printResult(const std::string& text);
 

@@ -1,22 +1,22 @@
 #include "tools/ambrel/Store.hpp"
 
 #include "tools/ambrel/HeldSignals.hpp"
+#include "tools/ambrel/Output.hpp"
 
-#include <iostream>
 #include <memory>
 
 namespace Ambrel {
 
 bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>& work) {
     if (!AmbrelKit::AmbrelStorage::documentsPath()) {
-        std::cerr << "ambrel: no folder for collections: HOME and AMBREL_DOCUMENTS_DIR are unset\n";
+        say("no folder for collections: HOME and AMBREL_DOCUMENTS_DIR are unset");
         return false;
     }
     const auto failed = std::make_shared<bool>(false);
     auto& store = AmbrelKit::AmbrelStorage::shared();
     store.report = [failed](const std::string& line) {
         *failed = true;
-        std::cerr << "ambrel: " << line << '\n';
+        say(line);
     };
     work(store);
     return !*failed;

@@ -1,4 +1,3 @@
-#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "tools/ambrel/Choices.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/DictionaryReader.hpp"
@@ -60,8 +59,7 @@ ExitStatus printEach(double since, double until,
                      const std::string& heading = "") {
     return statusOf(withStore([&](const AmbrelStorage& store) {
         if (!isThere()) {
-            std::cerr << "ambrel: nothing has been saved in "
-                      << AmbrelKit::printable(AmbrelStorage::path()) << '\n';
+            say("nothing has been saved in " + AmbrelStorage::path());
             return;
         }
         std::string piece = heading;

@@ -1,4 +1,3 @@
-#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Output.hpp"
 #include "tools/ambrel/StandardStreams.hpp"
@@ -7,7 +6,6 @@
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <exception>
-#include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -89,7 +87,7 @@ int run(int argc, char** argv) {
 }
 
 int fail(ExitStatus status, const std::exception& error) {
-    std::cerr << "ambrel: " << AmbrelKit::printable(error.what()) << '\n';
+    say(error.what());
     return status;
 }
 
