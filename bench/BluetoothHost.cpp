@@ -1,7 +1,7 @@
 // The smallest host: one collection of Bluetooth peripherals through the kit. Prints how many
 // reports the kit was given and how many peripherals it delivered.
 
-#include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
+#include "AmbrelKit/Linux/Bluetooth/BluetoothManagerFactory.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
 #include <AmbrelKit/AmbrelSDK.hpp>

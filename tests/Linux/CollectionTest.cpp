@@ -1,5 +1,5 @@
 #include "AmbrelKit/Internal/Environment.hpp"
-#include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 #include "tests/support/QuietHost.hpp"
 

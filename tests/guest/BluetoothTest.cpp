@@ -1,6 +1,6 @@
 // Against the real bluetoothd, over a controller that is made up: see run.
 
-#include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
+#include "AmbrelKit/Linux/Bluetooth/BluetoothManagerFactory.hpp"
 #include "AmbrelKit/Linux/Bluetooth/PeripheralIdentifier.hpp"
 #include "tests/guest/Radio.hpp"
 #include "tests/guest/User.hpp"

@@ -3,7 +3,7 @@
 
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
-#include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "tests/guest/User.hpp"
 #include "tests/support/Child.hpp"
 #include "tests/support/LoopDriver.hpp"

@@ -1,5 +1,5 @@
 #include "tools/ambrel/ObservedPlatform.hpp"
-#include "tools/ambrel/Host.hpp"
+#include "tools/ambrel/CommandLineHost.hpp"
 #include "tools/ambrel/Progress.hpp"
 #include "tools/ambrel/ScriptRecorder.hpp"
 
@@ -92,7 +92,7 @@ std::string collected(Simulated::Platform& platform, std::shared_ptr<PlatformObs
         services = observed(std::move(services), observer);
         network = observeNetwork(std::move(observer));
     }
-    const auto host = std::make_shared<Host>(CollectionOptions());
+    const auto host = std::make_shared<CommandLineHost>(CollectionOptions());
     const auto kit = Linux::create(std::move(services));
     kit->setDelegate(host);
     kit->startScanningOnce();
@@ -115,7 +115,7 @@ TEST(ObservedPlatform, TellsEveryReportAndChangesNothing) {
 TEST(ObservedPlatform, IsSilentOnceTheCollectionIsOver) {
     Simulated::Platform platform;
     const auto log = std::make_shared<Log>();
-    const auto host = std::make_shared<Host>(CollectionOptions());
+    const auto host = std::make_shared<CommandLineHost>(CollectionOptions());
     const auto kit = Linux::create(observed(servicesOf(platform), log));
     kit->setDelegate(host);
     kit->startScanningOnce();
@@ -139,7 +139,7 @@ TEST(CollectionCounts, CountAPeripheralAndAServiceOnce) {
 TEST(ScriptRecorder, ItsScriptDeliversTheSame) {
     Simulated::Platform platform;
     std::stringstream script;
-    const auto host = std::make_shared<Host>(CollectionOptions());
+    const auto host = std::make_shared<CommandLineHost>(CollectionOptions());
     const auto recorder = std::make_shared<ScriptRecorder>(
         std::vector<std::string>{type}, host, [&](const auto& line) { script << line << '\n'; });
     recorder->hostCalls({.operation = Simulated::HostCall::Operation::startScanningOnce});

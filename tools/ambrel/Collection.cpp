@@ -5,7 +5,7 @@
 #include "tools/ambrel/ServiceTypes.hpp"
 #include "tools/ambrel/Store.hpp"
 
-#include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 
@@ -49,7 +49,7 @@ std::vector<std::string> serviceTypes(const CollectionOptions& options) {
     return distinct;
 }
 
-Collection::Collection(const CollectionOptions& options, std::shared_ptr<Host> host,
+Collection::Collection(const CollectionOptions& options, std::shared_ptr<CommandLineHost> host,
                        const std::shared_ptr<PlatformObserver>& observer)
     : host_(std::move(host)), options_(options) {
     if (const auto problem = Bundle::main().problem()) {

@@ -2,8 +2,8 @@
 #define AMBREL_COLLECTION_HPP
 
 #include "tools/ambrel/CollectionOptions.hpp"
+#include "tools/ambrel/CommandLineHost.hpp"
 #include "tools/ambrel/Commands.hpp"
-#include "tools/ambrel/Host.hpp"
 #include "tools/ambrel/Progress.hpp"
 
 #include <AmbrelKit/AmbrelSDK.hpp>
@@ -22,7 +22,7 @@ std::vector<std::string> serviceTypes(const CollectionOptions& options);
 class Collection {
 public:
     /// Says on standard error what the user should know beforehand. `observer` may be null.
-    Collection(const CollectionOptions& options, std::shared_ptr<Host> host,
+    Collection(const CollectionOptions& options, std::shared_ptr<CommandLineHost> host,
                const std::shared_ptr<PlatformObserver>& observer = nullptr);
 
     [[nodiscard]] const std::shared_ptr<AmbrelKit::AmbrelSDK>& kit() const { return kit_; }
@@ -44,7 +44,7 @@ private:
     std::shared_ptr<CollectionCounts> counts_ = std::make_shared<CollectionCounts>();
     std::shared_ptr<void> countedNetwork_;
     std::shared_ptr<void> observedNetwork_;
-    std::shared_ptr<Host> host_;
+    std::shared_ptr<CommandLineHost> host_;
     std::shared_ptr<AmbrelKit::AmbrelSDK> kit_;
     CollectionOptions options_;
     std::optional<Progress> progress_;

@@ -1,7 +1,7 @@
 #ifndef AMBREL_COLLECTIONOPTIONS_HPP
 #define AMBREL_COLLECTIONOPTIONS_HPP
 
-#include "AmbrelKit/Linux/Location/Location.hpp"
+#include "AmbrelKit/Linux/Location/LocationManagerFactory.hpp"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 #ifndef AMBREL_OBSERVEDPLATFORM_HPP
 #define AMBREL_OBSERVEDPLATFORM_HPP
 
-#include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Linux/ProcessServices.hpp"
 
 #include <memory>

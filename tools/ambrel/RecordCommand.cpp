@@ -81,7 +81,7 @@ ExitStatus record(const RecordArguments& arguments) {
         throw CommandError(badInput, "the script needs a file: the dictionary is what is printed");
     }
     ScriptFile script(arguments.file);
-    const auto host = std::make_shared<Host>(options);
+    const auto host = std::make_shared<CommandLineHost>(options);
     const auto recorder = std::make_shared<ScriptRecorder>(
         serviceTypes(options), host, [&](const std::string& line) { script.write(line); });
     Collection collection(options, host, recorder);

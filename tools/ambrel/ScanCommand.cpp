@@ -9,7 +9,7 @@ namespace Ambrel {
 namespace {
 
 ExitStatus scan(const CollectionOptions& options) {
-    Collection collection(options, std::make_shared<Host>(options));
+    Collection collection(options, std::make_shared<CommandLineHost>(options));
     collection.kit()->startScanningOnce();
     return handOver(collection.next(), options);
 }

@@ -60,7 +60,8 @@ void examineLifecycle(Collection& collection, std::shared_ptr<Linux::Diagnosis>&
 }
 
 [[noreturn]] void watch(const WatchOptions& options) {
-    Collection collection(options.collection, std::make_shared<Host>(options.collection));
+    Collection collection(options.collection,
+                          std::make_shared<CommandLineHost>(options.collection));
     const auto kit = collection.kit();
     kit->setHistoryLimit(keptRecords);
     if (options.threshold || options.every) {

@@ -1,7 +1,7 @@
 // Bluetooth was left out of this build.
 
 #include "AmbrelKit/Linux/Bluetooth/AdapterWatch.hpp"
-#include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
+#include "AmbrelKit/Linux/Bluetooth/BluetoothManagerFactory.hpp"
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 
 #include <nlohmann/json.hpp>

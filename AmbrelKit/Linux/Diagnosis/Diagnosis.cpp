@@ -2,7 +2,7 @@
 
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
-#include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <algorithm>

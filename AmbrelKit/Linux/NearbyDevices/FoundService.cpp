@@ -16,14 +16,13 @@ constexpr Retry::Delays retryDelays{.first = std::chrono::seconds(1),
 
 } // namespace
 
-FoundService::FoundService(std::shared_ptr<EventLoop> loop,
-                           std::shared_ptr<ServiceDiscovery> discovery, ServiceName service,
-                           int interface)
+FoundService::FoundService(std::shared_ptr<EventLoop> loop, std::shared_ptr<StackChoice> discovery,
+                           ServiceName service, int interface)
     : loop_(std::move(loop)), discovery_(std::move(discovery)), service_(std::move(service)),
       order_(interface) {}
 
 std::shared_ptr<FoundService> FoundService::make(std::shared_ptr<EventLoop> loop,
-                                                 std::shared_ptr<ServiceDiscovery> discovery,
+                                                 std::shared_ptr<StackChoice> discovery,
                                                  ServiceName service, int interface) {
     std::shared_ptr<FoundService> found(
         new FoundService(std::move(loop), std::move(discovery), std::move(service), interface));

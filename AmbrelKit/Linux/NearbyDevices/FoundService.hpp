@@ -2,7 +2,7 @@
 #define AMBRELKIT_LINUX_NEARBYDEVICES_FOUNDSERVICE_HPP
 
 #include "AmbrelKit/Linux/NearbyDevices/QuestionOrder.hpp"
-#include "AmbrelKit/Linux/NearbyDevices/ServiceDiscovery.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/StackChoice.hpp"
 #include "AmbrelKit/Linux/RunLoop/Retry.hpp"
 #include "AmbrelKit/Platform/NetService.hpp"
 
@@ -17,12 +17,12 @@ namespace AmbrelKit::Linux {
 /// without TXT record, should that follow. Without an answer everything is asked again, less and
 /// less often.
 class FoundService final : public NetService,
-                           public ServiceDiscovery::Client,
+                           public StackChoice::Client,
                            public std::enable_shared_from_this<FoundService> {
 public:
-    [[nodiscard]] static std::shared_ptr<FoundService>
-    make(std::shared_ptr<EventLoop> loop, std::shared_ptr<ServiceDiscovery> discovery,
-         ServiceName service, int interface);
+    [[nodiscard]] static std::shared_ptr<FoundService> make(std::shared_ptr<EventLoop> loop,
+                                                            std::shared_ptr<StackChoice> discovery,
+                                                            ServiceName service, int interface);
 
     [[nodiscard]] std::shared_ptr<NetServiceDelegate> delegate() const override;
     void setDelegate(std::weak_ptr<NetServiceDelegate> delegate) override;
@@ -38,7 +38,7 @@ public:
     void stackChanged() override;
 
 private:
-    FoundService(std::shared_ptr<EventLoop> loop, std::shared_ptr<ServiceDiscovery> discovery,
+    FoundService(std::shared_ptr<EventLoop> loop, std::shared_ptr<StackChoice> discovery,
                  ServiceName service, int interface);
     void begin();
     void ask();
@@ -52,7 +52,7 @@ private:
     void report();
 
     std::shared_ptr<EventLoop> loop_;
-    std::shared_ptr<ServiceDiscovery> discovery_;
+    std::shared_ptr<StackChoice> discovery_;
     ServiceName service_;
     QuestionOrder order_;
     std::weak_ptr<NetServiceDelegate> delegate_;

@@ -1,7 +1,7 @@
 // DNS-SD was left out of this build.
 
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
-#include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/NetServiceBrowserFactory.hpp"
 
 #include <utility>
 

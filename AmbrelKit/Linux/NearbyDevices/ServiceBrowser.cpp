@@ -24,7 +24,7 @@ void ServiceBrowser::searchForServicesOfType(const std::string& type, const std:
         return;
     }
     if (!discovery_) {
-        discovery_ = loop_->shared<ServiceDiscovery>();
+        discovery_ = loop_->shared<StackChoice>();
         discovery_->add(weak_from_this());
     }
     stackChanged();

@@ -13,7 +13,7 @@ namespace AmbrelKit::Linux {
 /// A search for services of one type. Avahi reports a service once for each interface and protocol;
 /// the delegate is told once, until the service has gone from all of them and comes again.
 class ServiceBrowser final : public NetServiceBrowser,
-                             public ServiceDiscovery::Client,
+                             public StackChoice::Client,
                              public std::enable_shared_from_this<ServiceBrowser> {
 public:
     explicit ServiceBrowser(std::shared_ptr<EventLoop> loop);
@@ -37,7 +37,7 @@ private:
     std::weak_ptr<NetServiceBrowserDelegate> delegate_;
     std::string type_;
     std::string domain_;
-    std::shared_ptr<ServiceDiscovery> discovery_;
+    std::shared_ptr<StackChoice> discovery_;
     std::shared_ptr<Lookup> search_;
     std::map<std::pair<std::string, std::string>, Known> known_; // by name and domain
 };

@@ -1,8 +1,8 @@
 #ifndef AMBREL_TESTS_LINUX_BLUETOOTH_BLUETOOTHFIXTURE_HPP
 #define AMBREL_TESTS_LINUX_BLUETOOTH_BLUETOOTHFIXTURE_HPP
 
-#include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
-#include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Linux/Bluetooth/BluetoothManagerFactory.hpp"
+#include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "tests/support/FakeBlueZ.hpp"
 #include "tests/support/LoopDriver.hpp"
 #include "tests/support/PrivateBus.hpp"

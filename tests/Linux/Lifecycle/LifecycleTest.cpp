@@ -1,7 +1,7 @@
 #include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Linux/Bus/SystemBus.hpp"
 #include "AmbrelKit/Linux/Lifecycle/CollectionClock.hpp"
-#include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Linux/ProcessServices.hpp"
 #include "AmbrelKit/Platform/Application.hpp"
 #include "AmbrelKit/Platform/NotificationCenter.hpp"

@@ -1,7 +1,7 @@
 #ifndef AMBREL_TESTS_LINUX_LOCATION_LOCATIONBED_HPP
 #define AMBREL_TESTS_LINUX_LOCATION_LOCATIONBED_HPP
 
-#include "AmbrelKit/Linux/Location/Location.hpp"
+#include "AmbrelKit/Linux/Location/LocationManagerFactory.hpp"
 #include "tests/support/Child.hpp"
 #include "tests/support/LoopDriver.hpp"
 

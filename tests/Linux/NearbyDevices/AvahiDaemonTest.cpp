@@ -1,5 +1,5 @@
-#include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
-#include "AmbrelKit/Linux/NearbyDevices/ServiceDiscovery.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/NetServiceBrowserFactory.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/StackChoice.hpp"
 #include "tests/Linux/NearbyDevices/Collector.hpp"
 #include "tests/Linux/NearbyDevices/FakeAvahi.hpp"
 #include "tests/support/Isolation.hpp"
@@ -306,7 +306,7 @@ TEST_F(AvahiDaemonTest, TheEmbeddedStackStandsInForADaemonThatHangsOnMoreThanASe
         startDaemon({{"Printer"}});
         daemon->held = {member};
         search();
-        const auto discovery = driver.loop()->shared<ServiceDiscovery>();
+        const auto discovery = driver.loop()->shared<StackChoice>();
         EXPECT_EQ(driver.until(embeddedRuns, milliseconds(3500)), isSilent) << member;
         EXPECT_EQ(discovery->isEmbedded(), isSilent);
         EXPECT_EQ(discovery->daemon() == AvahiDaemon::Standing::silent, isSilent);

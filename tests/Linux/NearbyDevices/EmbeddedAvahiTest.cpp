@@ -1,5 +1,5 @@
 #include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
-#include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/NetServiceBrowserFactory.hpp"
 #include "tests/Linux/NearbyDevices/Collector.hpp"
 #include "tests/support/Isolation.hpp"
 #include "tests/support/LoopDriver.hpp"

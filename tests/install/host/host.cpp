@@ -1,7 +1,7 @@
 // Refuses every permission, so that the real platform delivers at once.
 #include <AmbrelKit/AmbrelSDK.hpp>
 #include <AmbrelKit/Linux/HostStatus.hpp>
-#include <AmbrelKit/Linux/Platform.hpp>
+#include <AmbrelKit/Linux/PlatformServices.hpp>
 #include <AmbrelKit/Platform/Bundle.hpp>
 #include <AmbrelKit/Platform/RunLoop.hpp>
 

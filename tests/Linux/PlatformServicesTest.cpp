@@ -1,4 +1,4 @@
-#include "AmbrelKit/Linux/Platform.hpp"
+#include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 #include "AmbrelKit/Linux/ProcessServices.hpp"

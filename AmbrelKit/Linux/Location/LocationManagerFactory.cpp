@@ -1,4 +1,4 @@
-#include "AmbrelKit/Linux/Location/Location.hpp"
+#include "AmbrelKit/Linux/Location/LocationManagerFactory.hpp"
 
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"

@@ -1,5 +1,5 @@
-#ifndef AMBREL_HOST_HPP
-#define AMBREL_HOST_HPP
+#ifndef AMBREL_COMMANDLINEHOST_HPP
+#define AMBREL_COMMANDLINEHOST_HPP
 
 #include "tools/ambrel/CollectionOptions.hpp"
 
@@ -15,9 +15,9 @@ namespace Ambrel {
 
 /// The tool as the kit's host: grants the permissions of the command line, has the settings from
 /// the system, and keeps what is delivered until it is taken.
-class Host final : public AmbrelKit::AmbrelSDKDelegate {
+class CommandLineHost final : public AmbrelKit::AmbrelSDKDelegate {
 public:
-    explicit Host(const CollectionOptions& options);
+    explicit CommandLineHost(const CollectionOptions& options);
 
     [[nodiscard]] bool hasDelivered() const { return !delivered_.empty(); }
     /// The oldest dictionary that has not been taken yet. There must be one.

@@ -1,4 +1,4 @@
-#include "AmbrelKit/Linux/Bluetooth/Bluetooth.hpp"
+#include "AmbrelKit/Linux/Bluetooth/BluetoothManagerFactory.hpp"
 
 #include "AmbrelKit/Linux/Bluetooth/CentralManager.hpp"
 

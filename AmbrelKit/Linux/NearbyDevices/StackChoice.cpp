@@ -1,4 +1,4 @@
-#include "AmbrelKit/Linux/NearbyDevices/ServiceDiscovery.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/StackChoice.hpp"
 
 #include "AmbrelKit/Linux/NearbyDevices/EmbeddedAvahi.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
@@ -17,21 +17,20 @@ constexpr std::chrono::seconds returnPatience{1};
 
 } // namespace
 
-ServiceDiscovery::ServiceDiscovery(const std::shared_ptr<EventLoop>& loop)
+StackChoice::StackChoice(const std::shared_ptr<EventLoop>& loop)
     : loop_(loop), bus_(SystemBus::make(loop)) {}
 
-std::shared_ptr<ServiceDiscovery> ServiceDiscovery::make(const std::shared_ptr<EventLoop>& loop) {
-    std::shared_ptr<ServiceDiscovery> discovery(new ServiceDiscovery(loop));
-    discovery->patience_ = loop->deadline(weakly(discovery, [](ServiceDiscovery& self) {
-        self.useEmbedded(AvahiDaemon::Standing::absent);
-    }));
+std::shared_ptr<StackChoice> StackChoice::make(const std::shared_ptr<EventLoop>& loop) {
+    std::shared_ptr<StackChoice> discovery(new StackChoice(loop));
+    discovery->patience_ = loop->deadline(weakly(
+        discovery, [](StackChoice& self) { self.useEmbedded(AvahiDaemon::Standing::absent); }));
     discovery->patience_->arm(std::chrono::steady_clock::now() + busPatience);
     discovery->owner_ = NameWatch::start(discovery->bus_, "org.freedesktop.Avahi",
-                                         weakly(discovery, &ServiceDiscovery::ownerChanged));
+                                         weakly(discovery, &StackChoice::ownerChanged));
     return discovery;
 }
 
-void ServiceDiscovery::ownerChanged(const std::string& owner) {
+void StackChoice::ownerChanged(const std::string& owner) {
     if (embedded_) {
         return;
     }
@@ -41,7 +40,7 @@ void ServiceDiscovery::ownerChanged(const std::string& owner) {
         daemon_ = AvahiDaemon::Standing::serving;
         patience_->disarm();
         use(AvahiDaemon::start(loop_, bus_, owner,
-                               weakly(weak_from_this(), &ServiceDiscovery::useEmbedded)));
+                               weakly(weak_from_this(), &StackChoice::useEmbedded)));
     } else if (hadDaemon) {
         daemon_ = AvahiDaemon::Standing::absent;
         patience_->arm(std::chrono::steady_clock::now() + returnPatience);
@@ -50,7 +49,7 @@ void ServiceDiscovery::ownerChanged(const std::string& owner) {
     }
 }
 
-void ServiceDiscovery::useEmbedded(AvahiDaemon::Standing since) {
+void StackChoice::useEmbedded(AvahiDaemon::Standing since) {
     daemon_ = since;
     patience_->disarm();
     if (auto embedded = EmbeddedAvahi::start(loop_)) {
@@ -59,7 +58,7 @@ void ServiceDiscovery::useEmbedded(AvahiDaemon::Standing since) {
     }
 }
 
-void ServiceDiscovery::use(std::shared_ptr<DiscoveryStack> stack) {
+void StackChoice::use(std::shared_ptr<DiscoveryStack> stack) {
     stack_ = std::move(stack);
     clients_.each([](Client& client) { client.stackChanged(); });
 }

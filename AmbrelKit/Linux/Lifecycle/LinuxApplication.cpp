@@ -1,4 +1,4 @@
-#include "AmbrelKit/Linux/Lifecycle/Application.hpp"
+#include "AmbrelKit/Linux/Lifecycle/LinuxApplication.hpp"
 
 #include "AmbrelKit/Linux/Lifecycle/Logind.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"

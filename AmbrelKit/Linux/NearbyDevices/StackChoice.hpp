@@ -1,5 +1,5 @@
-#ifndef AMBRELKIT_LINUX_NEARBYDEVICES_SERVICEDISCOVERY_HPP
-#define AMBRELKIT_LINUX_NEARBYDEVICES_SERVICEDISCOVERY_HPP
+#ifndef AMBRELKIT_LINUX_NEARBYDEVICES_STACKCHOICE_HPP
+#define AMBRELKIT_LINUX_NEARBYDEVICES_STACKCHOICE_HPP
 
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/AvahiDaemon.hpp"
@@ -8,7 +8,7 @@
 namespace AmbrelKit::Linux {
 
 /// The choice between avahi-daemon and the embedded stack, one for each loop:
-/// `loop->shared<ServiceDiscovery>()`. Held by browsers that search and services that they found,
+/// `loop->shared<StackChoice>()`. Held by browsers that search and services that they found,
 /// so each collection chooses anew.
 ///
 /// The daemon is used when its name has an owner. When there is none, or it refuses or is silent
@@ -19,7 +19,7 @@ namespace AmbrelKit::Linux {
 ///
 /// The connection to the bus is its own: the bus grants a connection so many unanswered calls, to
 /// whatever daemon, and those to a silent one add up until the connection ends.
-class ServiceDiscovery final : public std::enable_shared_from_this<ServiceDiscovery> {
+class StackChoice final : public std::enable_shared_from_this<StackChoice> {
 public:
     /// Follows the choice.
     class Client {
@@ -33,7 +33,7 @@ public:
         virtual void stackChanged() = 0;
     };
 
-    static std::shared_ptr<ServiceDiscovery> make(const std::shared_ptr<EventLoop>& loop);
+    static std::shared_ptr<StackChoice> make(const std::shared_ptr<EventLoop>& loop);
 
     /// Null while there is none, as at first.
     [[nodiscard]] const std::shared_ptr<DiscoveryStack>& stack() const { return stack_; }
@@ -46,7 +46,7 @@ public:
     void add(const std::weak_ptr<Client>& client) { clients_.add(client); }
 
 private:
-    explicit ServiceDiscovery(const std::shared_ptr<EventLoop>& loop);
+    explicit StackChoice(const std::shared_ptr<EventLoop>& loop);
     void ownerChanged(const std::string& owner);
     void useEmbedded(AvahiDaemon::Standing since);
     void use(std::shared_ptr<DiscoveryStack> stack);

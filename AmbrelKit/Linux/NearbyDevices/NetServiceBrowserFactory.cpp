@@ -1,4 +1,4 @@
-#include "AmbrelKit/Linux/NearbyDevices/NearbyDevices.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/NetServiceBrowserFactory.hpp"
 
 #include "AmbrelKit/Linux/NearbyDevices/ServiceBrowser.hpp"
 
