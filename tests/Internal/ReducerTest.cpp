@@ -104,8 +104,8 @@ TEST_F(Reducer, SightingsOfOnePeripheralMergeAndStaySorted) {
 TEST_F(Reducer, AFinishedRecordAnswersWithinTheThreshold) {
     struct Row {
         std::optional<std::int64_t> threshold; ///< absent: what a process starts with
-        double time;
-        bool reused;
+        double time = 0;
+        bool reused = false;
     };
     for (const Row& row : {Row{{}, 30, true}, Row{{}, 30.5, false}, Row{12, 12, true},
                            Row{12, 13, false}, Row{10, 11.5, false}, Row{0, 11.5, false}}) {
