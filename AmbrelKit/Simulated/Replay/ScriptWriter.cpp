@@ -29,7 +29,7 @@ std::string object(const std::vector<Member>& members) {
     std::string text = "{";
     for (const auto& [key, value] : members) {
         if (!value.empty()) {
-            text += (text.size() > 1 ? "," : "") + jsonText(key) + ":" + value;
+            text.append(text.size() > 1 ? "," : "").append(jsonText(key)).append(":").append(value);
         }
     }
     return text + "}";
@@ -38,7 +38,7 @@ std::string object(const std::vector<Member>& members) {
 template <class Elements, class Write> std::string list(const Elements& elements, Write write) {
     std::string text = "[";
     for (const auto& element : elements) {
-        text += (text.size() > 1 ? "," : "") + std::string(write(element));
+        text.append(text.size() > 1 ? "," : "").append(write(element));
     }
     return text + "]";
 }
