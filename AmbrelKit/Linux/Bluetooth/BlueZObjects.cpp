@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Bluetooth/BlueZObjects.hpp"
 
+#include "AmbrelKit/Linux/Bluetooth/Discovery.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <utility>
@@ -12,11 +13,9 @@ namespace {
 /// beyond is reported when it is added, and not kept.
 constexpr std::size_t mostDevices = 10'000;
 
-/// A scan is to begin within half a second. Who follows the adapters alone may do so for days, and
-/// soon leaves a daemon that only refuses in peace.
-constexpr Retry::Delays forAScan{.first = std::chrono::milliseconds(50),
-                                 .longest = std::chrono::milliseconds(400)};
-constexpr Retry::Delays forAdapters{.first = std::chrono::milliseconds(50),
+/// Who follows the adapters alone may do so for days, and soon leaves a daemon that only refuses in
+/// peace.
+constexpr Retry::Delays forAdapters{.first = Discovery::retryDelays.first,
                                     .longest = std::chrono::minutes(1)};
 
 void takeAddress(BlueZDevice& device, const DeviceProperties& read) {
@@ -38,7 +37,7 @@ void takeAddress(BlueZDevice& device, const DeviceProperties& read) {
 BlueZObjects::BlueZObjects(EventLoop& loop, const std::shared_ptr<SystemBus>& bus,
                            const std::string& daemon, Receivers receivers)
     : daemon_(bus, daemon), receivers_(std::move(receivers)),
-      askAgain_(loop, receivers_.heard ? forAScan : forAdapters, [this] { ask(); }) {}
+      askAgain_(loop, receivers_.heard ? Discovery::retryDelays : forAdapters, [this] { ask(); }) {}
 
 std::shared_ptr<BlueZObjects> BlueZObjects::follow(EventLoop& loop,
                                                    const std::shared_ptr<SystemBus>& bus,

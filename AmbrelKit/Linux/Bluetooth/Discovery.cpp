@@ -9,12 +9,6 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
-/// What stood in the way is gone for half a second at most before that is noticed. It may take
-/// long: a daemon that was killed leaves the kernel in a discovery that lasts for ten seconds, and
-/// refuses others meanwhile.
-constexpr Retry::Delays retryDelays{.first = std::chrono::milliseconds(50),
-                                    .longest = std::chrono::milliseconds(400)};
-
 /// A new filter replaces the connection's earlier one, and what it leaves out has no limit: RSSI
 /// and Pathloss, of which BlueZ takes only one, are unset by their absence.
 int appendFilter(sd_bus_message* call) {

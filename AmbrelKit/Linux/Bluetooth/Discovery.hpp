@@ -17,6 +17,12 @@ namespace AmbrelKit::Linux {
 /// it ends it without waiting.
 class Discovery final : public std::enable_shared_from_this<Discovery> {
 public:
+    /// What stood in the way is gone for half a second at most before that is noticed. It may take
+    /// long: a daemon that was killed leaves the kernel in a discovery that lasts for ten seconds,
+    /// and refuses others meanwhile.
+    static constexpr Retry::Delays retryDelays{.first = std::chrono::milliseconds(50),
+                                               .longest = std::chrono::milliseconds(400)};
+
     /// An adapter, and the unique bus name of the daemon that has it.
     struct Place {
         std::string daemon;

@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
 #include "AmbrelKit/Linux/RunLoop/OfThisThread.hpp"
+#include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <algorithm>
 #include <cassert>
@@ -56,11 +57,7 @@ public:
                                                TimerTick tick) {
         auto timer = std::make_shared<LoopTimer>(interval, repeats, std::move(tick));
         timer->due_ = std::chrono::steady_clock::now() + timer->interval_;
-        timer->deadline_ = loop.deadline([weak = std::weak_ptr(timer)] {
-            if (const auto timer = weak.lock()) {
-                timer->fire();
-            }
-        });
+        timer->deadline_ = loop.deadline(weakly(timer, &LoopTimer::fire));
         timer->deadline_->arm(timer->due_);
         return timer;
     }
