@@ -10,6 +10,7 @@
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
 
 #include <utility>
@@ -65,10 +66,11 @@ PlatformServices platformServices(const LocationOptions& location) {
             .bluetoothManagerFactory = makeBluetoothManagerFactory(loop),
             .locationManagerFactory = makeLocationManagerFactory(loop, location),
             .netServiceBrowserFactory = makeNetServiceBrowserFactory(loop),
-            .timerFactory = CollectionClock::shared().timerFactory(
-                [loop](double interval, bool repeats, TimerTick tick) {
-                    return loop->scheduledTimer(interval, repeats, std::move(tick));
-                }),
+            .timerFactory =
+                loop->shared<LoopBoard>()->collectionTimers(CollectionClock::shared().timerFactory(
+                    [loop](double interval, bool repeats, TimerTick tick) {
+                        return loop->scheduledTimer(interval, repeats, std::move(tick));
+                    })),
             .notificationCenter = NotificationCenter::default_(),
             .application = makeApplication()};
 }

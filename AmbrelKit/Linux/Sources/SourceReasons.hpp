@@ -1,0 +1,76 @@
+#ifndef AMBRELKIT_LINUX_SOURCES_SOURCEREASONS_HPP
+#define AMBRELKIT_LINUX_SOURCES_SOURCEREASONS_HPP
+
+#include "AmbrelKit/Platform/SourceReport.hpp"
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace AmbrelKit::Linux {
+
+/// Why a source of this machine does not listen, or not as it could: the one table of them is in
+/// SourceReasons.cpp, with the state, the code and the texts of each. Sources and examinations take
+/// them from there. The braces name what a reason wants to be told.
+enum class SourceReason : std::uint8_t {
+    noBus,
+    busSilent,
+    busCloses,
+    daemonSilent, ///< {its unit}
+
+    bluetoothLeftOut,
+    blueZNotInstalled,
+    blueZNotRunning,
+    blueZRefuses,
+    noAdapter,
+    adapterUnused,
+    adapterOff,               ///< {adapter}
+    adapterBlockedBySoftware, ///< {adapter}
+    adapterBlockedByHardware, ///< {adapter}
+
+    servicesLeftOut,
+    noNetlinkForServices,
+    noMulticastInterface,
+    mdnsPortTaken,
+
+    locationLeftOut,
+    geoClueNotInstalled,
+    geoClueCannotStart,
+    geoClueFails,   ///< {what it says}
+    geoClueRefuses, ///< {what it says, the desktop id}
+    geoClueWithoutAgent,
+    geoClueAsks, ///< {what it waits for}
+    geoClueFindsNothing,
+    gpsdAbsent, ///< {address and port}
+    gpsdWithoutFix,
+
+    noAddress,
+    addressOfBridge,      ///< {interface}
+    addressOfAccessPoint, ///< {interface}
+    addressesNotTold,     ///< {the system's error}
+
+    wifiLeftOut,
+    noWifiAdapter,
+    noNetlinkForWifi,
+
+    noLogind,
+    inhibitorRefused,
+};
+
+/// The condition of a source for this reason, told what it wants to be told.
+[[nodiscard]] SourceCondition because(SourceReason reason,
+                                      std::initializer_list<std::string_view> what = {});
+
+/// Of a source that listens by these means.
+[[nodiscard]] inline SourceCondition listening(std::string means) {
+    return {.state = SourceState::listening, .means = std::move(means)};
+}
+
+/// Of one that listens by these means, and could do better.
+[[nodiscard]] SourceCondition listening(std::string means, SourceReason although,
+                                        std::initializer_list<std::string_view> what = {});
+
+} // namespace AmbrelKit::Linux
+
+#endif

@@ -1,0 +1,89 @@
+#ifndef AMBRELKIT_PLATFORM_SOURCEBOARD_HPP
+#define AMBRELKIT_PLATFORM_SOURCEBOARD_HPP
+
+#include "AmbrelKit/Platform/SourceReport.hpp"
+#include "AmbrelKit/Platform/Timer.hpp"
+#include "AmbrelKit/Platform/WeakList.hpp"
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+
+namespace AmbrelKit {
+
+/// Where the sources of a platform write how they fare, and the only place where it is read: one
+/// for each run loop, used on its thread. It asks nobody and waits for nothing. A source says what
+/// it knows when that changes, and counts what it reports.
+class SourceBoard : public std::enable_shared_from_this<SourceBoard> {
+public:
+    struct Clock {
+        std::function<std::chrono::nanoseconds()>
+            elapsed; ///< since whenever; steady, sleep included
+        std::function<std::chrono::system_clock::time_point()> date;
+    };
+
+    explicit SourceBoard(Clock clock);
+
+    /// What is known of the source from now on. Saying the same again costs a comparison.
+    void publish(Source source, SourceCondition condition);
+
+    [[nodiscard]] const SourceCondition& condition(Source source) const {
+        return entry(source).condition;
+    }
+
+    /// The source gives a report to the kit.
+    void count(Source source) noexcept { ++entry(source).account.reports; }
+
+    [[nodiscard]] SourceReport report(Source source) const;
+
+    /// While a timer lives that is made by what this returns, and is not invalidated, a collection
+    /// runs: what is counted belongs to the one that was begun last. The sources that only the
+    /// ticks of a collection ask, address and Wi-Fi, start with it, and are idle once it is over.
+    [[nodiscard]] TimerFactory collectionTimers(TimerFactory timers);
+
+    /// `changed` is called, for as long as it lives, inside each `publish` that changes something:
+    /// to make a note of it, and to act on that later.
+    void follow(std::weak_ptr<const std::function<void()>> changed) {
+        followers_.add(std::move(changed));
+    }
+
+private:
+    class CollectionTimer;
+    using Time = std::chrono::nanoseconds;
+
+    struct Entry {
+        SourceCondition condition;
+        Time since{};
+        SourceAccount account;
+        bool asked = false; ///< in this collection
+        bool listened = false;
+
+        void beginCollection();
+        void take(const SourceCondition& now, Time sinceBegin);
+        void leave(Time at);
+        void comeBack(Time at);
+        [[nodiscard]] bool isAway() const;
+        [[nodiscard]] SourceOutcome outcome() const;
+    };
+
+    [[nodiscard]] Entry& entry(Source source) {
+        return entries_.at(static_cast<std::size_t>(source));
+    }
+    [[nodiscard]] const Entry& entry(Source source) const {
+        return entries_.at(static_cast<std::size_t>(source));
+    }
+    void beginCollection();
+    void endCollection();
+
+    Clock clock_;
+    std::array<Entry, allSources.size()> entries_;
+    int running_ = 0; ///< collections, of several kits
+    Time begun_{};    ///< the one begun last
+    WeakList<const std::function<void()>> followers_;
+};
+
+} // namespace AmbrelKit
+
+#endif

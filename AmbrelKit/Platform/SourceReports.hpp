@@ -1,0 +1,35 @@
+#ifndef AMBRELKIT_PLATFORM_SOURCEREPORTS_HPP
+#define AMBRELKIT_PLATFORM_SOURCEREPORTS_HPP
+
+#include "AmbrelKit/Platform/SourceReport.hpp"
+
+#include <vector>
+
+namespace AmbrelKit {
+
+/// How each source of a platform fares: an owned handle, used on the thread of its run loop, also
+/// from callbacks. What it tells is what the sources know at that moment; nobody is asked for it.
+/// `Linux::sourceReports()` makes one for this machine, a `Simulated::Platform` one of its own.
+class SourceReports {
+public:
+    SourceReports() = default;
+    SourceReports(const SourceReports&) = delete;
+    SourceReports& operator=(const SourceReports&) = delete;
+    virtual ~SourceReports() = default;
+
+    [[nodiscard]] virtual SourceReport report(Source source) const = 0;
+
+    /// One for each source, in the order of `allSources`.
+    [[nodiscard]] std::vector<SourceReport> reports() const {
+        std::vector<SourceReport> all;
+        all.reserve(allSources.size());
+        for (const Source source : allSources) {
+            all.push_back(report(source));
+        }
+        return all;
+    }
+};
+
+} // namespace AmbrelKit
+
+#endif
