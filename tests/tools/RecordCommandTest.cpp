@@ -43,6 +43,11 @@ TEST_F(RecordCommandTests, WritesNothingButItsFileUnderItsName) {
 
     const Outcome piped = ambrel("record /dev/fd/3" + nothing + "3>&1 >&2 | cat");
     EXPECT_THAT(piped.output, isScript);
+
+    // What goes the way of the dictionary neither covers it nor takes the place of /dev/stdout.
+    const Outcome both = ambrel("record /dev/stdout" + nothing);
+    EXPECT_THAT(both.output, AllOf(StartsWith("{\"ambrelReplay\":1"), HasSubstr("\"end\":true}\n{"),
+                                   EndsWith("}\n")));
 }
 
 } // namespace

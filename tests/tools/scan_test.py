@@ -148,7 +148,7 @@ class CommandLine(unittest.TestCase):
             ("watch --threshold=-1", f'--threshold: "-1" {threshold}'),
             ("watch --threshold 1.5", f'--threshold: "1.5" {threshold}'),
             ("record", "FILE is required (see ambrel record --help)"),
-            ("record -", "the script needs a file: the dictionary is what is printed"),
+            ("record -", '"-" is where the dictionary is printed: name a file'),
             ("doctor --only wifi --without network", "--only and --without leave no source to examine"),
         ]:
             with self.subTest(line):

@@ -1,17 +1,11 @@
-#include "AmbrelKit/Internal/Extensions/ReplaceFile.hpp"
 #include "tools/ambrel/Collection.hpp"
 #include "tools/ambrel/Commands.hpp"
-#include "tools/ambrel/HeldSignals.hpp"
+#include "tools/ambrel/ResultFile.hpp"
 #include "tools/ambrel/ScriptRecorder.hpp"
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <optional>
 #include <string>
-#include <system_error>
 
 namespace Ambrel {
 
@@ -24,63 +18,9 @@ struct RecordArguments {
     CollectionOptions options;
 };
 
-/// The file that is to hold the script, for its user's eyes only. An earlier file of that name
-/// stays until the script is whole. What is there and is no regular file, such as a pipe, is
-/// written to as it is.
-class ScriptFile {
-public:
-    /// Throws when the file can't be made, or what is there can't be written to. Waits for the
-    /// reader of a pipe.
-    explicit ScriptFile(const std::string& name) : name_(name) {
-        const std::filesystem::path path = name;
-        std::error_code error;
-        const auto status = std::filesystem::status(path, error);
-        if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-            errno = 0;
-            other_.open(path);
-            check();
-        } else if (path.has_filename()) {
-            held_.emplace();
-            file_.emplace(path.has_parent_path() ? path.parent_path().string() : ".", name);
-        } else {
-            throw CommandError(badInput, "\"" + name + "\" is no name for a file");
-        }
-    }
-
-    void write(const std::string& line) { text_ += line + "\n"; }
-
-    void finish() {
-        if (file_) {
-            file_->write(text_);
-            file_->finish();
-            held_.reset();
-        } else {
-            errno = 0;
-            other_ << text_ << std::flush;
-            check();
-        }
-    }
-
-private:
-    void check() const {
-        if (!other_) {
-            throw std::system_error(errno, std::generic_category(), name_);
-        }
-    }
-
-    std::string name_;
-    std::string text_;                ///< ten seconds of it
-    std::optional<HeldSignals> held_; ///< while there is a file that is not whole
-    std::optional<AmbrelKit::NewFile> file_;
-    std::ofstream other_;
-};
-
 ExitStatus record(const RecordArguments& arguments) {
     const CollectionOptions& options = arguments.options;
-    if (arguments.file == "-") {
-        throw CommandError(badInput, "the script needs a file: the dictionary is what is printed");
-    }
-    ScriptFile script(arguments.file);
+    ResultFile script(arguments.file);
     const auto host = std::make_shared<CommandLineHost>(options);
     const auto recorder = std::make_shared<ScriptRecorder>(
         serviceTypes(options), host, [&](const std::string& line) { script.write(line); });

@@ -15,6 +15,17 @@ void throwFileError(const std::string& path) {
     throw std::system_error(errno, std::generic_category(), path);
 }
 
+void writeAll(int file, std::string_view text, const std::string& path) {
+    while (!text.empty()) {
+        const ssize_t count = write(file, text.data(), text.size());
+        if (count >= 0) {
+            text.remove_prefix(static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            throwFileError(path);
+        }
+    }
+}
+
 void removeFile(const std::string& path) {
     if (unlink(path.c_str()) != 0) {
         throwFileError(path);

@@ -2,6 +2,7 @@
 #define AMBRELKIT_INTERNAL_EXTENSIONS_FILE_HPP
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace AmbrelKit {
@@ -11,6 +12,9 @@ namespace AmbrelKit {
 
 /// For the failure that `errno` tells of.
 [[noreturn]] void throwFileError(const std::string& path);
+
+/// Writes all of `text` to an open file; `path` is what it is called.
+void writeAll(int file, std::string_view text, const std::string& path);
 
 /// Removes a file; a directory is refused.
 void removeFile(const std::string& path);

@@ -78,16 +78,7 @@ NewFile::~NewFile() {
     }
 }
 
-void NewFile::write(std::string_view text) const {
-    while (!text.empty()) {
-        const ssize_t count = ::write(file_.get(), text.data(), text.size());
-        if (count >= 0) {
-            text.remove_prefix(static_cast<std::size_t>(count));
-        } else if (errno != EINTR) {
-            throwFileError(path_);
-        }
-    }
-}
+void NewFile::write(std::string_view text) const { writeAll(file_.get(), text, path_); }
 
 void NewFile::finish() {
     if (fsync(file_.get()) != 0 || std::rename(temporary_.c_str(), path_.c_str()) != 0) {

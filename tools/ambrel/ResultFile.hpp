@@ -1,0 +1,45 @@
+#ifndef AMBREL_RESULTFILE_HPP
+#define AMBREL_RESULTFILE_HPP
+
+#include "tools/ambrel/HeldSignals.hpp"
+
+#include "AmbrelKit/Internal/Extensions/ReplaceFile.hpp"
+#include "AmbrelKit/Platform/Descriptor.hpp"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Ambrel {
+
+/// A file that the command line names for what a command finds beside what it prints. A new one is
+/// for its user's eyes only. What is there and is no regular file, such as a pipe, is written to as
+/// it is.
+class ResultFile {
+public:
+    /// What becomes of a regular file of that name.
+    enum class Earlier {
+        replaced, ///< when this one is whole: until then it stays
+        continued,
+    };
+
+    /// Throws when the file can't be made, or what is there can't be written to. Waits for the
+    /// reader of a pipe.
+    explicit ResultFile(std::string name, Earlier earlier = Earlier::replaced);
+
+    void write(std::string_view line);
+
+    /// Has the lines since the last time in the file. To replace another one, that is done once.
+    void finish();
+
+private:
+    std::string name_;
+    std::string text_;                ///< a collection's at most
+    std::optional<HeldSignals> held_; ///< while there is a file that is not whole
+    std::optional<AmbrelKit::NewFile> new_;
+    AmbrelKit::Descriptor file_; ///< where there is no new one
+};
+
+} // namespace Ambrel
+
+#endif
