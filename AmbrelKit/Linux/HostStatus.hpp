@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_LINUX_HOSTSTATUS_HPP
 #define AMBRELKIT_LINUX_HOSTSTATUS_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <AmbrelKit/AmbrelPermissionStatus.hpp>
 
 #include <functional>
@@ -18,7 +20,7 @@ namespace AmbrelKit::Linux {
 ///
 /// Only a refusal takes a granted permission back, not a daemon that goes: a source is stopped at
 /// the end of a collection if it is permitted then.
-class HostStatus {
+class AMBRELKIT_API HostStatus {
 public:
     /// Begins to follow. `changed` is called from the loop when an answer is another than before;
     /// it may do anything, also drop this. Throws std::system_error when the system gives no

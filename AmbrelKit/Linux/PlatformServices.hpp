@@ -2,6 +2,7 @@
 #define AMBRELKIT_LINUX_PLATFORMSERVICES_HPP
 
 #include "AmbrelKit/Linux/Location/LocationOptions.hpp"
+#include "AmbrelKit/Platform/Export.hpp"
 
 #include <AmbrelKit/AmbrelSDK.hpp>
 
@@ -33,10 +34,10 @@ struct PlatformServices {
 /// asked of any daemon yet. `location` says where fixes come from, and to whom. Throws
 /// std::system_error when the system gives no descriptor for the loop, and std::invalid_argument
 /// for a gpsd address that is not numeric.
-PlatformServices platformServices(const LocationOptions& location = {});
+AMBRELKIT_API PlatformServices platformServices(const LocationOptions& location = {});
 
 /// A facade on these services: the designated constructor with each of them.
-std::shared_ptr<AmbrelSDK> create(PlatformServices services);
+AMBRELKIT_API std::shared_ptr<AmbrelSDK> create(PlatformServices services);
 
 } // namespace AmbrelKit::Linux
 

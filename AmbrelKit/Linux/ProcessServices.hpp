@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_LINUX_PROCESSSERVICES_HPP
 #define AMBRELKIT_LINUX_PROCESSSERVICES_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -31,11 +33,11 @@ struct ProcessServices {
 
     /// What is used now. Before the first `platformServices()` of the process that is not yet this
     /// machine's.
-    static ProcessServices current();
+    AMBRELKIT_API static ProcessServices current();
 
     /// Has these used until the handle is dropped; then those that were used before are again.
     /// Several handles may be dropped in any order.
-    [[nodiscard]] std::shared_ptr<void> install() const;
+    [[nodiscard]] AMBRELKIT_API std::shared_ptr<void> install() const;
 };
 
 } // namespace AmbrelKit::Linux

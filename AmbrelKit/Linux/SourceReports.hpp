@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_LINUX_SOURCEREPORTS_HPP
 #define AMBRELKIT_LINUX_SOURCEREPORTS_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/SourceReports.hpp"
 
 #include <functional>
@@ -15,7 +16,8 @@ namespace AmbrelKit::Linux {
 /// `changed` is called from the loop after the condition of a source has become another, once for
 /// all that came together; counts alone are not told of. It may do anything, also drop the handle,
 /// which ends it. Throws std::system_error when the system gives no descriptor.
-[[nodiscard]] std::shared_ptr<SourceReports> sourceReports(std::function<void()> changed = {});
+[[nodiscard]] AMBRELKIT_API std::shared_ptr<SourceReports>
+sourceReports(std::function<void()> changed = {});
 
 } // namespace AmbrelKit::Linux
 

@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_PLATFORM_APPLICATION_HPP
 #define AMBRELKIT_PLATFORM_APPLICATION_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -12,7 +14,7 @@ namespace AmbrelKit {
 using BackgroundTaskIdentifier = std::int64_t;
 
 /// The host application as its platform sees it. Used on one thread.
-class Application {
+class AMBRELKIT_API Application {
 public:
     virtual ~Application() = default;
 

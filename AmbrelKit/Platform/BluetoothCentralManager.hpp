@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_PLATFORM_BLUETOOTHCENTRALMANAGER_HPP
 #define AMBRELKIT_PLATFORM_BLUETOOTHCENTRALMANAGER_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 #include "AmbrelKit/Platform/UUID.hpp"
 
@@ -36,7 +37,7 @@ struct Peripheral {
 /// Receives a manager's reports, on the thread that made the manager. A report may come while a
 /// call to the manager is on the stack. The receiver may call the manager, or let go of it, inside
 /// a report.
-class BluetoothCentralManagerDelegate {
+class AMBRELKIT_API BluetoothCentralManagerDelegate {
 public:
     virtual ~BluetoothCentralManagerDelegate() = default;
 
@@ -53,7 +54,7 @@ public:
 
 /// Scans for Bluetooth Low Energy peripherals. Used on one thread, the one that made it. No call
 /// waits for the service behind it. Releasing a manager ends its scan.
-class BluetoothCentralManager {
+class AMBRELKIT_API BluetoothCentralManager {
 public:
     virtual ~BluetoothCentralManager() = default;
 

@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_PLATFORM_BUNDLE_HPP
 #define AMBRELKIT_PLATFORM_BUNDLE_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
 #include <optional>
@@ -23,29 +24,29 @@ class Bundle {
 public:
     /// The bundle of this process, made on first use and never destroyed. Used on one thread at a
     /// time.
-    static Bundle& main();
+    AMBRELKIT_API static Bundle& main();
 
     /// The information dictionary, or nothing when there is none or it can't be read.
-    [[nodiscard]] std::optional<JSONDictionary> infoDictionary() const;
+    [[nodiscard]] AMBRELKIT_API std::optional<JSONDictionary> infoDictionary() const;
 
     /// Why a dictionary that is there can't be used, in one line for people: the file can't be
     /// read, it is not JSON, its top level is not an object, its "NSBonjourServices" is not a list
     /// of strings, or its "CFBundleIdentifier" is not a string. Nothing when all is well, or there
     /// is no dictionary.
-    [[nodiscard]] std::optional<std::string> problem() const;
+    [[nodiscard]] AMBRELKIT_API std::optional<std::string> problem() const;
 
     /// The dictionary's list of DNS-SD service types, "NSBonjourServices": order and duplicates
     /// kept. Nothing when there is no dictionary, no such key, or its value is not a list of
     /// strings.
-    [[nodiscard]] std::optional<std::vector<std::string>> bonjourServices() const;
+    [[nodiscard]] AMBRELKIT_API std::optional<std::vector<std::string>> bonjourServices() const;
 
     /// The application's identifier, "CFBundleIdentifier", such as "org.example.Application": the
     /// name of its desktop file, without `.desktop`. Nothing when there is no dictionary, no such
     /// key, or its value is not a string.
-    [[nodiscard]] std::optional<std::string> identifier() const;
+    [[nodiscard]] AMBRELKIT_API std::optional<std::string> identifier() const;
 
     /// The dictionary that holds where no file gives one; nothing takes it away again.
-    void setInfoDictionary(std::optional<JSONDictionary> dictionary);
+    AMBRELKIT_API void setInfoDictionary(std::optional<JSONDictionary> dictionary);
 
 private:
     Bundle() = default;

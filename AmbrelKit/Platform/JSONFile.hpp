@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_PLATFORM_JSONFILE_HPP
 #define AMBRELKIT_PLATFORM_JSONFILE_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
 #include <nlohmann/json.hpp>
@@ -13,7 +14,7 @@ namespace AmbrelKit {
 ///
 /// Throws an error in one line that begins with the path: `std::system_error` where the system says
 /// why, else `std::runtime_error`.
-JSONValue readJSONFile(const std::string& path);
+AMBRELKIT_API JSONValue readJSONFile(const std::string& path);
 
 } // namespace AmbrelKit
 

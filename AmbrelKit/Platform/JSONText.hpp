@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_PLATFORM_JSONTEXT_HPP
 #define AMBRELKIT_PLATFORM_JSONTEXT_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
 #include <cstddef>
@@ -13,7 +14,7 @@
 namespace AmbrelKit {
 
 /// A text is no JSON, or a value has no JSON form.
-class JSONTextError : public std::runtime_error {
+class AMBRELKIT_API JSONTextError : public std::runtime_error {
 public:
     explicit JSONTextError(const std::string& reason, std::size_t byte = 0)
         : std::runtime_error(reason), byte_(byte) {}
@@ -37,15 +38,15 @@ constexpr std::size_t greatestJSONLength = std::size_t{1} << 24U;
 
 /// The dictionary as compact UTF-8 text. Throws `JSONTextError` when it holds a number that is not
 /// finite, text that is not UTF-8, bytes or a discarded value, or is beyond the bounds.
-std::string writeJSON(const JSONDictionary& dictionary);
+AMBRELKIT_API std::string writeJSON(const JSONDictionary& dictionary);
 
 /// The dictionary or array that `text` holds. Throws `JSONTextError` when it holds anything else,
 /// or is beyond the bounds; these are checked before a value is made.
-JSONValue readJSON(std::string_view text);
+AMBRELKIT_API JSONValue readJSON(std::string_view text);
 
 /// The next line of `input`, without its end, as `std::getline` gives it; false where there is
 /// none. Throws `JSONTextError` when it is longer than JSON may be.
-bool readJSONLine(std::istream& input, std::string& line);
+AMBRELKIT_API bool readJSONLine(std::istream& input, std::string& line);
 
 } // namespace AmbrelKit
 

@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_PLATFORM_LOCATIONMANAGER_HPP
 #define AMBRELKIT_PLATFORM_LOCATIONMANAGER_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -36,7 +38,7 @@ struct LocationFix {
 };
 
 /// Receives a manager's reports, on the thread that made the manager.
-class LocationManagerDelegate {
+class AMBRELKIT_API LocationManagerDelegate {
 public:
     virtual ~LocationManagerDelegate() = default;
 
@@ -56,7 +58,7 @@ public:
 
 /// Delivers the device's location. Used on one thread, the one that made it. No call waits for the
 /// service behind it. Releasing a manager ends its updates.
-class LocationManager {
+class AMBRELKIT_API LocationManager {
 public:
     virtual ~LocationManager() = default;
 

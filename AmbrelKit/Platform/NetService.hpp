@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_PLATFORM_NETSERVICE_HPP
 #define AMBRELKIT_PLATFORM_NETSERVICE_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -14,7 +16,7 @@ namespace AmbrelKit {
 class NetService;
 
 /// Receives a service's reports, on the thread that found the service.
-class NetServiceDelegate {
+class AMBRELKIT_API NetServiceDelegate {
 public:
     virtual ~NetServiceDelegate() = default;
 
@@ -25,7 +27,7 @@ public:
 
 /// A DNS-SD service that a browser has found. Used on one thread. Releasing it ends what it still
 /// asks for.
-class NetService {
+class AMBRELKIT_API NetService {
 public:
     virtual ~NetService() = default;
 

@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_PLATFORM_NETSERVICEBROWSER_HPP
 #define AMBRELKIT_PLATFORM_NETSERVICEBROWSER_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/NetService.hpp"
 
 #include <functional>
@@ -12,7 +13,7 @@ namespace AmbrelKit {
 class NetServiceBrowser;
 
 /// Receives a browser's reports, on the thread that made the browser.
-class NetServiceBrowserDelegate {
+class AMBRELKIT_API NetServiceBrowserDelegate {
 public:
     virtual ~NetServiceBrowserDelegate() = default;
 
@@ -25,7 +26,7 @@ public:
 
 /// Searches the local network for DNS-SD services of one type. Used on one thread, the one that
 /// made it. Releasing a browser ends its search.
-class NetServiceBrowser {
+class AMBRELKIT_API NetServiceBrowser {
 public:
     virtual ~NetServiceBrowser() = default;
 

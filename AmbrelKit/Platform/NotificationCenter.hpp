@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_PLATFORM_NOTIFICATIONCENTER_HPP
 #define AMBRELKIT_PLATFORM_NOTIFICATIONCENTER_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <functional>
 #include <memory>
 #include <optional>
@@ -21,14 +23,14 @@ struct Notification {
 
 /// A registered observer, as the centre hands it out. An owned handle: once its last reference is
 /// gone, the observer is no longer called.
-class NotificationObserver {
+class AMBRELKIT_API NotificationObserver {
 public:
     virtual ~NotificationObserver() = default;
 };
 
 /// Calls observers of a name on the thread that posts it, in the order of their registration. Used
 /// on one thread.
-class NotificationCenter {
+class AMBRELKIT_API NotificationCenter {
 public:
     virtual ~NotificationCenter() = default;
 

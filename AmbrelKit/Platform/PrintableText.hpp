@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_PLATFORM_PRINTABLETEXT_HPP
 #define AMBRELKIT_PLATFORM_PRINTABLETEXT_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <string>
 #include <string_view>
 
@@ -11,10 +13,10 @@ namespace AmbrelKit {
 // (U+2028, U+2029) or turn the direction of writing.
 
 /// `text` (UTF-8) as one line for people: U+FFFD stands for what is not printable.
-std::string printable(std::string_view text);
+AMBRELKIT_API std::string printable(std::string_view text);
 
 /// The same JSON with an escape for what is not printable. Line breaks between values stay.
-std::string printableJSON(std::string_view json);
+AMBRELKIT_API std::string printableJSON(std::string_view json);
 
 } // namespace AmbrelKit
 

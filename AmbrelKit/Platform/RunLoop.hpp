@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_PLATFORM_RUNLOOP_HPP
 #define AMBRELKIT_PLATFORM_RUNLOOP_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/Timer.hpp"
 
 #include <memory>
@@ -13,7 +14,7 @@ namespace AmbrelKit {
 /// A host without a loop of its own calls `run()`. A host with one (GLib, Qt, asio, epoll …) polls
 /// `fileDescriptor()` for reading and calls `dispatch()` whenever it is readable; nothing else is
 /// needed.
-class RunLoop {
+class AMBRELKIT_API RunLoop {
 public:
     virtual ~RunLoop() = default;
 

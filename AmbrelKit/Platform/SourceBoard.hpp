@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_PLATFORM_SOURCEBOARD_HPP
 #define AMBRELKIT_PLATFORM_SOURCEBOARD_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/SourceReport.hpp"
 #include "AmbrelKit/Platform/Timer.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
@@ -24,10 +25,10 @@ public:
         std::function<std::chrono::system_clock::time_point()> date;
     };
 
-    explicit SourceBoard(Clock clock);
+    AMBRELKIT_API explicit SourceBoard(Clock clock);
 
     /// What is known of the source from now on. Saying the same again costs a comparison.
-    void publish(Source source, SourceCondition condition);
+    AMBRELKIT_API void publish(Source source, SourceCondition condition);
 
     [[nodiscard]] const SourceCondition& condition(Source source) const {
         return entry(source).condition;
@@ -36,12 +37,12 @@ public:
     /// The source gives a report to the kit.
     void count(Source source) noexcept { ++entry(source).account.reports; }
 
-    [[nodiscard]] SourceReport report(Source source) const;
+    [[nodiscard]] AMBRELKIT_API SourceReport report(Source source) const;
 
     /// While a timer lives that is made by what this returns, and is not invalidated, a collection
     /// runs: what is counted belongs to the one that was begun last. The sources that only the
     /// ticks of a collection ask, address and Wi-Fi, start with it, and are idle once it is over.
-    [[nodiscard]] TimerFactory collectionTimers(TimerFactory timers);
+    [[nodiscard]] AMBRELKIT_API TimerFactory collectionTimers(TimerFactory timers);
 
     /// `changed` is called, for as long as it lives, inside each `publish` that changes something:
     /// to make a note of it, and to act on that later.

@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_PLATFORM_SOURCEREPORT_HPP
 #define AMBRELKIT_PLATFORM_SOURCEREPORT_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
 #include <array>
@@ -39,9 +40,9 @@ enum class SourceOutcome : std::uint8_t {
 };
 
 // Short names for programs, which stay as they are: "bluetooth", "left-out", "not-asked".
-[[nodiscard]] std::string_view code(Source source);
-[[nodiscard]] std::string_view code(SourceState state);
-[[nodiscard]] std::string_view code(SourceOutcome outcome);
+[[nodiscard]] AMBRELKIT_API std::string_view code(Source source);
+[[nodiscard]] AMBRELKIT_API std::string_view code(SourceState state);
+[[nodiscard]] AMBRELKIT_API std::string_view code(SourceOutcome outcome);
 
 /// What is known of a source at a time. The texts are English, for people, and may change.
 struct SourceCondition {
@@ -84,10 +85,10 @@ struct SourceReport {
 
 /// What people should know of a collection: "hci0 is switched off: bluetoothctl power on", "BlueZ
 /// was away from 3.1 s to 3.6 s". Empty when the source listened throughout or was not asked.
-[[nodiscard]] std::string shortfall(const SourceAccount& account);
+[[nodiscard]] AMBRELKIT_API std::string shortfall(const SourceAccount& account);
 
 /// The report as a dictionary, in the form that docs/outcome.schema.json describes.
-[[nodiscard]] JSONDictionary dictionary(const SourceReport& report);
+[[nodiscard]] AMBRELKIT_API JSONDictionary dictionary(const SourceReport& report);
 
 } // namespace AmbrelKit
 

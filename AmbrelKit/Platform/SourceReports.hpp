@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_PLATFORM_SOURCEREPORTS_HPP
 #define AMBRELKIT_PLATFORM_SOURCEREPORTS_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/SourceReport.hpp"
 
 #include <vector>
@@ -10,7 +11,7 @@ namespace AmbrelKit {
 /// How each source of a platform fares: an owned handle, used on the thread of its run loop, also
 /// from callbacks. What it tells is what the sources know at that moment; nobody is asked for it.
 /// `Linux::sourceReports()` makes one for this machine, a `Simulated::Platform` one of its own.
-class SourceReports {
+class AMBRELKIT_API SourceReports {
 public:
     SourceReports() = default;
     SourceReports(const SourceReports&) = delete;

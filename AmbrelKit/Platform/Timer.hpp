@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_PLATFORM_TIMER_HPP
 #define AMBRELKIT_PLATFORM_TIMER_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <functional>
 #include <memory>
 
@@ -8,7 +10,7 @@ namespace AmbrelKit {
 
 /// A scheduled timer. An owned handle: once it is invalidated, or its last reference is gone, it
 /// does not fire.
-class Timer {
+class AMBRELKIT_API Timer {
 public:
     virtual ~Timer() = default;
 

@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_PLATFORM_UUID_HPP
 #define AMBRELKIT_PLATFORM_UUID_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <array>
 #include <compare>
 #include <cstdint>
@@ -24,13 +26,13 @@ public:
 
     /// The identifier that `text` spells: 36 characters, hexadecimal digits of either case in
     /// groups of 8-4-4-4-12 joined by hyphens. Anything else gives nothing.
-    static std::optional<UUID> parse(std::string_view text);
+    AMBRELKIT_API static std::optional<UUID> parse(std::string_view text);
 
     /// A new random identifier (version 4), from the system's random source.
-    static UUID random();
+    AMBRELKIT_API static UUID random();
 
     /// The canonical text: 36 characters, upper-case hexadecimal digits.
-    [[nodiscard]] std::string text() const;
+    [[nodiscard]] AMBRELKIT_API std::string text() const;
 
     [[nodiscard]] constexpr const Bytes& bytes() const { return bytes_; }
 
@@ -44,7 +46,7 @@ private:
 } // namespace AmbrelKit
 
 template <> struct std::hash<AmbrelKit::UUID> {
-    std::size_t operator()(const AmbrelKit::UUID& uuid) const noexcept;
+    AMBRELKIT_API std::size_t operator()(const AmbrelKit::UUID& uuid) const noexcept;
 };
 
 #endif

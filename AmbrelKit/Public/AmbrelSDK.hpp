@@ -5,6 +5,7 @@
 #include <AmbrelKit/AmbrelSDKDelegate.hpp>
 #include <AmbrelKit/Platform/Application.hpp>
 #include <AmbrelKit/Platform/BluetoothCentralManager.hpp>
+#include <AmbrelKit/Platform/Export.hpp>
 #include <AmbrelKit/Platform/LocationManager.hpp>
 #include <AmbrelKit/Platform/NetServiceBrowser.hpp>
 #include <AmbrelKit/Platform/NotificationCenter.hpp>
@@ -26,7 +27,7 @@ namespace AmbrelKit {
 /// operation is called there, also from inside a callback of the kit, and the last reference is let
 /// go there. A debug build of the kit asserts that; a release build does not notice. No operation
 /// waits. The host owns the facade; releasing it ends what runs, and nothing more is delivered.
-class AmbrelSDK {
+class AMBRELKIT_API AmbrelSDK {
 public:
     /// A facade on this machine's own platform, driven by the calling thread's `RunLoop`. The
     /// DNS-SD types to browse are those that the main bundle lists now under "NSBonjourServices"

@@ -2,6 +2,7 @@
 #define AMBRELKIT_AMBRELSDKDELEGATE_HPP
 
 #include <AmbrelKit/AmbrelPermissionStatus.hpp>
+#include <AmbrelKit/Platform/Export.hpp>
 #include <AmbrelKit/Platform/JSONDictionary.hpp>
 
 namespace AmbrelKit {
@@ -21,7 +22,7 @@ namespace AmbrelKit {
 /// otherwise. A source whose permission is not granted any more when a collection ends is not
 /// stopped: it goes on to look around, and each of its reports delivers the finished dictionary
 /// again.
-class AmbrelSDKDelegate {
+class AMBRELKIT_API AmbrelSDKDelegate {
 public:
     virtual ~AmbrelSDKDelegate() = default;
 

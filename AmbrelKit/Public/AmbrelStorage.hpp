@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_AMBRELSTORAGE_HPP
 #define AMBRELKIT_AMBRELSTORAGE_HPP
 
+#include <AmbrelKit/Platform/Export.hpp>
 #include <AmbrelKit/Platform/JSONDictionary.hpp>
 
 #include <exception>
@@ -34,7 +35,7 @@ public:
     using Visitor = std::function<void(JSONDictionary collection)>;
 
     /// The one instance, made on first use and never destroyed.
-    static AmbrelStorage& shared();
+    AMBRELKIT_API static AmbrelStorage& shared();
 
     AmbrelStorage(const AmbrelStorage&) = delete;
     AmbrelStorage& operator=(const AmbrelStorage&) = delete;
@@ -52,38 +53,40 @@ public:
     /// that is not finite, text that is not UTF-8, bytes), more than 512 values stand inside one
     /// another, or the file would have more than 16 MiB. When the file is written, but the file
     /// system does not say that it is on the disk, the report says so.
-    void save(const JSONDictionary& dictionary) const;
+    AMBRELKIT_API void save(const JSONDictionary& dictionary) const;
 
     /// Removes the file that the dictionary's "timestamp" names; nothing else of the dictionary is
     /// looked at. Silent in the same cases as `save`; a file that is not there is reported.
-    void delete_(const JSONDictionary& dictionary) const;
+    AMBRELKIT_API void delete_(const JSONDictionary& dictionary) const;
 
     /// Every saved dictionary, in the order in which the file system lists the files (hidden ones
     /// included). An entry that cannot be read, is longer or deeper than what `save` writes, or
     /// holds neither a JSON dictionary nor an array, is reported and left out; an array is left
     /// out. A directory that cannot be listed, as before the first save, is reported, and the list
     /// is empty.
-    [[nodiscard]] std::vector<JSONDictionary> savedCollections() const;
+    [[nodiscard]] AMBRELKIT_API std::vector<JSONDictionary> savedCollections() const;
 
     /// Calls `visit` with each dictionary of `savedCollections()` in turn, so that only one is in
     /// memory. `visit` may save and delete; what is saved meanwhile is not visited. What it throws
     /// ends the visit and reaches the caller.
-    void forEachSavedCollection(const Visitor& visit) const;
+    AMBRELKIT_API void forEachSavedCollection(const Visitor& visit) const;
 
     /// The same, oldest first, for the dictionaries from `since` to `until`, both included, in
     /// seconds since 1970. A file with a name of ours is placed by its name, and not opened when it
     /// is out of range; any other by the "timestamp" that it holds, and before all others when it
     /// holds none.
-    void forEachSavedCollection(double since, double until, const Visitor& visit) const;
+    AMBRELKIT_API void forEachSavedCollection(double since, double until,
+                                              const Visitor& visit) const;
 
     /// The name of the dictionary's file; nothing in the cases in which `save` does nothing.
-    [[nodiscard]] static std::optional<std::string> fileName(const JSONDictionary& dictionary);
+    [[nodiscard]] AMBRELKIT_API static std::optional<std::string>
+    fileName(const JSONDictionary& dictionary);
 
     /// The directory of the files. It need not exist.
     [[nodiscard]] static std::string path() { return pathForDirectory(directoryPath); }
 
     /// The documents folder; nothing when the environment names no folder and no home.
-    [[nodiscard]] static std::optional<std::string> documentsPath();
+    [[nodiscard]] AMBRELKIT_API static std::optional<std::string> documentsPath();
 
 private:
     static constexpr const char* directoryPath = "collections";
@@ -93,7 +96,7 @@ private:
     ~AmbrelStorage() = default;
 
     // Both ask for the documents folder afresh; the empty text stands for an absent one.
-    [[nodiscard]] static std::string pathForDirectory(std::string_view directory);
+    [[nodiscard]] AMBRELKIT_API static std::string pathForDirectory(std::string_view directory);
     [[nodiscard]] static std::string pathForDirectory(std::string_view directory,
                                                       std::string_view withName);
 

@@ -2,6 +2,7 @@
 #define AMBRELKIT_SIMULATED_BLUETOOTHRADIO_HPP
 
 #include "AmbrelKit/Platform/BluetoothCentralManager.hpp"
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
 
 #include <memory>
@@ -12,16 +13,16 @@ namespace AmbrelKit::Simulated {
 /// that lives and has a delegate; otherwise nobody hears it. A new manager tells nothing by itself.
 class BluetoothRadio {
 public:
-    explicit BluetoothRadio(std::shared_ptr<Context> context);
+    AMBRELKIT_API explicit BluetoothRadio(std::shared_ptr<Context> context);
 
     /// What a `BluetoothManagerFactory` does.
-    [[nodiscard]] std::shared_ptr<BluetoothCentralManager> makeManager();
+    [[nodiscard]] AMBRELKIT_API std::shared_ptr<BluetoothCentralManager> makeManager();
 
     /// The newest manager's state becomes `state`, which it reports.
-    void reportState(BluetoothManagerState state);
+    AMBRELKIT_API void reportState(BluetoothManagerState state);
 
     /// The newest manager reports a sighting, whether it scans or not.
-    void reportDiscovery(const Peripheral& peripheral);
+    AMBRELKIT_API void reportDiscovery(const Peripheral& peripheral);
 
 private:
     class Manager;

@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_SIMULATED_HOST_HPP
 #define AMBRELKIT_SIMULATED_HOST_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Simulated/Platform.hpp"
 
 #include <AmbrelKit/AmbrelSDK.hpp>
@@ -38,40 +39,40 @@ inline constexpr std::array<std::string_view, 7> statusQueryNames{
 class Host {
 public:
     /// `bonjourServices` are what each facade browses for. The platform must outlive the host.
-    Host(Platform& platform, std::optional<std::vector<std::string>> bonjourServices);
+    AMBRELKIT_API Host(Platform& platform, std::optional<std::vector<std::string>> bonjourServices);
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
-    ~Host();
+    AMBRELKIT_API ~Host();
 
     /// The facade; null when it was released.
     [[nodiscard]] const std::shared_ptr<AmbrelSDK>& sdk() const { return sdk_; }
 
     /// Lets go of the facade. Where one of its calls is on the stack it lives until that returns,
     /// as the kit promises.
-    void release();
+    AMBRELKIT_API void release();
 
     /// Makes a new facade, with the delegate attached, after letting go of the one before.
-    void create();
+    AMBRELKIT_API void create();
 
     /// Makes the delegate object the facade's delegate; a new one when the last was released.
-    void attachDelegate();
+    AMBRELKIT_API void attachDelegate();
 
     /// Leaves the facade without a delegate.
-    void detachDelegate();
+    AMBRELKIT_API void detachDelegate();
 
     /// Frees the delegate object. For the facade it is gone from now on, also while one of the
     /// object's own calls is on the stack.
-    void releaseDelegate();
+    AMBRELKIT_API void releaseDelegate();
 
     /// What the delegate answers from now on.
-    void setStatus(StatusQuery query, AmbrelPermissionStatus status);
+    AMBRELKIT_API void setStatus(StatusQuery query, AmbrelPermissionStatus status);
 
     /// What the host does inside `didReceiveUpdateWithCollectedData`. It may do anything, also
     /// throw.
-    void setDeliveryHandler(std::function<void(const JSONDictionary&)> handler);
+    AMBRELKIT_API void setDeliveryHandler(std::function<void(const JSONDictionary&)> handler);
 
     /// What the host does inside a status query, before it answers. It may do anything, also throw.
-    void setQueryHandler(std::function<void(StatusQuery)> handler);
+    AMBRELKIT_API void setQueryHandler(std::function<void(StatusQuery)> handler);
 
 private:
     class Delegate;

@@ -2,6 +2,7 @@
 #define AMBRELKIT_SIMULATED_LIFECYCLE_HPP
 
 #include "AmbrelKit/Platform/Application.hpp"
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/NotificationCenter.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
@@ -14,13 +15,14 @@ namespace AmbrelKit::Simulated {
 /// A notification centre of its own, apart from the thread's.
 class NotificationCenter final : public AmbrelKit::NotificationCenter {
 public:
-    explicit NotificationCenter(std::shared_ptr<Context> context);
+    AMBRELKIT_API explicit NotificationCenter(std::shared_ptr<Context> context);
 
-    [[nodiscard]] std::shared_ptr<NotificationObserver>
+    [[nodiscard]] AMBRELKIT_API std::shared_ptr<NotificationObserver>
     addObserver(const std::optional<std::string>& name,
                 std::function<void(const Notification&)> block) override;
-    void removeObserver(const std::shared_ptr<NotificationObserver>& observer) override;
-    void post(std::string_view name) override;
+    AMBRELKIT_API void
+    removeObserver(const std::shared_ptr<NotificationObserver>& observer) override;
+    AMBRELKIT_API void post(std::string_view name) override;
 
 private:
     class Observer;
@@ -32,15 +34,15 @@ private:
 /// An application whose background tasks expire when it is told so. Task identifiers count from 1.
 class Application final : public AmbrelKit::Application {
 public:
-    explicit Application(std::shared_ptr<Context> context);
+    AMBRELKIT_API explicit Application(std::shared_ptr<Context> context);
 
-    BackgroundTaskIdentifier beginBackgroundTask(const std::string& name,
-                                                 std::function<void()> expirationHandler) override;
-    void endBackgroundTask(BackgroundTaskIdentifier identifier) override;
+    AMBRELKIT_API BackgroundTaskIdentifier
+    beginBackgroundTask(const std::string& name, std::function<void()> expirationHandler) override;
+    AMBRELKIT_API void endBackgroundTask(BackgroundTaskIdentifier identifier) override;
 
     /// Runs the expiration handler of a task that was begun and not yet ended; any other is left
     /// alone. The task stays until it is ended.
-    void expire(BackgroundTaskIdentifier identifier);
+    AMBRELKIT_API void expire(BackgroundTaskIdentifier identifier);
 
 private:
     std::shared_ptr<Context> context_;

@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_SIMULATED_LOCATIONSERVICE_HPP
 #define AMBRELKIT_SIMULATED_LOCATIONSERVICE_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/LocationManager.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
 
@@ -14,17 +15,17 @@ namespace AmbrelKit::Simulated {
 /// that lives and has a delegate; otherwise nobody hears it. A new manager tells nothing by itself.
 class LocationService {
 public:
-    explicit LocationService(std::shared_ptr<Context> context);
+    AMBRELKIT_API explicit LocationService(std::shared_ptr<Context> context);
 
     /// What a `LocationManagerFactory` does.
-    [[nodiscard]] std::shared_ptr<LocationManager> makeManager();
+    [[nodiscard]] AMBRELKIT_API std::shared_ptr<LocationManager> makeManager();
 
-    void reportAuthorization(LocationAuthorizationStatus status);
+    AMBRELKIT_API void reportAuthorization(LocationAuthorizationStatus status);
 
     /// Reports fixes, oldest first, whether they were asked for or not.
-    void reportUpdate(const std::vector<LocationFix>& fixes);
+    AMBRELKIT_API void reportUpdate(const std::vector<LocationFix>& fixes);
 
-    void reportFailure(const std::string& error);
+    AMBRELKIT_API void reportFailure(const std::string& error);
 
 private:
     class Manager;

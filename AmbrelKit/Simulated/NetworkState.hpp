@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_SIMULATED_NETWORKSTATE_HPP
 #define AMBRELKIT_SIMULATED_NETWORKSTATE_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
 #include <ifaddrs.h>
@@ -30,11 +31,11 @@ public:
     NetworkState& operator=(const NetworkState&) = delete;
     ~NetworkState() = default;
 
-    void setInterfaces(const std::vector<InterfaceAddress>& interfaces);
+    AMBRELKIT_API void setInterfaces(const std::vector<InterfaceAddress>& interfaces);
 
     /// What the two captive-network queries answer: the interfaces that can be asked, and what is
     /// joined on each; null, and a missing name, stand for nothing.
-    void setCaptiveNetwork(JSONValue supportedInterfaces, JSONDictionary info);
+    AMBRELKIT_API void setCaptiveNetwork(JSONValue supportedInterfaces, JSONDictionary info);
 
     /// The entries as getifaddrs would give them; null when there are none. Valid until they are
     /// set again.
@@ -42,8 +43,9 @@ public:
         return entries_.empty() ? nullptr : &entries_.front().link;
     }
 
-    [[nodiscard]] std::optional<JSONValue> supportedInterfaces() const;
-    [[nodiscard]] std::optional<JSONValue> currentNetworkInfo(const std::string& interface) const;
+    [[nodiscard]] AMBRELKIT_API std::optional<JSONValue> supportedInterfaces() const;
+    [[nodiscard]] AMBRELKIT_API std::optional<JSONValue>
+    currentNetworkInfo(const std::string& interface) const;
 
 private:
     struct Entry {

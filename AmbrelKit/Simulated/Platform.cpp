@@ -1,8 +1,6 @@
 #include "AmbrelKit/Simulated/Platform.hpp"
 
-#include "AmbrelKit/Internal/Environment.hpp"
-#include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
-#include "AmbrelKit/Internal/Models/CollectionThreshold.hpp"
+#include "AmbrelKit/Internal/ProcessSettings.hpp"
 
 #include <cstdint>
 #include <utility>
@@ -10,8 +8,6 @@
 namespace AmbrelKit::Simulated {
 
 namespace {
-
-constexpr std::int64_t defaultThreshold = 30;
 
 /// Hands out the identifiers of a list, then numbered ones.
 class IdentifierSource {
@@ -39,26 +35,8 @@ private:
 
 } // namespace
 
-/// What belongs to the process, not to one kit.
-struct Platform::ProcessSettings {
-    std::int64_t threshold = CollectionThreshold::value;
-    decltype(Environment::currentDate) currentDate = Environment::shared().currentDate;
-    decltype(Environment::generateUUID) generateUUID = Environment::shared().generateUUID;
-    NetworkEnvironment network = NetworkEnvironment::shared();
-    CaptiveNetwork captive = CaptiveNetwork::shared();
-
-    void apply() const {
-        CollectionThreshold::value = threshold;
-        Environment::shared().currentDate = currentDate;
-        Environment::shared().generateUUID = generateUUID;
-        NetworkEnvironment::shared() = network;
-        CaptiveNetwork::shared() = captive;
-    }
-};
-
 Platform::Platform(PlatformSettings settings)
-    : before_(std::make_unique<ProcessSettings>()), context_(std::make_shared<Context>()),
-      clock_(std::make_shared<VirtualClock>(context_)),
+    : context_(std::make_shared<Context>()), clock_(std::make_shared<VirtualClock>(context_)),
       bluetooth_(std::make_shared<BluetoothRadio>(context_)),
       location_(std::make_shared<LocationService>(context_)),
       bonjour_(std::make_shared<ServiceDiscovery>(context_)),
@@ -66,30 +44,26 @@ Platform::Platform(PlatformSettings settings)
       application_(std::make_shared<Application>(context_)),
       network_(std::make_shared<NetworkState>()) {
     context_->start = settings.start;
-    ProcessSettings ours;
-    ours.threshold = defaultThreshold;
-    ours.currentDate = [context = context_] {
-        return Environment::TimePoint(
-            std::chrono::duration_cast<Environment::TimePoint::duration>(context->wallClock()));
-    };
-    ours.generateUUID = [source = std::make_shared<IdentifierSource>(
-                             std::move(settings.identifiers))] { return source->next(); };
-    ours.network.addressIPv4 = [network = network_] {
-        return NetworkEnvironment::addressIPv4Among(network->interfaces());
-    };
-    ours.network.availableNetworks = NetworkEnvironment::_availableNetworks;
-    ours.captive.supportedInterfaces = [network = network_] {
-        return network->supportedInterfaces();
-    };
-    ours.captive.currentNetworkInfo = [network = network_](const std::string& interface) {
-        return network->currentNetworkInfo(interface);
-    };
-    ours.apply();
+    processSettings_ = ProcessSettings{
+        .currentDate =
+            [context = context_] {
+                using Clock = std::chrono::system_clock;
+                return Clock::time_point(
+                    std::chrono::duration_cast<Clock::duration>(context->wallClock()));
+            },
+        .generateUUID = [source = std::make_shared<IdentifierSource>(
+                             std::move(settings.identifiers))] { return source->next(); },
+        .interfaces = [network = network_] { return network->interfaces(); },
+        .supportedInterfaces = [network = network_] { return network->supportedInterfaces(); },
+        .currentNetworkInfo =
+            [network = network_](const std::string& interface) {
+                return network->currentNetworkInfo(interface);
+            }}.install();
 }
 
 Platform::~Platform() {
     context_->sink = nullptr;
-    before_->apply();
+    processSettings_.reset();
 }
 
 std::shared_ptr<AmbrelSDK>

@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_SIMULATED_PLATFORM_HPP
 #define AMBRELKIT_SIMULATED_PLATFORM_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Simulated/BluetoothRadio.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
 #include "AmbrelKit/Simulated/Lifecycle.hpp"
@@ -45,18 +46,18 @@ struct PlatformSettings {
 /// different ones must not run at once. Everything is used on one thread.
 class Platform {
 public:
-    explicit Platform(PlatformSettings settings = {});
+    AMBRELKIT_API explicit Platform(PlatformSettings settings = {});
     Platform(const Platform&) = delete;
     Platform& operator=(const Platform&) = delete;
 
     /// Silences the events, then restores the process's settings. Facades may outlive it.
-    ~Platform();
+    AMBRELKIT_API ~Platform();
 
     /// Who is told what the kit does from now on; empty for nobody.
     void setSink(EventSink sink) { context_->sink = std::move(sink); }
 
     /// A new facade on this platform.
-    [[nodiscard]] std::shared_ptr<AmbrelSDK>
+    [[nodiscard]] AMBRELKIT_API std::shared_ptr<AmbrelSDK>
     createSDK(std::optional<std::vector<std::string>> bonjourServices);
 
     [[nodiscard]] VirtualClock& clock() { return *clock_; }
@@ -71,9 +72,6 @@ public:
     [[nodiscard]] const std::shared_ptr<Context>& context() const { return context_; }
 
 private:
-    struct ProcessSettings;
-
-    std::unique_ptr<ProcessSettings> before_;
     std::shared_ptr<Context> context_;
     // Factories and closures that the kit keeps share these.
     std::shared_ptr<VirtualClock> clock_;
@@ -83,6 +81,7 @@ private:
     std::shared_ptr<NotificationCenter> notificationCenter_;
     std::shared_ptr<Application> application_;
     std::shared_ptr<NetworkState> network_;
+    std::shared_ptr<void> processSettings_;
 };
 
 } // namespace AmbrelKit::Simulated

@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_SIMULATED_SERVICEDISCOVERY_HPP
 #define AMBRELKIT_SIMULATED_SERVICEDISCOVERY_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/NetServiceBrowser.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
@@ -25,18 +26,19 @@ struct ServiceRecords {
 /// found first and kept as long as the network.
 class ServiceDiscovery {
 public:
-    explicit ServiceDiscovery(std::shared_ptr<Context> context);
+    AMBRELKIT_API explicit ServiceDiscovery(std::shared_ptr<Context> context);
 
     /// What a `NetServiceBrowserFactory` does.
-    [[nodiscard]] std::shared_ptr<NetServiceBrowser> makeBrowser();
+    [[nodiscard]] AMBRELKIT_API std::shared_ptr<NetServiceBrowser> makeBrowser();
 
     /// The oldest living browser with a delegate that searches for `type` reports the service.
     /// Without such a browser nothing is found.
-    void reportFound(const std::string& type, const std::string& name);
+    AMBRELKIT_API void reportFound(const std::string& type, const std::string& name);
 
     /// The service, if it was found before, takes these records, and reports that it resolved if it
     /// has a delegate.
-    void reportResolved(const std::string& type, const std::string& name, ServiceRecords records);
+    AMBRELKIT_API void reportResolved(const std::string& type, const std::string& name,
+                                      ServiceRecords records);
 
 private:
     class Browser;

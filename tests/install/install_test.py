@@ -30,7 +30,7 @@ class Installation(unittest.TestCase):
         stage, cls.prefix = (os.path.join(cls.folder.name, name) for name in ("stage", "prefix"))
         run("cmake", "--install", BUILD, "--prefix", "/opt/ambrel", env={**os.environ, "DESTDIR": stage})
         os.rename(f"{stage}/opt/ambrel", cls.prefix)
-        [cls.library] = glob.glob(f"{cls.prefix}/**/libAmbrelKit.*[ao]", recursive=True)
+        [cls.library] = glob.glob(f"{cls.prefix}/**/libambrelkit.*[ao]", recursive=True)
         cls.shared = cls.library.endswith(".so")
         cls.library = os.path.dirname(cls.library)
         # All that pkg-config is to know beside AmbrelKit itself.

@@ -3,7 +3,6 @@
 #include "tools/ambrel/Progress.hpp"
 #include "tools/ambrel/ScriptRecorder.hpp"
 
-#include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Simulated/Platform.hpp"
 #include "AmbrelKit/Simulated/Replay/Replay.hpp"
 
@@ -71,7 +70,7 @@ void play(Simulated::Platform& platform) {
     platform.location().reportFailure("no sky");
     platform.location().reportUpdate(
         {LocationFix{}, LocationFix{.coordinate = {.latitude = 1.5, .longitude = -0.1},
-                                    .timestamp = Environment::shared().currentDate()}});
+                                    .timestamp = Linux::ProcessServices::current().currentDate()}});
     platform.network().setInterfaces({{.name = "en0", .address = "192.0.2.7"}});
     platform.network().setCaptiveNetwork({"en1"}, {{"en1", {{"SSID", "Caf\u00e9"}}}});
     for (int i = 0; i < 2; ++i) {

@@ -1,7 +1,7 @@
 #ifndef AMBREL_COLLECTIONOPTIONS_HPP
 #define AMBREL_COLLECTIONOPTIONS_HPP
 
-#include "AmbrelKit/Linux/Location/LocationManagerFactory.hpp"
+#include "AmbrelKit/Linux/Location/LocationOptions.hpp"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_INTERNAL_EXTENSIONS_FILE_HPP
 #define AMBRELKIT_INTERNAL_EXTENSIONS_FILE_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,10 +13,10 @@ namespace AmbrelKit {
 // begins with the path.
 
 /// For the failure that `errno` tells of.
-[[noreturn]] void throwFileError(const std::string& path);
+[[noreturn]] AMBRELKIT_SEAM void throwFileError(const std::string& path);
 
 /// Writes all of `text` to an open file; `path` is what it is called.
-void writeAll(int file, std::string_view text, const std::string& path);
+AMBRELKIT_SEAM void writeAll(int file, std::string_view text, const std::string& path);
 
 /// Removes a file; a directory is refused.
 void removeFile(const std::string& path);

@@ -2,6 +2,7 @@
 #define AMBRELKIT_INTERNAL_EXTENSIONS_REPLACEFILE_HPP
 
 #include "AmbrelKit/Platform/Descriptor.hpp"
+#include "AmbrelKit/Platform/Export.hpp"
 
 #include <string>
 #include <string_view>
@@ -16,16 +17,16 @@ namespace AmbrelKit {
 class NewFile {
 public:
     /// In `folder`, which is on the same file system as `path`.
-    NewFile(const std::string& folder, std::string path);
+    AMBRELKIT_SEAM NewFile(const std::string& folder, std::string path);
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
-    ~NewFile();
+    AMBRELKIT_SEAM ~NewFile();
 
-    void write(std::string_view text) const;
+    AMBRELKIT_SEAM void write(std::string_view text) const;
 
     /// Takes the name, and the place of an earlier file of that name, when the contents are on the
     /// disk.
-    void finish();
+    AMBRELKIT_SEAM void finish();
 
 private:
     std::string path_;

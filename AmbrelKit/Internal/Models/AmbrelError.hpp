@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_AMBRELERROR_HPP
 #define AMBRELKIT_AMBRELERROR_HPP
 
+#include <AmbrelKit/Platform/Export.hpp>
+
 #include <cstddef>
 #include <exception>
 #include <functional>
@@ -9,7 +11,7 @@
 namespace AmbrelKit {
 
 /// The one error that the kit reports to its host. A plain value; thrown by value.
-class AmbrelError final : public std::exception {
+class AMBRELKIT_API AmbrelError final : public std::exception {
 public:
     enum class Case {
         /// The reuse threshold was not from 0 to 30.

@@ -2,6 +2,7 @@
 #define AMBRELKIT_LINUX_DIAGNOSIS_DIAGNOSIS_HPP
 
 #include "AmbrelKit/Linux/Location/LocationOptions.hpp"
+#include "AmbrelKit/Platform/Export.hpp"
 
 #include <functional>
 #include <memory>
@@ -20,7 +21,7 @@ struct SourceDiagnosis {
 
 /// An examination of the sources that a collection on this machine would use: an owned handle,
 /// dropping it ends the examination.
-class Diagnosis {
+class AMBRELKIT_API Diagnosis {
 public:
     virtual ~Diagnosis() = default;
 

@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Simulated/Replay/ScriptReader.hpp"
 #include "AmbrelKit/Simulated/Replay/ScriptRunner.hpp"
+#include "AmbrelKit/Simulated/Replay/TraceWriter.hpp"
 
 #include <utility>
 

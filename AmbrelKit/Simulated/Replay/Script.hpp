@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_SIMULATED_REPLAY_SCRIPT_HPP
 #define AMBRELKIT_SIMULATED_REPLAY_SCRIPT_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Simulated/Host.hpp"
 
 #include <chrono>
@@ -16,7 +17,7 @@
 namespace AmbrelKit::Simulated {
 
 /// A script is wrong at a line. The message says what is wrong, in one line.
-class ScriptError : public std::runtime_error {
+class AMBRELKIT_API ScriptError : public std::runtime_error {
 public:
     ScriptError(std::size_t line, const std::string& reason)
         : std::runtime_error(reason), line_(line) {}

@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_SIMULATED_REPLAY_SCRIPTWRITER_HPP
 #define AMBRELKIT_SIMULATED_REPLAY_SCRIPTWRITER_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Simulated/Replay/Script.hpp"
 
 #include <string>
@@ -11,10 +12,10 @@ namespace AmbrelKit::Simulated {
 // Bytes of a text that are not UTF-8 are replaced.
 
 /// The first line.
-[[nodiscard]] std::string scriptLine(const ScriptHeader& header);
+[[nodiscard]] AMBRELKIT_API std::string scriptLine(const ScriptHeader& header);
 
 /// Any other line. The step's time is not negative.
-[[nodiscard]] std::string scriptLine(const ScriptStep& step);
+[[nodiscard]] AMBRELKIT_API std::string scriptLine(const ScriptStep& step);
 
 } // namespace AmbrelKit::Simulated
 

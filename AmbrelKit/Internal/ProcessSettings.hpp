@@ -1,0 +1,36 @@
+#ifndef AMBRELKIT_INTERNAL_PROCESSSETTINGS_HPP
+#define AMBRELKIT_INTERNAL_PROCESSSETTINGS_HPP
+
+#include "AmbrelKit/Platform/Export.hpp"
+#include "AmbrelKit/Platform/JSONDictionary.hpp"
+#include "AmbrelKit/Platform/UUID.hpp"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+struct ifaddrs;
+
+namespace AmbrelKit {
+
+/// What a platform answers to every kit of the process in place of this machine: the seam on which
+/// the simulated platform stands, beside the installed headers.
+struct ProcessSettings {
+    std::function<std::chrono::system_clock::time_point()> currentDate;
+    std::function<UUID()> generateUUID;
+    /// The interface addresses as getifaddrs would give them; may be null.
+    std::function<const ifaddrs*()> interfaces;
+    /// As in `CaptiveNetwork`.
+    std::function<std::optional<JSONValue>()> supportedInterfaces;
+    std::function<std::optional<JSONValue>(const std::string& interface)> currentNetworkInfo;
+
+    /// Has these used, with the initial reuse threshold, until the handle is dropped; then all is
+    /// again as it was before. Handles are dropped in the opposite order.
+    [[nodiscard]] AMBRELKIT_SEAM std::shared_ptr<void> install() const;
+};
+
+} // namespace AmbrelKit
+
+#endif
