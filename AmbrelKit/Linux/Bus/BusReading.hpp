@@ -9,6 +9,8 @@
 
 namespace AmbrelKit::Linux {
 
+inline constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
+
 /// sd-bus refuses a text with a Unicode noncharacter (U+FFFE, say), which D-Bus allows, and gets
 /// past no text that it refuses. Replaces the noncharacters of a body that is one dictionary, or a
 /// text and a dictionary before anything else, by a U+FFFD or its like, and has the body be read

@@ -13,7 +13,6 @@ namespace {
 constexpr const char* none = "/"; ///< as logind says it
 constexpr const char* userInterface = "org.freedesktop.login1.User";
 constexpr const char* sessionInterface = "org.freedesktop.login1.Session";
-constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 
 /// The path of a user's object is known before logind has one.
 std::string userPath() { return "/org/freedesktop/login1/user/_" + std::to_string(getuid()); }

@@ -22,7 +22,6 @@ constexpr const char* managerPath = "/org/freedesktop/GeoClue2/Manager";
 constexpr const char* managerInterface = "org.freedesktop.GeoClue2.Manager";
 constexpr const char* clientInterface = "org.freedesktop.GeoClue2.Client";
 constexpr const char* locationInterface = "org.freedesktop.GeoClue2.Location";
-constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 
 /// The clock's time stands in for one that is absent or beyond the clock's range.
 system_clock::time_point timeFrom(std::uint64_t seconds, std::uint64_t microseconds) {

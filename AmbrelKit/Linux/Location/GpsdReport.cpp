@@ -79,10 +79,11 @@ std::optional<system_clock::time_point> timeFromGpsd(std::string_view text) {
                               day(static_cast<unsigned>(number(8, 2)))};
     const hours hour(number(11, 2));
     const minutes minute(number(14, 2));
-    const seconds second(number(17, 2));
+    const std::chrono::seconds second(number(17, 2));
     const auto fraction = fractionFrom(text.substr(shape.size(), text.size() - shape.size() - 1));
     if (!fraction || !date.ok() || date.year() < firstYear || date.year() > lastYear ||
-        hour > hours(23) || minute > minutes(59) || second > seconds(60)) { // 60: a leap second
+        hour > hours(23) || minute > minutes(59) ||
+        second > std::chrono::seconds(60)) { // 60: a leap second
         return std::nullopt;
     }
     return sys_days(date) + hour + minute + second + *fraction;

@@ -172,7 +172,7 @@ struct Interface {
 };
 
 /// Every radio's interfaces, by their index.
-std::map<std::uint32_t, Interface> interfaces() {
+std::map<std::uint32_t, Interface> radioInterfaces() {
     std::map<std::uint32_t, Interface> byIndex;
     ask([&](NL80211& kernel) {
         byIndex.clear();
@@ -194,7 +194,7 @@ std::map<std::uint32_t, Interface> interfaces() {
 
 std::vector<std::string> wirelessStations() {
     std::vector<std::string> stations;
-    for (auto& [index, interface] : interfaces()) {
+    for (auto& [index, interface] : radioInterfaces()) {
         if (interface.type == NL80211_IFTYPE_STATION) {
             stations.push_back(std::move(interface.name));
         }
@@ -203,7 +203,7 @@ std::vector<std::string> wirelessStations() {
 }
 
 bool isAccessPoint(const std::string& name) {
-    return std::ranges::any_of(interfaces(), [&](const auto& entry) {
+    return std::ranges::any_of(radioInterfaces(), [&](const auto& entry) {
         const auto type = entry.second.type;
         return entry.second.name == name &&
                (type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_AP_VLAN ||
