@@ -34,6 +34,22 @@ struct Peripheral {
     std::optional<std::string> name;
 };
 
+/// An option of a scan: where it is true, each report carries the advertisement data that the
+/// platform has by then; where it is absent, reports may come without. On BlueZ they then do, and
+/// with it they hold, of these, what the peripheral advertises:
+///
+/// - `services`: a list of UUIDs, upper-case texts
+/// - `serviceData`: bytes by the UUID of their service
+/// - `manufacturerData`: bytes by the number of the company, four hexadecimal digits
+/// - `txPower`: a number, in dBm
+/// - `appearance`: a number, as Bluetooth assigns them
+///
+/// Bytes are texts of two lower-case hexadecimal digits each.
+inline constexpr const char* advertisementDataOption = "advertisementData";
+
+/// The strength of a signal whose strength is not known.
+inline constexpr int unknownSignalStrength = 127;
+
 /// Receives a manager's reports, on the thread that made the manager. A report may come while a
 /// call to the manager is on the stack. The receiver may call the manager, or let go of it, inside
 /// a report.
@@ -44,8 +60,9 @@ public:
     /// The manager's state has changed, or is told for the first time.
     virtual void centralManagerDidUpdateState(BluetoothCentralManager& manager) = 0;
 
-    /// A peripheral was seen. `advertisementData` is what the platform gives of its advertisement,
-    /// and may be empty; `rssi` is in dBm, 127 when the strength is not known.
+    /// A peripheral was seen. `advertisementData` is what the platform gives of its advertisement
+    /// (see `advertisementDataOption`), and may be empty; `rssi` is in dBm, or
+    /// `unknownSignalStrength`.
     virtual void centralManagerDidDiscoverPeripheral(BluetoothCentralManager& manager,
                                                      const Peripheral& peripheral,
                                                      const JSONDictionary& advertisementData,
@@ -69,9 +86,9 @@ public:
     [[nodiscard]] virtual BluetoothManagerState state() const = 0;
 
     /// Begins to scan. `services` filters by advertised service (absent: all); `options` are the
-    /// platform's own (absent: its defaults, which do not ask for repeated advertisements).
-    /// Scanning again while scanning changes nothing. The scan is wanted until `stopScan`: a radio
-    /// that goes and comes back is scanned again.
+    /// platform's own (absent: its defaults, which do not ask for repeated advertisements); one
+    /// that it does not know changes nothing. Scanning again while scanning changes nothing. The
+    /// scan is wanted until `stopScan`: a radio that goes and comes back is scanned again.
     virtual void scanForPeripheralsWithServices(const std::optional<std::vector<UUID>>& services,
                                                 const std::optional<JSONDictionary>& options) = 0;
 

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,17 @@ struct LocationFix {
     LocationCoordinate coordinate;
     /// When the platform determined the fix, not when it reported it.
     std::chrono::system_clock::time_point timestamp;
+
+    // What the platform may tell beside it, each finite. No record holds it.
+
+    /// In metres: the place is likely to be no further away than that.
+    std::optional<double> horizontalAccuracy = {};
+    /// In metres above the mean level of the sea.
+    std::optional<double> altitude = {};
+    /// In metres, of the altitude.
+    std::optional<double> verticalAccuracy = {};
+    /// Who determined the fix, as "GeoClue" or "gpsd"; may be empty.
+    std::string determinedBy = {};
 };
 
 /// Receives a manager's reports, on the thread that made the manager.

@@ -19,6 +19,17 @@ std::string asciiFolded(std::string_view key) {
 
 } // namespace
 
+std::optional<std::uint16_t> NetService::port() const {
+    constexpr std::size_t headLength = 4;
+    const auto records = addresses();
+    if (!records || records->empty() || records->front().size() < headLength) {
+        return std::nullopt;
+    }
+    const std::string& record = records->front();
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(record[i]); };
+    return static_cast<std::uint16_t>(byte(2) << 8U | byte(3));
+}
+
 std::map<std::string, std::string>
 NetService::dictionaryFromTXTRecordData(std::string_view record) {
     std::map<std::string, std::string> dictionary;

@@ -4,6 +4,7 @@
 #include "AmbrelKit/Platform/Export.hpp"
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -56,6 +57,17 @@ public:
     /// The TXT record's bytes as on the wire (each string led by its length byte), absent when
     /// there is none.
     [[nodiscard]] virtual std::optional<std::string> TXTRecordData() const = 0;
+
+    /// The port on which it is served, as the resolved addresses have it; absent without any.
+    [[nodiscard]] std::optional<std::uint16_t> port() const;
+
+    /// The name of the host that serves it, as in `printer.local`, valid UTF-8; absent until
+    /// resolved, or where the platform does not tell.
+    [[nodiscard]] virtual std::optional<std::string> hostName() const { return std::nullopt; }
+
+    /// The name of the network interface on which it was resolved, or until then found; absent
+    /// where the interface is gone, or the platform does not tell.
+    [[nodiscard]] virtual std::optional<std::string> interface() const { return std::nullopt; }
 
     /// The keys (as valid UTF-8) and values (raw bytes) of TXT record bytes. Of two equal keys
     /// (ASCII case ignored) the first wins; a string without key is skipped, one without `=` has an

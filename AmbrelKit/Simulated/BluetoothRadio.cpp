@@ -51,11 +51,12 @@ void BluetoothRadio::reportState(BluetoothManagerState state) {
     }
 }
 
-void BluetoothRadio::reportDiscovery(const Peripheral& peripheral) {
-    constexpr int strengthUnknown = 127;
+void BluetoothRadio::reportDiscovery(const Peripheral& peripheral,
+                                     const JSONDictionary& advertisementData, int rssi) {
     const auto manager = newest_.lock();
     if (const auto delegate = manager ? manager->delegate() : nullptr) {
-        delegate->centralManagerDidDiscoverPeripheral(*manager, peripheral, {}, strengthUnknown);
+        delegate->centralManagerDidDiscoverPeripheral(*manager, peripheral, advertisementData,
+                                                      rssi);
     }
 }
 

@@ -21,8 +21,11 @@ public:
     /// The newest manager's state becomes `state`, which it reports.
     AMBRELKIT_API void reportState(BluetoothManagerState state);
 
-    /// The newest manager reports a sighting, whether it scans or not.
-    AMBRELKIT_API void reportDiscovery(const Peripheral& peripheral);
+    /// The newest manager reports a sighting, whether it scans or not, with this advertisement data
+    /// and signal strength in dBm.
+    AMBRELKIT_API void reportDiscovery(const Peripheral& peripheral,
+                                       const JSONDictionary& advertisementData = {},
+                                       int rssi = unknownSignalStrength);
 
 private:
     class Manager;

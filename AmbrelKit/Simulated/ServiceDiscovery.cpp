@@ -52,6 +52,10 @@ public:
         return records_.addresses;
     }
     [[nodiscard]] std::optional<std::string> TXTRecordData() const override { return records_.txt; }
+    [[nodiscard]] std::optional<std::string> hostName() const override { return records_.hostName; }
+    [[nodiscard]] std::optional<std::string> interface() const override {
+        return records_.interface;
+    }
 
     void setRecords(ServiceRecords records) { records_ = std::move(records); }
 

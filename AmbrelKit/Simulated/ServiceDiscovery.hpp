@@ -19,6 +19,8 @@ namespace AmbrelKit::Simulated {
 struct ServiceRecords {
     std::optional<std::vector<std::string>> addresses;
     std::optional<std::string> txt;
+    std::optional<std::string> hostName = {};
+    std::optional<std::string> interface = {};
 };
 
 /// A local network whose DNS-SD services are found and resolved when it is told so. Types and names

@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
+#include "AmbrelKit/Linux/Network/NetworkDetails.hpp"
 #include "AmbrelKit/Linux/ProcessServices.hpp"
 #include "tests/support/Isolation.hpp"
 #include "tests/support/LoopDriver.hpp"
@@ -42,6 +43,7 @@ TEST_F(Platform, AsksEveryDaemonAndTheKernel) {
                           "ip route add default via 192.0.2.1"),
               0);
     EXPECT_EQ(ProcessServices::current().addressIPv4(), "192.0.2.3");
+    EXPECT_EQ(interfaceWithAddress("192.0.2.3"), "v0");
 }
 
 /// Has the address be answered with a name.

@@ -29,7 +29,8 @@ public:
     void bluetoothDidUpdateState(BluetoothManagerState state) override {
         lines.push_back("state " + std::to_string(static_cast<int>(state)));
     }
-    void bluetoothDidDiscover(const Peripheral& peripheral) override {
+    void bluetoothDidDiscover(const Peripheral& peripheral, const JSONDictionary& /*data*/,
+                              int /*rssi*/) override {
         lines.push_back("peripheral " + peripheral.name.value_or("-"));
     }
     void bonjourDidFind(const NetService& service) override {

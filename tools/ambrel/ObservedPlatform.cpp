@@ -1,5 +1,6 @@
 #include "tools/ambrel/ObservedPlatform.hpp"
 
+#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace Ambrel {
@@ -53,7 +54,12 @@ public:
     [[nodiscard]] BluetoothManagerState state() const override { return object().state(); }
     void scanForPeripheralsWithServices(const std::optional<std::vector<UUID>>& services,
                                         const std::optional<JSONDictionary>& options) override {
-        object().scanForPeripheralsWithServices(services, options);
+        auto asked = options;
+        if (observer()->wantsAdvertisementData()) {
+            asked = asked.value_or(JSONDictionary());
+            asked->insert_or_assign(advertisementDataOption, true);
+        }
+        object().scanForPeripheralsWithServices(services, asked);
     }
     void stopScan() override { object().stopScan(); }
 
@@ -65,11 +71,14 @@ public:
                                              const Peripheral& peripheral,
                                              const JSONDictionary& advertisementData,
                                              int rssi) override {
-        report([&](auto& observer) { observer.bluetoothDidDiscover(peripheral); },
-               [&](auto& receiver) {
-                   receiver.centralManagerDidDiscoverPeripheral(*this, peripheral,
-                                                                advertisementData, rssi);
-               });
+        report(
+            [&](auto& observer) {
+                observer.bluetoothDidDiscover(peripheral, advertisementData, rssi);
+            },
+            [&](auto& receiver) {
+                receiver.centralManagerDidDiscoverPeripheral(*this, peripheral, advertisementData,
+                                                             rssi);
+            });
     }
 };
 
@@ -113,6 +122,12 @@ public:
     }
     [[nodiscard]] std::optional<std::string> TXTRecordData() const override {
         return object().TXTRecordData();
+    }
+    [[nodiscard]] std::optional<std::string> hostName() const override {
+        return object().hostName();
+    }
+    [[nodiscard]] std::optional<std::string> interface() const override {
+        return object().interface();
     }
 
     void netServiceDidResolveAddress(NetService& service) override {

@@ -17,7 +17,11 @@ public:
     virtual ~PlatformObserver() = default;
 
     virtual void bluetoothDidUpdateState(AmbrelKit::BluetoothManagerState /*state*/) {}
-    virtual void bluetoothDidDiscover(const AmbrelKit::Peripheral& /*peripheral*/) {}
+    /// Whether discoveries are to be told with their advertisement data.
+    [[nodiscard]] virtual bool wantsAdvertisementData() const { return false; }
+    virtual void bluetoothDidDiscover(const AmbrelKit::Peripheral& /*peripheral*/,
+                                      const AmbrelKit::JSONDictionary& /*advertisementData*/,
+                                      int /*rssi*/) {}
     virtual void bonjourDidFind(const AmbrelKit::NetService& /*service*/) {}
     virtual void bonjourDidResolve(const AmbrelKit::NetService& /*service*/) {}
     virtual void locationDidChangeAuthorization(AmbrelKit::LocationAuthorizationStatus /*status*/) {

@@ -45,7 +45,9 @@ void CollectionCounts::timerDidSchedule() {
     running_ = true;
 }
 
-void CollectionCounts::bluetoothDidDiscover(const AmbrelKit::Peripheral& peripheral) {
+void CollectionCounts::bluetoothDidDiscover(const AmbrelKit::Peripheral& peripheral,
+                                            const AmbrelKit::JSONDictionary& /*advertisementData*/,
+                                            int /*rssi*/) {
     peripherals_.insert(peripheral.identifier);
 }
 

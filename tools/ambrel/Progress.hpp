@@ -17,7 +17,9 @@ namespace Ambrel {
 class CollectionCounts final : public PlatformObserver {
 public:
     void timerDidSchedule() override;
-    void bluetoothDidDiscover(const AmbrelKit::Peripheral& peripheral) override;
+    void bluetoothDidDiscover(const AmbrelKit::Peripheral& peripheral,
+                              const AmbrelKit::JSONDictionary& advertisementData,
+                              int rssi) override;
     void bonjourDidResolve(const AmbrelKit::NetService& service) override;
     void locationDidUpdate(const std::vector<AmbrelKit::LocationFix>& fixes) override;
     void networkDidAnswer(const std::optional<std::string>& addressIPv4,

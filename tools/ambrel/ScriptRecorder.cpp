@@ -32,7 +32,9 @@ void ScriptRecorder::bluetoothDidUpdateState(BluetoothManagerState state) {
     record(ScriptActions::BluetoothState{state});
 }
 
-void ScriptRecorder::bluetoothDidDiscover(const Peripheral& peripheral) {
+void ScriptRecorder::bluetoothDidDiscover(const Peripheral& peripheral,
+                                          const JSONDictionary& /*advertisementData*/,
+                                          int /*rssi*/) {
     record(ScriptActions::BluetoothDiscover{peripheral});
 }
 

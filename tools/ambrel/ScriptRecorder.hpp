@@ -32,7 +32,9 @@ public:
     void end();
 
     void bluetoothDidUpdateState(AmbrelKit::BluetoothManagerState state) override;
-    void bluetoothDidDiscover(const AmbrelKit::Peripheral& peripheral) override;
+    void bluetoothDidDiscover(const AmbrelKit::Peripheral& peripheral,
+                              const AmbrelKit::JSONDictionary& advertisementData,
+                              int rssi) override;
     void bonjourDidFind(const AmbrelKit::NetService& service) override;
     void bonjourDidResolve(const AmbrelKit::NetService& service) override;
     void locationDidChangeAuthorization(AmbrelKit::LocationAuthorizationStatus status) override;

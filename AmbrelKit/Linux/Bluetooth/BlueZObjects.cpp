@@ -161,9 +161,7 @@ void BlueZObjects::take(BlueZDevice& device, const DeviceProperties& read) {
     if (read.name) {
         device.peripheral.name = *read.name;
     }
-    if (read.services) {
-        device.services = *read.services;
-    }
+    device.advertisement.take(read);
     if (read.rssi || read.rssiInvalidated) {
         device.rssi = read.rssi;
     }

@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_LINUX_BLUETOOTH_BLUEZOBJECTS_HPP
 #define AMBRELKIT_LINUX_BLUETOOTH_BLUEZOBJECTS_HPP
 
+#include "AmbrelKit/Linux/Bluetooth/Advertisement.hpp"
 #include "AmbrelKit/Linux/Bluetooth/PeripheralIdentifier.hpp"
 #include "AmbrelKit/Linux/Bluetooth/Properties.hpp"
 #include "AmbrelKit/Linux/Bus/Daemon.hpp"
@@ -22,7 +23,7 @@ namespace AmbrelKit::Linux {
 struct BlueZDevice {
     std::optional<HardwareAddress> address; ///< absent: whose it is cannot be told
     Peripheral peripheral;
-    std::vector<UUID> services;
+    Advertisement advertisement;
     std::optional<int> rssi; ///< present while a discovery, of whatever program, hears it
     bool hasAdvertisingFlags = false;
     bool inquired = false; ///< an inquiry was the first to hear it

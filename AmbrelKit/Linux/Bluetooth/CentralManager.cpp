@@ -8,6 +8,15 @@
 
 namespace AmbrelKit::Linux {
 
+namespace {
+
+bool isSet(const JSONDictionary& options, const char* name) {
+    const auto option = options.find(name);
+    return option != options.end() && option->second == true;
+}
+
+} // namespace
+
 CentralManager::CentralManager(std::shared_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
 
 CentralManager::~CentralManager() {
@@ -32,12 +41,13 @@ void CentralManager::setDelegate(std::weak_ptr<BluetoothCentralManagerDelegate> 
 
 void CentralManager::scanForPeripheralsWithServices(
     const std::optional<std::vector<UUID>>& services,
-    const std::optional<JSONDictionary>& /*options*/) {
+    const std::optional<JSONDictionary>& options) {
     if (scanning_) {
         return;
     }
     scanning_ = true;
     services_ = services;
+    givesAdvertisementData_ = options && isSet(*options, advertisementDataOption);
     followAsNeeded();
     blueZ_->wantsChanged();
 }
@@ -74,17 +84,20 @@ void CentralManager::blueZStateChanged() {
 }
 
 void CentralManager::blueZHeard(const BlueZDevice& device) {
-    static const auto& nothing = *new JSONDictionary; // also after main
     const auto advertises = [&](const UUID& service) {
-        return std::ranges::find(device.services, service) != device.services.end();
+        const auto& advertised = device.advertisement.services;
+        return std::ranges::find(advertised, service) != advertised.end();
     };
     if (!scanning_ || (services_ && std::ranges::none_of(*services_, advertises))) {
         return;
     }
     const auto keep = shared_from_this();
     if (const auto delegate = delegate_.lock()) {
-        delegate->centralManagerDidDiscoverPeripheral(*this, device.peripheral, nothing,
-                                                      *device.rssi);
+        JSONDictionary data;
+        if (givesAdvertisementData_) {
+            data = device.advertisement.dictionary();
+        }
+        delegate->centralManagerDidDiscoverPeripheral(*this, device.peripheral, data, *device.rssi);
     }
 }
 

@@ -7,7 +7,7 @@
 namespace AmbrelKit::Linux {
 
 /// A manager on BlueZ. It follows BlueZ while it has a delegate or scans, and costs nothing
-/// otherwise. Scan options are not known here, and advertisement data is not passed on.
+/// otherwise.
 class CentralManager final : public BluetoothCentralManager,
                              public BlueZFollower,
                              public std::enable_shared_from_this<CentralManager> {
@@ -38,6 +38,7 @@ private:
     BluetoothManagerState state_ = BluetoothManagerState::unknown;
     bool scanning_ = false;
     std::optional<std::vector<UUID>> services_;
+    bool givesAdvertisementData_ = false;
 };
 
 } // namespace AmbrelKit::Linux

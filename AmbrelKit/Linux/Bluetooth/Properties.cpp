@@ -133,6 +133,32 @@ bool readServices(sd_bus_message* message, std::optional<std::vector<UUID>>& ser
     return leave(message);
 }
 
+/// Reads a variant that holds bytes by keys, which sd-bus gives as `Key`.
+template <class Key, class Bytes>
+bool readBytes(sd_bus_message* message, const Dictionary& types, std::optional<Bytes>& read) {
+    if (!enter(message, 'v', types.array)) {
+        return false;
+    }
+    read.emplace();
+    eachEntry(message, types, [&] {
+        Key key{};
+        const void* bytes = nullptr;
+        std::size_t size = 0;
+        if (sd_bus_message_read_basic(message, types.key, &key) <= 0) {
+            return;
+        }
+        if (!enter(message, 'v', "ay")) {
+            skipVariant(message);
+            return;
+        }
+        if (sd_bus_message_read_array(message, 'y', &bytes, &size) >= 0) {
+            read->emplace_back(key, std::string_view(static_cast<const char*>(bytes), size));
+        }
+        leave(message);
+    });
+    return leave(message);
+}
+
 bool readAdapter(sd_bus_message* message, AdapterProperties& adapter) {
     return eachValue(message, properties, [&](std::string_view key) {
         if (key == "Powered") {
@@ -160,6 +186,19 @@ bool readDevice(sd_bus_message* message, DeviceProperties& device) {
                 device.addressIsRandom = *type == "random";
             }
             return read;
+        }
+        if (key == "ManufacturerData") {
+            return readBytes<std::uint16_t>(message, {"a{qv}", "qv", 'q', "v"},
+                                            device.manufacturerData);
+        }
+        if (key == "ServiceData") {
+            return readBytes<const char*>(message, properties, device.serviceData);
+        }
+        if (key == "TxPower") {
+            return readVariant(message, 'n', device.txPower);
+        }
+        if (key == "Appearance") {
+            return readVariant(message, 'q', device.appearance);
         }
         device.hasAdvertisingFlags |= key == "AdvertisingFlags";
         device.hasClass |= key == "Class";

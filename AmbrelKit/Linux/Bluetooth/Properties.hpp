@@ -8,6 +8,7 @@
 #include <optional>
 #include <string_view>
 #include <systemd/sd-bus.h>
+#include <utility>
 #include <vector>
 
 // Reads what BlueZ writes about its objects, straight from the message. A value that is absent, or
@@ -20,6 +21,9 @@ struct AdapterProperties {
     std::optional<bool> discovering;
 };
 
+/// Bytes that are advertised, each by its key.
+template <class Key> using AdvertisedBytes = std::vector<std::pair<Key, std::string_view>>;
+
 struct DeviceProperties {
     std::optional<std::string_view> address;
     std::optional<bool> addressIsRandom;
@@ -28,6 +32,10 @@ struct DeviceProperties {
     std::optional<std::int16_t> rssi;
     bool rssiInvalidated = false; ///< it was present until now
     std::optional<std::vector<UUID>> services;
+    std::optional<AdvertisedBytes<std::string_view>> serviceData;
+    std::optional<AdvertisedBytes<std::uint16_t>> manufacturerData;
+    std::optional<std::int16_t> txPower;
+    std::optional<std::uint16_t> appearance;
     bool hasAdvertisingFlags = false; ///< so it was heard over Low Energy
     bool hasClass = false;            ///< so an inquiry, which is of BR/EDR, has heard it
 };

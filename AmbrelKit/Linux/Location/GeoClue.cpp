@@ -6,6 +6,8 @@
 #include "AmbrelKit/Platform/UTF8.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
+#include <cmath>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -23,6 +25,9 @@ constexpr const char* managerInterface = "org.freedesktop.GeoClue2.Manager";
 constexpr const char* clientInterface = "org.freedesktop.GeoClue2.Client";
 constexpr const char* locationInterface = "org.freedesktop.GeoClue2.Location";
 
+/// In metres: GeoClue's number for an altitude that it does not know lies far below.
+constexpr double deepest = -100'000;
+
 /// The clock's time stands in for one that is absent or beyond the clock's range.
 system_clock::time_point timeFrom(std::uint64_t seconds, std::uint64_t microseconds) {
     constexpr auto last = std::chrono::floor<std::chrono::seconds>(system_clock::duration::max());
@@ -35,30 +40,31 @@ system_clock::time_point timeFrom(std::uint64_t seconds, std::uint64_t microseco
 }
 
 std::optional<LocationFix> fixFromProperties(sd_bus_message* reply) {
-    std::optional<double> latitude;
-    std::optional<double> longitude;
+    std::map<std::string_view, double> numbers{
+        {"Latitude", NAN}, {"Longitude", NAN}, {"Accuracy", NAN}, {"Altitude", NAN}};
     std::uint64_t seconds = 0;
     std::uint64_t microseconds = 0;
-    const auto readDegrees = [reply](std::optional<double>& degrees) {
-        return sd_bus_message_read(reply, "v", "d", &degrees.emplace()) > 0;
-    };
     readProperties(reply, [&](std::string_view name, std::string_view type) {
-        if (name == "Latitude" && type == "d") {
-            return readDegrees(latitude);
-        }
-        if (name == "Longitude" && type == "d") {
-            return readDegrees(longitude);
+        if (const auto number = numbers.find(name); number != numbers.end() && type == "d") {
+            return sd_bus_message_read(reply, "v", "d", &number->second) > 0;
         }
         return name == "Timestamp" && type == "(tt)" &&
                sd_bus_message_read(reply, "v", "(tt)", &seconds, &microseconds) > 0;
     });
-    if (!latitude || !longitude) {
+    const LocationCoordinate coordinate{.latitude = numbers["Latitude"],
+                                        .longitude = numbers["Longitude"]};
+    if (!isOnEarth(coordinate)) {
         return std::nullopt;
     }
-    const LocationCoordinate coordinate{.latitude = *latitude, .longitude = *longitude};
-    return isOnEarth(coordinate)
-               ? std::optional(LocationFix{coordinate, timeFrom(seconds, microseconds)})
-               : std::nullopt;
+    const auto known = [&](const char* name, double least) {
+        const double number = numbers[name];
+        return std::isfinite(number) && number >= least ? std::optional(number) : std::nullopt;
+    };
+    return LocationFix{.coordinate = coordinate,
+                       .timestamp = timeFrom(seconds, microseconds),
+                       .horizontalAccuracy = known("Accuracy", 0),
+                       .altitude = known("Altitude", deepest),
+                       .determinedBy = "GeoClue"};
 }
 
 } // namespace

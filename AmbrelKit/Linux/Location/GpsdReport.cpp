@@ -54,8 +54,13 @@ std::optional<LocationFix> fixFrom(const JSONValue& report, system_clock::time_p
     if (!isOnEarth(coordinate)) {
         return std::nullopt;
     }
+    const auto altitude = number(report, "altMSL");
     return LocationFix{.coordinate = coordinate,
-                       .timestamp = timeFromGpsd(text(report, "time")).value_or(now)};
+                       .timestamp = timeFromGpsd(text(report, "time")).value_or(now),
+                       .horizontalAccuracy = number(report, "eph"),
+                       .altitude = altitude ? altitude : number(report, "alt"), // before 3.20
+                       .verticalAccuracy = number(report, "epv"),
+                       .determinedBy = "gpsd"};
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 #include "AmbrelKit/Platform/UTF8.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
+#include <array>
+#include <net/if.h>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -19,7 +21,7 @@ constexpr Retry::Delays retryDelays{.first = std::chrono::seconds(1),
 FoundService::FoundService(std::shared_ptr<EventLoop> loop, std::shared_ptr<StackChoice> discovery,
                            ServiceName service, int interface)
     : loop_(std::move(loop)), discovery_(std::move(discovery)), service_(std::move(service)),
-      order_(interface) {}
+      order_(interface), interface_(interface) {}
 
 std::shared_ptr<FoundService> FoundService::make(std::shared_ptr<EventLoop> loop,
                                                  std::shared_ptr<StackChoice> discovery,
@@ -46,6 +48,17 @@ std::optional<std::vector<std::string>> FoundService::addresses() const {
 
 std::optional<std::string> FoundService::TXTRecordData() const {
     return record_ ? record_->txt : std::nullopt;
+}
+
+std::optional<std::string> FoundService::hostName() const {
+    return record_ ? std::optional(repairedUTF8(record_->host)) : std::nullopt;
+}
+
+std::optional<std::string> FoundService::interface() const {
+    std::array<char, IF_NAMESIZE> name{};
+    return if_indextoname(static_cast<unsigned>(interface_), name.data()) != nullptr
+               ? std::optional(repairedUTF8(name.data()))
+               : std::nullopt;
 }
 
 void FoundService::seenOn(int interface) {
@@ -158,6 +171,7 @@ void FoundService::addressed(int family, const std::optional<HostAddress>& addre
     found_.insert(place, socketAddressRecord(*address, target_.port, asked_.interface));
     record_ = target_;
     addresses_ = found_;
+    interface_ = asked_.interface;
     reported_ = true;
     if (!ipv4_) {
         reached();

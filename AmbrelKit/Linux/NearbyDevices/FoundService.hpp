@@ -31,6 +31,8 @@ public:
     [[nodiscard]] std::string type() const override;
     [[nodiscard]] std::optional<std::vector<std::string>> addresses() const override;
     [[nodiscard]] std::optional<std::string> TXTRecordData() const override;
+    [[nodiscard]] std::optional<std::string> hostName() const override;
+    [[nodiscard]] std::optional<std::string> interface() const override;
 
     /// The service was seen on `interface`, where it can be asked for.
     void seenOn(int interface);
@@ -58,6 +60,7 @@ private:
     std::weak_ptr<NetServiceDelegate> delegate_;
     std::optional<ServiceRecord> record_;
     std::vector<std::string> addresses_;
+    int interface_; ///< where it was seen first, or what is above was told
 
     // Of the time in which it resolves.
     bool resolving_ = false;

@@ -71,6 +71,7 @@ void AssociationSearch::add(std::span<const std::byte> attributes) {
         value<std::uint32_t>(known[NL80211_BSS_STATUS]) == NL80211_BSS_STATUS_ASSOCIATED;
     if (joined && !joined_) { // of several links to one access point, the first
         joined_ = address;
+        frequency_ = value<std::uint32_t>(known[NL80211_BSS_FREQUENCY]);
     }
     auto name = networkName(payload(known[NL80211_BSS_INFORMATION_ELEMENTS]));
     if (name.empty()) {
@@ -93,7 +94,7 @@ std::optional<Association> AssociationSearch::result() const {
     const Address& bytes = *joined_;
     std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", bytes[0], bytes[1],
                   bytes[2], bytes[3], bytes[4], bytes[5]);
-    Association network{.ssid = std::nullopt, .bssid = text.data()};
+    Association network{.ssid = std::nullopt, .bssid = text.data(), .frequency = frequency_};
     if (const auto name = names_.find(bytes); name != names_.end()) {
         network.ssid = repairedUTF8(name->second);
     }

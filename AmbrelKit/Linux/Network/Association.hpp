@@ -17,7 +17,8 @@ struct Association {
     /// Its name: any bytes up to 32, so ill-formed UTF-8 has been repaired. Nothing when the access
     /// point hides it and the kernel has not heard it otherwise.
     std::optional<std::string> ssid;
-    std::string bssid; ///< the access point's address, as "02:00:5e:10:00:ff"
+    std::string bssid;                      ///< the access point's address, as "02:00:5e:10:00:ff"
+    std::optional<std::uint32_t> frequency; ///< the access point's, in MHz
 };
 
 /// Finds the network that an interface is joined to among the kernel's scan results of it. They are
@@ -33,6 +34,7 @@ private:
     using Address = std::array<std::uint8_t, 6>;
 
     std::optional<Address> joined_;
+    std::optional<std::uint32_t> frequency_; ///< of the joined one
     /// By access point. One that hides its name is listed twice where it was also heard by name.
     std::map<Address, std::string> names_;
 };

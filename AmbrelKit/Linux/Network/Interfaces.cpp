@@ -128,7 +128,8 @@ std::optional<std::vector<AddressEntry>> Interfaces::addresses() {
 }
 
 std::optional<std::string> Interfaces::addressIPv4() {
-    return primaryAddress(addresses().value_or(std::vector<AddressEntry>()));
+    const auto chosen = primaryAddress(addresses().value_or(std::vector<AddressEntry>()));
+    return chosen ? std::optional(chosen->address) : std::nullopt;
 }
 
 } // namespace AmbrelKit::Linux

@@ -76,7 +76,7 @@ DefaultRoutes defaultRoutes(std::string_view table) {
     return routes;
 }
 
-std::optional<std::string> primaryAddress(std::vector<AddressEntry> entries) {
+std::optional<AddressEntry> primaryAddress(std::vector<AddressEntry> entries) {
     std::ranges::stable_sort(entries, {}, [](const AddressEntry& entry) {
         constexpr auto none = std::numeric_limits<std::uint64_t>::max();
         return entry.routeMetric ? std::uint64_t{*entry.routeMetric} : none;
@@ -90,7 +90,7 @@ std::optional<std::string> primaryAddress(std::vector<AddressEntry> entries) {
     if (chosen == entries.end()) {
         chosen = std::ranges::find_if(entries, standsIn);
     }
-    return chosen == entries.end() ? std::nullopt : std::optional(chosen->address);
+    return chosen == entries.end() ? std::nullopt : std::optional(*chosen);
 }
 
 } // namespace AmbrelKit::Linux

@@ -47,7 +47,7 @@ struct AddressEntry {
     std::optional<std::uint32_t> routeMetric; ///< where a default route leaves through it
 };
 
-/// The machine's IPv4 address, of `entries` in the system's order:
+/// The machine's own address, of `entries` in the system's order:
 ///
 /// - Ports qualify.
 /// - Where none has an address, shares qualify, and pairs through which a default route leaves:
@@ -55,7 +55,7 @@ struct AddressEntry {
 /// - Among several the one with the default route of the lowest metric is taken, else the first.
 ///
 /// Whether an interface is up is not asked.
-std::optional<std::string> primaryAddress(std::vector<AddressEntry> entries);
+std::optional<AddressEntry> primaryAddress(std::vector<AddressEntry> entries);
 
 } // namespace AmbrelKit::Linux
 

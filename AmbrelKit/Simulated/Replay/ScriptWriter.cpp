@@ -1,5 +1,6 @@
 #include "AmbrelKit/Simulated/Replay/ScriptWriter.hpp"
 
+#include "AmbrelKit/Platform/Hexadecimal.hpp"
 #include "AmbrelKit/Simulated/Replay/ScriptNames.hpp"
 #include "AmbrelKit/Simulated/Replay/Seconds.hpp"
 
@@ -49,16 +50,7 @@ std::string seconds(nanoseconds time) {
     return text;
 }
 
-std::string hexadecimal(std::string_view bytes) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text = "\"";
-    for (const char byte : bytes) {
-        const auto value = static_cast<unsigned char>(byte);
-        text += digits[value >> 4U];
-        text += digits[value & 0x0FU];
-    }
-    return text + "\"";
-}
+std::string bytesText(std::string_view bytes) { return '"' + hexadecimal(bytes) + '"'; }
 
 std::string coordinate(double degrees) {
     if (std::isfinite(degrees)) {
@@ -135,13 +127,13 @@ Member action(const ScriptActions::BonjourFound& report) {
 }
 
 Member action(const ScriptActions::BonjourResolved& report) {
-    const auto& [addresses, txt] = report.records;
-    return {
-        "bonjour",
-        object({{"resolved", object({{"type", jsonText(report.type)},
-                                     {"name", jsonText(report.name)},
-                                     {"addresses", addresses ? list(*addresses, hexadecimal) : ""},
-                                     {"txt", txt ? hexadecimal(*txt) : ""}})}})};
+    const auto& addresses = report.records.addresses;
+    const auto& txt = report.records.txt;
+    return {"bonjour", object({{"resolved",
+                                object({{"type", jsonText(report.type)},
+                                        {"name", jsonText(report.name)},
+                                        {"addresses", addresses ? list(*addresses, bytesText) : ""},
+                                        {"txt", txt ? bytesText(*txt) : ""}})}})};
 }
 
 Member action(const ScriptActions::LocationAuthorization& report) {

@@ -20,14 +20,15 @@ public:
     void centralManagerDidUpdateState(AmbrelKit::BluetoothCentralManager& manager) override {
         states.push_back(static_cast<int>(manager.state()));
         if (scans && manager.state() == AmbrelKit::BluetoothManagerState::poweredOn) {
-            manager.scanForPeripheralsWithServices(services, std::nullopt);
+            manager.scanForPeripheralsWithServices(services, options);
         }
     }
     void centralManagerDidDiscoverPeripheral(AmbrelKit::BluetoothCentralManager& /*manager*/,
                                              const AmbrelKit::Peripheral& peripheral,
-                                             const AmbrelKit::JSONDictionary& /*data*/,
+                                             const AmbrelKit::JSONDictionary& data,
                                              int rssi) override {
         identifiers.insert(peripheral.identifier);
+        advertisementData = data;
         sightings.push_back(peripheral.name.value_or("-") + " " + std::to_string(rssi));
         if (then) {
             then();
@@ -36,10 +37,12 @@ public:
 
     bool scans = true;
     std::optional<std::vector<AmbrelKit::UUID>> services;
+    std::optional<AmbrelKit::JSONDictionary> options;
     std::function<void()> then;
     std::vector<int> states;
     std::set<AmbrelKit::UUID> identifiers;
-    std::vector<std::string> sightings; ///< "name rssi", or "- rssi" without name
+    AmbrelKit::JSONDictionary advertisementData; ///< the last
+    std::vector<std::string> sightings;          ///< "name rssi", or "- rssi" without name
 };
 
 /// A manager on a private bus, where BlueZ is a fake; both work on the test's own loop.

@@ -157,6 +157,33 @@ TEST_F(BluetoothTest, FiltersByServiceOnItsOwnSide) {
     EXPECT_THAT(reports(), ElementsAre("Strap -50"));
 }
 
+TEST_F(BluetoothTest, TellsWhatIsAdvertisedToWhoAsks) {
+    const char* battery = "0000180f-0000-1000-8000-00805f9b34fb";
+    fake.start();
+    fake.plug("hci0");
+    fake.add("hci0", {.address = phone, .service = battery});
+    for (const bool asks : {true, false}) {
+        receiver->options = {{advertisementDataOption, asks}, {"unknown", 1}};
+        begin();
+        drain(); // of the scan before
+        ASSERT_TRUE(scanning());
+        drain();
+        fake.changed("hci0", phone,
+                     filling("a{sv}as", 4, "ManufacturerData", "a{qv}", 3, 76, "ay", 2, 1, 0xAB,
+                             0xFFFE, "s", "x", 3, "ay", 0, "ServiceData", "a{sv}", 2, battery, "ay",
+                             1, 7, "180F", "ay", 1, 8, "TxPower", "n", -4, "Appearance", "q", 64,
+                             0));
+        fake.changed("hci0", phone, filling("a{sv}as", 1, "TxPower", "s", "much", 0));
+        fake.heard("hci0", phone, -60);
+        EXPECT_EQ(reports().size(), 1U);
+        EXPECT_EQ(JSONValue(receiver->advertisementData).dump(),
+                  asks ? R"({"appearance":64,"manufacturerData":{"0003":"","004c":"01ab"},)"
+                         R"("serviceData":{"0000180F-0000-1000-8000-00805F9B34FB":"07"},)"
+                         R"("services":["0000180F-0000-1000-8000-00805F9B34FB"],"txPower":-4})"
+                       : "{}");
+    }
+}
+
 TEST_F(BluetoothTest, ScansAgainWithinHalfASecond) {
     const auto cycle = [&] { fake.power("hci0", false), fake.power("hci0", true); };
     const auto restart = [&] { fake.stop(), fake.start(), fake.plug("hci0"); };

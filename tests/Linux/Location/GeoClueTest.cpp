@@ -22,6 +22,9 @@ TEST_F(GeoClueTest, GivesThePlaceThatItsReceiverTells) {
     for (const LocationFix& fix : session.fixes) {
         EXPECT_TRUE(NmeaServer::isPlace(fix.coordinate));
         EXPECT_TRUE(nmea_->stamps.contains(fix.timestamp));
+        EXPECT_EQ(fix.horizontalAccuracy, 0); // as GeoClue calls that of a good receiver
+        EXPECT_EQ(fix.altitude, 171);
+        EXPECT_EQ(fix.determinedBy, "GeoClue");
     }
 }
 

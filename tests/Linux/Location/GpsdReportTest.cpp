@@ -40,6 +40,11 @@ TEST(GpsdReport, GivesAFixOnlyWhereThereIsOne) {
     }
     const auto fix = fixFromGpsdReport(table[1].first, now);
     EXPECT_EQ(std::pair(fix->coordinate.latitude, fix->coordinate.longitude), std::pair(-2.5, 1.5));
+    EXPECT_FALSE(fix->horizontalAccuracy || fix->altitude || fix->verticalAccuracy);
+    const auto exact = fixFromGpsdReport(
+        R"({"class":"TPV","mode":3,"lat":1,"lon":1,"eph":4.5,"alt":99,"altMSL":-3,"epv":12})", now);
+    EXPECT_EQ(std::tuple(exact->horizontalAccuracy, exact->altitude, exact->verticalAccuracy),
+              std::tuple(4.5, -3.0, 12.0));
 }
 
 TEST(GpsdReport, ReadsATimeExactly) {

@@ -156,6 +156,8 @@ TEST_F(GpsdDaemon, GivesThePlaceThatItsReceiverTells) {
     ASSERT_TRUE(runUntil([&] { return session.hasFixes(2); }));
     for (const LocationFix& fix : session.fixes) {
         EXPECT_TRUE(NmeaServer::isPlace(fix.coordinate));
+        EXPECT_EQ(fix.altitude, 171);
+        EXPECT_EQ(fix.determinedBy, "gpsd");
     }
     EXPECT_TRUE(nmea_->stamps.contains(session.fixes.back().timestamp));
 }

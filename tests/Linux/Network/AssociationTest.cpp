@@ -41,7 +41,7 @@ std::string answered(const std::string& elements) {
 
 std::string named(const std::string& name) { return answered(element(0, name)); }
 
-/// What is told after these results: the name and the access point, or "none".
+/// What is told after these results: the name, the access point and its frequency, or "none".
 std::string told(const std::vector<std::string>& results) {
     AssociationSearch search;
     for (const std::string& result : results) {
@@ -50,7 +50,11 @@ std::string told(const std::vector<std::string>& results) {
         search.add(std::as_bytes(std::span(copy)));
     }
     const auto network = search.result();
-    return network ? network->ssid.value_or("?") + " at " + network->bssid : "none";
+    if (!network) {
+        return "none";
+    }
+    return network->ssid.value_or("?") + " at " + network->bssid +
+           (network->frequency ? " on " + std::to_string(*network->frequency) : "");
 }
 
 TEST(Association, IsTheAccessPointThatTheKernelMarks) {
@@ -70,6 +74,10 @@ TEST(Association, IsTheAccessPointThatTheKernelMarks) {
     } rows[] = {
         {"no result", {}, "none"},
         {"one among others", {there + named("b"), here + named("a") + associated}, "a" + at},
+        {"on its frequency",
+         {there + named("b") + attribute(NL80211_BSS_FREQUENCY, number(5180)),
+          here + named("a") + associated + attribute(NL80211_BSS_FREQUENCY, number(2412))},
+         "a" + at + " on 2412"},
         {"left, still listed", {here + named("a"), there + named("b")}, "none"},
         {"not joined yet", {here + named("a") + authenticated, there + ibss}, "none"},
         {"hidden, heard by name before",
