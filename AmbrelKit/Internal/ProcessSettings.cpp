@@ -34,14 +34,16 @@ private:
 
 } // namespace
 
+std::optional<std::string> ProcessSettings::addressIPv4Among(const ifaddrs* interfaces) {
+    return NetworkEnvironment::addressIPv4Among(interfaces);
+}
+
 std::shared_ptr<void> ProcessSettings::install() const {
     auto restoration = std::make_shared<Restoration>();
     CollectionThreshold::value = CollectionThreshold::initial;
     Environment::shared().currentDate = currentDate;
     Environment::shared().generateUUID = generateUUID;
-    NetworkEnvironment::shared() = {.addressIPv4 = [list = interfaces] {
-        return NetworkEnvironment::addressIPv4Among(list());
-    }};
+    NetworkEnvironment::shared() = {.addressIPv4 = addressIPv4};
     CaptiveNetwork::shared() = {supportedInterfaces, currentNetworkInfo};
     return restoration;
 }

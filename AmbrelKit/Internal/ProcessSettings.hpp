@@ -20,11 +20,14 @@ namespace AmbrelKit {
 struct ProcessSettings {
     std::function<std::chrono::system_clock::time_point()> currentDate;
     std::function<UUID()> generateUUID;
-    /// The interface addresses as getifaddrs would give them; may be null.
-    std::function<const ifaddrs*()> interfaces;
+    std::function<std::optional<std::string>()> addressIPv4;
     /// As in `CaptiveNetwork`.
     std::function<std::optional<JSONValue>()> supportedInterfaces;
     std::function<std::optional<JSONValue>(const std::string& interface)> currentNetworkInfo;
+
+    /// The first address that counts of such a list as getifaddrs gives, which may be null.
+    [[nodiscard]] AMBRELKIT_SEAM static std::optional<std::string>
+    addressIPv4Among(const ifaddrs* interfaces);
 
     /// Has these used, with the initial reuse threshold, until the handle is dropped; then all is
     /// again as it was before. Handles are dropped in the opposite order.

@@ -49,7 +49,38 @@ private:
     bool runs_ = false;
 };
 
-SourceBoard::SourceBoard(Clock clock) : clock_(std::move(clock)) {}
+class SourceBoard::Reader final : public SourceReports {
+public:
+    Reader(std::shared_ptr<SourceBoard> board, std::function<void()> noted)
+        : board_(std::move(board)), noted_(std::move(noted)) {}
+
+    void note() const { noted_(); }
+
+    [[nodiscard]] SourceReport report(Source source) const override {
+        return board_->report(source);
+    }
+    [[nodiscard]] std::optional<std::chrono::system_clock::time_point>
+    collectionBegan() const override {
+        return board_->began_;
+    }
+
+private:
+    std::shared_ptr<SourceBoard> board_;
+    std::function<void()> noted_;
+};
+
+SourceBoard::SourceBoard(Clock clock) : clock_(std::move(clock)) {
+    entries_.fill({.condition = {}, .since = clock_.elapsed(), .account = {}});
+}
+
+std::shared_ptr<SourceReports> SourceBoard::reports(std::function<void()> noted) {
+    const bool follows = noted != nullptr;
+    const auto reader = std::make_shared<Reader>(shared_from_this(), std::move(noted));
+    if (follows) {
+        readers_.add(reader);
+    }
+    return reader;
+}
 
 void SourceBoard::publish(Source source, SourceCondition condition) {
     Entry& entry = this->entry(source);
@@ -64,7 +95,7 @@ void SourceBoard::publish(Source source, SourceCondition condition) {
         entry.since = now;
     }
     entry.condition = std::move(condition);
-    followers_.each([](const auto& changed) { changed(); });
+    readers_.each([](const Reader& reader) { reader.note(); });
 }
 
 SourceReport SourceBoard::report(Source source) const {
@@ -96,6 +127,7 @@ TimerFactory SourceBoard::collectionTimers(TimerFactory timers) {
 void SourceBoard::beginCollection() {
     ++running_;
     begun_ = clock_.elapsed();
+    began_ = clock_.date();
     for (Entry& entry : entries_) {
         entry.beginCollection();
     }
@@ -132,6 +164,7 @@ void SourceBoard::Entry::take(const SourceCondition& now, Time sinceBegin) {
         comeBack(sinceBegin);
         listened = true;
         account.means = now.means;
+        account.failure = {};
         return;
     }
     if (listened && condition.state == SourceState::listening) {
@@ -147,9 +180,10 @@ void SourceBoard::Entry::take(const SourceCondition& now, Time sinceBegin) {
 
 void SourceBoard::Entry::leave(Time at) {
     if (account.absences.size() < mostAbsences) {
+        const auto& who = account.means;
         account.absences.push_back({.from = at,
                                     .until = {},
-                                    .who = account.means.substr(0, account.means.find(',')),
+                                    .who = who.empty() ? "it" : who.substr(0, who.find(',')),
                                     .why = {}});
     } else {
         account.absences.back().until.reset();

@@ -2,7 +2,7 @@
 #define AMBRELKIT_PLATFORM_SOURCEBOARD_HPP
 
 #include "AmbrelKit/Platform/Export.hpp"
-#include "AmbrelKit/Platform/SourceReport.hpp"
+#include "AmbrelKit/Platform/SourceReports.hpp"
 #include "AmbrelKit/Platform/Timer.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
 
@@ -11,13 +11,14 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace AmbrelKit {
 
 /// Where the sources of a platform write how they fare, and the only place where it is read: one
 /// for each run loop, used on its thread. It asks nobody and waits for nothing. A source says what
 /// it knows when that changes, and counts what it reports.
-class SourceBoard : public std::enable_shared_from_this<SourceBoard> {
+class AMBRELKIT_API SourceBoard : public std::enable_shared_from_this<SourceBoard> {
 public:
     struct Clock {
         std::function<std::chrono::nanoseconds()>
@@ -25,10 +26,13 @@ public:
         std::function<std::chrono::system_clock::time_point()> date;
     };
 
-    AMBRELKIT_API explicit SourceBoard(Clock clock);
+    explicit SourceBoard(Clock clock);
+    SourceBoard(const SourceBoard&) = delete;
+    SourceBoard& operator=(const SourceBoard&) = delete;
+    virtual ~SourceBoard() = default;
 
     /// What is known of the source from now on. Saying the same again costs a comparison.
-    AMBRELKIT_API void publish(Source source, SourceCondition condition);
+    virtual void publish(Source source, SourceCondition condition);
 
     [[nodiscard]] const SourceCondition& condition(Source source) const {
         return entry(source).condition;
@@ -37,21 +41,20 @@ public:
     /// The source gives a report to the kit.
     void count(Source source) noexcept { ++entry(source).account.reports; }
 
-    [[nodiscard]] AMBRELKIT_API SourceReport report(Source source) const;
+    [[nodiscard]] SourceReport report(Source source) const;
 
     /// While a timer lives that is made by what this returns, and is not invalidated, a collection
     /// runs: what is counted belongs to the one that was begun last. The sources that only the
     /// ticks of a collection ask, address and Wi-Fi, start with it, and are idle once it is over.
-    [[nodiscard]] AMBRELKIT_API TimerFactory collectionTimers(TimerFactory timers);
+    [[nodiscard]] TimerFactory collectionTimers(TimerFactory timers);
 
-    /// `changed` is called, for as long as it lives, inside each `publish` that changes something:
-    /// to make a note of it, and to act on that later.
-    void follow(std::weak_ptr<const std::function<void()>> changed) {
-        followers_.add(std::move(changed));
-    }
+    /// A handle for a reader. `noted`, where it is not empty, is called inside each `publish` that
+    /// changes something: to make a note of it, and to act on that later.
+    [[nodiscard]] std::shared_ptr<SourceReports> reports(std::function<void()> noted);
 
 private:
     class CollectionTimer;
+    class Reader;
     using Time = std::chrono::nanoseconds;
 
     struct Entry {
@@ -80,9 +83,10 @@ private:
 
     Clock clock_;
     std::array<Entry, allSources.size()> entries_;
-    int running_ = 0; ///< collections, of several kits
-    Time begun_{};    ///< the one begun last
-    WeakList<const std::function<void()>> followers_;
+    int running_ = 0;                                            ///< collections, of several kits
+    Time begun_{};                                               ///< the one begun last
+    std::optional<std::chrono::system_clock::time_point> began_; ///< the same
+    WeakList<const Reader> readers_;
 };
 
 } // namespace AmbrelKit

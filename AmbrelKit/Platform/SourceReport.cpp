@@ -1,8 +1,11 @@
 #include "AmbrelKit/Platform/SourceReport.hpp"
 
+#include "AmbrelKit/Platform/SourceReports.hpp"
+
 #include <array>
 #include <cmath>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 namespace AmbrelKit {
 
@@ -32,19 +35,20 @@ std::string told(const SourceAbsence& absence) {
            (absence.until ? " to " + spoken(*absence.until) : " on");
 }
 
+void addText(JSONDictionary& to, const char* key, const std::string& text) {
+    if (!text.empty()) {
+        to.emplace(key, text);
+    }
+}
+
 void addReason(JSONDictionary& to, const SourceCondition& condition) {
-    const auto add = [&to](const char* key, const std::string& text) {
-        if (!text.empty()) {
-            to.emplace(key, text);
-        }
-    };
-    add("code", condition.code);
-    add("reason", condition.reason);
-    add("remedy", condition.remedy);
+    addText(to, "code", condition.code);
+    addText(to, "reason", condition.reason);
+    addText(to, "remedy", condition.remedy);
 }
 
 JSONDictionary dictionary(const SourceAbsence& absence) {
-    JSONDictionary result{{"from", seconds(absence.from)}};
+    JSONDictionary result{{"from", seconds(absence.from)}, {"who", absence.who}};
     if (absence.until) {
         result.emplace("until", seconds(*absence.until));
     }
@@ -52,20 +56,12 @@ JSONDictionary dictionary(const SourceAbsence& absence) {
     return result;
 }
 
-JSONDictionary dictionary(const SourceAccount& account) {
-    JSONDictionary result{{"outcome", code(account.outcome)}, {"reports", account.reports}};
-    if (!account.means.empty()) {
-        result.emplace("means", account.means);
-    }
-    if (account.outcome == SourceOutcome::failed) {
-        addReason(result, account.failure);
-    }
-    if (!account.absences.empty()) {
-        auto& absences = result["absences"] = JSONValue::array();
-        for (const SourceAbsence& absence : account.absences) {
-            absences.push_back(dictionary(absence));
-        }
-    }
+JSONDictionary dictionary(const SourceCondition& condition,
+                          std::chrono::system_clock::time_point since) {
+    JSONDictionary result{{"state", code(condition.state)},
+                          {"since", seconds(since.time_since_epoch())}};
+    addText(result, "means", condition.means);
+    addReason(result, condition);
     return result;
 }
 
@@ -103,14 +99,32 @@ std::string shortfall(const SourceAccount& account) {
 }
 
 JSONDictionary dictionary(const SourceReport& report) {
-    JSONDictionary result{{"source", code(report.source)},
-                          {"state", code(report.condition.state)},
-                          {"since", seconds(report.since.time_since_epoch())},
-                          {"collection", dictionary(report.collection)}};
-    if (!report.condition.means.empty()) {
-        result.emplace("means", report.condition.means);
+    const SourceAccount& account = report.collection;
+    JSONDictionary result{{"outcome", code(account.outcome)},
+                          {"reports", account.reports},
+                          {"now", dictionary(report.condition, report.since)}};
+    addText(result, "means", account.means);
+    if (account.outcome == SourceOutcome::failed) {
+        addReason(result, account.failure);
     }
-    addReason(result, report.condition);
+    if (!account.absences.empty()) {
+        auto& absences = result["absences"] = JSONValue::array();
+        for (const SourceAbsence& absence : account.absences) {
+            absences.push_back(dictionary(absence));
+        }
+    }
+    return result;
+}
+
+JSONDictionary dictionary(const SourceReports& reports) {
+    JSONDictionary sources;
+    for (const SourceReport& report : reports.reports()) {
+        sources.emplace(code(report.source), dictionary(report));
+    }
+    JSONDictionary result{{"sources", std::move(sources)}};
+    if (const auto began = reports.collectionBegan()) {
+        result.emplace("began", seconds(began->time_since_epoch()));
+    }
     return result;
 }
 

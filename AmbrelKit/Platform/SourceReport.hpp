@@ -87,7 +87,8 @@ struct SourceReport {
 /// was away from 3.1 s to 3.6 s". Empty when the source listened throughout or was not asked.
 [[nodiscard]] AMBRELKIT_API std::string shortfall(const SourceAccount& account);
 
-/// The report as a dictionary, in the form that docs/outcome.schema.json describes.
+/// The report as a dictionary, without the name of its source: one of those that
+/// docs/outcome.schema.json describes.
 [[nodiscard]] AMBRELKIT_API JSONDictionary dictionary(const SourceReport& report);
 
 } // namespace AmbrelKit

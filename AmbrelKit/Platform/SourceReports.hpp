@@ -4,6 +4,8 @@
 #include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/SourceReport.hpp"
 
+#include <chrono>
+#include <optional>
 #include <vector>
 
 namespace AmbrelKit {
@@ -20,6 +22,10 @@ public:
 
     [[nodiscard]] virtual SourceReport report(Source source) const = 0;
 
+    /// When the collection began that runs, else the last one; absent before the first.
+    [[nodiscard]] virtual std::optional<std::chrono::system_clock::time_point>
+    collectionBegan() const = 0;
+
     /// One for each source, in the order of `allSources`.
     [[nodiscard]] std::vector<SourceReport> reports() const {
         std::vector<SourceReport> all;
@@ -30,6 +36,9 @@ public:
         return all;
     }
 };
+
+/// All reports as one dictionary, in the form that docs/outcome.schema.json describes.
+[[nodiscard]] AMBRELKIT_API JSONDictionary dictionary(const SourceReports& reports);
 
 } // namespace AmbrelKit
 

@@ -4,6 +4,7 @@
 #include "AmbrelKit/Platform/BluetoothCentralManager.hpp"
 #include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
+#include "AmbrelKit/Simulated/Sources.hpp"
 
 #include <memory>
 
@@ -13,7 +14,8 @@ namespace AmbrelKit::Simulated {
 /// that lives and has a delegate; otherwise nobody hears it. A new manager tells nothing by itself.
 class BluetoothRadio {
 public:
-    AMBRELKIT_API explicit BluetoothRadio(std::shared_ptr<Context> context);
+    AMBRELKIT_API BluetoothRadio(std::shared_ptr<Context> context,
+                                 std::shared_ptr<Sources> sources);
 
     /// What a `BluetoothManagerFactory` does.
     [[nodiscard]] AMBRELKIT_API std::shared_ptr<BluetoothCentralManager> makeManager();
@@ -31,6 +33,7 @@ private:
     class Manager;
 
     std::shared_ptr<Context> context_;
+    std::shared_ptr<Sources> sources_;
     std::weak_ptr<Manager> newest_;
 };
 

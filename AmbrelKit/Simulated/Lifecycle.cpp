@@ -7,9 +7,12 @@ namespace AmbrelKit::Simulated {
 /// Registered while it has a block.
 class NotificationCenter::Observer final : public NotificationObserver {
 public:
-    Observer(std::shared_ptr<Context> context, std::optional<std::string> name,
-             std::function<void(const Notification&)> block)
-        : context_(std::move(context)), name_(std::move(name)), block_(std::move(block)) {}
+    Observer(std::shared_ptr<Context> context, std::shared_ptr<Sources> sources,
+             std::optional<std::string> name, std::function<void(const Notification&)> block)
+        : context_(std::move(context)), source_(std::move(sources), Source::lifecycle),
+          name_(std::move(name)), block_(std::move(block)) {
+        source_.fares({.state = SourceState::listening, .means = "simulated session"});
+    }
 
     Observer(const Observer&) = delete;
     Observer& operator=(const Observer&) = delete;
@@ -19,6 +22,7 @@ public:
         if (block_) {
             context_->report("notification", "removeObserver");
             block_ = nullptr;
+            source_.fares({});
         }
     }
 
@@ -30,18 +34,20 @@ public:
 
 private:
     std::shared_ptr<Context> context_;
+    Sources::Part source_;
     std::optional<std::string> name_;
     std::function<void(const Notification&)> block_;
 };
 
-NotificationCenter::NotificationCenter(std::shared_ptr<Context> context)
-    : context_(std::move(context)) {}
+NotificationCenter::NotificationCenter(std::shared_ptr<Context> context,
+                                       std::shared_ptr<Sources> sources)
+    : context_(std::move(context)), sources_(std::move(sources)) {}
 
 std::shared_ptr<NotificationObserver>
 NotificationCenter::addObserver(const std::optional<std::string>& name,
                                 std::function<void(const Notification&)> block) {
     context_->report("notification", "addObserver");
-    auto observer = std::make_shared<Observer>(context_, name, std::move(block));
+    auto observer = std::make_shared<Observer>(context_, sources_, name, std::move(block));
     observers_.add(observer);
     return observer;
 }
@@ -59,6 +65,7 @@ void NotificationCenter::post(std::string_view name) {
     observers_.each([&](const Observer& observer) {
         if (observer.observes(name)) {
             const auto block = observer.block(); // it may unregister itself
+            sources_->count(Source::lifecycle);
             block(notification);
         }
     });

@@ -6,6 +6,7 @@
 #include "AmbrelKit/Platform/NotificationCenter.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
+#include "AmbrelKit/Simulated/Sources.hpp"
 
 #include <map>
 #include <memory>
@@ -15,7 +16,8 @@ namespace AmbrelKit::Simulated {
 /// A notification centre of its own, apart from the thread's.
 class NotificationCenter final : public AmbrelKit::NotificationCenter {
 public:
-    AMBRELKIT_API explicit NotificationCenter(std::shared_ptr<Context> context);
+    AMBRELKIT_API NotificationCenter(std::shared_ptr<Context> context,
+                                     std::shared_ptr<Sources> sources);
 
     [[nodiscard]] AMBRELKIT_API std::shared_ptr<NotificationObserver>
     addObserver(const std::optional<std::string>& name,
@@ -28,6 +30,7 @@ private:
     class Observer;
 
     std::shared_ptr<Context> context_;
+    std::shared_ptr<Sources> sources_;
     WeakList<Observer> observers_; ///< in the order of their registration
 };
 

@@ -4,6 +4,7 @@
 #include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/LocationManager.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
+#include "AmbrelKit/Simulated/Sources.hpp"
 
 #include <memory>
 #include <string>
@@ -15,7 +16,8 @@ namespace AmbrelKit::Simulated {
 /// that lives and has a delegate; otherwise nobody hears it. A new manager tells nothing by itself.
 class LocationService {
 public:
-    AMBRELKIT_API explicit LocationService(std::shared_ptr<Context> context);
+    AMBRELKIT_API LocationService(std::shared_ptr<Context> context,
+                                  std::shared_ptr<Sources> sources);
 
     /// What a `LocationManagerFactory` does.
     [[nodiscard]] AMBRELKIT_API std::shared_ptr<LocationManager> makeManager();
@@ -31,6 +33,7 @@ private:
     class Manager;
 
     std::shared_ptr<Context> context_;
+    std::shared_ptr<Sources> sources_;
     std::weak_ptr<Manager> newest_;
 };
 

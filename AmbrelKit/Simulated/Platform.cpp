@@ -33,14 +33,25 @@ private:
     std::uint64_t count_ = 0;
 };
 
+/// What a tick found.
+void tell(Sources& sources, Source source, bool finds, SourceCondition otherwise) {
+    if (finds) {
+        sources.count(source);
+    }
+    sources.publish(source, finds ? SourceCondition{.state = SourceState::listening,
+                                                    .means = "simulated network"}
+                                  : std::move(otherwise));
+}
+
 } // namespace
 
 Platform::Platform(PlatformSettings settings)
-    : context_(std::make_shared<Context>()), clock_(std::make_shared<VirtualClock>(context_)),
-      bluetooth_(std::make_shared<BluetoothRadio>(context_)),
-      location_(std::make_shared<LocationService>(context_)),
-      bonjour_(std::make_shared<ServiceDiscovery>(context_)),
-      notificationCenter_(std::make_shared<NotificationCenter>(context_)),
+    : context_(std::make_shared<Context>()), sources_(std::make_shared<Sources>(context_)),
+      clock_(std::make_shared<VirtualClock>(context_)),
+      bluetooth_(std::make_shared<BluetoothRadio>(context_, sources_)),
+      location_(std::make_shared<LocationService>(context_, sources_)),
+      bonjour_(std::make_shared<ServiceDiscovery>(context_, sources_)),
+      notificationCenter_(std::make_shared<NotificationCenter>(context_, sources_)),
       application_(std::make_shared<Application>(context_)),
       network_(std::make_shared<NetworkState>()) {
     context_->start = settings.start;
@@ -53,8 +64,24 @@ Platform::Platform(PlatformSettings settings)
             },
         .generateUUID = [source = std::make_shared<IdentifierSource>(
                              std::move(settings.identifiers))] { return source->next(); },
-        .interfaces = [network = network_] { return network->interfaces(); },
-        .supportedInterfaces = [network = network_] { return network->supportedInterfaces(); },
+        .addressIPv4 =
+            [network = network_, sources = sources_] {
+                auto address = ProcessSettings::addressIPv4Among(network->interfaces());
+                tell(*sources, Source::address, address.has_value(),
+                     {.state = SourceState::unavailable,
+                      .code = "no-interface",
+                      .reason = "no simulated interface has an address that counts"});
+                return address;
+            },
+        .supportedInterfaces =
+            [network = network_, sources = sources_] {
+                auto interfaces = network->supportedInterfaces();
+                tell(*sources, Source::wifi, interfaces.has_value(),
+                     {.state = SourceState::unavailable,
+                      .code = "no-adapter",
+                      .reason = "there is no simulated Wi-Fi adapter"});
+                return interfaces;
+            },
         .currentNetworkInfo =
             [network = network_](const std::string& interface) {
                 return network->currentNetworkInfo(interface);
@@ -66,15 +93,25 @@ Platform::~Platform() {
     processSettings_.reset();
 }
 
+std::shared_ptr<SourceReports> Platform::sourceReports(const std::function<void()>& changed) {
+    std::function<void()> noted;
+    if (changed) {
+        noted = [clock = clock_, changed, told = std::shared_ptr<Timer>()]() mutable {
+            told = clock->soon([changed](const Timer&) { changed(); });
+        };
+    }
+    return sources_->reports(std::move(noted));
+}
+
 std::shared_ptr<AmbrelSDK>
 Platform::createSDK(std::optional<std::vector<std::string>> bonjourServices) {
     return AmbrelSDK::create(
         std::move(bonjourServices), [radio = bluetooth_] { return radio->makeManager(); },
         [service = location_] { return service->makeManager(); },
         [network = bonjour_] { return network->makeBrowser(); },
-        [clock = clock_](double interval, bool repeats, TimerTick tick) {
+        sources_->collectionTimers([clock = clock_](double interval, bool repeats, TimerTick tick) {
             return clock->scheduledTimer(interval, repeats, std::move(tick));
-        },
+        }),
         notificationCenter_, application_);
 }
 

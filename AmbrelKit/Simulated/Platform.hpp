@@ -8,11 +8,13 @@
 #include "AmbrelKit/Simulated/LocationService.hpp"
 #include "AmbrelKit/Simulated/NetworkState.hpp"
 #include "AmbrelKit/Simulated/ServiceDiscovery.hpp"
+#include "AmbrelKit/Simulated/Sources.hpp"
 #include "AmbrelKit/Simulated/VirtualClock.hpp"
 
 #include <AmbrelKit/AmbrelSDK.hpp>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -68,12 +70,21 @@ public:
     [[nodiscard]] Application& application() { return *application_; }
     [[nodiscard]] NetworkState& network() { return *network_; }
 
+    [[nodiscard]] Sources& sources() { return *sources_; }
+
+    /// A handle on how the sources fare, as `Linux::sourceReports` makes one for a machine.
+    /// `changed` is called by the clock when time is advanced next, also by nothing, once for all
+    /// that has changed. The handle may outlive the platform.
+    [[nodiscard]] AMBRELKIT_API std::shared_ptr<SourceReports>
+    sourceReports(const std::function<void()>& changed = {});
+
     /// What a simulated object needs that a host adds.
     [[nodiscard]] const std::shared_ptr<Context>& context() const { return context_; }
 
 private:
     std::shared_ptr<Context> context_;
     // Factories and closures that the kit keeps share these.
+    std::shared_ptr<Sources> sources_;
     std::shared_ptr<VirtualClock> clock_;
     std::shared_ptr<BluetoothRadio> bluetooth_;
     std::shared_ptr<LocationService> location_;

@@ -6,7 +6,8 @@ namespace AmbrelKit::Simulated {
 
 class ServiceDiscovery::Browser final : public NetServiceBrowser {
 public:
-    explicit Browser(std::shared_ptr<Context> context) : context_(std::move(context)) {}
+    Browser(std::shared_ptr<Context> context, std::shared_ptr<Sources> sources)
+        : context_(std::move(context)), source_(std::move(sources), Source::services) {}
 
     [[nodiscard]] std::shared_ptr<NetServiceBrowserDelegate> delegate() const override {
         return delegate_.lock();
@@ -19,12 +20,14 @@ public:
         context_->report("bonjour", "searchForServicesOfType",
                          {{"type", type}, {"domain", domain}});
         searched_ = type;
+        source_.fares({.state = SourceState::listening, .means = "simulated network"});
     }
 
     [[nodiscard]] bool searches(const std::string& type) const { return searched_ == type; }
 
 private:
     std::shared_ptr<Context> context_;
+    Sources::Part source_;
     std::weak_ptr<NetServiceBrowserDelegate> delegate_;
     std::optional<std::string> searched_;
 };
@@ -67,12 +70,13 @@ private:
     ServiceRecords records_;
 };
 
-ServiceDiscovery::ServiceDiscovery(std::shared_ptr<Context> context)
-    : context_(std::move(context)) {}
+ServiceDiscovery::ServiceDiscovery(std::shared_ptr<Context> context,
+                                   std::shared_ptr<Sources> sources)
+    : context_(std::move(context)), sources_(std::move(sources)) {}
 
 std::shared_ptr<NetServiceBrowser> ServiceDiscovery::makeBrowser() {
     context_->report("bonjour", "create");
-    auto browser = std::make_shared<Browser>(context_);
+    auto browser = std::make_shared<Browser>(context_, sources_);
     browsers_.add(browser);
     return browser;
 }
@@ -90,6 +94,7 @@ void ServiceDiscovery::reportFound(const std::string& type, const std::string& n
             service = std::make_shared<Service>(context_, type, name);
         }
         const std::shared_ptr<Service> found = service;
+        sources_->count(Source::services);
         delegate->netServiceBrowserDidFindService(browser, found, false);
     });
 }
@@ -107,6 +112,7 @@ void ServiceDiscovery::reportResolved(const std::string& type, const std::string
     const std::shared_ptr<Service> service = entry->second;
     service->setRecords(std::move(records));
     if (const auto delegate = service->delegate()) {
+        sources_->count(Source::services);
         delegate->netServiceDidResolveAddress(*service);
     }
 }

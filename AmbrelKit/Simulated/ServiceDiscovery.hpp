@@ -5,6 +5,7 @@
 #include "AmbrelKit/Platform/NetServiceBrowser.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
 #include "AmbrelKit/Simulated/Context.hpp"
+#include "AmbrelKit/Simulated/Sources.hpp"
 
 #include <functional>
 #include <map>
@@ -28,7 +29,8 @@ struct ServiceRecords {
 /// found first and kept as long as the network.
 class ServiceDiscovery {
 public:
-    AMBRELKIT_API explicit ServiceDiscovery(std::shared_ptr<Context> context);
+    AMBRELKIT_API ServiceDiscovery(std::shared_ptr<Context> context,
+                                   std::shared_ptr<Sources> sources);
 
     /// What a `NetServiceBrowserFactory` does.
     [[nodiscard]] AMBRELKIT_API std::shared_ptr<NetServiceBrowser> makeBrowser();
@@ -47,6 +49,7 @@ private:
     class Service;
 
     std::shared_ptr<Context> context_;
+    std::shared_ptr<Sources> sources_;
     WeakList<Browser> browsers_; ///< oldest first
     std::map<std::string, std::map<std::string, std::shared_ptr<Service>>> services_;
 };

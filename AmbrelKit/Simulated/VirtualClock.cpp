@@ -90,6 +90,11 @@ std::shared_ptr<Timer> VirtualClock::scheduledTimer(double interval, bool repeat
                                             std::move(tick));
 }
 
+std::shared_ptr<Timer> VirtualClock::soon(TimerTick tick) {
+    return std::make_shared<ScheduledTimer>(context_, schedule_, nanoseconds(0), false,
+                                            std::move(tick));
+}
+
 void VirtualClock::advanceTo(nanoseconds time) {
     auto& timers = schedule_->timers;
     while (!timers.empty() && timers.begin()->first.first <= time) {

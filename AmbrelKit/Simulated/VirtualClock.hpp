@@ -26,6 +26,10 @@ public:
     [[nodiscard]] AMBRELKIT_API std::shared_ptr<Timer> scheduledTimer(double interval, bool repeats,
                                                                       TimerTick tick);
 
+    /// Runs `tick` once when time is advanced next, also by nothing, before it passes. No event
+    /// tells of it.
+    [[nodiscard]] AMBRELKIT_API std::shared_ptr<Timer> soon(TimerTick tick);
+
     /// Runs every fire that is due at or before `time`, in order of due time (timers due at the
     /// same time: the one scheduled first), each at its own due time, then sets the time to `time`;
     /// an earlier time than now changes nothing. What a tick throws leaves through here; that fire

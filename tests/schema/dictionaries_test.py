@@ -1,24 +1,44 @@
-"""Every dictionary that the replay scripts and a scan deliver has the documented form, and the
-documented form is no wider than that.
+"""Every dictionary that the replay scripts and a scan deliver has the documented form, and so has
+every account of the sources that the board's tests make; the documented forms are no wider.
 
-    dictionaries_test.py SOURCE_DIRECTORY AMBREL
+    dictionaries_test.py SOURCE_DIRECTORY AMBREL SOURCE_BOARD_TESTS
 """
 
 import copy
 import glob
 import json
+import os
 import subprocess
 import sys
+import tempfile
 import unittest
 
 import jsonschema
 
-SOURCE, AMBREL = sys.argv[1:3]
+SOURCE, AMBREL, BOARD_TESTS = sys.argv[1:4]
+REMOVED = object()
 
-with open(f"{SOURCE}/docs/ambrel-data.schema.json", encoding="utf-8") as file:
-    SCHEMA = json.load(file)
-jsonschema.Draft202012Validator.check_schema(SCHEMA)
-VALIDATOR = jsonschema.Draft202012Validator(SCHEMA)
+
+def validator(name):
+    with open(f"{SOURCE}/docs/{name}.schema.json", encoding="utf-8") as file:
+        schema = json.load(file)
+    jsonschema.Draft202012Validator.check_schema(schema)
+    return jsonschema.Draft202012Validator(schema)
+
+
+VALIDATOR = validator("ambrel-data")
+
+
+def with_change(whole, path, value):
+    changed = copy.deepcopy(whole)
+    place = changed
+    for step in path[:-1]:
+        place = place[step]
+    if value is REMOVED:
+        del place[path[-1]]
+    else:
+        place[path[-1]] = value
+    return changed
 
 
 def delivered(script, text=None):
@@ -55,7 +75,6 @@ class Dictionaries(unittest.TestCase):
         full = next(each for each in sample(200) if
                     {"ip", "wifiNetwork", "locationCollection"} <= each.keys()
                     and each["bleScan"] and each["nearbyDevices"])
-        REMOVED = object()
         changes = [
             (["timestamp"], REMOVED), (["bleScan"], REMOVED), (["ambrel_analytics"], REMOVED),
             (["nearbyDevices"], REMOVED), (["timestamp"], 1.5), (["timestamp"], "1"),
@@ -71,16 +90,35 @@ class Dictionaries(unittest.TestCase):
         ]
         VALIDATOR.validate(full)
         for path, value in changes:
-            changed = copy.deepcopy(full)
-            place = changed
-            for step in path[:-1]:
-                place = place[step]
-            if value is REMOVED:
-                del place[path[-1]]
-            else:
-                place[path[-1]] = value
             with self.subTest(path=path, value=value):
-                self.assertFalse(VALIDATOR.is_valid(changed))
+                self.assertFalse(VALIDATOR.is_valid(with_change(full, path, value)))
+
+
+class Outcomes(unittest.TestCase):
+    def test_have_the_form_and_no_wider_one(self):
+        with tempfile.NamedTemporaryFile() as file:
+            subprocess.run([BOARD_TESTS], env={**os.environ, "AMBREL_TEST_OUTCOMES": file.name},
+                           stdout=subprocess.DEVNULL, check=True)
+            outcomes = [json.loads(line) for line in file]
+        outcome = validator("outcome")
+        for each in outcomes:
+            outcome.validate(each)
+        away = next(each for each in outcomes
+                    if "remedy" in each["sources"]["bluetooth"].get("absences", [{}])[-1])
+        for path, value in [
+                (["sources"], REMOVED), (["began"], "1"), (["other"], 1),
+                (["sources", "wifi"], REMOVED), (["sources", "other"], {}),
+                (["sources", "bluetooth", "outcome"], "ok"),
+                (["sources", "bluetooth", "reports"], -1),
+                (["sources", "bluetooth", "means"], ""),
+                (["sources", "bluetooth", "code"], "no-daemon"),  # and no reason
+                (["sources", "bluetooth", "absences"], []),
+                (["sources", "bluetooth", "absences", 0, "from"], REMOVED),
+                (["sources", "bluetooth", "absences", 0, "code"], "No daemon"),
+                (["sources", "bluetooth", "now", "state"], "ill"),
+                (["sources", "bluetooth", "now", "since"], REMOVED)]:
+            with self.subTest(path=path, value=value):
+                self.assertFalse(outcome.is_valid(with_change(away, path, value)))
 
 
 unittest.main(argv=sys.argv[:1])
