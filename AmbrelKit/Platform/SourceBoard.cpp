@@ -98,6 +98,15 @@ void SourceBoard::publish(Source source, SourceCondition condition) {
     readers_.each([](const Reader& reader) { reader.note(); });
 }
 
+void SourceBoard::answer(Source source, SourceCondition condition, bool isReport) {
+    if (running_ > 0) {
+        publish(source, std::move(condition));
+        if (isReport) {
+            count(source);
+        }
+    }
+}
+
 SourceReport SourceBoard::report(Source source) const {
     const Entry& entry = this->entry(source);
     const auto age = std::chrono::duration_cast<std::chrono::system_clock::duration>(
@@ -143,7 +152,7 @@ void SourceBoard::endCollection() {
         return;
     }
     for (const Source source : askedByTicks) {
-        if (!fails(condition(source).state)) {
+        if (condition(source).state != SourceState::leftOut) {
             publish(source, {});
         }
     }

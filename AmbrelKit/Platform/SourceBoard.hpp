@@ -41,6 +41,10 @@ public:
     /// The source gives a report to the kit.
     void count(Source source) noexcept { ++entry(source).account.reports; }
 
+    /// As `publish`, by a source that only a tick asks, of what it has just answered, and `count`,
+    /// if that `isReport`. Nothing of it is kept while no collection runs: then nobody listens.
+    void answer(Source source, SourceCondition condition, bool isReport);
+
     [[nodiscard]] SourceReport report(Source source) const;
 
     /// While a timer lives that is made by what this returns, and is not invalidated, a collection

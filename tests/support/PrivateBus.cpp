@@ -20,7 +20,8 @@ PrivateBus::PrivateBus() {
         << "</listen><auth>EXTERNAL</auth><servicedir>" << folder_.native()
         << "</servicedir><policy context=\"default\"><allow user=\"*\"/>"
            "<allow own=\"*\"/><allow send_destination=\"*\"/><allow send_type=\"method_call\"/>"
-           "<allow receive_sender=\"*\"/></policy></busconfig>";
+           "<allow receive_sender=\"*\"/></policy><include ignore_missing=\"yes\">"
+        << (folder_ / "policy").native() << "</include></busconfig>";
     setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
     start();
 }

@@ -20,7 +20,8 @@ public:
     /// The daemon neither answers nor goes away from here on.
     void freeze() const;
 
-    /// A folder of the test's own. A service file in it lets the daemon start that service.
+    /// A folder of the test's own. A service file in it lets the daemon start that service; a file
+    /// `policy` of bus configuration counts from the next start.
     [[nodiscard]] const std::filesystem::path& folder() const { return folder_; }
 
 private:

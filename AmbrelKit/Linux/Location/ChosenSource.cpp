@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Location/GeoClueVerdict.hpp"
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 
 #include <utility>
 
@@ -9,6 +10,8 @@ namespace AmbrelKit::Linux {
 namespace {
 
 using Kind = LocationSourceKind;
+
+constexpr const char* takeGpsd = "; or, with a receiver of your own, take gpsd (--location gpsd)";
 
 /// GeoClue, and gpsd while GeoClue is not there. What GeoClue says binds, also when it says it
 /// late; after a refusal gpsd does not stand in for as long as the refusal is remembered.
@@ -24,15 +27,24 @@ public:
         geoClue_ = makeGeoClue(weak_from_this());
     }
 
-    [[nodiscard]] State state() const override {
-        return gpsd_ && gpsd_->state() == State::ready ? State::ready : geoClue_->state();
+    [[nodiscard]] SourceCondition condition() const override {
+        auto condition = geoClue_->condition();
+        if (!gpsd_) {
+            condition.remedy += condition.remedy.empty() ? "" : takeGpsd;
+            return condition;
+        }
+        auto gpsd = gpsd_->condition();
+        if (gpsd.state == SourceState::listening) {
+            return gpsd;
+        }
+        condition.state = gpsd.state;
+        condition.reason += ", and " + gpsd.reason;
+        condition.remedy += "; or " + gpsd.remedy;
+        return condition;
     }
-    [[nodiscard]] Kind kind() const override { return gpsd_ ? Kind::gpsd : Kind::geoClue; }
-    [[nodiscard]] std::string reason() const override { return geoClue_->reason(); }
 
     void sourceDidChange(LocationSource& /*source*/) override {
-        const State geoClue = geoClue_->state();
-        if (geoClue != State::absent && geoClue != State::silent) {
+        if (geoClue_->condition().state != SourceState::unavailable) {
             gpsd_.reset();
         } else if (!gpsd_ && !verdict_->refused()) {
             gpsd_ = makeGpsd_(weak_from_this());
@@ -56,6 +68,14 @@ private:
     std::shared_ptr<LocationSource> gpsd_;
 };
 
+/// In place of what `kind` wants and this build does not have.
+SourceCondition withoutAny(Kind kind) {
+    return kind == Kind::none      ? SourceCondition()
+           : kind == Kind::geoClue ? because(SourceReason::geoClueLeftOut)
+           : kind == Kind::gpsd    ? because(SourceReason::gpsdLeftOut)
+                                   : because(SourceReason::locationLeftOut);
+}
+
 } // namespace
 
 ChosenSource chosenSource(const std::shared_ptr<EventLoop>& loop, const LocationOptions& options) {
@@ -69,7 +89,9 @@ ChosenSource chosenSource(const std::shared_ptr<EventLoop>& loop, const Location
     }
     if (!geoClue || !gpsd) {
         const bool asksPermission = geoClue != nullptr;
-        return {.make = asksPermission ? geoClue : gpsd, .asksPermission = asksPermission};
+        return {.make = asksPermission ? geoClue : gpsd,
+                .asksPermission = asksPermission,
+                .instead = geoClue || gpsd ? SourceCondition() : withoutAny(options.source)};
     }
     return {.make =
                 [geoClue, gpsd, verdict = loop->shared<GeoClueVerdict>()](

@@ -3,6 +3,7 @@
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
 #include "AmbrelKit/Linux/Location/DesktopId.hpp"
 #include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
@@ -20,6 +21,7 @@ using std::chrono::system_clock;
 constexpr std::chrono::seconds timeToAnswer{3};
 constexpr Retry::Delays geoClueDelays{std::chrono::milliseconds(500), std::chrono::seconds(8)};
 
+constexpr const char* geoClueMeans = "GeoClue";
 constexpr const char* managerPath = "/org/freedesktop/GeoClue2/Manager";
 constexpr const char* managerInterface = "org.freedesktop.GeoClue2.Manager";
 constexpr const char* clientInterface = "org.freedesktop.GeoClue2.Client";
@@ -69,19 +71,18 @@ std::optional<LocationFix> fixFromProperties(sd_bus_message* reply) {
 
 } // namespace
 
-GeoClue::GeoClue(const std::shared_ptr<EventLoop>& loop, LocationOptions options,
-                 std::weak_ptr<LocationSourceOwner> owner)
-    : loop_(loop), options_(std::move(options)), owner_(std::move(owner)),
-      verdict_(loop->shared<GeoClueVerdict>()),
+GeoClue::GeoClue(const std::shared_ptr<EventLoop>& loop, LocationOptions options)
+    : loop_(loop), options_(std::move(options)), verdict_(loop->shared<GeoClueVerdict>()),
       reconnect_(*loop, geoClueDelays, [this] { connect(); }) {}
 
 std::shared_ptr<GeoClue> GeoClue::start(const std::shared_ptr<EventLoop>& loop,
                                         const LocationOptions& options,
                                         std::weak_ptr<LocationSourceOwner> owner) {
-    std::shared_ptr<GeoClue> geoClue(new GeoClue(loop, options, std::move(owner)));
+    std::shared_ptr<GeoClue> geoClue(new GeoClue(loop, options));
     geoClue->answerDue_ = loop->deadline(weakly(geoClue, &GeoClue::timeIsUp));
-    geoClue->answerDue_->arm(std::chrono::steady_clock::now() + timeToAnswer);
+    geoClue->await({.state = SourceState::starting});
     geoClue->connect();
+    geoClue->owner_ = std::move(owner); // who is told nothing until now
     return geoClue;
 }
 
@@ -89,6 +90,7 @@ std::shared_ptr<GeoClue> GeoClue::start(const std::shared_ptr<EventLoop>& loop,
 void GeoClue::connect() {
     if (const auto loop = loop_.lock()) {
         life_.reset();
+        busAnswers_ = false;
         bus_ = SystemBus::make(loop);
         name_ =
             NameWatch::start(bus_, geoClueName, weakly(weak_from_this(), &GeoClue::ownerChanged));
@@ -97,6 +99,7 @@ void GeoClue::connect() {
 
 void GeoClue::ownerChanged(const std::string& owner) {
     const bool lived = std::exchange(life_, nullptr) != nullptr;
+    busAnswers_ = true;
     if (!owner.empty()) {
         reconnect_.cancel();
         life_ = std::make_unique<Life>(bus_, owner);
@@ -104,6 +107,10 @@ void GeoClue::ownerChanged(const std::string& owner) {
                           weakly(weak_from_this(), &GeoClue::clientMade));
     } else if (lived) {
         reconnect_.schedule();
+        if (condition_.state == SourceState::starting ||
+            condition_.state == SourceState::listening) {
+            await(starting(SourceReason::geoClueStopped));
+        }
     } else {
         activate();
     }
@@ -118,7 +125,7 @@ void GeoClue::activate() {
         weakly(weak_from_this(), &GeoClue::activated));
     if (!sent) {
         reconnect_.schedule(); // the bus may come
-        become(State::absent);
+        become(because(bus_->wasConnected() ? SourceReason::busCloses : SourceReason::noBus));
     }
 }
 
@@ -129,8 +136,12 @@ void GeoClue::activated(sd_bus_message* reply) {
     }
     if (sd_bus_error_has_names(error, SD_BUS_ERROR_NO_REPLY, SD_BUS_ERROR_DISCONNECTED) > 0) {
         reconnect_.schedule(); // the bus went, and may come back
+        become(because(SourceReason::busCloses));
+        return;
     }
-    become(State::absent);
+    become(because(sd_bus_error_has_name(error, SD_BUS_ERROR_SERVICE_UNKNOWN) > 0
+                       ? SourceReason::geoClueNotInstalled
+                       : SourceReason::geoClueCannotStart));
 }
 
 void GeoClue::clientMade(sd_bus_message* reply) {
@@ -139,7 +150,7 @@ void GeoClue::clientMade(sd_bus_message* reply) {
         refusedOrFailed(reply);
         return;
     }
-    answerDue_->disarm();
+    life_->hasClient = true;
     Daemon& daemon = life_->daemon;
     daemon.hear("path='" + std::string(path) + "'", weakly(weak_from_this(), &GeoClue::signalled));
     const Daemon::Method set{path, propertiesInterface, "Set"};
@@ -154,8 +165,8 @@ void GeoClue::clientMade(sd_bus_message* reply) {
                                      static_cast<std::uint32_t>(options_.accuracy));
     });
     daemon.ask({path, clientInterface, "Start"}, {}, weakly(weak_from_this(), &GeoClue::started));
-    if (state_ != State::ready) {
-        become(State::asking, "GeoClue asks the user");
+    if (condition_.state != SourceState::starting) {
+        await({.state = SourceState::starting});
     }
 }
 
@@ -165,7 +176,12 @@ void GeoClue::started(sd_bus_message* reply) {
         return;
     }
     reconnect_.reset();
-    become(State::ready);
+    serves();
+}
+
+void GeoClue::serves() {
+    become(life_->hasPlace ? listening(geoClueMeans)
+                           : listening(geoClueMeans, SourceReason::geoClueFindsNothing));
 }
 
 void GeoClue::refusedOrFailed(sd_bus_message* reply) {
@@ -173,11 +189,18 @@ void GeoClue::refusedOrFailed(sd_bus_message* reply) {
     const std::string said =
         repairedUTF8(error != nullptr && error->message != nullptr ? error->message : "");
     if (sd_bus_error_has_name(error, SD_BUS_ERROR_ACCESS_DENIED) > 0) {
-        become(State::refused, "GeoClue refuses the location: " + said);
+        const char* sender = sd_bus_message_get_sender(reply);
+        const bool isByBus = sender != nullptr && std::string_view(sender) != life_->daemon.name();
+        become(isByBus ? because(SourceReason::geoClueForbidden)
+                       : refusal("GeoClue refuses the location: " + said));
     } else {
         reconnect_.schedule();
-        become(State::absent, "GeoClue fails: " + said);
+        become(because(SourceReason::geoClueFails, {said}));
     }
+}
+
+SourceCondition GeoClue::refusal(const std::string& said) const {
+    return because(SourceReason::geoClueRefuses, {said, options_.desktopId});
 }
 
 void GeoClue::signalled(sd_bus_message* signal) {
@@ -205,9 +228,9 @@ void GeoClue::propertiesChanged(sd_bus_message* signal) {
                sd_bus_message_read(signal, "v", "b", &active) > 0;
     });
     if (active == 1) {
-        become(State::ready);
+        serves();
     } else if (active == 0) {
-        become(State::refused, "The user has turned the location off");
+        become(refusal("the user has turned the location off"));
     }
 }
 
@@ -228,26 +251,53 @@ void GeoClue::locationRead(sd_bus_message* reply) {
     readLocation();
     const auto fix = fixFromProperties(reply);
     const auto owner = owner_.lock();
-    if (fix && owner && state_ != State::refused) {
+    if (fix && owner && condition_.state != SourceState::refused) {
+        life_->hasPlace = true;
+        if (condition_.state == SourceState::listening) {
+            serves();
+        }
         owner->sourceDidFix(*this, {*fix});
     }
 }
 
+void GeoClue::await(SourceCondition meanwhile) {
+    answerDue_->arm(std::chrono::steady_clock::now() + timeToAnswer);
+    become(std::move(meanwhile));
+}
+
+/// One that asks the user, or has no agent to ask, owes its answer; what it says of itself it says
+/// at once.
 void GeoClue::timeIsUp() {
-    if (state_ == State::asking) {
-        become(State::silent,
-               "GeoClue has not answered; perhaps no agent is running that could ask the user");
+    if (life_ && life_->hasClient) {
+        become(because(SourceReason::geoClueAsks));
+        return;
+    }
+    const auto silent = because(SourceReason::daemonSilent, {"geoclue"});
+    become(busAnswers_ ? silent : because(SourceReason::busSilent));
+    if (life_) {
+        life_->daemon.ask(
+            {managerPath, propertiesInterface, "Get"},
+            [](sd_bus_message* call) {
+                return sd_bus_message_append(call, "ss", managerInterface, "InUse");
+            },
+            weakly(weak_from_this(), [silent](GeoClue& self, sd_bus_message* reply) {
+                if (!isError(reply) && self.condition_ == silent) {
+                    self.become(because(SourceReason::geoClueWithoutAgent));
+                }
+            }));
     }
 }
 
-void GeoClue::become(State state, std::string reason) {
-    reason_ = std::move(reason);
+void GeoClue::become(SourceCondition condition) {
+    if (condition.state != SourceState::starting) {
+        answerDue_->disarm();
+    }
     const auto owner = owner_.lock();
-    if (std::exchange(state_, state) != state && owner) {
+    if (std::exchange(condition_, condition) != condition && owner) {
         owner->sourceDidChange(*this);
     }
-    if (state == State::ready || state == State::refused) {
-        verdict_->tell(state == State::refused);
+    if (condition.state == SourceState::listening || condition.state == SourceState::refused) {
+        verdict_->tell(condition.state == SourceState::refused);
     }
 }
 

@@ -24,9 +24,7 @@ public:
                                           const LocationOptions& options,
                                           std::weak_ptr<LocationSourceOwner> owner);
 
-    [[nodiscard]] State state() const override { return state_; }
-    [[nodiscard]] LocationSourceKind kind() const override { return LocationSourceKind::geoClue; }
-    [[nodiscard]] std::string reason() const override { return reason_; }
+    [[nodiscard]] SourceCondition condition() const override { return condition_; }
 
 private:
     /// One life of the daemon, and what is read from it.
@@ -34,12 +32,13 @@ private:
         Life(const std::shared_ptr<SystemBus>& bus, const std::string& name) : daemon(bus, name) {}
 
         Daemon daemon;
+        bool hasClient = false;
+        bool hasPlace = false;
         std::string location; ///< the newest one, until it is read
         bool reading = false;
     };
 
-    GeoClue(const std::shared_ptr<EventLoop>& loop, LocationOptions options,
-            std::weak_ptr<LocationSourceOwner> owner);
+    GeoClue(const std::shared_ptr<EventLoop>& loop, LocationOptions options);
     void connect();
     void ownerChanged(const std::string& owner);
     void activate();
@@ -51,20 +50,23 @@ private:
     void propertiesChanged(sd_bus_message* signal);
     void readLocation();
     void locationRead(sd_bus_message* reply);
+    void serves();
+    [[nodiscard]] SourceCondition refusal(const std::string& said) const;
+    void await(SourceCondition meanwhile);
     void timeIsUp();
-    void become(State state, std::string reason = {});
+    void become(SourceCondition condition);
 
     std::weak_ptr<EventLoop> loop_;
     LocationOptions options_;
     std::weak_ptr<LocationSourceOwner> owner_;
     std::shared_ptr<GeoClueVerdict> verdict_;
-    State state_ = State::asking;
-    std::string reason_;
+    SourceCondition condition_;
     Retry reconnect_;
     std::shared_ptr<Deadline> answerDue_;
 
     std::shared_ptr<SystemBus> bus_;
     std::shared_ptr<NameWatch> name_;
+    bool busAnswers_ = false;
     std::unique_ptr<Life> life_;
 };
 

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Location/Gpsd.hpp"
 
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <algorithm>
@@ -22,7 +23,8 @@ constexpr std::string_view watchCommand = "?WATCH={\"enable\":true,\"json\":true
 
 } // namespace
 
-GpsdEndpoint::GpsdEndpoint(const std::string& host, std::uint16_t port) {
+GpsdEndpoint::GpsdEndpoint(const std::string& host, std::uint16_t port)
+    : place(host + " port " + std::to_string(port)) {
     addrinfo hints{};
     hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
     hints.ai_socktype = SOCK_STREAM;
@@ -36,16 +38,17 @@ GpsdEndpoint::GpsdEndpoint(const std::string& host, std::uint16_t port) {
     freeaddrinfo(found);
 }
 
-Gpsd::Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint,
-           std::weak_ptr<LocationSourceOwner> owner)
-    : loop_(loop), endpoint_(endpoint), owner_(std::move(owner)),
+Gpsd::Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint)
+    : loop_(loop), endpoint_(endpoint),
+      condition_(starting(SourceReason::gpsdAbsent, {endpoint_.place})),
       reconnect_(*loop, gpsdDelays, [this] { connect(); }) {}
 
 std::shared_ptr<Gpsd> Gpsd::start(const std::shared_ptr<EventLoop>& loop,
                                   const GpsdEndpoint& endpoint,
                                   std::weak_ptr<LocationSourceOwner> owner) {
-    std::shared_ptr<Gpsd> gpsd(new Gpsd(loop, endpoint, std::move(owner)));
+    std::shared_ptr<Gpsd> gpsd(new Gpsd(loop, endpoint));
     gpsd->connect();
+    gpsd->owner_ = std::move(owner); // who is told nothing until now
     return gpsd;
 }
 
@@ -86,11 +89,6 @@ bool Gpsd::watchReports() {
     }
     connected_ = true;
     watch_->setEvents(EPOLLIN);
-    if (std::exchange(state_, State::ready) != State::ready) {
-        if (const auto owner = owner_.lock()) {
-            owner->sourceDidChange(*this);
-        }
-    }
     return true;
 }
 
@@ -104,6 +102,9 @@ void Gpsd::readReports() {
         retryLater();
         return;
     }
+    if (condition_.state != SourceState::listening) { // not when anybody took the connection
+        become(listening(means(), SourceReason::gpsdWithoutFix));
+    }
     std::vector<LocationFix> fixes;
     lines_.feed({bytes.data(), static_cast<std::size_t>(count)}, [&fixes](std::string_view line) {
         if (const auto fix = fixFromGpsdReport(line, std::chrono::system_clock::now())) {
@@ -113,6 +114,7 @@ void Gpsd::readReports() {
     const auto owner = owner_.lock();
     if (!fixes.empty() && owner) {
         reconnect_.reset();
+        become(listening(means()));
         owner->sourceDidFix(*this, std::move(fixes));
     }
 }
@@ -123,6 +125,14 @@ void Gpsd::retryLater() {
     connected_ = false;
     lines_.clear();
     reconnect_.schedule();
+    become(because(SourceReason::gpsdAbsent, {endpoint_.place}));
+}
+
+void Gpsd::become(SourceCondition condition) {
+    const auto owner = owner_.lock();
+    if (std::exchange(condition_, condition) != condition && owner) {
+        owner->sourceDidChange(*this);
+    }
 }
 
 LocationSourceFactory gpsdFactory(const std::shared_ptr<EventLoop>& loop,

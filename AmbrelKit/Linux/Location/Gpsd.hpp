@@ -16,6 +16,7 @@ struct GpsdEndpoint {
     /// wait.
     GpsdEndpoint(const std::string& host, std::uint16_t port);
 
+    std::string place; ///< for people
     sockaddr_storage address{};
     socklen_t size = 0;
 };
@@ -28,22 +29,22 @@ public:
                                        const GpsdEndpoint& endpoint,
                                        std::weak_ptr<LocationSourceOwner> owner);
 
-    [[nodiscard]] State state() const override { return state_; }
-    [[nodiscard]] LocationSourceKind kind() const override { return LocationSourceKind::gpsd; }
+    [[nodiscard]] SourceCondition condition() const override { return condition_; }
 
 private:
-    Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint,
-         std::weak_ptr<LocationSourceOwner> owner);
+    Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint);
     void connect();
     void socketReady();
     [[nodiscard]] bool watchReports();
     void readReports();
     void retryLater();
+    void become(SourceCondition condition);
+    [[nodiscard]] std::string means() const { return "gpsd at " + endpoint_.place; }
 
     std::weak_ptr<EventLoop> loop_;
     GpsdEndpoint endpoint_;
     std::weak_ptr<LocationSourceOwner> owner_;
-    State state_ = State::asking;
+    SourceCondition condition_;
     Retry reconnect_;
     Descriptor socket_;
     bool connected_ = false;

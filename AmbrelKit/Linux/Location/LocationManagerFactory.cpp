@@ -2,11 +2,14 @@
 
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
+#include <algorithm>
 #include <iterator>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace AmbrelKit::Linux {
 
@@ -14,18 +17,71 @@ namespace {
 
 using Status = LocationAuthorizationStatus;
 
+/// What the managers of a loop say of their sources: the board shows what the newest one says that
+/// listens, or, where none does, the newest one.
+class Standings {
+public:
+    explicit Standings(std::shared_ptr<SourceBoard> board) : board_(std::move(board)) {}
+
+    static std::shared_ptr<Standings> make(const std::shared_ptr<EventLoop>& loop) {
+        return std::make_shared<Standings>(loop->shared<LoopBoard>());
+    }
+
+    void say(const LocationManager& who, SourceCondition condition) {
+        const auto said = std::ranges::find(said_, &who, &Said::who);
+        (said != said_.end() ? *said : said_.emplace_back(&who)).condition = std::move(condition);
+        publish();
+    }
+
+    void leave(const LocationManager& who) {
+        if (std::erase_if(said_, [&who](const Said& said) { return said.who == &who; }) > 0) {
+            publish();
+        }
+    }
+
+    void count(std::size_t fixes) {
+        while (fixes-- > 0) {
+            board_->count(Source::location);
+        }
+    }
+
+private:
+    struct Said {
+        const LocationManager* who;
+        SourceCondition condition = {};
+    };
+
+    void publish() {
+        auto shown = std::find_if(said_.rbegin(), said_.rend(), [](const Said& said) {
+            return said.condition.state == SourceState::listening;
+        });
+        shown = shown == said_.rend() ? said_.rbegin() : shown;
+        board_->publish(Source::location, said_.empty() ? atRest_ : shown->condition);
+    }
+
+    std::shared_ptr<SourceBoard> board_;
+    SourceCondition atRest_ = board_->condition(Source::location); ///< idle, or left out
+    std::vector<Said> said_;                                       ///< oldest first
+};
+
 class Manager final : public LocationManager,
                       public LocationSourceOwner,
                       public std::enable_shared_from_this<Manager> {
 public:
-    explicit Manager(ChosenSource chosen)
-        : makeSource_(std::move(chosen.make)),
+    Manager(std::shared_ptr<Standings> standings, ChosenSource chosen)
+        : standings_(std::move(standings)), makeSource_(std::move(chosen.make)),
+          instead_(std::move(chosen.instead)),
           status_(!makeSource_            ? Status::restricted
                   : chosen.asksPermission ? Status::notDetermined
                                           : Status::authorizedWhenInUse) {}
 
-    static std::shared_ptr<Manager> make(EventLoop& loop, ChosenSource chosen) {
-        auto manager = std::make_shared<Manager>(std::move(chosen));
+    Manager(const Manager&) = delete;
+    Manager& operator=(const Manager&) = delete;
+    ~Manager() override { standings_->leave(*this); }
+
+    static std::shared_ptr<Manager> make(EventLoop& loop, std::shared_ptr<Standings> standings,
+                                         ChosenSource chosen) {
+        auto manager = std::make_shared<Manager>(std::move(standings), std::move(chosen));
         manager->report_ = loop.deadline(weakly(manager, &Manager::report));
         return manager;
     }
@@ -47,7 +103,9 @@ private:
     void report();
     void tell(LocationManagerDelegate& delegate);
 
+    std::shared_ptr<Standings> standings_;
     LocationSourceFactory makeSource_;
+    SourceCondition instead_;
     std::shared_ptr<LocationSource> source_;
     bool updating_ = false;
 
@@ -63,6 +121,11 @@ private:
 void Manager::setDelegate(std::weak_ptr<LocationManagerDelegate> delegate) {
     delegate_ = std::move(delegate);
     told_.reset();
+    if (instead_.state != SourceState::idle && !delegate_.expired()) {
+        standings_->say(*this, instead_);
+    } else if (!source_) {
+        standings_->leave(*this);
+    }
     reportSoon();
 }
 
@@ -77,6 +140,7 @@ void Manager::startUpdatingLocation() {
 void Manager::stopUpdatingLocation() {
     updating_ = false;
     source_.reset();
+    standings_->leave(*this);
     failure_.clear();
     fixes_.clear();
 }
@@ -84,26 +148,22 @@ void Manager::stopUpdatingLocation() {
 void Manager::begin() {
     if (makeSource_ && !source_) {
         source_ = makeSource_(weak_from_this());
+        standings_->say(*this, source_->condition());
     }
 }
 
 void Manager::sourceDidChange(LocationSource& source) {
-    using State = LocationSource::State;
-    switch (source.state()) {
-    case State::ready:
+    auto condition = source.condition();
+    if (condition.state == SourceState::listening) {
         status_ = Status::authorizedWhenInUse;
-        break;
-    case State::refused:
+    } else if (condition.state == SourceState::refused) {
         status_ = Status::denied;
         fixes_.clear(); // also those of a gpsd that stood in
-        [[fallthrough]];
-    case State::silent:
-    case State::absent:
-        failure_ = source.reason();
-        break;
-    case State::asking:
-        break;
     }
+    if (condition.state == SourceState::refused || condition.state == SourceState::unavailable) {
+        failure_ = condition.reason;
+    }
+    standings_->say(*this, std::move(condition));
     reportSoon();
 }
 
@@ -135,17 +195,18 @@ void Manager::tell(LocationManagerDelegate& delegate) {
         reportSoon();
         delegate.locationManagerDidFailWithError(*this, std::exchange(failure_, {}));
     } else if (updating_ && !fixes_.empty()) {
+        standings_->count(fixes_.size());
         delegate.locationManagerDidUpdateLocations(*this, std::exchange(fixes_, {}));
     }
 }
 
 } // namespace
 
-LocationManagerFactory makeLocationManagerFactory(std::shared_ptr<EventLoop> loop,
+LocationManagerFactory makeLocationManagerFactory(const std::shared_ptr<EventLoop>& loop,
                                                   const LocationOptions& options) {
     auto chosen = chosenSource(loop, options);
-    return [loop = std::move(loop), chosen = std::move(chosen)] {
-        return Manager::make(*loop, chosen);
+    return [loop, standings = loop->shared<Standings>(), chosen = std::move(chosen)] {
+        return Manager::make(*loop, standings, chosen);
     };
 }
 

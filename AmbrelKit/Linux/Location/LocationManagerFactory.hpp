@@ -19,10 +19,13 @@ class EventLoop;
 /// was not yet reported is dropped; it holds until GeoClue serves again, also for the managers that
 /// the same factory makes later. A client that runs is `authorizedWhenInUse`. gpsd needs no
 /// authorisation. A daemon that goes is taken up again when it comes back, and takes no
-/// authorisation with it. A missing daemon is silence. A source that was left out of the build is
-/// never chosen; without any, the location is restricted.
-[[nodiscard]] LocationManagerFactory makeLocationManagerFactory(std::shared_ptr<EventLoop> loop,
-                                                                const LocationOptions& options);
+/// authorisation with it. A missing daemon is a failure that is told, and nothing more. A source
+/// that was left out of the build is never chosen; without any, the location is restricted.
+///
+/// On the loop's board the location is idle while no manager asks. Of several managers the newest
+/// that listens stands there, or, where none does, the newest.
+[[nodiscard]] LocationManagerFactory
+makeLocationManagerFactory(const std::shared_ptr<EventLoop>& loop, const LocationOptions& options);
 
 } // namespace AmbrelKit::Linux
 

@@ -3,11 +3,11 @@
 
 #include "AmbrelKit/Linux/Location/LocationOptions.hpp"
 #include "AmbrelKit/Platform/LocationManager.hpp"
+#include "AmbrelKit/Platform/SourceReport.hpp"
 
 #include <cmath>
 #include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace AmbrelKit::Linux {
@@ -19,6 +19,7 @@ class LocationSource;
 class LocationSourceOwner {
 public:
     virtual ~LocationSourceOwner() = default;
+    /// Its condition is another.
     virtual void sourceDidChange(LocationSource& source) = 0;
     /// `fixes` are on Earth, oldest first, at least one.
     virtual void sourceDidFix(LocationSource& source, std::vector<LocationFix> fixes) = 0;
@@ -28,26 +29,15 @@ public:
 /// ends that.
 class LocationSource {
 public:
-    enum class State {
-        asking,  ///< no answer yet
-        silent,  ///< no answer in time; it may still come
-        absent,  ///< there is no such daemon, or it fails
-        refused, ///< it does not serve this program
-        ready,   ///< it serves, or has served and is awaited
-    };
-
     LocationSource() = default;
     LocationSource(const LocationSource&) = delete;
     LocationSource& operator=(const LocationSource&) = delete;
     virtual ~LocationSource() = default;
 
-    [[nodiscard]] virtual State state() const = 0;
-
-    /// Whose fixes it gives now: `geoClue` or `gpsd`.
-    [[nodiscard]] virtual LocationSourceKind kind() const = 0;
-
-    /// What it waits for, or why it does not serve, for people. May be empty.
-    [[nodiscard]] virtual std::string reason() const { return {}; }
+    /// `starting` until there is an answer, `unavailable` also while none has come in time,
+    /// `refused` when this program is not served, `listening` while it is, with a reason for as
+    /// long as there is no fix.
+    [[nodiscard]] virtual SourceCondition condition() const = 0;
 };
 
 /// Makes a source and begins to ask its daemon. Nothing is told to `owner` inside the call.
@@ -64,6 +54,7 @@ LocationSourceFactory gpsdFactory(const std::shared_ptr<EventLoop>& loop,
 struct ChosenSource {
     LocationSourceFactory make; ///< absent when there is none
     bool asksPermission = false;
+    SourceCondition instead = {}; ///< of none: idle when it was so chosen, or left out
 };
 ChosenSource chosenSource(const std::shared_ptr<EventLoop>& loop, const LocationOptions& options);
 

@@ -35,12 +35,16 @@ enum class SourceReason : std::uint8_t {
     mdnsPortTaken,
 
     locationLeftOut,
+    geoClueLeftOut,
+    gpsdLeftOut,
     geoClueNotInstalled,
     geoClueCannotStart,
-    geoClueFails,   ///< {what it says}
-    geoClueRefuses, ///< {what it says, the desktop id}
+    geoClueStopped,
+    geoClueFails,     ///< {what it says}
+    geoClueForbidden, ///< by the bus
+    geoClueRefuses,   ///< {what it says, the desktop id}
     geoClueWithoutAgent,
-    geoClueAsks, ///< {what it waits for}
+    geoClueAsks,
     geoClueFindsNothing,
     gpsdAbsent, ///< {address and port}
     gpsdWithoutFix,
@@ -52,6 +56,8 @@ enum class SourceReason : std::uint8_t {
 
     wifiLeftOut,
     noWifiAdapter,
+    wifiBlockedBySoftware, ///< {interface}
+    wifiBlockedByHardware, ///< {interface}
     noNetlinkForWifi,
 
     noLogind,
@@ -65,6 +71,14 @@ enum class SourceReason : std::uint8_t {
 /// Of a source that listens by these means.
 [[nodiscard]] inline SourceCondition listening(std::string means) {
     return {.state = SourceState::listening, .means = std::move(means)};
+}
+
+/// Of one that waits for an answer, and for this reason would not get it.
+[[nodiscard]] inline SourceCondition starting(SourceReason unless,
+                                              std::initializer_list<std::string_view> what = {}) {
+    auto condition = because(unless, what);
+    condition.state = SourceState::starting;
+    return condition;
 }
 
 /// Of one that listens by these means, and could do better.

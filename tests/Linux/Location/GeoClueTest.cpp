@@ -38,6 +38,7 @@ TEST_F(GeoClueTest, ARefusalIsDeniedAndSaysWhy) {
         ASSERT_TRUE(runUntil([&] { return !session.failures.empty(); })) << why;
         EXPECT_THAT(session.statuses, ElementsAre(0, 2)) << why;
         EXPECT_THAT(session.failures, ElementsAre(HasSubstr(why)));
+        EXPECT_EQ(session.condition().state, SourceState::refused);
     }
 }
 
@@ -65,6 +66,13 @@ TEST_F(GeoClueTest, OneThatIsKilledIsTakenUpWhenItComesBack) {
     const std::size_t before = session.fixes.size();
     EXPECT_TRUE(runUntil([&] { return session.hasFixes(before + 1); }));
     EXPECT_THAT(session.statuses, ElementsAre(0, 4));
+    const SourceAccount account = session.report().collection;
+    EXPECT_EQ(account.outcome, SourceOutcome::interrupted);
+    EXPECT_EQ(account.reports, session.fixes.size());
+    ASSERT_EQ(account.absences.size(), 1U);
+    EXPECT_EQ(account.absences[0].who, "GeoClue");
+    const auto away = account.absences[0].until.value() - account.absences[0].from;
+    EXPECT_TRUE(away > 0s && away < 2s) << away.count() << " ns";
 }
 
 TEST_F(GeoClueTest, OneThatHangsCostsNothingButTheFix) {
@@ -74,6 +82,7 @@ TEST_F(GeoClueTest, OneThatHangsCostsNothingButTheFix) {
     const Session session(options());
     ASSERT_TRUE(runUntil([&] { return !session.failures.empty(); }));
     EXPECT_THAT(session.statuses, ElementsAre(0));
+    EXPECT_EQ(session.condition().code, "daemon-silent");
     daemon_->signal(SIGCONT);
     EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
 }
@@ -107,6 +116,52 @@ TEST_F(GeoClueTest, ADiagnosisTellsWhatIsMissing) {
     const Agent agent(0);
     EXPECT_THAT(finding(LocationSourceKind::automatic),
                 AllOf(HasSubstr("refuses"), HasSubstr("--location gpsd")));
+}
+
+TEST_F(GeoClueTest, TheBoardSaysWhatStandsInTheWay) {
+    const auto restartBus = [this](const char* file, const std::string& text) {
+        bus_.stop();
+        write(file, text);
+        bus_.start();
+    };
+    const auto start = [this] {
+        sd_bus_flush_close_unref(control_);
+        sd_bus_open_system(&control_);
+        startDaemon();
+    };
+    const struct {
+        const char* code;
+        const char* reason;
+        LocationSourceKind source;
+        std::function<void()> arrange;
+    } table[] = {
+        {"not-installed", "GeoClue is not installed", LocationSourceKind::geoClue, [] {}},
+        {"not-installed", "is not installed, and nothing answers as gpsd at 127.0.0.1 port 1",
+         LocationSourceKind::automatic, [] {}},
+        {"no-daemon", "cannot be started", LocationSourceKind::geoClue,
+         [&] {
+             restartBus("org.freedesktop.GeoClue2.service",
+                        "[D-BUS Service]\nName=org.freedesktop.GeoClue2\nExec=/bin/false");
+         }},
+        {"no-agent", "no agent", LocationSourceKind::geoClue, start},
+        {"not-allowed", "may not use", LocationSourceKind::geoClue,
+         [&] {
+             restartBus("policy", "<busconfig><policy context=\"mandatory\"><deny send_destination="
+                                  "\"org.freedesktop.GeoClue2\"/></policy></busconfig>");
+             start();
+         }},
+        {"no-bus", "bus does not run", LocationSourceKind::geoClue, [&] { bus_.stop(); }},
+        {"no-bus", "bus does not run, and nothing answers as gpsd", LocationSourceKind::automatic,
+         [] {}},
+    };
+    for (const auto& [code, reason, source, arrange] : table) {
+        arrange();
+        const Session session(options("org.ambrelkit.test", source));
+        EXPECT_TRUE(runUntil([&, code = code] { return session.condition().code == code; }))
+            << code << ": " << session.condition().reason;
+        EXPECT_THAT(session.condition().reason, HasSubstr(reason));
+        EXPECT_EQ(session.report().collection.outcome, SourceOutcome::failed) << code;
+    }
 }
 
 TEST_F(GeoClueTest, OneIsStartedOnceThereIsABus) {
@@ -146,11 +201,14 @@ TEST_F(GeoClueTest, GpsdStandsInOnlyWhereGeoClueIsNotThere) {
         const Agent agent;
         const Session session(automatic);
         EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
+        EXPECT_EQ(session.report().collection.means, "GeoClue");
     }
     const Agent agent(4); // to the city: served, but no fix from a receiver comes
     const Session session(automatic);
     EXPECT_FALSE(runUntil([&] { return session.hasFixes(); }, 3500ms));
     EXPECT_THAT(session.statuses, ElementsAre(0, 4));
+    EXPECT_EQ(session.condition().state, SourceState::listening);
+    EXPECT_EQ(session.condition().code, "no-place");
 }
 
 TEST_F(GeoClueTest, ARefusalBindsGpsdToo) {

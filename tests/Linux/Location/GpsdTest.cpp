@@ -56,19 +56,54 @@ TEST(Gpsd, FixesComeThroughPiecesJunkAndAnEndlessLine) {
 TEST(Gpsd, OneThatGoesIsTakenUpWhenItComesBack) {
     auto server = std::make_unique<Server>();
     const std::uint16_t port = server->port();
+    const std::string means = "gpsd at 127.0.0.1 port " + std::to_string(port);
     const Session session(gpsdAt(port));
     ASSERT_TRUE(runUntil([&] { return !server->peers.empty(); }));
+    EXPECT_EQ(session.condition().state, SourceState::starting) << "anybody may listen there";
+    server->send("{}\n");
+    ASSERT_TRUE(runUntil([&] { return session.condition().state == SourceState::listening; }));
+    EXPECT_EQ(session.condition().code, "no-fix");
     server->send(report(1) + report(8).substr(0, 20));
     ASSERT_TRUE(runUntil([&] { return session.hasFixes(); }));
+    EXPECT_EQ(session.condition().code, "");
     server.reset();
     EXPECT_FALSE(runUntil([] { return false; }, 600ms)); // refused at least once
+    EXPECT_EQ(session.condition().state, SourceState::unavailable);
     server = std::make_unique<Server>(port);
     ASSERT_TRUE(runUntil([&] { return !server->peers.empty(); }));
     server->send("\n" + report(2));
     ASSERT_TRUE(runUntil([&] { return session.hasFixes(2); }));
     EXPECT_THAT(latitudes(session), ElementsAre(1, 2));
     EXPECT_THAT(session.statuses, ElementsAre(4));
-    EXPECT_TRUE(session.failures.empty());
+    EXPECT_THAT(session.failures, ElementsAre("nothing answers as " + means));
+    const SourceAccount account = session.report().collection;
+    EXPECT_EQ(account.outcome, SourceOutcome::interrupted);
+    EXPECT_EQ(account.reports, 2U);
+    ASSERT_EQ(account.absences.size(), 1U);
+    EXPECT_EQ(account.absences[0].who, means);
+    const auto away = account.absences[0].until.value() - account.absences[0].from;
+    EXPECT_TRUE(away >= 600ms && away < 2s) << away.count() << " ns";
+}
+
+TEST(Gpsd, OneManagerThatFailsDoesNotHideAnotherThatListens) {
+    Server server;
+    server.accepted = [&server] { server.send(report(1)); };
+    const Session none({.source = LocationSourceKind::none});
+    EXPECT_EQ(none.report().collection.outcome, SourceOutcome::notAsked) << "as chosen";
+    {
+        const Session failing(gpsdAt(1));
+        ASSERT_TRUE(runUntil([&] { return !failing.failures.empty(); }));
+        EXPECT_EQ(failing.condition().code, "no-daemon");
+        {
+            const Session listening(gpsdAt(server.port()));
+            ASSERT_TRUE(runUntil([&] { return listening.hasFixes(); }));
+            const Session another(gpsdAt(1));
+            ASSERT_TRUE(runUntil([&] { return !another.failures.empty(); }));
+            EXPECT_EQ(another.condition().state, SourceState::listening);
+        }
+        EXPECT_EQ(failing.condition().code, "no-daemon");
+    }
+    EXPECT_EQ(none.condition().state, SourceState::idle);
 }
 
 TEST(Gpsd, AThousandRoundsLeaveNothingAndAStopIsFinal) {

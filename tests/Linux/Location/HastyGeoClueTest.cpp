@@ -85,6 +85,8 @@ TEST(HastyGeoClueTest, WhileItAsksTheUserGpsdDoesNotStandIn) {
     gpsd.accepted = [] { ADD_FAILURE() << "the user has not answered"; };
     const Session session({.source = LocationSourceKind::automatic, .gpsdPort = gpsd.port()});
     EXPECT_FALSE(runUntil([&] { return !session.failures.empty(); }, 3500ms));
+    EXPECT_EQ(session.condition().code, "user-asked");
+    EXPECT_EQ(session.condition().state, SourceState::starting);
     sd_bus_reply_method_errorf(geoClue.asked, SD_BUS_ERROR_ACCESS_DENIED, "no");
     EXPECT_TRUE(runUntil([&] { return !session.failures.empty(); }));
     EXPECT_THAT(session.statuses, ElementsAre(0, 2));

@@ -15,7 +15,19 @@
 
 namespace AmbrelKit::Linux {
 
-Session::Session(const LocationManagerFactory& factory) : manager(factory()) {
+namespace {
+
+/// The tick of a collection that is never due.
+struct NoTimer final : Timer {
+    void invalidate() override {}
+};
+
+} // namespace
+
+Session::Session(const LocationManagerFactory& factory)
+    : manager(factory()), collection_(board_->collectionTimers([](double, bool, const TimerTick&) {
+          return std::make_shared<NoTimer>();
+      })(1, true, {})) {
     manager->setDelegate(std::shared_ptr<LocationManagerDelegate>(alive_, this));
 }
 

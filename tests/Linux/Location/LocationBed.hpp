@@ -2,6 +2,7 @@
 #define AMBREL_TESTS_LINUX_LOCATION_LOCATIONBED_HPP
 
 #include "AmbrelKit/Linux/Location/LocationManagerFactory.hpp"
+#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 #include "tests/support/Child.hpp"
 #include "tests/support/LoopDriver.hpp"
 
@@ -34,12 +35,18 @@ public:
 
     [[nodiscard]] bool hasFixes(std::size_t count = 1) const { return fixes.size() >= count; }
 
+    /// How the location fares, as the board of the loop says, and fared since this was made.
+    [[nodiscard]] SourceReport report() const { return board_->report(Source::location); }
+    [[nodiscard]] SourceCondition condition() const { return report().condition; }
+
     std::shared_ptr<LocationManager> manager;
     std::vector<int> statuses;
     std::vector<LocationFix> fixes;
     std::vector<std::string> failures;
 
 private:
+    std::shared_ptr<SourceBoard> board_ = EventLoop::current()->shared<LoopBoard>();
+    std::shared_ptr<Timer> collection_;
     std::shared_ptr<void> alive_ = std::make_shared<int>();
 };
 
