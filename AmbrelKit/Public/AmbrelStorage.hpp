@@ -88,12 +88,13 @@ public:
     /// The documents folder; nothing when the environment names no folder and no home.
     [[nodiscard]] AMBRELKIT_API static std::optional<std::string> documentsPath();
 
+protected:
+    AmbrelStorage();
+    ~AmbrelStorage() = default;
+
 private:
     static constexpr const char* directoryPath = "collections";
     static constexpr const char* timestampKey = "timestamp";
-
-    AmbrelStorage();
-    ~AmbrelStorage() = default;
 
     // Both ask for the documents folder afresh; the empty text stands for an absent one.
     [[nodiscard]] AMBRELKIT_API static std::string pathForDirectory(std::string_view directory);

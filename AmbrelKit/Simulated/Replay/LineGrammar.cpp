@@ -219,6 +219,45 @@ constexpr std::array actionReaders{Named<ActionReader>{"bluetooth", bluetoothOf}
                                    Named<ActionReader>{"application", applicationOf},
                                    Named<ActionReader>{"end", endOf}};
 
+/// What a step consists of.
+struct Members {
+    const ScriptValue* at = nullptr;
+    const ScriptValue* action = nullptr;
+    ActionReader reader = nullptr;
+};
+
+Members membersOf(const ScriptValue& line) {
+    Members members;
+    for (const ScriptValue& member : line) {
+        if (member.key == "at") {
+            if (std::exchange(members.at, &member) != nullptr) {
+                throw LineError("key \"at\" twice");
+            }
+            continue;
+        }
+        const auto known =
+            std::find_if(actionReaders.begin(), actionReaders.end(),
+                         [&](const auto& candidate) { return candidate.name == member.key; });
+        if (known == actionReaders.end()) {
+            throw LineError("unknown key " + quoted(member.key));
+        }
+        if (members.action != nullptr) {
+            throw LineError("more than one action: " + quoted(members.action->key) + " and " +
+                            quoted(member.key));
+        }
+        members.action = &member;
+        members.reader = known->value;
+    }
+    return members;
+}
+
+ScriptAction actionOf(const Members& members) {
+    if (members.action == nullptr) {
+        throw LineError("no action");
+    }
+    return members.reader(*members.action);
+}
+
 /// Before anything else of a header: another version may have other keys.
 void requireVersion(const ScriptValue& line) {
     for (const ScriptValue& member : line) {
@@ -259,39 +298,22 @@ ScriptHeader headerOf(const ScriptValue& line) {
 }
 
 ScriptStep stepOf(const ScriptValue& line) {
-    const ScriptValue* at = nullptr;
-    const ScriptValue* action = nullptr;
-    ActionReader reader = nullptr;
-    for (const ScriptValue& member : line) {
-        if (member.key == "at") {
-            if (std::exchange(at, &member) != nullptr) {
-                throw LineError("key \"at\" twice");
-            }
-            continue;
-        }
-        const auto known =
-            std::find_if(actionReaders.begin(), actionReaders.end(),
-                         [&](const auto& candidate) { return candidate.name == member.key; });
-        if (known == actionReaders.end()) {
-            throw LineError("unknown key " + quoted(member.key));
-        }
-        if (action != nullptr) {
-            throw LineError("more than one action: " + quoted(action->key) + " and " +
-                            quoted(member.key));
-        }
-        action = &member;
-        reader = known->value;
-    }
+    const Members members = membersOf(line);
     ScriptStep step;
-    step.at = timeOf(required(at, "at"), "at");
-    if (required(at, "at").real < 0) { // -1e-12 rounds to 0
+    step.at = timeOf(required(members.at, "at"), "at");
+    if (members.at->real < 0) { // -1e-12 rounds to 0
         throw LineError("\"at\" must not be less than 0");
     }
-    if (action == nullptr) {
-        throw LineError("no action");
-    }
-    step.action = reader(*action);
+    step.action = actionOf(members);
     return step;
+}
+
+ScriptAction actionOf(const ScriptValue& line) {
+    const Members members = membersOf(line);
+    if (members.at != nullptr) {
+        throw LineError("unknown key \"at\"");
+    }
+    return actionOf(members);
 }
 
 } // namespace AmbrelKit::Simulated

@@ -12,6 +12,9 @@ namespace AmbrelKit::Simulated {
 /// What any other line says; its number is left at 0. Throws LineError.
 [[nodiscard]] ScriptStep stepOf(const ScriptValue& line);
 
+/// What such a line says but for its time, which it must not have. Throws LineError.
+[[nodiscard]] ScriptAction actionOf(const ScriptValue& line);
+
 } // namespace AmbrelKit::Simulated
 
 #endif

@@ -9,6 +9,43 @@ template <class... Handlers> Overloaded(Handlers...) -> Overloaded<Handlers...>;
 
 } // namespace
 
+bool happen(Platform& platform, const ScriptAction& action) {
+    using namespace ScriptActions;
+    bool isThePlatforms = true;
+    std::visit(
+        Overloaded{
+            [&](const Clock& clock) { platform.clock().setOffset(clock.offset); },
+            [&](const BluetoothState& report) { platform.bluetooth().reportState(report.state); },
+            [&](const BluetoothDiscover& report) {
+                platform.bluetooth().reportDiscovery(report.peripheral);
+            },
+            [&](const BonjourFound& report) {
+                platform.bonjour().reportFound(report.type, report.name);
+            },
+            [&](const BonjourResolved& report) {
+                platform.bonjour().reportResolved(report.type, report.name, report.records);
+            },
+            [&](const LocationAuthorization& report) {
+                platform.location().reportAuthorization(report.status);
+            },
+            [&](const LocationUpdate& report) { platform.location().reportUpdate(report.fixes); },
+            [&](const LocationFail& report) { platform.location().reportFailure(report.error); },
+            [&](const NetworkInterfaces& state) {
+                platform.network().setInterfaces(state.interfaces);
+            },
+            [&](const NetworkCaptive& state) {
+                platform.network().setCaptiveNetwork(state.supported, state.info);
+            },
+            [&](DidBecomeActive) {
+                platform.notificationCenter().post(ApplicationDidBecomeActiveNotification);
+            },
+            [&](const Expire& expiry) { platform.application().expire(expiry.task); },
+            [&](const auto& /*hosts*/) { isThePlatforms = false; },
+        },
+        action);
+    return isThePlatforms;
+}
+
 ScriptRunner::ScriptRunner(const ScriptHeader& header, EventSink sink)
     : platform_(header.platform), host_(platform_, header.bonjourServices) {
     platform_.setSink(std::move(sink));
@@ -20,43 +57,18 @@ ScriptRunner::~ScriptRunner() { platform_.setSink({}); }
 void ScriptRunner::run(const ScriptStep& step) {
     using namespace ScriptActions;
     platform_.clock().advanceTo(step.at);
+    if (happen(platform_, step.action)) {
+        return;
+    }
     std::visit(
-        Overloaded{
-            [&](const HostCall& call) { perform(call, step.line); },
-            [&](const OnDelivery& action) { onDelivery_.emplace(step.line, action.calls); },
-            [&](const Statuses& action) {
-                for (const auto& [query, status] : action.answers) {
-                    host_.setStatus(query, status);
-                }
-            },
-            [&](const Clock& action) { platform_.clock().setOffset(action.offset); },
-            [&](const BluetoothState& action) { platform_.bluetooth().reportState(action.state); },
-            [&](const BluetoothDiscover& action) {
-                platform_.bluetooth().reportDiscovery(action.peripheral);
-            },
-            [&](const BonjourFound& action) {
-                platform_.bonjour().reportFound(action.type, action.name);
-            },
-            [&](const BonjourResolved& action) {
-                platform_.bonjour().reportResolved(action.type, action.name, action.records);
-            },
-            [&](const LocationAuthorization& action) {
-                platform_.location().reportAuthorization(action.status);
-            },
-            [&](const LocationUpdate& action) { platform_.location().reportUpdate(action.fixes); },
-            [&](const LocationFail& action) { platform_.location().reportFailure(action.error); },
-            [&](const NetworkInterfaces& action) {
-                platform_.network().setInterfaces(action.interfaces);
-            },
-            [&](const NetworkCaptive& action) {
-                platform_.network().setCaptiveNetwork(action.supported, action.info);
-            },
-            [&](DidBecomeActive) {
-                platform_.notificationCenter().post(ApplicationDidBecomeActiveNotification);
-            },
-            [&](const Expire& action) { platform_.application().expire(action.task); },
-            [](End) {},
-        },
+        Overloaded{[&](const HostCall& call) { perform(call, step.line); },
+                   [&](const OnDelivery& action) { onDelivery_.emplace(step.line, action.calls); },
+                   [&](const Statuses& action) {
+                       for (const auto& [query, status] : action.answers) {
+                           host_.setStatus(query, status);
+                       }
+                   },
+                   [](const auto& /*action*/) {}},
         step.action);
 }
 

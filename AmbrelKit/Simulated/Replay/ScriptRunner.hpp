@@ -12,6 +12,9 @@
 
 namespace AmbrelKit::Simulated {
 
+/// Has the action happen on the platform; false, and nothing, where it is one of the script's host.
+bool happen(Platform& platform, const ScriptAction& action);
+
 /// Runs the steps of a script on a platform and a host of its own.
 class ScriptRunner {
 public:
