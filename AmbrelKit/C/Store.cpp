@@ -19,7 +19,7 @@ public:
 /// Does `operation` to the dictionary; what the store would report is an error. 0 when the
 /// dictionary names no file.
 int change(const char* json, size_t length, ambrel_error* error,
-            void (AmbrelStorage::*operation)(const JSONDictionary&) const) {
+           void (AmbrelStorage::*operation)(const JSONDictionary&) const) {
     return C::edge(error, [&] {
         const JSONDictionary dictionary = C::dictionary(json, length);
         if (!AmbrelStorage::fileName(dictionary)) {
