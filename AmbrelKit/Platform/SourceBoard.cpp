@@ -181,9 +181,9 @@ void SourceBoard::Entry::take(const SourceCondition& now, Time sinceBegin) {
     }
     if (fails(now.state) || !now.reason.empty()) {
         account.failure = now;
-        if (isAway()) {
-            account.absences.back().why = now;
-        }
+    }
+    if (fails(now.state) && isAway()) {
+        account.absences.back().why = now;
     }
 }
 

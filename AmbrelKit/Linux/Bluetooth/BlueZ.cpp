@@ -1,6 +1,8 @@
 #include "AmbrelKit/Linux/Bluetooth/BlueZ.hpp"
 
+#include "AmbrelKit/Linux/Bluetooth/AdapterObstacle.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <algorithm>
@@ -9,13 +11,17 @@
 namespace AmbrelKit::Linux {
 
 BlueZ::BlueZ(std::shared_ptr<EventLoop> loop)
-    : loop_(std::move(loop)), bus_(loop_->shared<SystemBus>()) {}
+    : loop_(std::move(loop)), bus_(loop_->shared<SystemBus>()), board_(loop_->shared<LoopBoard>()) {
+}
 
 std::shared_ptr<BlueZ> BlueZ::make(const std::shared_ptr<EventLoop>& loop) {
     std::shared_ptr<BlueZ> blueZ(new BlueZ(loop));
     blueZ->watch_ = NameWatch::start(blueZ->bus_, "org.bluez", weakly(blueZ, &BlueZ::ownerChanged));
+    blueZ->board_->publish(Source::bluetooth, blueZ->condition());
     return blueZ;
 }
+
+BlueZ::~BlueZ() { board_->publish(Source::bluetooth, {}); }
 
 void BlueZ::unfollow(const std::weak_ptr<BlueZFollower>& follower) {
     followers_.remove(follower);
@@ -27,6 +33,7 @@ void BlueZ::wantsChanged() {
         const auto wantsScan = [](const BlueZFollower& follower) { return follower.wantsScan(); };
         life_.discovery->want(!life_.mayNotDiscover && followers_.any(wantsScan));
     }
+    board_->publish(Source::bluetooth, condition());
 }
 
 void BlueZ::ownerChanged(const std::string& owner) {
@@ -49,8 +56,8 @@ void BlueZ::adaptersChanged(std::string_view discovery) {
     update();
 }
 
-void BlueZ::discoveryDenied() {
-    life_.mayNotDiscover = true;
+void BlueZ::discoveryChanged() {
+    life_.mayNotDiscover |= life_.discovery->isDenied();
     update();
 }
 
@@ -88,7 +95,7 @@ void BlueZ::chooseAdapter() {
         life_.adapter = powered->first;
         life_.discovery = std::make_shared<Discovery>(
             *loop_, Discovery::Place{life_.objects->daemon(), powered->first},
-            powered->second.discovering, weakly(weak_from_this(), &BlueZ::discoveryDenied));
+            powered->second.discovering, weakly(weak_from_this(), &BlueZ::discoveryChanged));
     }
 }
 
@@ -107,6 +114,32 @@ BluetoothManagerState BlueZ::currentState() const {
         return unsupported;
     }
     return life_.adapter.empty() ? poweredOff : poweredOn;
+}
+
+SourceCondition BlueZ::condition() const {
+    using enum SourceReason;
+    if (!life_.objects) {
+        return watch_->absence(blueZNotRunning);
+    }
+    if (life_.mayNotDiscover) {
+        return because(blueZRefuses);
+    }
+    if (auto obstacle = adapterObstacle(*life_.objects)) {
+        return *std::move(obstacle);
+    }
+    if (!life_.objects->areKnown()) {
+        return starting(daemonSilent, {"bluetooth"});
+    }
+    if (!life_.discovery->isWanted()) {
+        return {};
+    }
+    const std::string adapter = adapterName(life_.adapter);
+    if (life_.discovery->isRunning()) {
+        return listening("BlueZ, " + adapter);
+    }
+    const std::string& failure = life_.discovery->failure();
+    return failure.empty() ? starting(daemonSilent, {"bluetooth"})
+                           : because(discoveryFails, {adapter, failure});
 }
 
 template <class Tell> void BlueZ::tellFollowers(const Tell& tell) {

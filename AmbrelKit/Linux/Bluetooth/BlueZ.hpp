@@ -4,6 +4,7 @@
 #include "AmbrelKit/Linux/Bluetooth/BlueZObjects.hpp"
 #include "AmbrelKit/Linux/Bluetooth/Discovery.hpp"
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
+#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 #include "AmbrelKit/Platform/BluetoothCentralManager.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
 
@@ -29,6 +30,9 @@ public:
 class BlueZ final : public std::enable_shared_from_this<BlueZ> {
 public:
     static std::shared_ptr<BlueZ> make(const std::shared_ptr<EventLoop>& loop);
+    ~BlueZ();
+    BlueZ(const BlueZ&) = delete;
+    BlueZ& operator=(const BlueZ&) = delete;
 
     void follow(std::weak_ptr<BlueZFollower> follower) { followers_.add(std::move(follower)); }
     void unfollow(const std::weak_ptr<BlueZFollower>& follower);
@@ -49,15 +53,17 @@ private:
     explicit BlueZ(std::shared_ptr<EventLoop> loop);
     void ownerChanged(const std::string& owner);
     void adaptersChanged(std::string_view discovery);
-    void discoveryDenied();
+    void discoveryChanged();
     void heard(std::string_view path, const BlueZDevice& device);
     void update();
     void chooseAdapter();
     [[nodiscard]] BluetoothManagerState currentState() const;
+    [[nodiscard]] SourceCondition condition() const;
     template <class Tell> void tellFollowers(const Tell& tell);
 
     std::shared_ptr<EventLoop> loop_;
     std::shared_ptr<SystemBus> bus_;
+    std::shared_ptr<LoopBoard> board_;
     WeakList<BlueZFollower> followers_;
     std::shared_ptr<NameWatch> watch_;
     BluetoothManagerState state_ = BluetoothManagerState::unknown;

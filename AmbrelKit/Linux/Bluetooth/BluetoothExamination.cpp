@@ -1,11 +1,8 @@
-#include "AmbrelKit/Linux/Bluetooth/BlueZObjects.hpp"
+#include "AmbrelKit/Linux/Bluetooth/AdapterObstacle.hpp"
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <system_error>
 
 namespace AmbrelKit::Linux {
 
@@ -13,70 +10,13 @@ namespace {
 
 constexpr const char* blueZName = "org.bluez";
 
-int numberIn(const std::filesystem::path& file) {
-    int number = 0;
-    std::ifstream(file) >> number;
-    return number;
-}
-
-enum class Block { none, software, hardware };
-
-Block radioSwitch() {
-    Block block = Block::none;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/sys/class/rfkill", error)) {
-        std::string type;
-        std::ifstream(entry.path() / "type") >> type;
-        if (type != "bluetooth") {
-            continue;
-        }
-        if (numberIn(entry.path() / "hard") != 0) {
-            return Block::hardware;
-        }
-        if (numberIn(entry.path() / "soft") != 0) {
-            block = Block::software;
-        }
-    }
-    return block;
-}
-
-Finding failsWithoutAdapter() {
-    if (kernelHas("bluetooth")) {
-        return fails("the kernel has a Bluetooth adapter that bluetoothd does not use",
-                     "systemctl restart bluetooth (journalctl -u bluetooth says why)");
-    }
-    return fails("there is no Bluetooth adapter",
-                 "plug one in, or let this virtual machine or container have the host's");
-}
-
-Finding failsSwitchedOff(const std::string& adapter) {
-    switch (radioSwitch()) {
-    case Block::hardware:
-        return fails("a switch or key of this device blocks " + adapter, "turn it on there");
-    case Block::software:
-        return fails(adapter + " is blocked by software", "rfkill unblock bluetooth");
-    case Block::none:
-        break;
-    }
-    return fails(adapter + " is switched off", "bluetoothctl power on");
-}
-
 Finding judged(const BlueZObjects& objects) {
-    if (objects.areRefused()) {
-        return fails("this user may not use BlueZ",
-                     "allow it in /etc/dbus-1/system.d (Debian: adduser USER bluetooth), then "
-                     "log in again");
+    if (const auto obstacle = adapterObstacle(objects)) {
+        return fails(obstacle->reason, obstacle->remedy);
     }
-    const auto name = [](const auto& adapter) {
-        return adapter.first.substr(adapter.first.rfind('/') + 1);
-    };
-    const auto& adapters = objects.adapters();
-    const auto powered =
-        std::ranges::find_if(adapters, [](const auto& adapter) { return adapter.second.powered; });
-    if (powered != adapters.end()) {
-        return works("BlueZ, " + name(*powered));
-    }
-    return adapters.empty() ? failsWithoutAdapter() : failsSwitchedOff(name(*adapters.begin()));
+    const auto powered = std::ranges::find_if(
+        objects.adapters(), [](const auto& adapter) { return adapter.second.powered; });
+    return works("BlueZ, " + adapterName(powered->first));
 }
 
 /// Waits until BlueZ has told of its adapters, for as long as a daemon may take.

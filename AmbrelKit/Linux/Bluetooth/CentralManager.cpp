@@ -17,7 +17,8 @@ bool isSet(const JSONDictionary& options, const char* name) {
 
 } // namespace
 
-CentralManager::CentralManager(std::shared_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
+CentralManager::CentralManager(std::shared_ptr<EventLoop> loop)
+    : loop_(std::move(loop)), board_(loop_->shared<LoopBoard>()) {}
 
 CentralManager::~CentralManager() {
     if (blueZ_) {
@@ -93,6 +94,7 @@ void CentralManager::blueZHeard(const BlueZDevice& device) {
     }
     const auto keep = shared_from_this();
     if (const auto delegate = delegate_.lock()) {
+        board_->count(Source::bluetooth);
         JSONDictionary data;
         if (givesAdvertisementData_) {
             data = device.advertisement.dictionary();

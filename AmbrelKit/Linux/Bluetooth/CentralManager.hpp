@@ -32,6 +32,7 @@ private:
     void followAsNeeded();
 
     std::shared_ptr<EventLoop> loop_;
+    std::shared_ptr<LoopBoard> board_;
     std::weak_ptr<BluetoothCentralManagerDelegate> delegate_;
     std::shared_ptr<BlueZ> blueZ_; ///< held while following
     std::shared_ptr<Deadline> announcement_;

@@ -20,16 +20,16 @@ int appendFilter(sd_bus_message* call) {
 /// and of a stop that comes before the start has finished.
 bool isInProgress(sd_bus_message* reply) { return isError(reply, "org.bluez.Error.InProgress"); }
 
-bool isDenied(sd_bus_message* reply) {
+bool isDenial(sd_bus_message* reply) {
     return isError(reply, SD_BUS_ERROR_ACCESS_DENIED) ||
            isError(reply, "org.bluez.Error.NotAuthorized");
 }
 
 } // namespace
 
-Discovery::Discovery(EventLoop& loop, Place place, bool discovering, std::function<void()> denied)
+Discovery::Discovery(EventLoop& loop, Place place, bool discovering, std::function<void()> changed)
     : bus_(loop.shared<SystemBus>()), place_(std::move(place)), discovering_(discovering),
-      denied_(std::move(denied)), retry_(loop, retryDelays, [this] { step(); }) {}
+      changed_(std::move(changed)), retry_(loop, retryDelays, [this] { step(); }) {}
 
 Discovery::~Discovery() {
     if (phase_ == Phase::running) {
@@ -40,6 +40,7 @@ Discovery::~Discovery() {
 void Discovery::want(bool wanted) {
     if (wanted_ != wanted) {
         wanted_ = wanted;
+        failure_.clear();
         retry_.reset();
         step();
     }
@@ -102,17 +103,22 @@ void Discovery::started(sd_bus_message* reply) {
         return;
     }
     phase_ = Phase::running;
+    failure_.clear();
     retry_.reset();
     step();
+    changed_();
 }
 
 void Discovery::failed(sd_bus_message* reply) {
-    if (isDenied(reply)) {
+    denied_ = isDenial(reply);
+    if (denied_) {
         phase_ = Phase::idle;
-        denied_();
     } else {
+        const sd_bus_error* const error = sd_bus_message_get_error(reply);
+        failure_ = error->message != nullptr ? error->message : error->name;
         waitThenRetry();
     }
+    changed_();
 }
 
 void Discovery::stop() {

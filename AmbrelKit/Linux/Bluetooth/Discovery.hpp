@@ -29,9 +29,9 @@ public:
         std::string adapter;
     };
 
-    /// `discovering` is what the adapter has last said. `denied` is called when this process may
-    /// not discover; it is not tried again.
-    Discovery(EventLoop& loop, Place place, bool discovering, std::function<void()> denied);
+    /// `discovering` is what the adapter has last said. `changed` is called when a reply of BlueZ's
+    /// has changed what this says of itself.
+    Discovery(EventLoop& loop, Place place, bool discovering, std::function<void()> changed);
     ~Discovery();
     Discovery(const Discovery&) = delete;
     Discovery& operator=(const Discovery&) = delete;
@@ -41,6 +41,13 @@ public:
     /// The adapter says whether a discovery runs there, its own or another program's. One that runs
     /// no longer is begun again.
     void reported(bool discovering);
+
+    [[nodiscard]] bool isWanted() const { return wanted_; }
+    [[nodiscard]] bool isRunning() const { return phase_ == Phase::running; }
+    /// This process may not discover; it is not tried again.
+    [[nodiscard]] bool isDenied() const { return denied_; }
+    /// Why it does not run though it is wanted, as BlueZ says it; empty while nothing has failed.
+    [[nodiscard]] const std::string& failure() const { return failure_; }
 
 private:
     enum class Phase : std::uint8_t { idle, starting, running, stopping };
@@ -59,7 +66,9 @@ private:
     std::shared_ptr<SystemBus> bus_;
     Place place_;
     bool discovering_;
-    std::function<void()> denied_;
+    std::function<void()> changed_;
+    bool denied_ = false;
+    std::string failure_;
     bool wanted_ = false;
     Phase phase_ = Phase::idle;
     std::unique_ptr<PendingCall> call_;

@@ -22,6 +22,14 @@ std::shared_ptr<NameWatch> NameWatch::start(const std::shared_ptr<SystemBus>& bu
     return watch;
 }
 
+SourceCondition NameWatch::absence(SourceReason none) const {
+    const auto bus = bus_.lock();
+    if (const auto obstacle = bus ? bus->obstacle() : because(SourceReason::noBus)) {
+        return *obstacle;
+    }
+    return owner_ ? because(none) : starting(SourceReason::busSilent);
+}
+
 void NameWatch::connected() {
     const auto bus = bus_.lock();
     if (!bus) {

@@ -17,6 +17,10 @@ public:
     [[nodiscard]] static std::shared_ptr<NameWatch> start(const std::shared_ptr<SystemBus>& bus,
                                                           std::string name, Receiver changed);
 
+    /// Why nobody is known to own the name: what is amiss with the bus, or that it has not answered
+    /// yet, or that there is none, for which this reason stands.
+    [[nodiscard]] SourceCondition absence(SourceReason none) const;
+
 private:
     NameWatch(const std::shared_ptr<SystemBus>& bus, std::string name, Receiver changed);
     void connected() override;

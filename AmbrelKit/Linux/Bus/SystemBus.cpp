@@ -37,6 +37,7 @@ struct SystemBus::Reply {
         }
         if (sd_bus_is_ready(sd_bus_message_get_bus(message)) > 0) {
             bus->reconnect_.reset();
+            bus->answered_ = true;
         }
         bus->loop_->guarded([&] { reply->replied(message); });
         return 0;
@@ -95,12 +96,12 @@ void SystemBus::connect() {
 }
 
 bool SystemBus::open() {
-    const bool opened =
-        sd_bus_open_system(&bus_) >= 0 &&
-        sd_bus_attach_event(bus_, loop_->native(), SD_EVENT_PRIORITY_NORMAL) >= 0 &&
-        sd_bus_add_match(bus_, &disconnected_, disconnectedRule, &disconnected, this) >= 0;
+    answered_ = false;
+    accepted_ = sd_bus_open_system(&bus_) >= 0 &&
+                sd_bus_attach_event(bus_, loop_->native(), SD_EVENT_PRIORITY_NORMAL) >= 0 &&
+                sd_bus_add_match(bus_, &disconnected_, disconnectedRule, &disconnected, this) >= 0;
     loop_->touch();
-    return opened;
+    return accepted_;
 }
 
 void SystemBus::close() {
@@ -129,6 +130,17 @@ void SystemBus::tellAbsence() {
             loop_->guarded([&] { registration.lost(); });
         }
     });
+}
+
+std::optional<SourceCondition> SystemBus::obstacle() const {
+    const bool open = bus_ != nullptr && sd_bus_is_open(bus_) > 0;
+    if (open && answered_) {
+        return std::nullopt;
+    }
+    if (open) {
+        return starting(SourceReason::busSilent);
+    }
+    return because(accepted_ && !answered_ ? SourceReason::busCloses : SourceReason::noBus);
 }
 
 std::unique_ptr<PendingCall> SystemBus::call(const BusMethod& method, const BusArguments& arguments,

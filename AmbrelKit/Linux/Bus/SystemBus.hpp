@@ -2,11 +2,13 @@
 #define AMBRELKIT_LINUX_BUS_SYSTEMBUS_HPP
 
 #include "AmbrelKit/Linux/RunLoop/Retry.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <systemd/sd-bus.h>
 
@@ -117,6 +119,9 @@ public:
 
     [[nodiscard]] bool isConnected() const { return bus_ != nullptr; }
 
+    /// What is amiss with the bus itself, for who finds nobody on it; absent while it answers.
+    [[nodiscard]] std::optional<SourceCondition> obstacle() const;
+
     /// Has `registration` follow the connection for as long as it lives.
     void enrol(const std::shared_ptr<BusRegistration>& registration);
 
@@ -137,6 +142,8 @@ private:
     std::shared_ptr<EventLoop> loop_;
     sd_bus* bus_ = nullptr;
     bool wasConnected_ = false;
+    bool accepted_ = false; ///< the latest try to connect was
+    bool answered_ = false; ///< since then
     sd_bus_slot* disconnected_ = nullptr;
     Retry reconnect_;
     std::shared_ptr<Deadline> absence_;

@@ -8,12 +8,10 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <filesystem>
 #include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -173,11 +171,6 @@ Examination askDaemon(const Surroundings& surroundings, const BusMethod& method,
     question->patience->arm(std::chrono::steady_clock::now() +
                             (asked ? daemonPatience : std::chrono::seconds(0)));
     return question;
-}
-
-bool kernelHas(const std::string& deviceClass) {
-    std::error_code error;
-    return !std::filesystem::is_empty("/sys/class/" + deviceClass, error) && !error;
 }
 
 Finding failsWithoutBus(const Surroundings& surroundings) {

@@ -60,9 +60,6 @@ Examination examineLifecycle(const Surroundings& surroundings, const Report& rep
 /// How long a daemon may take to answer.
 inline constexpr std::chrono::seconds daemonPatience{3};
 
-/// Whether the kernel has a device of this class, as /sys/class names it.
-bool kernelHas(const std::string& deviceClass);
-
 /// Calls a method, and hands the reply to `answered`, or null when there is none in time.
 Examination askDaemon(const Surroundings& surroundings, const BusMethod& method,
                       const BusArguments& arguments, const BusReceiver& answered);

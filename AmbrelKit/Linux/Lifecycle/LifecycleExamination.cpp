@@ -2,7 +2,6 @@
 #include "AmbrelKit/Linux/Lifecycle/SessionWatch.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,13 +12,6 @@ namespace {
 
 constexpr const char* name = "org.freedesktop.login1";
 constexpr const char* resumesAlone = "logind, for resumes alone: this user has no session here";
-
-std::string nameOf(const std::string& session) {
-    char* decoded = nullptr;
-    sd_bus_path_decode(session.c_str(), "/org/freedesktop/login1/session", &decoded);
-    const std::unique_ptr<char, void (*)(void*)> name(decoded, std::free);
-    return name ? name.get() : session;
-}
 
 /// Takes the inhibitor that an automatic collection takes, which is closed with the reply, and then
 /// looks for the session whose activation would be followed.
@@ -55,7 +47,7 @@ private:
                 surroundings_.bus, name,
                 weakly(weak_from_this(), [](auto& self, const std::string& session, bool) {
                     self.finish(works(session.empty() ? resumesAlone
-                                                      : "logind, session " + nameOf(session)));
+                                                      : "logind, session " + sessionName(session)));
                 }));
         }
     }

@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Lifecycle/Logind.hpp"
 
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/NotificationCenter.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
@@ -22,8 +23,9 @@ constexpr const char* logindInterface = "org.freedesktop.login1.Manager";
 /// The machine shows its session again within this time after the resume is told of.
 constexpr std::chrono::seconds partOfResume{5};
 
-void postActivation() {
-    NotificationCenter::default_()->post(ApplicationDidBecomeActiveNotification);
+bool refusesDelay(sd_bus_message* reply) {
+    return isError(reply, SD_BUS_ERROR_ACCESS_DENIED) ||
+           isError(reply, SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED);
 }
 
 } // namespace
@@ -48,6 +50,8 @@ void SleepDelay::request() {
 
 void SleepDelay::replied(sd_bus_message* reply) {
     question_.reset();
+    logind_->refusesDelays_ = refusesDelay(reply);
+    logind_->publish();
     int borrowed = -1; // dies with the message
     if (sd_bus_message_read(reply, "h", &borrowed) > 0) {
         inhibitor_ = Descriptor(fcntl(borrowed, F_DUPFD_CLOEXEC, 3));
@@ -65,15 +69,18 @@ void SleepDelay::expire() {
 
 std::shared_ptr<Logind> Logind::make(const std::shared_ptr<EventLoop>& loop) {
     std::shared_ptr<Logind> logind(new Logind(loop));
-    logind->resumed_ = loop->deadline(postActivation);
+    logind->resumed_ = loop->deadline(weakly(logind, &Logind::postActivation));
     logind->follow();
     return logind;
 }
+
+Logind::~Logind() { board_->publish(Source::lifecycle, {}); }
 
 void Logind::follow() {
     bus_ = loop_->shared<SystemBus>();
     name_ = NameWatch::start(bus_, "org.freedesktop.login1",
                              weakly(weak_from_this(), &Logind::ownerChanged));
+    publish();
 }
 
 std::shared_ptr<SleepDelay> Logind::delaySleep(const std::string& why,
@@ -91,12 +98,15 @@ void Logind::ownerChanged(const std::string& owner) {
     sleep_.reset();
     session_.reset();
     daemon_.reset();
+    sessionName_.reset();
+    refusesDelays_ = false;
     delays_.each([](SleepDelay& delay) { delay.question_.reset(); });
     if (!bus_->wasConnected()) {
         name_.reset();
         bus_.reset();
     }
     if (owner.empty()) {
+        publish();
         return; // the inhibitors are kept: a logind that starts again knows them from before
     }
     daemon_ = std::make_unique<Daemon>(bus_, owner);
@@ -106,6 +116,7 @@ void Logind::ownerChanged(const std::string& owner) {
     session_ = std::make_unique<SessionWatch>(bus_, owner,
                                               weakly(weak_from_this(), &Logind::sessionChanged));
     delays_.each([](SleepDelay& delay) { delay.request(); });
+    publish();
 }
 
 void Logind::sleepAnnounced(sd_bus_message* signal) {
@@ -145,11 +156,38 @@ void Logind::resume() {
     resumed_->arm(toldAt_);
 }
 
-void Logind::sessionChanged(const std::string& /*session*/, bool active) {
+void Logind::sessionChanged(const std::string& session, bool active) {
+    sessionName_ = session.empty() ? "" : sessionName(session);
+    publish();
     const bool wasActive = std::exchange(isActive_, active).value_or(true);
     if (active && !wasActive && !sleep_ && Clock::now() > toldAt_ + partOfResume) {
         postActivation();
     }
+}
+
+/// One that begins a collection is counted in that.
+void Logind::postActivation() {
+    NotificationCenter::default_()->post(ApplicationDidBecomeActiveNotification);
+    board_->count(Source::lifecycle);
+}
+
+void Logind::publish() { board_->publish(Source::lifecycle, condition()); }
+
+SourceCondition Logind::condition() const {
+    using enum SourceReason;
+    if (!daemon_) {
+        return name_ ? name_->absence(noLogind) : because(noBus);
+    }
+    if (!sessionName_) {
+        return starting(daemonSilent, {"systemd-logind"});
+    }
+    auto means =
+        sessionName_->empty() ? "logind, for resumes alone" : "logind, session " + *sessionName_;
+    if (refusesDelays_) {
+        return listening(std::move(means), inhibitorRefused);
+    }
+    return sessionName_->empty() ? listening(std::move(means), noSession)
+                                 : listening(std::move(means));
 }
 
 } // namespace AmbrelKit::Linux

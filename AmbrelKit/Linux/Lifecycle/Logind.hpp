@@ -5,6 +5,7 @@
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
 #include "AmbrelKit/Linux/Lifecycle/CollectionClock.hpp"
 #include "AmbrelKit/Linux/Lifecycle/SessionWatch.hpp"
+#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
 
@@ -57,6 +58,9 @@ private:
 class Logind final : public std::enable_shared_from_this<Logind> {
 public:
     static std::shared_ptr<Logind> make(const std::shared_ptr<EventLoop>& loop);
+    ~Logind();
+    Logind(const Logind&) = delete;
+    Logind& operator=(const Logind&) = delete;
 
     /// `why` is for people. `timeIsUp` is called from the loop, once, when the machine is about to
     /// sleep; it may drop the delay.
@@ -73,15 +77,20 @@ private:
         std::optional<CollectionClock::Boot> interrupted; ///< when that collection was begun
     };
 
-    explicit Logind(std::shared_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
+    explicit Logind(const std::shared_ptr<EventLoop>& loop)
+        : loop_(loop), board_(loop->shared<LoopBoard>()) {}
     void follow();
     void ownerChanged(const std::string& owner);
     void sleepAnnounced(sd_bus_message* signal);
     void fallAsleep();
     void resume();
     void sessionChanged(const std::string& session, bool active);
+    void postActivation();
+    void publish();
+    [[nodiscard]] SourceCondition condition() const;
 
     std::shared_ptr<EventLoop> loop_;
+    std::shared_ptr<LoopBoard> board_;
     std::shared_ptr<Deadline> resumed_; ///< tells of the resume
     std::chrono::steady_clock::time_point toldAt_ = std::chrono::steady_clock::time_point::min();
     WeakList<SleepDelay> delays_;
@@ -92,7 +101,9 @@ private:
     // Of the logind that runs now; null while none does.
     std::unique_ptr<Daemon> daemon_;
     std::unique_ptr<SessionWatch> session_;
-    std::unique_ptr<Sleep> sleep_; ///< null while the machine is awake
+    std::unique_ptr<Sleep> sleep_;           ///< null while the machine is awake
+    std::optional<std::string> sessionName_; ///< absent until it is known, empty for none
+    bool refusesDelays_ = false;
 };
 
 } // namespace AmbrelKit::Linux

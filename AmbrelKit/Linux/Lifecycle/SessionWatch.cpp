@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
 
+#include <cstdlib>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
@@ -26,6 +27,13 @@ BusArguments property(const char* interface, const char* name) {
 }
 
 } // namespace
+
+std::string sessionName(const std::string& path) {
+    char* decoded = nullptr;
+    sd_bus_path_decode(path.c_str(), "/org/freedesktop/login1/session", &decoded);
+    const std::unique_ptr<char, void (*)(void*)> name(decoded, std::free);
+    return name ? name.get() : path;
+}
 
 SessionWatch::SessionWatch(std::shared_ptr<SystemBus> bus, const std::string& logind,
                            Receiver changed)

@@ -9,6 +9,9 @@
 
 namespace AmbrelKit::Linux {
 
+/// A session's name, "3", by its object path.
+std::string sessionName(const std::string& path);
+
 /// Follows, for one life of logind, the session by which this process's user sees it, whichever
 /// that is at the time:
 ///

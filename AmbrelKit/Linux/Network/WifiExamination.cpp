@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 #include "AmbrelKit/Linux/ProcessServices.hpp"
+#include "AmbrelKit/Linux/Sources/KernelDevices.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 
 #include <linux/netlink.h>

@@ -25,6 +25,7 @@ enum class SourceReason : std::uint8_t {
     blueZRefuses,
     noAdapter,
     adapterUnused,
+    discoveryFails,           ///< {adapter, what BlueZ says}
     adapterOff,               ///< {adapter}
     adapterBlockedBySoftware, ///< {adapter}
     adapterBlockedByHardware, ///< {adapter}
@@ -61,6 +62,7 @@ enum class SourceReason : std::uint8_t {
     noNetlinkForWifi,
 
     noLogind,
+    noSession,
     inhibitorRefused,
 };
 
