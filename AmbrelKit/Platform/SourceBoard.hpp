@@ -49,7 +49,8 @@ public:
 
     /// While a timer lives that is made by what this returns, and is not invalidated, a collection
     /// runs: what is counted belongs to the one that was begun last. The sources that only the
-    /// ticks of a collection ask, address and Wi-Fi, start with it, and are idle once it is over.
+    /// ticks of a collection ask, address and Wi-Fi, start with it, and are idle or left out once
+    /// it is over.
     [[nodiscard]] TimerFactory collectionTimers(TimerFactory timers);
 
     /// A handle for a reader. `noted`, where it is not empty, is called inside each `publish` that

@@ -253,12 +253,16 @@ TEST(SourceBoard, hasTheSourcesOfATickStartAndEndWithTheCollection) {
     EXPECT_EQ(b.report(Source::wifi).condition, starts);
     EXPECT_EQ(b.report(Source::services).condition, SourceCondition());
     b.is(listens, Source::address);
-    b.is(gone, Source::wifi);
+    b.is({.state = leftOut}, Source::wifi);
     b.end(0);
     EXPECT_EQ(b.report(Source::address).condition, listens);
     b.collections.at(1).reset(); // with its kit
     EXPECT_EQ(b.report(Source::address).condition, SourceCondition());
-    EXPECT_EQ(b.report(Source::wifi).condition, gone);
+    EXPECT_EQ(b.report(Source::wifi).condition.state, leftOut);
+    b.begin(0);
+    b.is(gone, Source::address);
+    b.end(0);
+    EXPECT_EQ(b.report(Source::address).condition, SourceCondition()) << "nobody asks it now";
 }
 
 } // namespace

@@ -83,7 +83,7 @@ TEST_F(FollowedSources, fareAsTheSimulatedObjectsDo) {
                                             {"failed", 0},
                                             {"listened", 0}}));
     host.release();
-    EXPECT_EQ(states(), (Strings{"idle", "idle", "idle", "idle", "unavailable", "idle"}));
+    EXPECT_EQ(states(), idle);
 }
 
 TEST_F(FollowedSources, areInTheConditionThatATestImposes) {
