@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
 """Runs a command that scans for services beside a real neighbour, and checks what it found.
 
-    bed.py [--daemon | --daemon-alone] [--services N] [--at SECONDS WHAT]... [--types TYPE,...] COMMAND [ARGUMENT...]
+    bed.py [--daemon | --daemon-alone] [--services N | --variety] [--at SECONDS WHAT]... [--types TYPE,... | --subtype] COMMAND [ARGUMENT...]
 
 The command runs in a network namespace that a veth pair joins to another, in which an avahi-daemon
-publishes services of the three types below, N of them on hosts of their own. It is to print a
+publishes services of the three types below, N of them on hosts of their own, or 19 of twelve types. It is to print a
 collection's dictionary. With --daemon an avahi-daemon on a private bus runs on the command's side,
 with --daemon-alone one that lets no other use its port. So long into the scan (at 0: before it)
 the daemon gets a signal (KILL, STOP, CONT) or is started again (START), or the neighbour publishes
-ten services more (PUBLISH). The command looks for services of all three types, or for those of --types.
+ten services more (PUBLISH). The command looks for services of all types, for those of --types, or for the one of a --subtype.
 
 All of it lives in namespaces of this run and is gone with it. Exit status 77: the kernel
 refuses them.
@@ -29,6 +29,10 @@ sys.path.append(str(pathlib.Path(__file__).parents[1] / "support"))
 import isolation
 
 TYPES = ["_ipp._tcp", "_http._tcp", "_ambrel-test._udp"]
+# The last of TYPES is one that nobody can know of.
+MORE_TYPES = ["_ipps._tcp", "_printer._tcp", "_scanner._tcp", "_airplay._tcp", "_raop._tcp", "_hap._tcp", "_ssh._tcp",
+              "_smb._tcp", "_matterc._udp"]
+SUBTYPE = "_Colour-1%"
 NEIGHBOUR_IPV4 = "10.77.0.2"
 
 TXT = """<txt-record>id={id}</txt-record>
@@ -41,17 +45,20 @@ TXT = """<txt-record>id={id}</txt-record>
 class Service:
     """A service that the neighbour publishes."""
 
-    def __init__(self, number, name=None, host=None, protocol="any", address=NEIGHBOUR_IPV4):
+    def __init__(self, number, name=None, host=None, protocol="any", address=NEIGHBOUR_IPV4,
+                 types=TYPES):
         self.number, self.host, self.protocol, self.address = number, host, protocol, address
         self.name = name or f"Device {number}"
-        self.type = TYPES[number % len(TYPES)]
+        self.type = types[number % len(types)]
+        self.is_of_subtype = number == 0
 
     def file(self):
+        subtype = f"<subtype>{SUBTYPE}._sub.{self.type}</subtype>" if self.is_of_subtype else ""
         host = f"<host-name>{self.host}</host-name>" if self.host else ""
         return (
             '<?xml version="1.0"?><!DOCTYPE service-group SYSTEM "avahi-service.dtd">'
             f'<service-group><name>{escape(self.name)}</name><service protocol="{self.protocol}">'
-            f"<type>{self.type}</type>{host}<port>{1000 + self.number}</port>"
+            f"<type>{self.type}</type>{subtype}{host}<port>{1000 + self.number}</port>"
             f"{TXT.format(id=self.number)}</service></service-group>"
         )
 
@@ -70,6 +77,11 @@ def few_services():
         Service(4, name="By IPv4 only", protocol="ipv4"),
         Service(5, name="IPv6 host", host="six.local", address=None),
     ], {"six.local": ["fd77::66"]}
+
+
+def varied_services():
+    types = TYPES + MORE_TYPES
+    return [Service(number, types=types) for number in range(19)], {}
 
 
 def many_services(count, first=0):
@@ -175,7 +187,8 @@ def inside(options):
         bed = Bed(folder)
         os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={folder}/no-bus"
         bed.join_sides()
-        services, hosts = many_services(options.services) if options.services else few_services()
+        services, hosts = (varied_services() if options.variety else
+                           many_services(options.services) if options.services else few_services())
         bed.write_services(services, hosts)
         neighbour = bed.avahi("near", with_bus=False)
         bed.wait_for_services(len(services))
@@ -204,7 +217,8 @@ def inside(options):
             time.sleep(max(0, start + float(seconds) - time.monotonic()))
             happen(what)
         output, _ = scan.communicate()
-        services = [service for service in services if service.type in options.types]
+        services = [service for service in services if (not options.types or service.type in options.types)
+                    and (not options.subtype or service.is_of_subtype)]
         return check(output, services) if scan.returncode == 0 else 1
 
 
@@ -214,7 +228,9 @@ def main():
     parser.add_argument("--services", type=int, default=0)
     parser.add_argument("--daemon-alone", action="store_true")
     parser.add_argument("--at", nargs=2, action="append", default=[])
-    parser.add_argument("--types", type=lambda text: text.split(","), default=TYPES)
+    parser.add_argument("--variety", action="store_true")
+    parser.add_argument("--subtype", action="store_true")
+    parser.add_argument("--types", type=lambda text: text.split(","), default=[])
     parser.add_argument("command", nargs=argparse.REMAINDER)
     options = parser.parse_args()
     isolation.enter()

@@ -138,13 +138,13 @@ TEST(CollectionCounts, CountAPeripheralAndAServiceOnce) {
 
 TEST(ScriptRecorder, ItsScriptDeliversTheSame) {
     Simulated::Platform platform;
-    std::stringstream script;
     const auto host = std::make_shared<CommandLineHost>(CollectionOptions());
+    // A search for subtypes, or for all types, finds services of a type that nobody lists.
     const auto recorder = std::make_shared<ScriptRecorder>(
-        std::vector<std::string>{type}, host, [&](const auto& line) { script << line << '\n'; });
+        std::vector<std::string>{"_printer._sub._ipp._tcp.", "all"}, host);
     recorder->hostCalls({.operation = Simulated::HostCall::Operation::startScanningOnce});
     const auto delivered = collected(platform, recorder);
-    recorder->end();
+    std::istringstream script(recorder->end());
     EXPECT_THAT(delivered,
                 AllOf(HasSubstr("Printer"), HasSubstr("192.0.2.7"), HasSubstr("{\"a\":\"b\"}"),
                       HasSubstr("Caf\u00e9"), HasSubstr("\"lat\":1.5")));

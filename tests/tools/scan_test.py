@@ -135,7 +135,7 @@ class CommandLine(unittest.TestCase):
             ("scan --threshold 3", "not expected: --threshold 3 (see ambrel scan --help)"),
             ("scan --service", "--service: TYPE missing (see ambrel scan --help)"),
             ("scan --service _ipp._tcp --service _i_p._tcp x",
-             '--service: "_i_p._tcp" is not a service type, such as _ipp._tcp (see ambrel scan --help)'),
+             '--service: "_i_p._tcp" is not a service type, such as _ipp._tcp, nor all (see ambrel scan --help)'),
             ("scan --only bluetooth,wifi", f'--only: "wifi" {permissions}'),
             ("scan --without none", f'--without: "none" {permissions}'),
             ("scan --only=", "--only: LIST missing (see ambrel scan --help)"),

@@ -5,6 +5,7 @@
 #include "tools/ambrel/ServiceTypes.hpp"
 #include "tools/ambrel/Store.hpp"
 
+#include "AmbrelKit/Linux/NearbyDevices/AnnouncedServiceTypes.hpp"
 #include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
@@ -13,6 +14,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <iterator>
 #include <poll.h>
 #include <system_error>
 #include <unistd.h>
@@ -37,12 +39,15 @@ std::vector<std::string> serviceTypes(const CollectionOptions& options) {
     if (types.empty()) {
         types = Bundle::main().bonjourServices().value_or(commonServiceTypes());
     }
+    if (std::ranges::find(types, Linux::allServiceTypes) != types.end()) {
+        std::ranges::copy(commonServiceTypes(), std::back_inserter(types));
+    }
     std::vector<std::string> distinct;
     for (auto& type : types) {
-        if (!type.ends_with('.')) {
+        if (!type.ends_with('.') && type != Linux::allServiceTypes) {
             type += '.';
         }
-        if (std::find(distinct.begin(), distinct.end(), type) == distinct.end()) {
+        if (std::ranges::find(distinct, type) == distinct.end()) {
             distinct.push_back(std::move(type));
         }
     }

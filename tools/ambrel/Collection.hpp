@@ -14,7 +14,8 @@
 
 namespace Ambrel {
 
-/// What a collection looks for, each type once and with its trailing dot.
+/// What a collection looks for, each type once and with its trailing dot. With "all" the common
+/// types are looked for too: who announces them need not answer the question for all.
 std::vector<std::string> serviceTypes(const CollectionOptions& options);
 
 /// The kit on this machine's platform, as a program in a terminal runs it: what it delivers is

@@ -3,6 +3,8 @@
 #include "tools/ambrel/Choices.hpp"
 #include "tools/ambrel/ServiceTypes.hpp"
 
+#include "AmbrelKit/Linux/NearbyDevices/AnnouncedServiceTypes.hpp"
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
@@ -15,7 +17,9 @@ using AmbrelKit::Linux::LocationSourceKind;
 namespace {
 
 std::string checkServiceType(const std::string& text) {
-    return isServiceType(text) ? "" : "\"" + text + "\" is not a service type, such as _ipp._tcp";
+    return text == AmbrelKit::Linux::allServiceTypes || isServiceType(text)
+               ? ""
+               : "\"" + text + "\" is not a service type, such as _ipp._tcp, nor all";
 }
 
 const std::map<std::string, LocationSourceKind>& locationSources() {
@@ -37,7 +41,7 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
                           const std::string& usualFormat) {
     command
         .add_option("--service", options.services,
-                    "look for this DNS-SD type, _ipp._tcp; again for more")
+                    "look for this DNS-SD type, or all; again for more")
         ->type_name("TYPE")
         ->allow_extra_args(false)
         ->check(checkServiceType);

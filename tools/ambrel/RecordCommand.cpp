@@ -22,13 +22,12 @@ ExitStatus record(const RecordArguments& arguments) {
     const CollectionOptions& options = arguments.options;
     ResultFile script(arguments.file);
     const auto host = std::make_shared<CommandLineHost>(options);
-    const auto recorder = std::make_shared<ScriptRecorder>(
-        serviceTypes(options), host, [&](const std::string& line) { script.write(line); });
+    const auto recorder = std::make_shared<ScriptRecorder>(serviceTypes(options), host);
     Collection collection(options, host, recorder);
     recorder->hostCalls({.operation = Simulated::HostCall::Operation::startScanningOnce});
     collection.kit()->startScanningOnce();
     const auto data = collection.next();
-    recorder->end();
+    script.write(recorder->end());
     script.finish();
     return handOver(data, options);
 }

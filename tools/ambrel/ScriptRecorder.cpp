@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Simulated/Replay/ScriptWriter.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace Ambrel {
@@ -20,13 +21,15 @@ constexpr const char* interfaceName = "en0";
 } // namespace
 
 ScriptRecorder::ScriptRecorder(std::vector<std::string> bonjourServices,
-                               std::shared_ptr<AmbrelSDKDelegate> host, Write write)
-    : host_(std::move(host)), write_(std::move(write)) {
-    write_(scriptLine(ScriptHeader{.platform = {.start = clock_.start(), .identifiers = {}},
-                                   .bonjourServices = std::move(bonjourServices)}));
-}
+                               std::shared_ptr<AmbrelSDKDelegate> host)
+    : host_(std::move(host)), bonjourServices_(std::move(bonjourServices)) {}
 
-void ScriptRecorder::end() { write(clock_.now(), ScriptActions::End()); }
+std::string ScriptRecorder::end() {
+    write(clock_.now(), ScriptActions::End());
+    return scriptLine(ScriptHeader{.platform = {.start = clock_.start(), .identifiers = {}},
+                                   .bonjourServices = bonjourServices_}) +
+           steps_;
+}
 
 void ScriptRecorder::bluetoothDidUpdateState(BluetoothManagerState state) {
     record(ScriptActions::BluetoothState{state});
@@ -39,6 +42,9 @@ void ScriptRecorder::bluetoothDidDiscover(const Peripheral& peripheral,
 }
 
 void ScriptRecorder::bonjourDidFind(const NetService& service) {
+    if (std::ranges::find(bonjourServices_, service.type()) == bonjourServices_.end()) {
+        bonjourServices_.push_back(service.type());
+    }
     record(ScriptActions::BonjourFound{service.type(), service.name()});
 }
 
@@ -120,7 +126,7 @@ void ScriptRecorder::recordStatuses(nanoseconds at) {
 }
 
 void ScriptRecorder::write(nanoseconds at, ScriptAction action) {
-    write_(scriptLine(ScriptStep{.line = 0, .at = at, .action = std::move(action)}));
+    steps_ += "\n" + scriptLine(ScriptStep{.line = 0, .at = at, .action = std::move(action)});
 }
 
 } // namespace Ambrel

@@ -8,7 +8,6 @@
 
 #include <AmbrelKit/AmbrelSDKDelegate.hpp>
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -20,16 +19,15 @@ namespace Ambrel {
 /// delivers the same dictionary.
 class ScriptRecorder final : public PlatformObserver {
 public:
-    using Write = std::function<void(const std::string& line)>;
-
-    /// `host` is the kit's delegate, whose answers are recorded. Writes the first line.
+    /// `bonjourServices` is what the kit looks for, and `host` its delegate, whose answers are
+    /// recorded.
     ScriptRecorder(std::vector<std::string> bonjourServices,
-                   std::shared_ptr<AmbrelKit::AmbrelSDKDelegate> host, Write write);
+                   std::shared_ptr<AmbrelKit::AmbrelSDKDelegate> host);
 
     /// The host is about to call the kit.
     void hostCalls(AmbrelKit::Simulated::HostCall call) { record(call); }
-    /// The last line.
-    void end();
+    /// The whole script, but for the end of its last line. Nothing is recorded any more.
+    [[nodiscard]] std::string end();
 
     void bluetoothDidUpdateState(AmbrelKit::BluetoothManagerState state) override;
     void bluetoothDidDiscover(const AmbrelKit::Peripheral& peripheral,
@@ -53,7 +51,10 @@ private:
     void write(std::chrono::nanoseconds at, AmbrelKit::Simulated::ScriptAction action);
 
     std::shared_ptr<AmbrelKit::AmbrelSDKDelegate> host_;
-    Write write_;
+    /// Those that are looked for, then those that services were found to have besides: a script's
+    /// kit hears of a service only when it looks for its very type.
+    std::vector<std::string> bonjourServices_;
+    std::string steps_; ///< a line each, begun with its break
     RecordingClock clock_;
     // As written last.
     AmbrelKit::Simulated::ScriptActions::Statuses statuses_;

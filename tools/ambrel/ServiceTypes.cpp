@@ -20,11 +20,25 @@ bool isServiceName(std::string_view name) {
                        [](char c) { return isLetter(c) || isDigit(c) || c == '-'; });
 }
 
+bool isSubtypeLabel(std::string_view label) {
+    constexpr std::size_t longest = 63;
+    return label.size() > 1 && label.size() <= longest && label.front() == '_' &&
+           std::all_of(label.begin(), label.end(),
+                       [](char c) { return c > ' ' && c <= '~' && c != '.' && c != '\\'; });
+}
+
 } // namespace
 
 bool isServiceType(std::string_view text) {
     if (text.ends_with('.')) {
         text.remove_suffix(1);
+    }
+    constexpr std::string_view subtypeMark = "._sub.";
+    if (const std::size_t mark = text.find(subtypeMark); mark != std::string_view::npos) {
+        if (!isSubtypeLabel(text.substr(0, mark))) {
+            return false;
+        }
+        text.remove_prefix(mark + subtypeMark.size());
     }
     if (!text.ends_with("._tcp") && !text.ends_with("._udp")) {
         return false;

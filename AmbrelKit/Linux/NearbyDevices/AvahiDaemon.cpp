@@ -12,6 +12,7 @@ namespace {
 /// Both the daemon (1,024 objects a client) and the bus (128 unanswered calls) refuse more at some
 /// point.
 constexpr int mostUnderWay = 100;
+constexpr int mostPreparedAtOnce = 25;
 
 constexpr std::chrono::seconds pulseInterval{1};
 constexpr int mostBeatsInSilence = 2;
@@ -78,8 +79,10 @@ bool isRefusal(const sd_bus_error& error) {
 /// A ServiceBrowser object of the daemon.
 class AvahiDaemon::Browse final : public Lookup, public std::enable_shared_from_this<Browse> {
 public:
-    Browse(std::shared_ptr<AvahiDaemon> daemon, Sighted sighted)
-        : sighted(std::move(sighted)), daemon_(std::move(daemon)) {}
+    Browse(std::shared_ptr<AvahiDaemon> daemon, std::string type, std::string domain,
+           Sighted sighted)
+        : type(std::move(type)), domain(std::move(domain)), sighted(std::move(sighted)),
+          daemon_(std::move(daemon)) {}
     ~Browse() override {
         if (!path_.empty()) {
             daemon_->browses_.erase(path_);
@@ -95,6 +98,8 @@ public:
         daemon_->daemon_.send({path_, browserInterface, "Start"}, {});
     }
 
+    std::string type;
+    std::string domain;
     Sighted sighted;
 
 private:
@@ -164,21 +169,38 @@ void AvahiDaemon::pulse() {
 
 std::shared_ptr<Lookup> AvahiDaemon::browse(const std::string& type, const std::string& domain,
                                             Sighted sighted) {
-    auto browse = std::make_shared<Browse>(shared_from_this(), std::move(sighted));
+    auto browse = std::make_shared<Browse>(shared_from_this(), type, domain, std::move(sighted));
+    unprepared_.push_back(browse);
+    prepareWaiting();
+    return browse;
+}
+
+void AvahiDaemon::prepareWaiting() {
+    while (unanswered_ < mostPreparedAtOnce && !unprepared_.empty()) {
+        const auto browse = unprepared_.front().lock();
+        unprepared_.pop_front();
+        if (browse) {
+            prepare(browse);
+        }
+    }
+}
+
+/// Prepared first and started once the answer has told its path, a browser reports nothing before
+/// it is known here. An answer that nobody waits for any more still has to be freed.
+void AvahiDaemon::prepare(const std::shared_ptr<Browse>& browse) {
     const auto arguments = [&](sd_bus_message* call) {
-        return sd_bus_message_append(call, "iissu", anyInterface, anyProtocol, type.c_str(),
-                                     domain.c_str(), 0U);
+        return sd_bus_message_append(call, "iissu", anyInterface, anyProtocol, browse->type.c_str(),
+                                     browse->domain.c_str(), 0U);
     };
-    // Prepared first and started once the answer has told its path, it reports nothing before it is
-    // known here. An answer that nobody waits for any more still has to be freed.
     const auto prepared = [asker = std::weak_ptr(browse), bus = std::weak_ptr(daemon_.bus()),
                            daemon = weak_from_this(),
                            owner = daemon_.name()](sd_bus_message* reply) {
+        const auto self = daemon.lock();
         const char* path = nullptr;
         if (isError(reply)) {
-            const auto self = daemon.lock();
             if (self && isRefusal(*sd_bus_message_get_error(reply))) {
                 self->failed_(Standing::refusing);
+                return;
             }
         } else if (sd_bus_message_read(reply, "o", &path) > 0) {
             if (const auto browse = asker.lock()) {
@@ -187,9 +209,11 @@ std::shared_ptr<Lookup> AvahiDaemon::browse(const std::string& type, const std::
                 connection->send({owner, path, browserInterface, "Free"}, {});
             }
         }
+        if (self) {
+            self->prepareWaiting();
+        }
     };
     askByItself({"/", server2Interface, "ServiceBrowserPrepare"}, arguments, prepared);
-    return browse;
 }
 
 void AvahiDaemon::itemSignal(sd_bus_message* signal) {

@@ -39,6 +39,8 @@ private:
 
     AvahiDaemon(const std::shared_ptr<SystemBus>& bus, std::string owner,
                 std::function<void(Standing)> failed);
+    void prepareWaiting();
+    void prepare(const std::shared_ptr<Browse>& browse);
     void itemSignal(sd_bus_message* signal);
     void askByItself(const Daemon::Method& method, const BusArguments& arguments,
                      BusReceiver replied);
@@ -49,6 +51,7 @@ private:
 
     Daemon daemon_;
     std::function<void(Standing)> failed_;
+    std::deque<std::weak_ptr<Browse>> unprepared_;
     std::map<std::string, std::weak_ptr<Browse>> browses_;
     std::deque<std::weak_ptr<Question>> waiting_;
     int underWay_ = 0;

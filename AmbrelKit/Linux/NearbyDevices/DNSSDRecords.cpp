@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cstring>
-#include <strings.h>
 
 namespace AmbrelKit::Linux {
 
@@ -17,6 +16,40 @@ constexpr std::size_t longestText = 255;
 bool isLabelCharacter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
            c == '_'; // against the standard, and yet in use
+}
+
+char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+/// A subtype may be called anything. What Avahi would have escaped is in use nowhere.
+bool isSubtypeCharacter(char c) { return c > ' ' && c <= '~' && c != '\\'; }
+
+bool isLabelOf(std::string_view label, bool (*isCharacter)(char)) {
+    return label.size() > 1 && label.size() <= longestLabel && label.front() == '_' &&
+           std::ranges::all_of(label, isCharacter);
+}
+
+/// `_name._tcp` or `_name._udp`.
+bool isPlainType(std::string_view type) {
+    const std::size_t dot = type.find('.');
+    if (dot == std::string_view::npos) {
+        return false;
+    }
+    const auto transport = type.substr(dot + 1);
+    return isLabelOf(type.substr(0, dot), isLabelCharacter) &&
+           (isSameName(transport, "_tcp") || isSameName(transport, "_udp"));
+}
+
+struct SplitSubtype {
+    std::string_view subtype; ///< its label, or empty
+    std::string_view parent;
+};
+
+SplitSubtype splitSubtype(std::string_view type) {
+    constexpr std::string_view mark = "._sub.";
+    const std::size_t dot = type.find('.');
+    return dot != std::string_view::npos && isSameName(type.substr(dot, mark.size()), mark)
+               ? SplitSubtype{type.substr(0, dot), type.substr(dot + mark.size())}
+               : SplitSubtype{{}, type};
 }
 
 std::string_view withoutTrailingDot(std::string_view name) {
@@ -39,18 +72,18 @@ std::string recordHead(std::size_t length, int family, std::uint16_t port) {
 
 std::optional<std::string> avahiServiceType(std::string_view type) {
     const std::string_view bare = withoutTrailingDot(type);
-    const std::size_t dot = bare.find('.');
-    if (dot == std::string_view::npos) {
-        return std::nullopt;
-    }
-    const std::string_view label = bare.substr(0, dot);
-    const std::string transport(bare.substr(dot + 1));
-    const bool valid = label.size() > 1 && label.size() <= longestLabel && label.front() == '_' &&
-                       std::all_of(label.begin(), label.end(), isLabelCharacter) &&
-                       (strcasecmp(transport.c_str(), "_tcp") == 0 ||
-                        strcasecmp(transport.c_str(), "_udp") == 0) &&
-                       transport.size() == 4;
-    return valid ? std::optional(std::string(bare)) : std::nullopt;
+    const auto [subtype, parent] = splitSubtype(bare);
+    return isPlainType(parent) && (subtype.empty() || isLabelOf(subtype, isSubtypeCharacter))
+               ? std::optional(std::string(bare))
+               : std::nullopt;
+}
+
+std::string typeOfInstances(std::string_view type) {
+    return std::string(splitSubtype(type).parent);
+}
+
+bool isSameName(std::string_view name, std::string_view other) {
+    return std::ranges::equal(name, other, {}, asciiLower, asciiLower);
 }
 
 std::string avahiDomain(std::string_view domain) { return std::string(withoutTrailingDot(domain)); }

@@ -14,8 +14,15 @@ namespace AmbrelKit::Linux {
 using HostAddress = std::variant<in_addr, in6_addr>;
 
 /// A service type as Avahi takes it, from one with or without a trailing dot. Absent when it is not
-/// `_name._tcp` or `_name._udp`; a subtype is not.
+/// `_name._tcp` or `_name._udp`, nor a subtype of one, such as `_printer._sub._http._tcp`.
 std::optional<std::string> avahiServiceType(std::string_view type);
+
+/// Of what `avahiServiceType` has made, the type that the instances have which it finds: a
+/// subtype's is the one that it narrows.
+std::string typeOfInstances(std::string_view type);
+
+/// Whether DNS takes the names for one: the case of ASCII letters does not count.
+bool isSameName(std::string_view name, std::string_view other);
 
 /// A domain as Avahi takes it, without a trailing dot.
 std::string avahiDomain(std::string_view domain);

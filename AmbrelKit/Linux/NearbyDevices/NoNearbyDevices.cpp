@@ -1,6 +1,7 @@
 // DNS-SD was left out of this build.
 
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/AnnouncedServiceTypes.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/NetServiceBrowserFactory.hpp"
 
 #include <utility>
@@ -28,6 +29,11 @@ private:
 
 NetServiceBrowserFactory makeNetServiceBrowserFactory(const std::shared_ptr<EventLoop>& /*loop*/) {
     return [] { return std::make_shared<SilentBrowser>(); };
+}
+
+std::shared_ptr<AnnouncedServiceTypes> AnnouncedServiceTypes::start(Appeared /*appeared*/,
+                                                                    const std::string& /*domain*/) {
+    return std::make_shared<AnnouncedServiceTypes>();
 }
 
 Examination examineServices(const Surroundings& /*surroundings*/, const Report& report) {

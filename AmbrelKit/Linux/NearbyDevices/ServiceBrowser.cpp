@@ -4,7 +4,9 @@
 
 namespace AmbrelKit::Linux {
 
-ServiceBrowser::ServiceBrowser(std::shared_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
+ServiceBrowser::ServiceBrowser(std::shared_ptr<EventLoop> loop,
+                               std::shared_ptr<const Siblings> siblings)
+    : loop_(std::move(loop)), siblings_(std::move(siblings)) {}
 
 std::shared_ptr<NetServiceBrowserDelegate> ServiceBrowser::delegate() const {
     return delegate_.lock();
@@ -15,51 +17,33 @@ void ServiceBrowser::setDelegate(std::weak_ptr<NetServiceBrowserDelegate> delega
 }
 
 void ServiceBrowser::searchForServicesOfType(const std::string& type, const std::string& domain) {
-    search_.reset();
-    known_.clear();
-    const auto bare = avahiServiceType(type);
-    type_ = bare.value_or("");
+    announced_.reset();
+    searches_.clear();
     domain_ = avahiDomain(domain);
-    if (!bare) {
-        return;
-    }
-    if (!discovery_) {
-        discovery_ = loop_->shared<StackChoice>();
-        discovery_->add(weak_from_this());
-    }
-    stackChanged();
-}
-
-void ServiceBrowser::stackChanged() {
-    search_.reset();
-    for (auto& [name, known] : known_) {
-        known.places.clear();
-    }
-    const auto stack = discovery_->stack();
-    if (stack && !type_.empty()) {
-        search_ = stack->browse(type_, domain_, weakly(weak_from_this(), &ServiceBrowser::sighted));
+    if (type == allServiceTypes) {
+        announced_ = AnnouncedServiceTypes::start(
+            weakly(weak_from_this(), &ServiceBrowser::typeAppeared), domain);
+    } else if (const auto bare = avahiServiceType(type)) {
+        search(*bare);
     }
 }
 
-void ServiceBrowser::sighted(const Sighting& sighting) {
-    const auto& [name, type, domain] = sighting.service;
-    Known& known = known_[{name, domain}];
-    if (!sighting.present) {
-        known.places.erase({sighting.interface, sighting.protocol});
-        known.present = !known.places.empty();
-        return;
-    }
-    known.places.emplace(sighting.interface, sighting.protocol);
-    auto service = known.service.lock();
-    if (service) {
-        service->seenOn(sighting.interface);
-    } else if (!known.present) {
-        service = FoundService::make(loop_, discovery_, {name, type_, domain}, sighting.interface);
-        known.service = service;
-    }
-    const auto delegate = delegate_.lock();
-    if (!std::exchange(known.present, true) && delegate) {
-        delegate->netServiceBrowserDidFindService(*this, service, false);
+void ServiceBrowser::search(const std::string& type) {
+    const auto found = [](ServiceBrowser& self, const std::shared_ptr<NetService>& service) {
+        if (const auto delegate = self.delegate_.lock()) {
+            delegate->netServiceBrowserDidFindService(self, service, false);
+        }
+    };
+    searches_.push_back(TypeSearch::start(loop_, type, domain_, weakly(weak_from_this(), found)));
+}
+
+void ServiceBrowser::typeAppeared(const std::string& type) {
+    const bool isSearched = siblings_->any([&](const ServiceBrowser& sibling) {
+        return !sibling.announced_ && !sibling.searches_.empty() &&
+               isSameName(sibling.searches_.front()->type(), type);
+    });
+    if (!isSearched) {
+        search(type);
     }
 }
 

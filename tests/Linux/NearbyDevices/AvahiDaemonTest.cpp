@@ -1,3 +1,4 @@
+#include "AmbrelKit/Linux/NearbyDevices/AnnouncedServiceTypes.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/NetServiceBrowserFactory.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/StackChoice.hpp"
 #include "tests/Linux/NearbyDevices/Collector.hpp"
@@ -115,6 +116,61 @@ TEST_F(AvahiDaemonTest, RefusedTypesAreSilent) {
     }
     drain();
     EXPECT_THAT(daemon->calls, Each("Nothing"));
+}
+
+TEST_F(AvahiDaemonTest, AllStandsForEachTypeThatAppearsAndIsNotListed) {
+    const std::vector<FakeAvahi::Item> announced{{"_ipp", 2, 0, "_tcp"},
+                                                 {"_hap", 2, 0, "_tcp"},
+                                                 {"_hap", 2, 1, "_tcp"},
+                                                 {"_HAP", 3, 0, "_tcp"},
+                                                 {"_matter", 2, 0, "_udp"},
+                                                 {"_a._sub._hap", 2, 0, "_tcp"},
+                                                 {"_a", 2, 0, "_sub._hap._tcp"},
+                                                 {"_b d", 2, 0, "_tcp"},
+                                                 {"", 2, 0, "_tcp"},
+                                                 {"_x._tcp", 2, 0, "_tcp"},
+                                                 {"_x", 2, 0, "_sctp"},
+                                                 {"_services", 2, 0, "_dns-sd._udp"}};
+    daemon->types = announced;
+    daemon->items = {{"Printer"}};
+    const auto others = makeNetServiceBrowserFactory(driver.loop()); // another kit's
+    const auto other = others();
+    other->searchForServicesOfType("_hap._tcp", "");
+    const auto listed = collector->search(makeBrowser, "_IPP._tcp.");
+    search(allServiceTypes);
+    ASSERT_TRUE(resolvedCount(3));
+    drain();
+    std::vector<std::string> browsed;
+    for (const auto& [path, type] : daemon->objects) {
+        browsed.push_back(type);
+    }
+    EXPECT_THAT(browsed, UnorderedElementsAre("_hap._tcp", "_IPP._tcp", "_services._dns-sd._udp",
+                                              "_hap._tcp", "_matter._udp"));
+    browser.reset();
+    drain();
+    EXPECT_EQ(daemon->objects.size(), 2);
+}
+
+TEST_F(AvahiDaemonTest, TypesThatAppearAreBounded) {
+    for (std::size_t i = 0; i < 2 * AnnouncedServiceTypes::most; ++i) {
+        daemon->types.push_back({"_t" + std::to_string(i), 2, 0, "_tcp"});
+    }
+    std::size_t appeared = 0;
+    const auto types = AnnouncedServiceTypes::start([&](const auto& /*type*/) { ++appeared; });
+    search(allServiceTypes);
+    constexpr std::size_t most = AnnouncedServiceTypes::most + 2; // the questions for all, too
+    ASSERT_TRUE(driver.until([&] { return daemon->objects.size() == most; }));
+    drain();
+    EXPECT_EQ(daemon->objects.size(), most);
+    EXPECT_EQ(appeared, AnnouncedServiceTypes::most);
+}
+
+TEST_F(AvahiDaemonTest, ASubtypeFindsServicesOfTheTypeThatItNarrows) {
+    daemon->items = {{"Printer"}};
+    search("_colour._sub._ipp._tcp.");
+    ASSERT_TRUE(resolvedCount(1));
+    EXPECT_EQ((*collector->services.begin())->type(), "_ipp._tcp.");
+    EXPECT_EQ(daemon->objects.begin()->second, "_colour._sub._ipp._tcp");
 }
 
 TEST_F(AvahiDaemonTest, FreesItsObjectsAndDescriptors) {
@@ -318,13 +374,14 @@ TEST_F(AvahiDaemonTest, TheEmbeddedStackStandsInForADaemonThatHangsOnMoreThanASe
 TEST_F(AvahiDaemonTest, WhatItLeavesUnansweredDoesNotCountAgainstOtherDaemons) {
     daemon->held = {"ServiceBrowserPrepare"};
     const auto kept = driver.loop()->shared<SystemBus>(); // as by another source
-    for (int calls = 60; calls <= 180; calls += 60) {     // 128 may wait on one connection
+    for (int calls = 25; calls <= 150; calls += 25) {     // 128 may wait on one connection
         std::vector<std::shared_ptr<NetServiceBrowser>> browsers;
         for (int type = 0; type < 60; ++type) {
             browsers.push_back(
                 collector->search(makeBrowser, "_" + std::to_string(type) + "._tcp."));
         }
         EXPECT_TRUE(driver.until([&] { return callsOf("ServiceBrowserPrepare") == calls; }));
+        EXPECT_EQ(daemon->mostHeld, calls) << "at once";
     }
     std::optional<bool> refused;
     const auto call = kept->call(

@@ -24,12 +24,19 @@ TEST(DNSSDRecords, TakeServiceTypesWithOrWithoutTrailingDot) {
              {"_ipp._tcp..", ""},
              {"_ipp._sctp", ""},
              {"_ipp._tcp.local", ""},
-             {"_printer._sub._ipp._tcp", ""},
+             {"_printer._sub._ipp._tcp.", "_printer._sub._ipp._tcp"},
+             {"_%9E-1._SUB._ipp._tcp", "_%9E-1._SUB._ipp._tcp"},
+             {"_sub._ipp._tcp", ""},
+             {"printer._sub._ipp._tcp", ""},
+             {"_\\095._sub._ipp._tcp", ""},
+             {"_a._sub._b._sub._ipp._tcp", ""},
+             {"_a._sub.", ""},
              {"_i p._tcp", ""},
              {"_ipp._tcp\0"s, ""},
              {"_" + std::string(63, 'a') + "._tcp", ""}}) {
         EXPECT_EQ(avahiServiceType(type).value_or(""), expected) << type;
     }
+    EXPECT_EQ(typeOfInstances("_%9E-1._SUB._ipp._tcp"), "_ipp._tcp");
 }
 
 TEST(DNSSDRecords, RebuildTXTBytesInWireOrder) {

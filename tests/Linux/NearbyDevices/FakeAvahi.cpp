@@ -67,7 +67,8 @@ void FakeAvahi::answer(sd_bus_message* call) {
     } else if (member == "Free") {
         objects.erase(path);
     } else if (member == "Start") {
-        for (const Item& item : items) {
+        const bool looksForTypes = objects[path] == "_services._dns-sd._udp";
+        for (const Item& item : looksForTypes ? types : items) {
             send(path, "ItemNew", item);
         }
     } else {
@@ -81,7 +82,11 @@ void FakeAvahi::answerPrepare(sd_bus_message* call) {
         return;
     }
     const std::string path = "/Client0/ServiceBrowser" + std::to_string(++made_);
-    objects.insert(path);
+    std::int32_t interface = 0;
+    std::int32_t protocol = 0;
+    const char* type = nullptr;
+    sd_bus_message_read(call, "iis", &interface, &protocol, &type);
+    objects.emplace(path, type);
     sd_bus_reply_method_return(call, "o", path.c_str());
 }
 
@@ -134,14 +139,14 @@ void FakeAvahi::answerAddress(sd_bus_message* call) {
 }
 
 void FakeAvahi::report(const std::string& signal, const Item& item) {
-    for (const std::string& path : objects) {
+    for (const auto& [path, type] : objects) {
         send(path, signal, item);
     }
     loop_->touch();
 }
 
 void FakeAvahi::reportGarbage() {
-    for (const std::string& path : objects) {
+    for (const auto& [path, type] : objects) {
         sd_bus_emit_signal(bus_, path.c_str(), browserInterface, "ItemNew", "ss", "2", "Printer");
         sd_bus_emit_signal(bus_, path.c_str(), browserInterface, "Nonsense", "");
     }
@@ -150,5 +155,6 @@ void FakeAvahi::reportGarbage() {
 
 void FakeAvahi::send(const std::string& path, const std::string& signal, const Item& item) {
     sd_bus_emit_signal(bus_, path.c_str(), browserInterface, signal.c_str(), "iisssu",
-                       item.interface, item.protocol, item.name.c_str(), "_ipp._tcp", "local", 0U);
+                       item.interface, item.protocol, item.name.c_str(), item.type.c_str(), "local",
+                       0U);
 }

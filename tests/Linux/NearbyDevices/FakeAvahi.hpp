@@ -17,6 +17,7 @@ public:
         std::string name;
         int interface = 2;
         int protocol = 0;
+        std::string type = "_ipp._tcp";
     };
 
     explicit FakeAvahi(std::shared_ptr<AmbrelKit::Linux::EventLoop> loop);
@@ -35,6 +36,7 @@ public:
 
     // What it knows
     std::vector<Item> items;                  ///< reported by each browser when it starts
+    std::vector<Item> types;                  ///< reported instead by one that looks for types
     std::vector<std::string> txt;             ///< as on the bus: the last one first
     std::map<int, std::string> interfaceIPv4; ///< the host's address on each interface
     std::string ipv6;
@@ -47,7 +49,7 @@ public:
 
     // What was seen
     bool named = false;
-    std::set<std::string> objects;
+    std::map<std::string, std::string> objects; ///< the browsers by path: what they look for
     std::vector<std::string> calls;
     std::size_t mostHeld = 0;
 
