@@ -1,5 +1,7 @@
 #include "AmbrelKit/C/Kit.hpp"
+#include "AmbrelKit/C/ReportsHandle.hpp"
 #include "AmbrelKit/C/Trace.hpp"
+#include "AmbrelKit/Platform/UTF8.hpp"
 #include "AmbrelKit/Simulated/Platform.hpp"
 #include "AmbrelKit/Simulated/Replay/LineGrammar.hpp"
 #include "AmbrelKit/Simulated/Replay/ScriptRunner.hpp"
@@ -48,6 +50,20 @@ Simulated::ScriptAction actionOf(const char* json, size_t length) {
     } catch (const Simulated::LineError& wrong) {
         throw C::scriptFailure(1, wrong.what());
     }
+}
+
+SourceCondition conditionOf(const ambrel_source_condition& given) {
+    const auto textOf = [](const char* text) {
+        return text != nullptr ? repairedUTF8(text) : std::string();
+    };
+    C::require(given.state >= AMBREL_SOURCE_IDLE && given.state <= AMBREL_SOURCE_LEFT_OUT,
+               "an unknown state");
+    C::require(given.reserved == 0, "a reserved member is not 0");
+    return {.state = static_cast<SourceState>(given.state),
+            .means = textOf(given.means),
+            .code = textOf(given.code),
+            .reason = textOf(given.reason),
+            .remedy = textOf(given.remedy)};
 }
 
 } // namespace
@@ -108,6 +124,23 @@ int ambrel_simulated_advance(ambrel_simulated* platform, int64_t duration, ambre
 
 int64_t ambrel_simulated_now(const ambrel_simulated* platform) {
     return platform != nullptr ? platform->platform->clock().now().count() : 0;
+}
+
+int ambrel_simulated_source_reports_new(ambrel_simulated* platform, const ambrel_observer* observer,
+                                        ambrel_source_reports** reports, ambrel_error* error) {
+    return C::makeReports(observer, reports, error, [&](const std::function<void()>& changed) {
+        return C::required(platform).platform->sourceReports(changed);
+    });
+}
+
+int ambrel_simulated_impose(ambrel_simulated* platform, int source,
+                            const ambrel_source_condition* condition, ambrel_error* error) {
+    return C::edge(error, [&] {
+        C::require(source >= 0 && source < AMBREL_SOURCE_COUNT, "an unknown source");
+        const auto chosen =
+            condition != nullptr ? conditionOf(C::known(*condition)) : SourceCondition();
+        C::required(platform).platform->sources().impose(static_cast<Source>(source), chosen);
+    });
 }
 
 int ambrel_simulated_set_trace(ambrel_simulated* platform, const ambrel_trace* trace,

@@ -38,10 +38,10 @@ int ambrel_source_reports_outcome(const ambrel_source_reports* reports, int sour
                    [&] { return static_cast<int>(reportOf(reports, source).collection.outcome); });
 }
 
-int ambrel_source_reports_json(const ambrel_source_reports* reports, int source, char** json,
-                               size_t* length, ambrel_error* error) {
+int ambrel_source_reports_json(const ambrel_source_reports* reports, char** json, size_t* length,
+                               ambrel_error* error) {
     return C::edge(error, [&] {
-        const std::string text = writeJSON(dictionary(reportOf(reports, source)));
+        const std::string text = writeJSON(dictionary(*C::required(reports).reports));
         C::give(text, json);
         if (length != nullptr) {
             *length = text.size();

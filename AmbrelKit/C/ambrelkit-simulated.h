@@ -85,6 +85,34 @@ AMBREL_API int ambrel_simulated_advance(ambrel_simulated* platform, int64_t dura
 /// The virtual time, in nanoseconds; 0 without a platform.
 AMBREL_API int64_t ambrel_simulated_now(const ambrel_simulated* platform);
 
+/// How the sources of this platform fare, as `ambrel_source_reports_new` makes them of the
+/// machine's. `changed` is called when time is advanced next, also by nothing. They may outlive the
+/// platform.
+AMBREL_API int ambrel_simulated_source_reports_new(ambrel_simulated* platform,
+                                                   const ambrel_observer* observer,
+                                                   ambrel_source_reports** reports,
+                                                   ambrel_error* error);
+
+/// What is known of a source at a time. Texts are copied; NULL is the empty text.
+typedef struct ambrel_source_condition {
+    size_t size;
+    const char* means;  ///< by what it listens: "BlueZ, hci0"
+    const char* code;   ///< of the reason, for programs
+    const char* reason; ///< what stands in the way
+    const char* remedy; ///< what would help
+    int32_t state;      ///< AMBREL_SOURCE_IDLE to AMBREL_SOURCE_LEFT_OUT
+    int32_t reserved;   ///< 0
+} ambrel_source_condition;
+
+#define AMBREL_SOURCE_CONDITION_INIT                                                               \
+    { sizeof(ambrel_source_condition), NULL, NULL, NULL, NULL, 0, 0 }
+
+/// Has the source be in this condition, whatever happens on the platform; NULL has it fare by
+/// itself again. -EINVAL for a source or a state that is none.
+AMBREL_API int ambrel_simulated_impose(ambrel_simulated* platform, int source,
+                                       const ambrel_source_condition* condition,
+                                       ambrel_error* error);
+
 typedef struct ambrel_trace {
     size_t size;
     void* context;

@@ -89,12 +89,11 @@ AMBREL_API ambrel_source_reports* ambrel_source_reports_unref(ambrel_source_repo
 AMBREL_API int ambrel_source_reports_state(const ambrel_source_reports* reports, int source);
 AMBREL_API int ambrel_source_reports_outcome(const ambrel_source_reports* reports, int source);
 
-/// All that is known of a source now, as a JSON object in `json`, to be freed by `ambrel_free`, and
-/// its length in `length`, which may be NULL: the source, its state and since when, by which means
-/// it listens, the reason and the remedy with their code, and what it did in its collection;
-/// docs/outcome.schema.json describes it.
-AMBREL_API int ambrel_source_reports_json(const ambrel_source_reports* reports, int source,
-                                          char** json, size_t* length, ambrel_error* error);
+/// All that is known now, as a JSON object in `json`, to be freed by `ambrel_free`, and its length
+/// in `length`, which may be NULL: when the collection began that runs, else the last one, what
+/// each source did in it, and what it does now; docs/outcome.schema.json describes it.
+AMBREL_API int ambrel_source_reports_json(const ambrel_source_reports* reports, char** json,
+                                          size_t* length, ambrel_error* error);
 
 /// What people should know of the source's collection, in one line, such as "hci0 is switched off:
 /// bluetoothctl power on", in `text`, to be freed by `ambrel_free`; empty when it listened

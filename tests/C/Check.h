@@ -32,6 +32,9 @@
 
 #define CHECK_IS_ERRNO(call, number) CHECK_FAILS(call, -(number), AMBREL_ERROR_DOMAIN_ERRNO, number)
 
+/// As isolate() of tests/support/Isolation.hpp.
+const char* isolate_c(void);
+
 /// Runs the case of the table that the program's argument names.
 struct test_case {
     const char* name;

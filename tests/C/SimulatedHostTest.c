@@ -204,6 +204,40 @@ static void tells_what_the_kit_asks(void) {
     CHECK(strstr(text, "{\"at\":0,\"bluetooth\":\"create\"}\n") != NULL);
 }
 
+static int count_change(void* context) {
+    ++*(int*)context;
+    return 0;
+}
+
+static void tells_how_its_sources_fare(void) {
+    ambrel_simulated* platform = NULL;
+    ambrel_source_reports* reports = NULL;
+    int changes = 0;
+    ambrel_observer observer = AMBREL_OBSERVER_INIT;
+    observer.context = &changes;
+    observer.changed = count_change;
+    CHECK(ambrel_simulated_new(NULL, &platform, NULL) == 0);
+    CHECK(ambrel_simulated_source_reports_new(platform, &observer, &reports, NULL) == 0);
+    ambrel_source_condition condition = AMBREL_SOURCE_CONDITION_INIT;
+    condition.state = AMBREL_SOURCE_OFF;
+    condition.reason = "hci0 is switched off";
+    CHECK(ambrel_simulated_impose(platform, AMBREL_SOURCE_BLUETOOTH, &condition, NULL) == 0);
+    condition.state = AMBREL_SOURCE_LEFT_OUT + 1;
+    CHECK_IS_ERRNO(ambrel_simulated_impose(platform, AMBREL_SOURCE_WIFI, &condition, &error),
+                   EINVAL);
+    CHECK_IS_ERRNO(ambrel_simulated_impose(platform, AMBREL_SOURCE_COUNT, NULL, &error), EINVAL);
+    CHECK(ambrel_source_reports_state(reports, AMBREL_SOURCE_BLUETOOTH) == AMBREL_SOURCE_OFF);
+    char* json = NULL;
+    CHECK(ambrel_source_reports_json(reports, &json, NULL, NULL) == 0);
+    CHECK(strstr(json, "\"reason\":\"hci0 is switched off\"") != NULL);
+    ambrel_free(json);
+    CHECK(changes == 0 && ambrel_simulated_advance(platform, 0, NULL) == 0 && changes == 1);
+    CHECK(ambrel_simulated_impose(platform, AMBREL_SOURCE_BLUETOOTH, NULL, NULL) == 0);
+    ambrel_simulated_unref(platform);
+    CHECK(ambrel_source_reports_state(reports, AMBREL_SOURCE_BLUETOOTH) == AMBREL_SOURCE_IDLE);
+    ambrel_source_reports_unref(reports);
+}
+
 static void says_what_is_wrong(void) {
     struct host host = {0};
     static const char* const wrong[] = {"not an identifier", NULL};
@@ -274,6 +308,7 @@ int main(int argc, char** argv) {
         {"Collects", collects},
         {"CallbacksMayDoAnything", callbacks_may_do_anything},
         {"TellsWhatTheKitAsks", tells_what_the_kit_asks},
+        {"TellsHowItsSourcesFare", tells_how_its_sources_fare},
         {"SaysWhatIsWrong", says_what_is_wrong},
         {"Replays", replays},
     };
