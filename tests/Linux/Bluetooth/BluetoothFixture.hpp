@@ -3,6 +3,7 @@
 
 #include "AmbrelKit/Linux/Bluetooth/BluetoothManagerFactory.hpp"
 #include "AmbrelKit/Linux/PlatformServices.hpp"
+#include "AmbrelKit/Linux/SourceReports.hpp"
 #include "tests/support/FakeBlueZ.hpp"
 #include "tests/support/LoopDriver.hpp"
 #include "tests/support/PrivateBus.hpp"
@@ -106,10 +107,20 @@ protected:
         return std::exchange(receiver->sightings, {});
     }
 
+    /// How Bluetooth fares: the state and the reason's code, or by what means it listens.
+    [[nodiscard]] std::string condition() const {
+        const auto now = source->report(AmbrelKit::Source::bluetooth).condition;
+        const std::string detail = now.code + now.means;
+        return std::string(code(now.state)) + (detail.empty() ? "" : ": ") + detail;
+    }
+
     PrivateBus bus;
     FakeBlueZ fake{loop()->native()};
     std::shared_ptr<Receiver> receiver = std::make_shared<Receiver>();
     std::shared_ptr<AmbrelKit::BluetoothCentralManager> manager;
+    int changes = 0; ///< of how any source fares
+    std::shared_ptr<AmbrelKit::SourceReports> source =
+        AmbrelKit::Linux::sourceReports([this] { ++changes; });
 
 private:
     static int countDown(sd_bus_message* /*reply*/, void* count, sd_bus_error* /*error*/) {

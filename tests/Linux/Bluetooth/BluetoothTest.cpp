@@ -15,53 +15,6 @@ struct Event {
     std::function<void()> happens;
 };
 
-TEST_F(BluetoothTest, TellsTheStateFromTheLoop) {
-    receiver->scans = false;
-    begin();
-    EXPECT_THAT(receiver->states, IsEmpty()) << "told inside setDelegate";
-    const std::pair<Event, int> steps[] = {
-        {{"no daemon", [] {}}, 2},
-        {{"there, and on", [&] { fake.start(), fake.plug("hci0"); }}, 5},
-        {{"switched off, or blocked", [&] { fake.power("hci0", false); }}, 4},
-        {{"switched on", [&] { fake.power("hci0", true); }}, 5},
-        {{"another takes over", [&] { fake.plug("hci1"), fake.power("hci0", false); }}, 5},
-        {{"all off", [&] { fake.power("hci1", false); }}, 4},
-        {{"pulled out", [&] { fake.unplug("hci0"), fake.unplug("hci1"); }}, 2},
-        {{"plugged in, and off", [&] { fake.plug("hci0", false); }}, 4},
-        {{"daemon lost", [&] { fake.stop(); }}, 1},
-        {{"daemon back without adapter", [&] { fake.start(); }}, 2},
-        {{"lost again", [&] { fake.stop(); }}, 1},
-    };
-    std::vector<int> expected;
-    for (const auto& [event, state] : steps) {
-        event.happens();
-        drain();
-        if (expected.empty() || expected.back() != state) {
-            expected.push_back(state);
-        }
-        EXPECT_EQ(receiver->states, expected) << event.what;
-    }
-    receiver->states.clear();
-    manager->setDelegate(receiver);
-    EXPECT_THAT(receiver->states, IsEmpty());
-    drain();
-    EXPECT_THAT(receiver->states, ElementsAre(1)) << "a newly set delegate is told";
-}
-
-TEST_F(BluetoothTest, SaysThatItMayNotAndDoesNotInsist) {
-    for (const char* method : {"GetManagedObjects", "StartDiscovery"}) {
-        fake.failNext(method, SD_BUS_ERROR_ACCESS_DENIED);
-        fake.start();
-        fake.plug("hci0");
-        begin();
-        EXPECT_TRUE(until([&] {
-            return !receiver->states.empty() && receiver->states.back() == 3;
-        })) << method;
-        EXPECT_FALSE(scanning("hci0", 150)) << "the first retry would have come by now";
-        fake.stop();
-    }
-}
-
 TEST_F(BluetoothTest, HasOneDiscoveryOfItsOwn) {
     beginScan();
     manager->scanForPeripheralsWithServices(std::nullopt, std::nullopt);

@@ -3,12 +3,15 @@
 #include "AmbrelKit/Linux/Lifecycle/CollectionClock.hpp"
 #include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Linux/ProcessServices.hpp"
+#include "AmbrelKit/Linux/SourceReports.hpp"
+#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 #include "AmbrelKit/Platform/Application.hpp"
 #include "AmbrelKit/Platform/NotificationCenter.hpp"
 #include "tests/support/Child.hpp"
 #include "tests/support/LoopDriver.hpp"
 #include "tests/support/PrivateBus.hpp"
 #include "tests/support/QuietHost.hpp"
+#include "tests/support/StandIn.hpp"
 
 #include <gmock/gmock.h>
 #include <optional>
@@ -142,11 +145,22 @@ protected:
         drain();
     }
 
+    /// How the lifecycle fares: the state, by what means, and the reason's code.
+    [[nodiscard]] std::string condition() const {
+        const auto now = source->report(Source::lifecycle).condition;
+        return std::string(code(now.state)) + "|" + now.means + "|" + now.code;
+    }
+
+    bool becomes(const std::string& expected) {
+        return until([&] { return condition() == expected; });
+    }
+
     const std::string userPath = "/org/freedesktop/login1/user/_" + std::to_string(getuid());
     PrivateBus bus;
     std::shared_ptr<Linux::Deadline> clock = loop()->deadline([] {}); ///< has the loop its clock
     std::optional<Child> logind;
     std::shared_ptr<Application> application = Application::shared();
+    std::shared_ptr<SourceReports> source = Linux::sourceReports();
     int activations = 0;
 
 private:
@@ -245,6 +259,7 @@ struct Step {
     const char* what;
     std::function<void()> happens;
     int activations;
+    const char* condition = nullptr; ///< checked where it is given
 };
 
 TEST_F(LifecycleTest, ActivationsAreOfTheSessionThatShowsTheUser) {
@@ -252,9 +267,15 @@ TEST_F(LifecycleTest, ActivationsAreOfTheSessionThatShowsTheUser) {
     const auto descriptors = openDescriptors();
     const auto observer = observe();
     awaitFollowed();
+    const auto collections = loop()->shared<Linux::LoopBoard>()->collectionTimers(
+        [this](double interval, bool repeats, TimerTick tick) {
+            return loop()->scheduledTimer(interval, repeats, std::move(tick));
+        });
     const Step steps[] = {
-        {"somebody else's session", [this] { activate(ownSession, true); }, 0},
-        {"it becomes the user's", [this] { display(ownSession); }, 1},
+        {"somebody else's session", [this] { activate(ownSession, true); }, 0,
+         "listening|logind, for resumes alone|no-session"},
+        {"it becomes the user's", [this] { display(ownSession); }, 1,
+         "listening|logind, session own|"},
         {"another is looked at", [this] { activate(ownSession, false); }, 0},
         {"back", [this] { activate(ownSession, true); }, 1},
         {"said again", [this] { activate(ownSession, true); }, 0},
@@ -276,17 +297,23 @@ TEST_F(LifecycleTest, ActivationsAreOfTheSessionThatShowsTheUser) {
              activate(laterSession, false);
          },
          0},
-        {"resumed", [this] { announceSleep(false); }, 1},
+        {"resumed", [this] { announceSleep(false); }, 1, "listening|logind, session later|"},
         {"and the console is switched back", [this] { activate(laterSession, true); }, 0},
         {"resumed again", [this] { announceSleep(false); }, 1},
     };
     for (const Step& step : steps) {
         activations = 0;
+        const auto collection = collections(1, true, [](Timer&) {}); // reports are counted
         step.happens();
         drain();
         EXPECT_EQ(activations, step.activations) << step.what;
+        EXPECT_EQ(source->report(Source::lifecycle).collection.reports,
+                  static_cast<std::size_t>(activations))
+            << step.what;
+        EXPECT_EQ(condition(), step.condition != nullptr ? step.condition : condition());
     }
     NotificationCenter::default_()->removeObserver(observer);
+    EXPECT_EQ(condition(), "idle||");
     EXPECT_EQ(openDescriptors(), descriptors) << "logind is followed for nobody";
 }
 
@@ -393,6 +420,21 @@ TEST_F(LifecycleTest, WhatSleepInterruptedIsDeliveredOnceOnResumeAndThenCollecte
     kit->stopScanning();
 }
 
+TEST_F(LifecycleTest, SaysHowALogindFares) {
+    const std::pair<Manner, const char*> rows[] = {
+        {Manner::silent, "starting||daemon-silent"},
+        {Manner::refusing, "listening|logind, for resumes alone|not-allowed"},
+        {Manner::answering, "listening|logind, for resumes alone|no-session"},
+    };
+    for (const auto& [manner, expected] : rows) {
+        EXPECT_EQ(condition(), "idle||");
+        const StandIn standIn(loop()->native(), login1, manner);
+        const auto task = begin();
+        EXPECT_TRUE(becomes(expected)) << condition();
+        application->endBackgroundTask(task);
+    }
+}
+
 TEST_F(LifecycleTest, WithoutLogindOrBusATaskIsANumberAndNothingWakes) {
     for (const bool withBus : {true, false}) {
         if (!withBus) {
@@ -403,6 +445,7 @@ TEST_F(LifecycleTest, WithoutLogindOrBusATaskIsANumberAndNothingWakes) {
         during(100ms);
         pollfd ready{loop()->fileDescriptor(), POLLIN, 0};
         EXPECT_EQ(poll(&ready, 1, 1500), 0) << (withBus ? "with" : "without") << " a bus";
+        EXPECT_EQ(condition(), withBus ? "unavailable||no-daemon" : "unavailable||no-bus");
         application->endBackgroundTask(task);
     }
 }
