@@ -30,9 +30,9 @@ class Installation(unittest.TestCase):
         stage, cls.prefix = (os.path.join(cls.folder.name, name) for name in ("stage", "prefix"))
         run("cmake", "--install", BUILD, "--prefix", "/opt/ambrel", env={**os.environ, "DESTDIR": stage})
         os.rename(f"{stage}/opt/ambrel", cls.prefix)
-        [cls.library] = glob.glob(f"{cls.prefix}/**/libambrelkit.*[ao]", recursive=True)
-        cls.shared = cls.library.endswith(".so")
-        cls.library = os.path.dirname(cls.library)
+        [archive] = glob.glob(f"{cls.prefix}/**/libambrelkit.a", recursive=True)
+        cls.library = os.path.dirname(archive)
+        cls.shared = os.path.exists(f"{cls.library}/libambrelkit.so")
         # All that pkg-config is to know beside AmbrelKit itself.
         modules = os.path.join(cls.folder.name, "pkgconfig")
         os.mkdir(modules)
@@ -53,26 +53,51 @@ class Installation(unittest.TestCase):
         if os.path.exists(tool):
             self.assertEqual(run(tool, "--version"), f"ambrel {VERSION}\n")
 
+    def check_libraries(self, program, expected):
+        """Of ours the program is linked with these, and all are of this installation."""
+        loaded = [line.split() for line in run("ldd", program).splitlines() if "libambrelkit" in line]
+        self.assertEqual(sorted(name for name, _, _, _ in loaded), expected if self.shared else [])
+        for _, _, path, _ in loaded:
+            self.assertEqual(os.path.realpath(os.path.dirname(path)), os.path.realpath(self.library))
+
     def test_find_package(self):
         build = os.path.join(self.folder.name, "build")
-        run("cmake", "-S", HOST, "-B", build, "-G", "Ninja", f"-DCMAKE_CXX_FLAGS={' '.join(FLAGS)}",
-            f"-DCMAKE_CXX_COMPILER={COMPILER}", f"-DCMAKE_PREFIX_PATH={self.prefix}",
-            env=self.few_modules if self.shared else None)
+        configure = ["cmake", "-S", HOST, "-B", build, "-G", "Ninja", f"-DCMAKE_CXX_FLAGS={' '.join(FLAGS)}",
+                     f"-DCMAKE_CXX_COMPILER={COMPILER}", f"-DCMAKE_PREFIX_PATH={self.prefix}"]
+        run(*configure, env=self.few_modules if self.shared else None)
         run("cmake", "--build", build)
-        self.check_host(os.path.join(build, "host"))
-        record = json.loads(run(os.path.join(build, "host_test")))
-        self.assertEqual(record["bleScan"][0]["name"], "Lamp")
+        self.check_host(f"{build}/host")
+        self.check_libraries(f"{build}/host", ["libambrelkit.so.0"])
+        self.assertEqual(json.loads(run(f"{build}/host_test"))["bleScan"][0]["name"], "Lamp")
+        self.check_libraries(f"{build}/host_test", ["libambrelkit-simulated.so.0", "libambrelkit.so.0"])
+        run(*configure, "-DSTATIC=ON")
+        run("cmake", "--build", build)
+        self.check_host(f"{build}/static_host")
+        self.check_libraries(f"{build}/static_host", [])
 
     def test_pkg_config(self):
-        def known(option):
-            return run("pkg-config", option, "ambrelkit", env=self.few_modules).split()
+        def known(*options):
+            return run("pkg-config", *options, "ambrelkit", env=self.few_modules).split()
         self.assertEqual(known("--modversion"), [VERSION])
         [include] = {os.path.realpath(flag.removeprefix("-I")) for flag in known("--cflags")} - {"/usr/include"}
         self.assertEqual(include, os.path.join(self.prefix, "include"))
         program = os.path.join(self.folder.name, "host")
-        run(COMPILER, *FLAGS, "-std=c++20", os.path.join(HOST, "host.cpp"), *known("--cflags"),
-            *known("--libs"), f"-Wl,-rpath,{self.library}", "-o", program)
-        self.check_host(program)
+        run(COMPILER, *FLAGS, "-std=c++20", "-c", f"{HOST}/host.cpp", *known("--cflags"), "-o", f"{program}.o")
+        static = [flag.replace("-lambrelkit", "-l:libambrelkit.a") for flag in known("--static", "--libs")]
+        for flags, libraries in ((known("--libs"), ["libambrelkit.so.0"]), (static, [])):
+            run(COMPILER, *FLAGS, f"{program}.o", *flags, f"-Wl,-rpath,{self.library}", "-o", program)
+            self.check_host(program)
+            self.check_libraries(program, libraries)
+        simulated = run("pkg-config", "--libs", "ambrelkit-simulated", env=self.few_modules).split()
+        self.assertIn("-lambrelkit-simulated", simulated)
+        self.assertIn("-lambrelkit", simulated)
+
+    def test_what_the_loader_finds_by_itself_has_no_search_path(self):
+        stage = os.path.join(self.folder.name, "system")
+        run("cmake", "--install", BUILD, "--prefix", "/usr", env={**os.environ, "DESTDIR": stage})
+        binaries = [f"{stage}/usr/bin/ambrel", *glob.glob(f"{stage}/usr/lib/**/libambrelkit*.so", recursive=True)]
+        for binary in filter(os.path.exists, binaries):
+            self.assertNotIn("RUNPATH", run("readelf", "-d", binary), binary)
 
 
 class Tarball(unittest.TestCase):
