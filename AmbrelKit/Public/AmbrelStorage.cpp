@@ -144,6 +144,8 @@ std::optional<std::string> AmbrelStorage::documentsPath() {
     return std::nullopt;
 }
 
+std::string AmbrelStorage::path() { return pathForDirectory(directoryPath); }
+
 std::string AmbrelStorage::pathForDirectory(std::string_view directory) {
     return documentsPath().value_or("").append("/").append(directory);
 }

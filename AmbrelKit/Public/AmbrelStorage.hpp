@@ -83,7 +83,7 @@ public:
     fileName(const JSONDictionary& dictionary);
 
     /// The directory of the files. It need not exist.
-    [[nodiscard]] static std::string path() { return pathForDirectory(directoryPath); }
+    [[nodiscard]] AMBRELKIT_API static std::string path();
 
     /// The documents folder; nothing when the environment names no folder and no home.
     [[nodiscard]] AMBRELKIT_API static std::optional<std::string> documentsPath();
@@ -97,7 +97,7 @@ private:
     static constexpr const char* timestampKey = "timestamp";
 
     // Both ask for the documents folder afresh; the empty text stands for an absent one.
-    [[nodiscard]] AMBRELKIT_API static std::string pathForDirectory(std::string_view directory);
+    [[nodiscard]] static std::string pathForDirectory(std::string_view directory);
     [[nodiscard]] static std::string pathForDirectory(std::string_view directory,
                                                       std::string_view withName);
 

@@ -10,6 +10,8 @@ import sys
 import tempfile
 import unittest
 
+import exports
+
 SOURCE, BUILD, COMPILER, VERSION, *FLAGS = sys.argv[1:]
 HOST = os.path.join(os.path.dirname(os.path.abspath(__file__)), "host")
 
@@ -19,6 +21,11 @@ def run(*command, **options):
     if result.returncode != 0:
         raise AssertionError(f"{' '.join(command)}\n{result.stdout}{result.stderr}")
     return result.stdout
+
+
+def read(path):
+    with open(path, encoding="utf-8") as file:
+        return file.read()
 
 
 class Installation(unittest.TestCase):
@@ -52,6 +59,24 @@ class Installation(unittest.TestCase):
         tool = os.path.join(self.prefix, "bin", "ambrel")
         if os.path.exists(tool):
             self.assertEqual(run(tool, "--version"), f"ambrel {VERSION}\n")
+
+    def test_shared_libraries_show_what_the_headers_declare_and_nothing_else(self):
+        installed = glob.glob(f"{self.prefix}/include/**/*.h*", recursive=True)
+        seam = glob.glob(f"{SOURCE}/AmbrelKit/**/*.hpp", recursive=True)
+        declared = {}
+        for header in installed:
+            declared.update(exports.declared(read(header)))
+        for header in seam:
+            declared.update(exports.declared(read(header), "AMBRELKIT_SEAM"))
+        for_others = {name for name in declared if declared[name]}
+        for library in glob.glob(f"{self.library}/libambrelkit*.so"):
+            shown = [symbol for symbol in exports.defined(library, "-D") if symbol[1] != "A"]
+            names = {name for name, _, _ in shown}
+            self.assertEqual(names - declared.keys(), set(), "are no host's business")
+            inside = {name for name, kind, _ in exports.defined(library.replace(".so", ".a")) if kind in "TDBR"}
+            self.assertEqual((inside & for_others) - names, set(), "are declared, but hidden")
+            for name, _, version in shown:
+                self.assertEqual(version, "AMBRELKIT_0" if name.startswith("ambrel_") else f"AMBRELKIT_CXX_{VERSION}")
 
     def check_libraries(self, program, expected):
         """Of ours the program is linked with these, and all are of this installation."""
