@@ -89,7 +89,7 @@ public:
     [[nodiscard]] AMBRELKIT_API static std::optional<std::string> documentsPath();
 
 protected:
-    AmbrelStorage();
+    AMBRELKIT_API AmbrelStorage();
     ~AmbrelStorage() = default;
 
 private:
