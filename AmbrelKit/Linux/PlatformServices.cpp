@@ -11,6 +11,7 @@
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
 
 #include <utility>
@@ -34,6 +35,26 @@ std::optional<JSONValue> currentNetworkInfo(const std::string& interface) {
     return info;
 }
 
+/// Has the board of this thread's loop know what a tick is answered.
+void tell(Source source, SourceCondition condition, bool isReport) {
+    EventLoop::current()->shared<LoopBoard>()->answer(source, std::move(condition), isReport);
+}
+
+std::optional<std::string> addressIPv4(Interfaces& interfaces) {
+    auto [address, condition] = interfaces.addressIPv4();
+    tell(Source::address, std::move(condition), address.has_value());
+    return std::move(address);
+}
+
+/// `stations` are those that the asking has found.
+std::vector<WifiNetworkHost> availableNetworks(const std::vector<std::string>& stations) {
+    auto networks = NetworkEnvironment::_availableNetworks();
+    tell(Source::wifi,
+         networks.empty() ? withoutNetwork(stations) : listening(networks[0].interface.string()),
+         !networks.empty());
+    return networks;
+}
+
 /// Replaces a closure that still is its default.
 template <class Closure, class Original, class Replacement>
 void install(Closure& closure, Original original, Replacement replacement) {
@@ -51,9 +72,12 @@ void installForProcess() {
     install(Environment::shared().currentDate, &std::chrono::system_clock::now,
             [] { return CollectionClock::shared().now(); });
     install(network.addressIPv4, NetworkEnvironment::_addressIPv4,
-            [interfaces = std::make_shared<Interfaces>()] { return interfaces->addressIPv4(); });
+            [interfaces = std::make_shared<Interfaces>()] { return addressIPv4(*interfaces); });
+    const auto stations = std::make_shared<std::vector<std::string>>();
+    install(network.availableNetworks, NetworkEnvironment::_availableNetworks,
+            [stations] { return availableNetworks(*stations); });
     install(captive.supportedInterfaces, CaptiveNetwork::_supportedInterfaces,
-            []() -> std::optional<JSONValue> { return wirelessStations(); });
+            [stations]() -> std::optional<JSONValue> { return *stations = wirelessStations(); });
     install(captive.currentNetworkInfo, CaptiveNetwork::_currentNetworkInfo, currentNetworkInfo);
 }
 

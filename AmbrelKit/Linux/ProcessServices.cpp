@@ -2,6 +2,9 @@
 
 #include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Internal/Logic/NetworkInfoProvider.hpp"
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 
 #include <iterator>
 #include <list>
@@ -35,6 +38,17 @@ struct Closures {
         NetworkEnvironment::shared().availableNetworks = availableNetworks;
     }
 };
+
+/// An answer of the host's own is listened to as well; of one that came from this machine the
+/// source has told already.
+void tell(Source source, bool isReport) {
+    constexpr const char* means = "the host";
+    const auto board = EventLoop::current()->shared<LoopBoard>();
+    const SourceCondition& told = board->condition(source);
+    if (told.state == SourceState::starting || told.means == means) {
+        board->answer(source, listening(means), isReport);
+    }
+}
 
 /// What each installation replaced that is in force, in their order.
 std::list<Closures>& replacedClosures() {
@@ -71,7 +85,12 @@ std::shared_ptr<void> ProcessServices::install() const {
     auto& replaced = replacedClosures();
     const auto before = replaced.insert(replaced.end(), Closures::inUse());
     Closures{.currentDate = currentDate,
-             .addressIPv4 = addressIPv4,
+             .addressIPv4 =
+                 [query = addressIPv4] {
+                     auto address = query();
+                     tell(Source::address, address.has_value());
+                     return address;
+                 },
              .availableNetworks =
                  [query = availableNetworks] {
                      std::vector<WifiNetworkHost> hosts;
@@ -80,6 +99,7 @@ std::shared_ptr<void> ProcessServices::install() const {
                                           .ssid = textOf(network.ssid),
                                           .bssid = textOf(network.bssid)});
                      }
+                     tell(Source::wifi, !hosts.empty());
                      return hosts;
                  }}
         .use();

@@ -25,7 +25,7 @@ public:
     }
 
     [[nodiscard]] static std::string address() {
-        return Linux::Interfaces().addressIPv4().value_or("");
+        return Linux::Interfaces().addressIPv4().address.value_or("");
     }
 };
 

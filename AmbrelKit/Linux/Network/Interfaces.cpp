@@ -1,9 +1,12 @@
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
+#include "AmbrelKit/Platform/UTF8.hpp"
 
 #include <arpa/inet.h>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <linux/ethtool.h>
@@ -11,6 +14,7 @@
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -127,9 +131,17 @@ std::optional<std::vector<AddressEntry>> Interfaces::addresses() {
     return entries;
 }
 
-std::optional<std::string> Interfaces::addressIPv4() {
-    const auto chosen = primaryAddress(addresses().value_or(std::vector<AddressEntry>()));
-    return chosen ? std::optional(chosen->address) : std::nullopt;
+AddressAnswer Interfaces::addressIPv4() {
+    const auto entries = addresses();
+    if (!entries) {
+        const auto error = std::generic_category().message(errno);
+        return {std::nullopt, because(SourceReason::addressesNotTold, {error})};
+    }
+    auto chosen = primaryAddress(*entries);
+    if (!chosen) {
+        return {std::nullopt, whyNoAddress(*entries)};
+    }
+    return {std::move(chosen->address), listening(repairedUTF8(chosen->interface))};
 }
 
 } // namespace AmbrelKit::Linux

@@ -10,6 +10,11 @@
 
 namespace AmbrelKit::Linux {
 
+struct AddressAnswer {
+    std::optional<std::string> address; ///< in dotted decimal; nothing when no interface qualifies
+    SourceCondition condition;          ///< listening by its interface, or why there is none
+};
+
 /// The interfaces of the network namespace in which this was made. What the kernel is asked by is
 /// opened then and kept: an address is not lost sight of because no descriptor is left. Asks the
 /// kernel only, and does not wait.
@@ -17,9 +22,8 @@ class Interfaces {
 public:
     Interfaces();
 
-    /// This machine's IPv4 address in dotted decimal, chosen as `primaryAddress` says; nothing when
-    /// no interface qualifies.
-    [[nodiscard]] std::optional<std::string> addressIPv4();
+    /// This machine's IPv4 address, chosen as `primaryAddress` says.
+    [[nodiscard]] AddressAnswer addressIPv4();
 
     /// Every IPv4 address. Nothing, with the reason in `errno`, when the kernel cannot be asked.
     [[nodiscard]] std::optional<std::vector<AddressEntry>> addresses();

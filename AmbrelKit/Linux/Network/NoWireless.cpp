@@ -1,7 +1,7 @@
 // Wi-Fi was left out of this build.
 
-#include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 
 #include <linux/wireless.h>
@@ -11,6 +11,10 @@
 namespace AmbrelKit::Linux {
 
 std::vector<std::string> wirelessStations() { return {}; }
+
+SourceCondition withoutNetwork(const std::vector<std::string>& /*stations*/) {
+    return because(SourceReason::wifiLeftOut);
+}
 
 /// The older interface to the kernel's radios, which knows no radio of the newest kind, is in every
 /// build.
@@ -22,10 +26,5 @@ bool isAccessPoint(const std::string& name) {
 }
 
 std::optional<Association> association(const std::string& /*interface*/) { return std::nullopt; }
-
-Examination examineWifi(const Surroundings& /*surroundings*/, const Report& report) {
-    report(fails("Wi-Fi is not in this build", "build with -DAMBREL_WITH_WIFI=ON"));
-    return nullptr;
-}
 
 } // namespace AmbrelKit::Linux

@@ -1,5 +1,8 @@
 #include "AmbrelKit/Linux/Network/PrimaryAddress.hpp"
 
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
+#include "AmbrelKit/Platform/UTF8.hpp"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -91,6 +94,19 @@ std::optional<AddressEntry> primaryAddress(std::vector<AddressEntry> entries) {
         chosen = std::ranges::find_if(entries, standsIn);
     }
     return chosen == entries.end() ? std::nullopt : std::optional(*chosen);
+}
+
+SourceCondition whyNoAddress(const std::vector<AddressEntry>& entries) {
+    for (const AddressEntry& entry : entries) {
+        const auto name = repairedUTF8(entry.interface);
+        if (entry.kind == LinkKind::bridge && entry.routeMetric) {
+            return because(SourceReason::addressOfBridge, {name});
+        }
+        if (entry.kind == LinkKind::accessPoint) {
+            return because(SourceReason::addressOfAccessPoint, {name});
+        }
+    }
+    return because(SourceReason::noAddress);
 }
 
 } // namespace AmbrelKit::Linux

@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_LINUX_NETWORK_PRIMARYADDRESS_HPP
 #define AMBRELKIT_LINUX_NETWORK_PRIMARYADDRESS_HPP
 
+#include "AmbrelKit/Platform/SourceReport.hpp"
+
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -56,6 +58,9 @@ struct AddressEntry {
 ///
 /// Whether an interface is up is not asked.
 std::optional<AddressEntry> primaryAddress(std::vector<AddressEntry> entries);
+
+/// Why it takes none of them.
+SourceCondition whyNoAddress(const std::vector<AddressEntry>& entries);
 
 } // namespace AmbrelKit::Linux
 

@@ -1,10 +1,6 @@
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
+#include "AmbrelKit/Linux/Network/Wireless.hpp"
 #include "AmbrelKit/Linux/ProcessServices.hpp"
-#include "AmbrelKit/Linux/Sources/KernelDevices.hpp"
-#include "AmbrelKit/Platform/Descriptor.hpp"
-
-#include <linux/netlink.h>
-#include <sys/socket.h>
 
 namespace AmbrelKit::Linux {
 
@@ -13,15 +9,12 @@ Examination examineWifi(const Surroundings& /*surroundings*/, const Report& repo
     if (!joined.empty()) {
         report(works(joined.front().interface + ", joined to " +
                      joined.front().ssid.value_or("a network without a name")));
-    } else if (!kernelHas("ieee80211")) {
-        report(fails("there is no Wi-Fi adapter",
-                     "plug one in, or load its driver (dmesg says when firmware is missing)"));
-    } else if (Descriptor(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_GENERIC)).get() < 0) {
-        report(fails("this program may not ask nl80211",
-                     "let it use AF_NETLINK sockets (RestrictAddressFamilies= of its unit)"));
-    } else {
-        report(works("nl80211, not joined to a network now"));
+        return nullptr;
     }
+    const auto condition = withoutNetwork(wirelessStations());
+    report(condition.state == SourceState::listening
+               ? works(condition.means + ", not joined to a network now")
+               : fails(condition.reason, condition.remedy));
     return nullptr;
 }
 

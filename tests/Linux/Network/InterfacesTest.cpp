@@ -16,24 +16,32 @@ namespace {
 const std::string refused = "the kernel refuses ";
 
 /// In a network of this process's own: sets links up by ip(8), and answers the address that is
-/// chosen among them at last.
+/// chosen among them at last, or the code of why there is none.
 std::string addressAmong(const std::vector<std::string>& links) {
     if (const auto refusal = isolate(); !refusal.empty()) {
         return refusal;
     }
     Interfaces interfaces;
-    auto address = interfaces.addressIPv4();
+    const auto address = [](Interfaces& of) {
+        const auto answer = of.addressIPv4();
+        return answer.address.value_or(answer.condition.code);
+    };
+    std::string found = address(interfaces);
     for (const std::string& link : links) {
         if (std::system(("ip " + link + " 2>/dev/null").c_str()) != 0) {
             const bool kernelLacksIt =
                 link.find(" add ") != std::string::npos && link.find(" type ") != std::string::npos;
             return (kernelLacksIt || link.starts_with("tuntap") ? refused : "failed: ") + link;
         }
-        address = interfaces.addressIPv4(); // which must not stay what it was
+        found = address(interfaces); // which must not stay what it was
     }
     const rlimit noDescriptor{};
     setrlimit(RLIMIT_NOFILE, &noDescriptor);
-    return address == interfaces.addressIPv4() ? address.value_or("none") : "lost sight of";
+    Interfaces blind;
+    if (address(blind) != "no-sockets") {
+        return "invents an answer";
+    }
+    return found == address(interfaces) ? found : "lost sight of";
 }
 
 struct Links {
@@ -76,14 +84,21 @@ std::vector<Links> tableOfLinks() {
     };
     const std::string vlanAddress = "address add 192.0.2.7/24 dev tun7";
     return {
-        {"Nothing", {}, "none"},
-        {"Loopback", {"address add 192.0.2.9/32 dev lo", "link set lo up"}, "none"},
-        {"Bridge", {bridge, bridgeAddress}, "none"},
-        {"PairInABridge", {bridge, bridgeAddress, pair, "link set wlan0 master en0"}, "none"},
-        {"PairBesideABridge", {bridge, bridgeAddress, pair, first}, "none"},
-        {"Tap", {"tuntap add eth0 mode tap", "address add 192.0.2.11/24 dev eth0"}, "none"},
-        {"Tun", {"tuntap add eth0 mode tun", "address add 192.0.2.11/24 dev eth0"}, "none"},
-        {"Dummy", {"link add eth0 type dummy", "address add 192.0.2.12/24 dev eth0"}, "none"},
+        {"Nothing", {}, "no-interface"},
+        {"Loopback", {"address add 192.0.2.9/32 dev lo", "link set lo up"}, "no-interface"},
+        {"Bridge", {bridge, bridgeAddress}, "no-interface"},
+        {"BridgeThatLeadsOut",
+         {bridge, bridgeAddress, "link set en0 up", "route add default dev en0"},
+         "bridge"},
+        {"PairInABridge",
+         {bridge, bridgeAddress, pair, "link set wlan0 master en0"},
+         "no-interface"},
+        {"PairBesideABridge", {bridge, bridgeAddress, pair, first}, "no-interface"},
+        {"Tap", {"tuntap add eth0 mode tap", "address add 192.0.2.11/24 dev eth0"}, "no-interface"},
+        {"Tun", {"tuntap add eth0 mode tun", "address add 192.0.2.11/24 dev eth0"}, "no-interface"},
+        {"Dummy",
+         {"link add eth0 type dummy", "address add 192.0.2.12/24 dev eth0"},
+         "no-interface"},
         {"Macvlan",
          {pair, "link add link wlan0 name eth0 type macvlan", "address add 192.0.2.13/24 dev eth0"},
          "192.0.2.13"},

@@ -64,29 +64,33 @@ TEST(DefaultRoutes, AreTheUsableOnesWithTheirLowestMetric) {
 }
 
 TEST(PrimaryAddress, IsThatOfTheLinkThatLeadsOut) {
-    // The first letter tells the kind: e(thernet), w(ireless), v(eth), i(pvlan), anything else
-    // none.
+    // The first letter tells the kind: e(thernet), w(ireless), v(eth), i(pvlan), b(ridge), a(ccess
+    // point), anything else none.
     const auto kind = [](char letter) {
         return letter == 'e' || letter == 'w' ? LinkKind::port
                : letter == 'v'                ? LinkKind::pair
                : letter == 'i'                ? LinkKind::share
+               : letter == 'b'                ? LinkKind::bridge
+               : letter == 'a'                ? LinkKind::accessPoint
                                               : LinkKind::none;
     };
     struct Case {
         const char* what;
         std::vector<std::string> interfaces; ///< each with itself for an address
         DefaultRoutes routes;
-        std::optional<std::string> address;
+        std::string address; ///< or the code of why there is none
     };
     const std::vector<Case> cases{
-        {"no interface", {}, {}, std::nullopt},
-        {"only links that lead nowhere", {"br0", "tun0"}, {{"tun0", 0}}, std::nullopt},
+        {"no interface", {}, {}, "no-interface"},
+        {"only links that lead nowhere", {"br0", "tun0"}, {{"tun0", 0}}, "no-interface"},
+        {"a bridge that leads out", {"tun0", "br0"}, {{"br0", 0}}, "bridge"},
+        {"an access point", {"ap0"}, {}, "access-point"},
         {"the first without a default route", {"br0", "e0", "w0"}, {}, "e0"},
         {"the default route before the order", {"e0", "w0"}, {{"w0", 600}}, "w0"},
         {"the lowest metric", {"e0", "w0", "e1"}, {{"e1", 700}, {"w0", 600}, {"e0", 800}}, "w0"},
         {"the first of equal metrics", {"w0", "e0"}, {{"w0", 0}, {"e0", 0}}, "w0"},
         {"a default route through a tunnel", {"tun0", "e0", "w0"}, {{"tun0", 0}, {"w0", 9}}, "w0"},
-        {"the host's end of a container's link", {"v0"}, {}, std::nullopt},
+        {"the host's end of a container's link", {"v0"}, {}, "no-interface"},
         {"a container on its host's port", {"i0"}, {}, "i0"},
         {"a container on two networks", {"v0", "v1"}, {{"v1", 0}}, "v1"},
         {"hardware before a container's link", {"v0", "e0"}, {{"v0", 0}}, "e0"},
@@ -100,8 +104,7 @@ TEST(PrimaryAddress, IsThatOfTheLinkThatLeadsOut) {
                  route == each.routes.end() ? std::nullopt : std::optional(route->second)});
         }
         const auto chosen = primaryAddress(entries);
-        EXPECT_EQ(chosen ? std::optional(chosen->address) : std::nullopt, each.address)
-            << each.what;
+        EXPECT_EQ(chosen ? chosen->address : whyNoAddress(entries).code, each.address) << each.what;
     }
 }
 
