@@ -31,7 +31,8 @@ AMBREL = sys.argv.pop(1)
 NOTHING = ["--without", "bluetooth,location,network"]  # is delivered at once
 RUNNING = ["--only", "location"]  # takes its ten seconds, in silence
 NO_BUS = {"DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/nowhere"}
-SEEN = "0 fixes, 0 Wi-Fi networks"
+SEEN = "location "  # in the progress line
+NOTE = "ambrel: note: location: the system bus does not run"
 PATIENCE = 30
 
 
@@ -264,30 +265,37 @@ class Refused(unittest.TestCase):
 
 
 class Running(unittest.TestCase):
-    def start(self, *arguments, changes=None, **options):
-        self.terminal = Terminal()
-        process = subprocess.Popen([AMBREL, "scan", *RUNNING, *arguments], text=True, env=environment(**changes or {}),
+    def start(self, *arguments, changes=None, granted=tuple(RUNNING), columns=60, **options):
+        self.terminal = Terminal(columns)
+        process = subprocess.Popen([AMBREL, "scan", *granted, *arguments], text=True, env=environment(**changes or {}),
                                    **{"stdout": subprocess.PIPE, "stderr": self.terminal.slave, **options})
         self.addCleanup(process.kill)
         return process
 
     def test_a_whole_scan(self):
         begin = time.monotonic()
-        with tempfile.TemporaryFile("w+") as file:
-            process = self.start("--format", "json", stdout=file)
-            self.assertEqual(process.wait(timeout=PATIENCE), 0)
+        with tempfile.TemporaryDirectory() as folder:
+            with open(f"{folder}/output", "w", encoding="utf-8") as file:
+                process = self.start("--format", "json", "--strict", "--outcome", f"{folder}/outcome", stdout=file)
+                self.assertEqual(process.wait(timeout=PATIENCE), 3)
             elapsed = time.monotonic() - begin
-            file.seek(0)
-            output = file.read()
+            output = pathlib.Path(file.name).read_text(encoding="utf-8")
+            outcome = json.loads(pathlib.Path(f"{folder}/outcome").read_text(encoding="utf-8"))
         self.assertTrue(10 <= elapsed < 15, elapsed)
         data = json.loads(output)
         self.assertEqual(output.count("\n"), 1)
         self.assertEqual(data["ip"], "192.0.2.7")
 
-        drawn = self.terminal.read_rest()
+        self.assertEqual({name: source["outcome"] for name, source in outcome["sources"].items()
+                          if name in ("bluetooth", "location")}, {"bluetooth": "not-asked", "location": "failed"})
+
+        drawn, note = self.terminal.read_rest().split(NOTE)
+        self.assertLessEqual(max(map(len, (NOTE + note).splitlines())), 60)
+        self.assertIn("gpsd", note)
+        self.assertNotIn("note", note)
         self.assertIn("#---", drawn)
-        self.assertIn(SEEN, drawn)
-        self.assertNotIn("peripheral", drawn)  # no such source is at work
+        self.assertIn("location \x1b[31mno", drawn)
+        self.assertNotIn("bluetooth", drawn)  # is not granted
         self.assertIn("\x1b[32m", drawn)
         self.assertLess(drawn.count("\r"), 50, "renewed more than a few times a second")
         self.assertNotIn("\n", drawn)
@@ -306,6 +314,18 @@ class Running(unittest.TestCase):
                 drawn = self.terminal.read_rest()
                 self.assertNotIn("\x1b[3", drawn)
                 self.assertEqual(on_screen(drawn), "")
+
+    def test_the_progress_fits_the_terminal(self):
+        for columns, last in [(20, r" dns [-0-9no]+"), (40, r"[-#]{4} ble .* wifi [-0-9no]+"),
+                              (80, r"[-#]{16,18}  bluetooth .* wifi [-0-9no]+"), (120, r"[-#]{20}  .* wifi [-0-9no]+")]:
+            with self.subTest(columns):
+                process = self.start(stdout=subprocess.DEVNULL, granted=(), columns=columns)
+                time.sleep(1.2)
+                process.terminate()
+                process.wait(timeout=5)
+                for moment in filter(None, map(on_screen, self.terminal.read_rest().split("\r"))):
+                    self.assertLess(len(moment), columns - 2)
+                    self.assertRegex(moment, last + "$")
 
     def test_a_shell_sees_130_and_143(self):
         for stop, status in [("INT", "130\n"), ("TERM", "143\n")]:
@@ -430,13 +450,15 @@ class Watching(unittest.TestCase):
         self.assertEqual(process.returncode, -signal.SIGINT)
 
     def test_says_once_that_nobody_will_tell_of_a_return(self):
-        note = "ambrel: note: nothing but --every will make it collect again: the system bus does not run"
+        note = re.compile("ambrel: note: lifecycle: the system bus does not run: .*; nothing but --every would "
+                          "make it collect again\n")
         for arguments, said in [([], 1), (["--every", "15m"], 0), (["--quiet"], 0)]:
-            process = self.start(*arguments)
+            process = subprocess.Popen([AMBREL, "watch", *RUNNING, *arguments], env=environment(**NO_BUS),
+                                       stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
             time.sleep(1)
             process.terminate()
             errors = process.communicate(timeout=5)[1]
-            self.assertEqual((errors.count(note), len(errors.splitlines())), (said, said), errors)
+            self.assertEqual((len(note.findall(errors)), len(errors.splitlines())), (said, said), errors)
 
     def test_a_note_that_nobody_reads_holds_no_signal_up(self):
         reader, writer = os.pipe()
@@ -445,7 +467,7 @@ class Watching(unittest.TestCase):
             while True:
                 os.write(writer, b" ")
         os.set_blocking(writer, True)
-        process = subprocess.Popen([AMBREL, "watch", *NOTHING], env=environment(**NO_BUS), stdout=subprocess.DEVNULL,
+        process = subprocess.Popen([AMBREL, "watch", *RUNNING], env=environment(**NO_BUS), stdout=subprocess.DEVNULL,
                                    stderr=writer)
         self.addCleanup(process.kill)
         time.sleep(1)
@@ -461,12 +483,17 @@ class Watching(unittest.TestCase):
 
     def test_collections_on_each_others_heels_are_all_delivered(self):
         begin = time.time()
+        strict = subprocess.Popen([AMBREL, "watch", *RUNNING, "--strict"], env=environment(**NO_BUS),
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.addCleanup(strict.kill)
         process = self.start("--every", "10s", permitted=RUNNING)
         self.assertLess(self.first["timestamp"] - begin, 2)
         second = json.loads(process.stdout.readline())
         self.assertLess(second["timestamp"] - self.first["timestamp"], 13)
-        process.kill()
-        process.communicate()
+        process.terminate()
+        self.assertEqual(process.communicate()[1].count(NOTE), 1)  # of two collections
+        self.assertEqual(strict.communicate(timeout=5)[0].count("\n"), 1)
+        self.assertEqual(strict.returncode, 3)
 
 
 if __name__ == "__main__":

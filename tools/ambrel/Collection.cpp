@@ -7,6 +7,7 @@
 
 #include "AmbrelKit/Linux/NearbyDevices/AnnouncedServiceTypes.hpp"
 #include "AmbrelKit/Linux/PlatformServices.hpp"
+#include "AmbrelKit/Linux/SourceReports.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 
@@ -56,7 +57,12 @@ std::vector<std::string> serviceTypes(const CollectionOptions& options) {
 
 Collection::Collection(const CollectionOptions& options, std::shared_ptr<CommandLineHost> host,
                        const std::shared_ptr<PlatformObserver>& observer)
-    : host_(std::move(host)), options_(options) {
+    : options_(options),
+      outcome_(options.outcome.empty() ? nullptr : std::make_unique<ResultFile>(options.outcome)),
+      notes_(options, [this](const std::string& text) { note(text); }),
+      sources_(Linux::sourceReports(
+          [this] { notes_.lifecycleChanged(sources_->report(Source::lifecycle).condition); })),
+      host_(std::move(host)) {
     if (const auto problem = Bundle::main().problem()) {
         note("the information dictionary is of no use: " + *problem);
     }
@@ -68,12 +74,17 @@ Collection::Collection(const CollectionOptions& options, std::shared_ptr<Command
     }
     kit_ = Linux::create(std::move(observedServices));
     kit_->setDelegate(host_);
+    host_->setComplete([counts = counts_, sources = sources_](Delivery& delivery) {
+        delivery.outcome = dictionary(*sources);
+        if (counts->end()) {
+            delivery.sources = sources->reports();
+        }
+    });
 }
 
-JSONDictionary Collection::next() {
+Delivery Collection::next() {
     const auto signal = wait();
     progress_.reset();
-    counts_->collectionEnded();
     if (signal) {
         kit_->stopScanning();
         throw EndBySignal(*signal);
@@ -115,8 +126,8 @@ std::optional<int> Collection::wait() {
 
 /// Returns when it is to be renewed next, in milliseconds from now, or -1.
 int Collection::renewProgress() {
-    if (!progress_ && counts_->running() && Progress::isWanted(options_)) {
-        progress_.emplace(counts_, options_);
+    if (!progress_ && counts_->running() && Progress::isPossible(options_)) {
+        progress_.emplace(counts_, sources_, options_);
     }
     return progress_ ? static_cast<int>(progress_->renew().count()) : -1;
 }
@@ -126,14 +137,38 @@ void Collection::note(const std::string& text) {
         if (progress_) {
             progress_->clear();
         }
-        say("note: " + text);
+        sayNote(text);
     }
 }
 
-ExitStatus handOver(const JSONDictionary& data, const CollectionOptions& options) {
-    const bool kept = !options.save || saveCollection(data);
-    printResult(formatted(data, outputFormat(options.format)));
-    return kept ? done : failed;
+ExitStatus Collection::handOver(const Delivery& delivery) {
+    const bool told = writeOutcome(delivery);
+    const bool kept = !options_.save || saveCollection(delivery.data);
+    printResult(formatted(delivery.data, outputFormat(options_.format)));
+    notes_.collected(delivery.sources);
+    const bool allListened =
+        std::ranges::none_of(delivery.sources, [&](const SourceReport& report) {
+            return isWanted(options_, report.source) &&
+                   report.collection.outcome == SourceOutcome::failed;
+        });
+    if (!told || !kept) {
+        return failed;
+    }
+    return options_.strict && !allListened ? notUsable : done;
+}
+
+/// What stands in the way is told.
+bool Collection::writeOutcome(const Delivery& delivery) {
+    try {
+        if (outcome_) {
+            outcome_->write(JSONValue(delivery.outcome).dump());
+            outcome_->finish();
+        }
+        return true;
+    } catch (const std::system_error& error) {
+        say(error.what());
+        return false;
+    }
 }
 
 } // namespace Ambrel

@@ -5,6 +5,8 @@
 #include "tools/ambrel/CommandLineHost.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Progress.hpp"
+#include "tools/ambrel/ResultFile.hpp"
+#include "tools/ambrel/SourceNotes.hpp"
 
 #include <AmbrelKit/AmbrelSDK.hpp>
 #include <memory>
@@ -25,35 +27,41 @@ public:
     /// Says on standard error what the user should know beforehand. `observer` may be null.
     Collection(const CollectionOptions& options, std::shared_ptr<CommandLineHost> host,
                const std::shared_ptr<PlatformObserver>& observer = nullptr);
+    Collection(const Collection&) = delete;
+    Collection& operator=(const Collection&) = delete;
+    ~Collection() = default;
 
     [[nodiscard]] const std::shared_ptr<AmbrelKit::AmbrelSDK>& kit() const { return kit_; }
 
     /// Whether a collection has begun whose dictionary `next()` has not returned yet.
-    [[nodiscard]] bool isUnderWay() const { return counts_->running(); }
+    [[nodiscard]] bool isUnderWay() const { return counts_->running() || host_->hasDelivered(); }
 
     /// Waits for the next dictionary. Throws `EndBySignal` when the user interrupts, or the reader
     /// of standard output goes away: all is stopped then.
-    AmbrelKit::JSONDictionary next();
+    Delivery next();
 
-    /// A line for the user on standard error; none with --quiet.
-    void note(const std::string& text);
+    /// Writes what was delivered to where the options say, prints it, and tells which sources could
+    /// not listen: `notUsable` where that is to be a failure. What can't be written is told, and
+    /// makes this `failed`.
+    ExitStatus handOver(const Delivery& delivery);
 
 private:
+    void note(const std::string& text);
     [[nodiscard]] std::optional<int> wait();
     [[nodiscard]] int renewProgress();
+    [[nodiscard]] bool writeOutcome(const Delivery& delivery);
 
+    CollectionOptions options_;
+    std::unique_ptr<ResultFile> outcome_; ///< may be null
+    SourceNotes notes_;
+    std::shared_ptr<AmbrelKit::SourceReports> sources_;
     std::shared_ptr<CollectionCounts> counts_ = std::make_shared<CollectionCounts>();
     std::shared_ptr<void> countedNetwork_;
     std::shared_ptr<void> observedNetwork_;
     std::shared_ptr<CommandLineHost> host_;
     std::shared_ptr<AmbrelKit::AmbrelSDK> kit_;
-    CollectionOptions options_;
     std::optional<Progress> progress_;
 };
-
-/// Saves what was delivered where the options say so, and prints it. What can't be saved is told,
-/// and makes this `failed`.
-ExitStatus handOver(const AmbrelKit::JSONDictionary& data, const CollectionOptions& options);
 
 } // namespace Ambrel
 

@@ -12,6 +12,7 @@
 
 namespace Ambrel {
 
+using AmbrelKit::Source;
 using AmbrelKit::Linux::LocationSourceKind;
 
 namespace {
@@ -52,6 +53,11 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
                   "refuse these of bluetooth,location,network", permissions);
     addLocationOption(command, options.location);
     command.add_flag("--save", options.save, "save what is delivered too: see ambrel store");
+    command
+        .add_option("--outcome", options.outcome, "write how each source fared, as one JSON object")
+        ->type_name("FILE");
+    command.add_flag("--strict", options.strict,
+                     "exit status 3 when a granted source could not listen");
     command.add_option("--format", options.format, "json, pretty or table")
         ->type_name("FORMAT")
         ->check(oneOf({"json", "pretty", "table"}));
@@ -65,7 +71,8 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
         "Without --format, the result is " +
         usualFormat +
         ".\n"
-        "The address and the joined Wi-Fi are part of every collection.");
+        "The address and the joined Wi-Fi are part of every collection.\n"
+        "A note on standard error names each granted source that could not listen.");
 }
 
 void addLocationOption(CLI::App& command, LocationSourceKind& location) {
@@ -85,6 +92,22 @@ AmbrelKit::Linux::LocationOptions locationOptions(LocationSourceKind location) {
 bool isGranted(const CollectionOptions& options, const std::string& permission) {
     return (options.only.empty() || contains(options.only, permission)) &&
            !contains(options.without, permission);
+}
+
+bool isWanted(const CollectionOptions& options, Source source) {
+    switch (source) {
+    case Source::bluetooth:
+        return isGranted(options, "bluetooth");
+    case Source::location:
+        return isGranted(options, "location") && options.location != LocationSourceKind::none;
+    case Source::lifecycle:
+        return options.awaitsReturn;
+    case Source::services:
+    case Source::address:
+    case Source::wifi:
+        break;
+    }
+    return isGranted(options, "network");
 }
 
 } // namespace Ambrel

@@ -2,6 +2,7 @@
 #define AMBREL_COLLECTIONOPTIONS_HPP
 
 #include "AmbrelKit/Linux/Location/LocationOptions.hpp"
+#include "AmbrelKit/Platform/SourceReport.hpp"
 
 #include <string>
 #include <vector>
@@ -20,8 +21,11 @@ struct CollectionOptions {
     AmbrelKit::Linux::LocationSourceKind location = AmbrelKit::Linux::LocationSourceKind::automatic;
     std::string format;    ///< empty: by where the output goes
     bool save = false;     ///< each dictionary into the store too
+    std::string outcome;   ///< the file that tells of each source; empty: none
+    bool strict = false;   ///< a source that could not listen is a failure
     bool progress = false; ///< also where it would meet another program's output
     bool quiet = false;
+    bool awaitsReturn = false; ///< nothing but the lifecycle will make it collect again
 };
 
 /// Adds the options of a collection to a command; parsing checks them and fills `options`, which
@@ -38,6 +42,9 @@ AmbrelKit::Linux::LocationOptions locationOptions(AmbrelKit::Linux::LocationSour
 
 /// Whether this host grants the permission: "bluetooth", "location" or "network".
 bool isGranted(const CollectionOptions& options, const std::string& permission);
+
+/// Whether a collection is to have what the source reports.
+bool isWanted(const CollectionOptions& options, AmbrelKit::Source source);
 
 } // namespace Ambrel
 

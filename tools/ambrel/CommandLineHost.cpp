@@ -20,13 +20,14 @@ CommandLineHost::CommandLineHost(const CollectionOptions& options)
       network_(permission(options, "network")), status_(AmbrelKit::Linux::HostStatus::start()) {}
 
 void CommandLineHost::didReceiveUpdateWithCollectedData(const AmbrelKit::JSONDictionary& data) {
-    delivered_.push_back(data);
+    delivered_.push_back({.data = data, .outcome = {}, .sources = {}});
+    complete_(delivered_.back());
 }
 
-AmbrelKit::JSONDictionary CommandLineHost::takeDelivered() {
-    auto data = std::move(delivered_.front());
+Delivery CommandLineHost::takeDelivered() {
+    auto delivery = std::move(delivered_.front());
     delivered_.pop_front();
-    return data;
+    return delivery;
 }
 
 AmbrelPermissionStatus CommandLineHost::bluetoothSettingStatus() {

@@ -4,14 +4,23 @@
 #include "tools/ambrel/CollectionOptions.hpp"
 
 #include "AmbrelKit/Linux/HostStatus.hpp"
+#include "AmbrelKit/Platform/SourceReport.hpp"
 
 #include <AmbrelKit/AmbrelSDKDelegate.hpp>
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <vector>
 
 namespace Ambrel {
+
+struct Delivery {
+    AmbrelKit::JSONDictionary data;
+    AmbrelKit::JSONDictionary outcome;            ///< how the sources fared in its collection
+    std::vector<AmbrelKit::SourceReport> sources; ///< the same; empty: it was delivered before
+};
 
 /// The tool as the kit's host: grants the permissions of the command line, has the settings from
 /// the system, and keeps what is delivered until it is taken.
@@ -20,8 +29,11 @@ public:
     explicit CommandLineHost(const CollectionOptions& options);
 
     [[nodiscard]] bool hasDelivered() const { return !delivered_.empty(); }
-    /// The oldest dictionary that has not been taken yet. There must be one.
-    AmbrelKit::JSONDictionary takeDelivered();
+    /// The oldest that has not been taken yet. There must be one.
+    Delivery takeDelivered();
+
+    /// `complete` adds to each delivery, when it comes, how the sources have fared.
+    void setComplete(std::function<void(Delivery&)> complete) { complete_ = std::move(complete); }
 
     void didReceiveUpdateWithCollectedData(const AmbrelKit::JSONDictionary& data) override;
     AmbrelKit::AmbrelPermissionStatus bluetoothSettingStatus() override;
@@ -37,7 +49,8 @@ private:
     AmbrelKit::AmbrelPermissionStatus location_;
     AmbrelKit::AmbrelPermissionStatus network_;
     std::shared_ptr<AmbrelKit::Linux::HostStatus> status_;
-    std::deque<AmbrelKit::JSONDictionary> delivered_;
+    std::function<void(Delivery&)> complete_ = [](Delivery& /*delivery*/) {};
+    std::deque<Delivery> delivered_;
 };
 
 } // namespace Ambrel

@@ -14,7 +14,7 @@ enum ExitStatus : int {
     done = 0,
     failed = 1,    ///< it could not be done
     badInput = 2,  ///< the command line or an input is wrong
-    notUsable = 3, ///< `doctor` found a source that is not usable
+    notUsable = 3, ///< a source is not, which `doctor` or a strict collection was to use
 };
 
 /// Ends the program with one line on standard error.

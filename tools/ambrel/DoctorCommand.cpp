@@ -11,7 +11,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -75,23 +74,11 @@ std::string asText(const SourceDiagnosis& found) {
     std::string text = found.source;
     text.resize(nameWidth, ' ');
     text += found.usable ? "ok  " : "no  ";
-    std::istringstream words(printable(found.finding) +
-                             (found.remedy.empty() ? "" : ": " + printable(found.remedy)));
-    const std::size_t columns = terminalColumns(STDOUT_FILENO).value_or(-1);
-    std::size_t column = indentation;
-    for (std::string word; words >> word;) {
-        const std::size_t width = displayWidth(word);
-        if (column > indentation && column + 1 + width > columns) {
-            text += "\n" + std::string(indentation, ' ');
-            column = indentation;
-        } else if (column > indentation) {
-            text += ' ';
-            ++column;
-        }
-        text += word;
-        column += width;
+    text += printable(found.finding);
+    if (!found.remedy.empty()) {
+        text += ": " + printable(found.remedy);
     }
-    return text + "\n";
+    return wrapped(text, indentation, terminalColumns(STDOUT_FILENO).value_or(-1)) + "\n";
 }
 
 } // namespace

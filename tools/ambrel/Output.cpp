@@ -1,9 +1,10 @@
 #include "tools/ambrel/Output.hpp"
 
-#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/HeldSignals.hpp"
 #include "tools/ambrel/Table.hpp"
+#include "tools/ambrel/Terminal.hpp"
+#include "tools/ambrel/TerminalText.hpp"
 
 #include <cerrno>
 #include <iostream>
@@ -15,6 +16,11 @@ namespace Ambrel {
 namespace {
 
 constexpr int indentation = 2;
+
+void writeLine(const std::string& text) {
+    const auto interruptible = HeldSignals::letThrough();
+    std::cerr << text + "\n";
+}
 
 } // namespace
 
@@ -40,9 +46,12 @@ std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format
     return AmbrelKit::printableJSON(AmbrelKit::JSONValue(data).dump()) + "\n";
 }
 
-void say(const std::string& text) {
-    const auto interruptible = HeldSignals::letThrough();
-    std::cerr << "ambrel: " + AmbrelKit::printable(text) + "\n";
+void say(const std::string& text) { writeLine("ambrel: " + printable(text)); }
+
+void sayNote(const std::string& text) {
+    constexpr std::size_t indentation = 8; // as wide as the program's name
+    writeLine(wrapped("ambrel: note: " + printable(text), indentation,
+                      terminalColumns(STDERR_FILENO).value_or(-1)));
 }
 
 void printResult(const std::string& text) {

@@ -25,6 +25,9 @@ std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format
 /// interruption waiting.
 void say(const std::string& text);
 
+/// Likewise what is no failure; in a terminal the line is broken between words.
+void sayNote(const std::string& text);
+
 /// Writes results to standard output, at once. Throws `CommandError` when they can't be written.
 void printResult(const std::string& text);
 

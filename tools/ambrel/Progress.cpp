@@ -3,12 +3,14 @@
 #include "tools/ambrel/Terminal.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <poll.h>
 #include <unistd.h>
 
 namespace Ambrel {
 
+using namespace AmbrelKit;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
@@ -16,8 +18,11 @@ namespace {
 
 constexpr auto length = 10s; // of a collection
 constexpr auto renewal = 250ms;
-constexpr std::size_t cells = 20;
+constexpr std::size_t mostCells = 20; // of the bar
+constexpr std::size_t leastCells = 8; // beside long names
 constexpr const char* clearLine = "\r\033[K";
+constexpr const char* green = "\033[32m";
+constexpr const char* red = "\033[31m";
 
 bool isSet(const char* variable) {
     const char* value = std::getenv(variable);
@@ -34,9 +39,9 @@ void draw(const std::string& text) {
     }
 }
 
-std::string counted(std::size_t count, const std::string& one, const std::string& many) {
-    return std::to_string(count) + " " + (count == 1 ? one : many);
-}
+constexpr std::array<const char*, 5> longNames{"bluetooth", "services", "location", "address",
+                                               "wifi"};
+constexpr std::array shortNames{"ble", "dns", "gps", "ip", "wifi"};
 
 } // namespace
 
@@ -60,20 +65,40 @@ void CollectionCounts::locationDidUpdate(const std::vector<AmbrelKit::LocationFi
 }
 
 void CollectionCounts::networkDidAnswer(
-    const std::optional<std::string>& /*addressIPv4*/,
+    const std::optional<std::string>& addressIPv4,
     const std::vector<AmbrelKit::Linux::JoinedNetwork>& joined) {
+    addresses_ = addressIPv4 ? 1 : 0;
     networks_ = joined.size();
 }
 
-bool Progress::isWanted(const CollectionOptions& options) {
+std::size_t CollectionCounts::seen(Source source) const {
+    switch (source) {
+    case Source::bluetooth:
+        return peripherals_.size();
+    case Source::services:
+        return services_.size();
+    case Source::location:
+        return fixes_;
+    case Source::address:
+        return addresses_;
+    case Source::wifi:
+        return networks_;
+    case Source::lifecycle:
+        break;
+    }
+    return 0;
+}
+
+bool Progress::isPossible(const CollectionOptions& options) {
     const bool possible =
         isatty(STDERR_FILENO) == 1 && isSet("TERM") && std::string(std::getenv("TERM")) != "dumb";
     return possible && !options.quiet && (options.progress || !isPipe(STDOUT_FILENO));
 }
 
-Progress::Progress(std::shared_ptr<const CollectionCounts> counts, CollectionOptions options)
-    : counts_(std::move(counts)), options_(std::move(options)), start_(Clock::now()), due_(start_),
-      coloured_(!isSet("NO_COLOR")) {}
+Progress::Progress(std::shared_ptr<const CollectionCounts> counts,
+                   std::shared_ptr<const SourceReports> sources, CollectionOptions options)
+    : counts_(std::move(counts)), sources_(std::move(sources)), options_(std::move(options)),
+      start_(Clock::now()), due_(start_), usesColours_(!isSet("NO_COLOR")) {}
 
 Progress::~Progress() { clear(); }
 
@@ -89,31 +114,47 @@ std::chrono::milliseconds Progress::renew() {
 }
 
 std::string Progress::line(Clock::duration elapsed) const {
-    const auto done = std::min<std::size_t>(cells * elapsed / length, cells);
-    const std::string bar = std::string(done, '#') + std::string(cells - done, '-');
     constexpr std::size_t usualWidth = 80;
     // At the last column, the terminal or the ^C that interrupts would move on to the next line.
     constexpr std::size_t room = 3;
     const std::size_t width =
         std::max(terminalColumns(STDERR_FILENO).value_or(usualWidth), room) - room;
-    const std::string start = coloured_ ? "\033[32m" : "";
-    const std::string end = coloured_ ? "\033[0m" : "";
-    const std::string shownBar = bar.substr(0, width);
-    return clearLine + start + shownBar + end + seen().substr(0, width - shownBar.size());
+    constexpr std::size_t unlimited = -1;
+    Piece seen = this->seen(longNames, "  ", unlimited);
+    if (seen.width + leastCells > width) {
+        seen = this->seen(shortNames, " ", width);
+    }
+    const std::size_t cells = std::min(mostCells, width - seen.width);
+    const auto done = std::min<std::size_t>(cells * elapsed / length, cells);
+    const std::string bar = std::string(done, '#') + std::string(cells - done, '-');
+    return clearLine + coloured(bar, green) + seen.text;
 }
 
-/// Of the sources that are at work.
-std::string Progress::seen() const {
-    std::string text;
-    const auto add = [&](const char* permission, const std::string& count) {
-        if (isGranted(options_, permission)) {
-            text += count + ", ";
+/// By each source that is to report, as many as fit.
+Progress::Piece Progress::seen(const Names& names, const std::string& gap,
+                               std::size_t width) const {
+    Piece piece;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const Source source = allSources.at(i);
+        if (!isWanted(options_, source)) {
+            continue;
         }
-    };
-    add("bluetooth", counted(counts_->peripherals(), "peripheral", "peripherals"));
-    add("network", counted(counts_->services(), "service", "services"));
-    add("location", counted(counts_->fixes(), "fix", "fixes"));
-    return "  " + text + counted(counts_->networks(), "Wi-Fi network", "Wi-Fi networks");
+        const SourceState state = sources_->report(source).condition.state;
+        const bool works = state == SourceState::listening;
+        const bool waits = state == SourceState::idle || state == SourceState::starting;
+        const std::string mark = works ? std::to_string(counts_->seen(source)) : waits ? "-" : "no";
+        const std::string before = gap + names.at(i) + " ";
+        if (piece.width + before.size() + mark.size() > width) {
+            break;
+        }
+        piece.width += before.size() + mark.size();
+        piece.text += before + (works || waits ? mark : coloured(mark, red));
+    }
+    return piece;
+}
+
+std::string Progress::coloured(const std::string& text, const char* colour) const {
+    return usesColours_ ? colour + text + "\033[0m" : text;
 }
 
 } // namespace Ambrel

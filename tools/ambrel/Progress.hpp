@@ -4,8 +4,12 @@
 #include "tools/ambrel/CollectionOptions.hpp"
 #include "tools/ambrel/ObservedPlatform.hpp"
 
+#include "AmbrelKit/Platform/SourceReports.hpp"
+
+#include <array>
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <set>
 #include <string>
 #include <unordered_set>
@@ -27,17 +31,16 @@ public:
 
     /// Whether a collection has begun that was not said to have ended.
     [[nodiscard]] bool running() const { return running_; }
-    void collectionEnded() { running_ = false; }
-    [[nodiscard]] std::size_t peripherals() const { return peripherals_.size(); }
-    [[nodiscard]] std::size_t services() const { return services_.size(); }
-    [[nodiscard]] std::size_t fixes() const { return fixes_; }
-    [[nodiscard]] std::size_t networks() const { return networks_; }
+    /// Says so; whether it was running.
+    bool end() { return std::exchange(running_, false); }
+    [[nodiscard]] std::size_t seen(AmbrelKit::Source source) const;
 
 private:
     bool running_ = false;
     std::unordered_set<AmbrelKit::UUID> peripherals_;
     std::set<std::pair<std::string, std::string>> services_;
     std::size_t fixes_ = 0;
+    std::size_t addresses_ = 0;
     std::size_t networks_ = 0;
 };
 
@@ -46,10 +49,11 @@ class Progress {
 public:
     /// Whether standard error is a terminal that such a line can be drawn on, and the line is to be
     /// there: where standard output is a pipe, a program behind it may be drawing on the same one.
-    static bool isWanted(const CollectionOptions& options);
+    static bool isPossible(const CollectionOptions& options);
 
-    /// The collection begins now; `counts` is read at each renewal.
-    Progress(std::shared_ptr<const CollectionCounts> counts, CollectionOptions options);
+    /// The collection begins now; `counts` and `sources` are read at each renewal.
+    Progress(std::shared_ptr<const CollectionCounts> counts,
+             std::shared_ptr<const AmbrelKit::SourceReports> sources, CollectionOptions options);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
     ~Progress();
@@ -61,14 +65,22 @@ public:
     void clear();
 
 private:
+    struct Piece {
+        std::string text;
+        std::size_t width = 0; ///< on the terminal
+    };
+    using Names = std::array<const char*, 5>; ///< of the sources that report, in their order
+
     [[nodiscard]] std::string line(std::chrono::steady_clock::duration elapsed) const;
-    [[nodiscard]] std::string seen() const;
+    [[nodiscard]] Piece seen(const Names& names, const std::string& gap, std::size_t width) const;
+    [[nodiscard]] std::string coloured(const std::string& text, const char* colour) const;
 
     std::shared_ptr<const CollectionCounts> counts_;
+    std::shared_ptr<const AmbrelKit::SourceReports> sources_;
     CollectionOptions options_;
     std::chrono::steady_clock::time_point start_;
     std::chrono::steady_clock::time_point due_;
-    bool coloured_;
+    bool usesColours_;
 };
 
 } // namespace Ambrel

@@ -26,10 +26,14 @@ ExitStatus record(const RecordArguments& arguments) {
     Collection collection(options, host, recorder);
     recorder->hostCalls({.operation = Simulated::HostCall::Operation::startScanningOnce});
     collection.kit()->startScanningOnce();
-    const auto data = collection.next();
+    const auto delivery = collection.next();
     script.write(recorder->end());
+    for (const SourceReport& report : delivery.sources) { // behind the end, nothing is replayed
+        script.write("# " + std::string(code(report.source)) + " " +
+                     JSONValue(dictionary(report)).dump());
+    }
     script.finish();
-    return handOver(data, options);
+    return collection.handOver(delivery);
 }
 
 } // namespace

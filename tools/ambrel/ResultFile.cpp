@@ -44,8 +44,7 @@ ResultFile::ResultFile(std::string name, Earlier earlier) : name_(std::move(name
     } else if (exists && !S_ISREG(status.st_mode)) {
         file_ = Descriptor(::open(name_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
     } else {
-        held_.emplace();
-        new_.emplace(path.has_parent_path() ? path.parent_path().string() : ".", name_);
+        beginNew();
         return;
     }
     if (file_.get() < 0) {
@@ -53,12 +52,23 @@ ResultFile::ResultFile(std::string name, Earlier earlier) : name_(std::move(name
     }
 }
 
+void ResultFile::beginNew() {
+    const auto folder = std::filesystem::path(name_).parent_path();
+    held_.emplace();
+    new_.emplace(folder.empty() ? "." : folder.string(), name_);
+}
+
 void ResultFile::write(std::string_view line) { text_.append(line) += '\n'; }
 
 void ResultFile::finish() {
-    if (new_) {
+    if (file_.get() < 0) {
+        if (!new_) {
+            beginNew();
+        }
         new_->write(text_);
         new_->finish();
+        new_.reset();
+        text_.clear();
         held_.reset();
         return;
     }

@@ -29,10 +29,13 @@ public:
 
     void write(std::string_view line);
 
-    /// Has the lines since the last time in the file. To replace another one, that is done once.
+    /// Has the lines since the last time in the file; a file that is to be replaced then holds them
+    /// alone.
     void finish();
 
 private:
+    void beginNew();
+
     std::string name_;
     std::string text_;                ///< a collection's at most
     std::optional<HeldSignals> held_; ///< while there is a file that is not whole

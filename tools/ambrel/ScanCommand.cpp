@@ -11,7 +11,7 @@ namespace {
 ExitStatus scan(const CollectionOptions& options) {
     Collection collection(options, std::make_shared<CommandLineHost>(options));
     collection.kit()->startScanningOnce();
-    return handOver(collection.next(), options);
+    return collection.handOver(collection.next());
 }
 
 } // namespace

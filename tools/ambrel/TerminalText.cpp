@@ -1,6 +1,7 @@
 #include "tools/ambrel/TerminalText.hpp"
 
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <utf8proc.h>
 
 namespace Ambrel {
@@ -28,6 +29,25 @@ std::size_t displayWidth(std::string_view text) {
 std::string padding(std::string_view text, std::size_t width) {
     const std::size_t taken = displayWidth(text);
     return std::string(taken < width ? width - taken : 0, ' ');
+}
+
+std::string wrapped(const std::string& text, std::size_t indentation, std::size_t columns) {
+    std::string result;
+    std::size_t column = 0;
+    std::istringstream words(text);
+    for (std::string word; std::getline(words, word, ' ');) {
+        const std::size_t width = displayWidth(word);
+        if (column > indentation && column + 1 + width > columns) {
+            result += "\n" + std::string(indentation, ' ');
+            column = indentation;
+        } else if (!result.empty()) {
+            result += ' ';
+            ++column;
+        }
+        result += word;
+        column += width;
+    }
+    return result;
 }
 
 } // namespace Ambrel

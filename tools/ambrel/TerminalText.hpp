@@ -22,6 +22,10 @@ std::size_t displayWidth(std::string_view text);
 /// The spaces that `text` lacks to `width` columns.
 std::string padding(std::string_view text, std::size_t width);
 
+/// `text` with its words on several lines where it would not fit into `columns`; the further ones
+/// are indented.
+std::string wrapped(const std::string& text, std::size_t indentation, std::size_t columns);
+
 } // namespace Ambrel
 
 #endif

@@ -2,7 +2,6 @@
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Duration.hpp"
 
-#include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 
 #include <CLI/CLI.hpp>
@@ -46,20 +45,8 @@ std::string checkThreshold(const std::string& text) {
                : "\"" + text + "\" is not a number of seconds from 0 to 30";
 }
 
-/// Says so where nobody will tell when device or user come back. `diagnosis` is there until it has
-/// found that out.
-void examineLifecycle(Collection& collection, std::shared_ptr<Linux::Diagnosis>& diagnosis) {
-    const auto tell = [&](const std::vector<Linux::SourceDiagnosis>& found) {
-        if (!found.front().usable) {
-            collection.note("nothing but --every will make it collect again: " +
-                            found.front().finding + " (see ambrel doctor)");
-        }
-        diagnosis.reset();
-    };
-    diagnosis = Linux::Diagnosis::start({}, tell, {"lifecycle"});
-}
-
-[[noreturn]] void watch(const WatchOptions& options) {
+/// Until it is interrupted, or what was to be strict has failed.
+ExitStatus watch(const WatchOptions& options) {
     Collection collection(options.collection,
                           std::make_shared<CommandLineHost>(options.collection));
     const auto kit = collection.kit();
@@ -72,7 +59,6 @@ void examineLifecycle(Collection& collection, std::shared_ptr<Linux::Diagnosis>&
     // the one that is under way.
     bool due = false;
     std::shared_ptr<Timer> timer;
-    std::shared_ptr<Linux::Diagnosis> diagnosis;
     if (options.every) {
         timer = RunLoop::current()->scheduledTimer(*options.every, true, [&](Timer&) {
             due = collection.isUnderWay();
@@ -80,14 +66,15 @@ void examineLifecycle(Collection& collection, std::shared_ptr<Linux::Diagnosis>&
                 kit->startScanning();
             }
         });
-    } else if (!options.collection.quiet) {
-        examineLifecycle(collection, diagnosis);
     }
     kit->startScanning();
     while (true) {
-        const auto data = collection.next();
-        kit->completeScanning();            // the machine may go to sleep from here on
-        handOver(data, options.collection); // what can't be saved may be the next time
+        const auto delivery = collection.next();
+        kit->completeScanning(); // the machine may go to sleep from here on
+        const ExitStatus status = collection.handOver(delivery);
+        if (options.collection.strict && status != done) {
+            return status; // else, what can't be saved may be the next time
+        }
         if (std::exchange(due, false)) {
             kit->startScanning();
         }
@@ -96,7 +83,7 @@ void examineLifecycle(Collection& collection, std::shared_ptr<Linux::Diagnosis>&
 
 } // namespace
 
-void addWatchCommand(CLI::App& app, ExitStatus& /*status*/) {
+void addWatchCommand(CLI::App& app, ExitStatus& status) {
     CLI::App* command =
         app.add_subcommand("watch", "Takes one now, and when device or user come back");
     const auto options = std::make_shared<WatchOptions>();
@@ -113,7 +100,10 @@ void addWatchCommand(CLI::App& app, ExitStatus& /*status*/) {
         ->type_name("SECONDS")
         ->check(checkThreshold);
     addCollectionOptions(*command, options->collection, "json (on one line)");
-    command->callback([options] { watch(*options); });
+    command->callback([options, &status] {
+        options->collection.awaitsReturn = !options->every;
+        status = watch(*options);
+    });
 }
 
 } // namespace Ambrel
