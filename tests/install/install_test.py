@@ -13,7 +13,7 @@ import unittest
 import exports
 
 SOURCE, BUILD, COMPILER, VERSION, *FLAGS = sys.argv[1:]
-HOST = os.path.join(os.path.dirname(os.path.abspath(__file__)), "host")
+HOST, C_HOST = (os.path.join(os.path.dirname(os.path.abspath(__file__)), name) for name in ("host", "c_host"))
 
 
 def run(*command, **options):
@@ -99,6 +99,19 @@ class Installation(unittest.TestCase):
         run("cmake", "--build", build)
         self.check_host(f"{build}/static_host")
         self.check_libraries(f"{build}/static_host", [])
+
+    def test_a_host_in_c_needs_no_other_compiler(self):
+        if not self.shared:
+            self.skipTest("an archive is linked as C++ is")
+        program = os.path.join(self.folder.name, "c_host")
+        run("cmake", "-S", C_HOST, "-B", f"{program}.build", "-G", "Ninja", f"-DCMAKE_PREFIX_PATH={self.prefix}",
+            env=self.few_modules)
+        run("cmake", "--build", f"{program}.build")
+        flags = run("pkg-config", "--cflags", "--libs", "ambrelkit-simulated", env=self.few_modules).split()
+        run("cc", "-std=c99", "-Wall", "-Wextra", "-Wpedantic", "-Werror", f"{C_HOST}/c_host.c", *flags,
+            f"-Wl,-rpath,{self.library}", "-o", program)
+        for host in program, f"{program}.build/c_host":
+            self.assertEqual([json.loads(line)["bleScan"] for line in run(host).splitlines()], [[], []])
 
     def test_pkg_config(self):
         def known(*options):
