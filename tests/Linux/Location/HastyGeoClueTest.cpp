@@ -33,6 +33,11 @@ public:
         tellOfAPlace();
     }
 
+    void fail(const char* error) {
+        sd_bus_reply_method_errorf(asked, error, "no map");
+        asked = sd_bus_message_unref(asked);
+    }
+
     sd_bus_message* asked = nullptr; ///< to start
 
 private:
@@ -44,6 +49,7 @@ private:
             return sd_bus_reply_method_return(call, "o", "/client");
         }
         if (member == "Start") {
+            sd_bus_message_unref(self.asked);
             self.asked = sd_bus_message_ref(call);
             return 1;
         }
@@ -78,16 +84,30 @@ TEST(HastyGeoClueTest, AFloodOfPlacesDoesNotStarveTheFix) {
     EXPECT_EQ(session.fixes[1].coordinate.latitude, 3) << "the newest one is read";
 }
 
+TEST(HastyGeoClueTest, OneThatFailsIsAskedAgain) {
+    const PrivateBus bus;
+    HastyGeoClue geoClue;
+    const Session session({.source = LocationSourceKind::geoClue});
+    ASSERT_TRUE(runUntil([&] { return geoClue.asked != nullptr; }));
+    geoClue.fail(SD_BUS_ERROR_FAILED);
+    ASSERT_TRUE(runUntil([&] { return session.condition().code == "daemon-fails"; }));
+    EXPECT_EQ(session.condition().reason, "GeoClue fails: no map");
+    ASSERT_TRUE(runUntil([&] { return geoClue.asked != nullptr; }, 1s));
+    geoClue.start();
+    ASSERT_TRUE(runUntil([&] { return session.hasFixes(); }));
+    EXPECT_EQ(session.report().collection.outcome, SourceOutcome::listened);
+}
+
 TEST(HastyGeoClueTest, WhileItAsksTheUserGpsdDoesNotStandIn) {
     const PrivateBus bus;
-    const HastyGeoClue geoClue;
+    HastyGeoClue geoClue;
     Server gpsd;
     gpsd.accepted = [] { ADD_FAILURE() << "the user has not answered"; };
     const Session session({.source = LocationSourceKind::automatic, .gpsdPort = gpsd.port()});
     EXPECT_FALSE(runUntil([&] { return !session.failures.empty(); }, 3500ms));
     EXPECT_EQ(session.condition().code, "user-asked");
     EXPECT_EQ(session.condition().state, SourceState::starting);
-    sd_bus_reply_method_errorf(geoClue.asked, SD_BUS_ERROR_ACCESS_DENIED, "no");
+    geoClue.fail(SD_BUS_ERROR_ACCESS_DENIED);
     EXPECT_TRUE(runUntil([&] { return !session.failures.empty(); }));
     EXPECT_THAT(session.statuses, ElementsAre(0, 2));
 }
