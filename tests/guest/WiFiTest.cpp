@@ -229,4 +229,23 @@ TEST_F(WiFi, OfTwoRadiosIsToldAndCostsLittle) {
               R"({"connectedDevices":[{"name":"one"},{"name":"other"}]})");
 }
 
+TEST_F(WiFi, ListensWithoutANetworkUnlessRfkillBlocksEveryRadio) {
+    const auto unjoined = [] {
+        const SourceCondition condition = Linux::withoutNetwork({"wlan2", "wlan3"});
+        return condition.means + condition.code;
+    };
+    const auto block = [](const std::string& radios, const char* as) {
+        shell("for radio in /sys/class/net/" + radios + "/phy80211/rfkill*; do echo " + as +
+              " >$radio/soft; done");
+    };
+    EXPECT_EQ(unjoined(), "wlan2");
+    block("wlan2", "1");
+    EXPECT_EQ(unjoined(), "wlan3");
+    block("wlan*", "1");
+    EXPECT_EQ(unjoined(), "blocked");
+    block("wlan*", "0");
+    EXPECT_EQ(unjoined(), "wlan2");
+    EXPECT_EQ(Linux::withoutNetwork({}).means, "nl80211") << "a station may be made yet";
+}
+
 } // namespace
