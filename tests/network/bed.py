@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Runs a command that scans for services beside a real neighbour, and checks what it found.
 
-    bed.py [--daemon | --daemon-alone] [--services N | --variety] [--at SECONDS WHAT]... [--types TYPE,... | --subtype] COMMAND [ARGUMENT...]
+    bed.py [--daemon | --daemon-alone] [--services N | --variety] [--at SECONDS WHAT]... [--types TYPE,... | --subtype] [--details]
+        COMMAND [ARGUMENT...]
 
 The command runs in a network namespace that a veth pair joins to another, in which an avahi-daemon
 publishes services of the three types below, N of them on hosts of their own, or 19 of twelve types. It is to print a
@@ -9,6 +10,7 @@ collection's dictionary. With --daemon an avahi-daemon on a private bus runs on 
 with --daemon-alone one that lets no other use its port. So long into the scan (at 0: before it)
 the daemon gets a signal (KILL, STOP, CONT) or is started again (START), or the neighbour publishes
 ten services more (PUBLISH). The command looks for services of all types, for those of --types, or for the one of a --subtype.
+With --details it is `ambrel`, and what its details say of the services is checked, too.
 
 All of it lives in namespaces of this run and is gone with it. Exit status 77: the kernel
 refuses them.
@@ -24,6 +26,8 @@ import sys
 import tempfile
 import time
 from xml.sax.saxutils import escape
+
+import jsonschema
 
 sys.path.append(str(pathlib.Path(__file__).parents[1] / "support"))
 import isolation
@@ -168,6 +172,21 @@ def wait_until(condition, what, log):
     raise RuntimeError(f"waited in vain for {what}:\n{log.read_text()}")
 
 
+def check_details(file, services):
+    """The file has to tell where each service is served, in lines of the documented form."""
+    schema = json.loads((pathlib.Path(__file__).parents[2] / "docs/details.schema.json").read_text())
+    lines = [json.loads(line) for line in file.read_text().splitlines()]
+    for line in lines:
+        jsonschema.validate(line, schema)
+    resolved = {line["name"]: line for line in lines if line["report"] == "resolved"}
+    for service in services:
+        told = resolved[service.name]
+        place = told["hostName"], told["port"], told["interface"]
+        assert place == (service.host or "near.local", 1000 + service.number, "v0"), told
+        assert "62696e3dfffe00807a" in told["txtRecordData"], told
+        assert (service.address or "fd77::66") in told["addresses"], told
+
+
 def check(output, services):
     found = json.loads(output)["nearbyDevices"]
     for device in found:
@@ -211,12 +230,16 @@ def inside(options):
             happen("START")
         for what in (what for seconds, what in options.at if seconds == "0"):
             happen(what)
-        scan = subprocess.Popen(["ip", "netns", "exec", "scan", *options.command], stdout=subprocess.PIPE)
+        details = pathlib.Path(folder) / "details"
+        more = ["--details", details] if options.details else []
+        scan = subprocess.Popen(["ip", "netns", "exec", "scan", *options.command, *more], stdout=subprocess.PIPE)
         start = time.monotonic()
         for seconds, what in (event for event in options.at if event[0] != "0"):
             time.sleep(max(0, start + float(seconds) - time.monotonic()))
             happen(what)
         output, _ = scan.communicate()
+        if options.details:
+            check_details(details, services)
         services = [service for service in services if (not options.types or service.type in options.types)
                     and (not options.subtype or service.is_of_subtype)]
         return check(output, services) if scan.returncode == 0 else 1
@@ -227,6 +250,7 @@ def main():
     parser.add_argument("--daemon", action="store_true")
     parser.add_argument("--services", type=int, default=0)
     parser.add_argument("--daemon-alone", action="store_true")
+    parser.add_argument("--details", action="store_true")
     parser.add_argument("--at", nargs=2, action="append", default=[])
     parser.add_argument("--variety", action="store_true")
     parser.add_argument("--subtype", action="store_true")

@@ -1,5 +1,6 @@
 """Every dictionary that the replay scripts and a scan deliver has the documented form, and so has
-every account of the sources that the board's tests make; the documented forms are no wider.
+every account of the sources that the board's tests make, and every line of details that the tool's
+make; the documented forms are no wider.
 
     dictionaries_test.py SOURCE_DIRECTORY AMBREL SOURCE_BOARD_TESTS
 """
@@ -119,6 +120,19 @@ class Outcomes(unittest.TestCase):
                 (["sources", "bluetooth", "now", "since"], REMOVED)]:
             with self.subTest(path=path, value=value):
                 self.assertFalse(outcome.is_valid(with_change(away, path, value)))
+
+
+class Details(unittest.TestCase):
+    def test_a_line_of_every_kind_has_the_form_and_no_wider_one(self):
+        details = validator("details")
+        with open(f"{SOURCE}/tests/tools/details.jsonl", encoding="utf-8") as file:
+            lines = [json.loads(line) for line in file]
+        self.assertEqual(len({(line["source"], line["report"]) for line in lines}), len(details.schema["oneOf"]))
+        for line in lines:
+            details.validate(line)
+            for change in [{"other": 1}, {"time": "1"}, {"report": "other"}] + [{key: None} for key in line]:
+                with self.subTest(line=line, change=change):
+                    self.assertFalse(details.is_valid(line | change))
 
 
 unittest.main(argv=sys.argv[:1])

@@ -1,5 +1,6 @@
 #include "tools/ambrel/ObservedPlatform.hpp"
 #include "tools/ambrel/CommandLineHost.hpp"
+#include "tools/ambrel/DetailsFile.hpp"
 #include "tools/ambrel/Progress.hpp"
 #include "tools/ambrel/ScriptRecorder.hpp"
 
@@ -7,10 +8,13 @@
 #include "AmbrelKit/Simulated/Replay/Replay.hpp"
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sstream>
+#include <unistd.h>
 
 namespace Ambrel {
 namespace {
@@ -63,25 +67,39 @@ Linux::PlatformServices servicesOf(Simulated::Platform& platform) {
             .application = Application::shared()};
 }
 
+/// Port 631 of 192.0.2.9 and of fe80::1, and what is neither IPv4 nor IPv6.
+const std::vector<std::string> records{std::string("\x10\x02\x02\x77\xC0\x00\x02\x09", 8) +
+                                           std::string(8, '\0'),
+                                       std::string("\x1C\x0A\x02\x77\0\0\0\0\xFE\x80", 10) +
+                                           std::string(13, '\0') + '\1' + std::string(4, '\0'),
+                                       "\x10\x11"};
+
 /// One collection in which each source reports; a service is found and resolved twice.
 void play(Simulated::Platform& platform) {
     const UUID identifier = UUID::parse("00000000-0000-4000-8000-00000000000A").value();
     platform.bluetooth().reportState(BluetoothManagerState::poweredOn);
-    platform.bluetooth().reportDiscovery({.identifier = identifier, .name = "Lamp"});
+    platform.bluetooth().reportDiscovery({.identifier = identifier, .name = "Lamp"},
+                                         {{"manufacturerData", {{"004c", "01ab"}}}}, -60);
     platform.bluetooth().reportDiscovery({.identifier = identifier, .name = std::nullopt});
     platform.location().reportAuthorization(LocationAuthorizationStatus::authorizedAlways);
     platform.location().reportFailure("no sky");
     platform.location().reportUpdate(
         {LocationFix{}, LocationFix{.coordinate = {.latitude = 1.5, .longitude = -0.1},
-                                    .timestamp = Linux::ProcessServices::current().currentDate()}});
+                                    .timestamp = Linux::ProcessServices::current().currentDate(),
+                                    .horizontalAccuracy = 4.5,
+                                    .altitude = -3,
+                                    .verticalAccuracy = 12,
+                                    .determinedBy = "gpsd"}});
     platform.network().setInterfaces({{.name = "en0", .address = "192.0.2.7"}});
     platform.network().setCaptiveNetwork({"en1"}, {{"en1", {{"SSID", "Caf\u00e9"}}}});
     for (int i = 0; i < 2; ++i) {
         platform.bonjour().reportFound(type, "Printer");
         platform.bonjour().reportResolved(type, "Printer",
-                                          {.addresses = {},
+                                          {.addresses = records,
                                            .txt = "\x03"
-                                                  "a=b"});
+                                                  "a=b",
+                                           .hostName = "printer\xFF\u202E.local",
+                                           .interface = "wlan0"});
     }
     platform.clock().advanceBy(11s);
 }
@@ -126,6 +144,21 @@ TEST(ObservedPlatform, IsSilentOnceTheCollectionIsOver) {
     log->lines.clear();
     play(platform);
     EXPECT_THAT(log->lines, IsEmpty());
+}
+
+/// All that each line may hold; tests/schema checks the same lines against their schema.
+TEST(DetailsFile, HasALineForEveryReport) {
+    const std::string name = testing::TempDir() + "ambrel-details-" + std::to_string(getpid());
+    const auto contents = [](const std::string& file) {
+        std::ifstream stream(file);
+        return std::string(std::istreambuf_iterator<char>(stream), {});
+    };
+    const auto details = std::make_shared<DetailsFile>(name, ResultFile::Earlier::continued);
+    Simulated::Platform platform;
+    collected(platform, details);
+    details->finish();
+    EXPECT_EQ(contents(name), contents(AMBREL_TESTS "/details.jsonl"));
+    std::filesystem::remove(name);
 }
 
 TEST(CollectionCounts, CountAPeripheralAndAServiceOnce) {

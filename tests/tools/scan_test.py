@@ -89,6 +89,11 @@ def on_screen(text):
     return "".join(line)
 
 
+def read_details(path):
+    with open(path, encoding="utf-8") as file:
+        return [json.loads(line) for line in file]
+
+
 def left_behind(arguments, folder):
     """The temporary files of a command that is interrupted, over and over, at some time soon."""
     left = []
@@ -160,7 +165,7 @@ class CommandLine(unittest.TestCase):
     def test_help_fits_a_terminal_and_names_every_option(self):
         for command, named in [
             ("", ["scan", "watch", "record", "replay", "store", "doctor", "help", "--version"]),
-            ("scan", ["--service", "--only", "--without", "--location", "--format", "--save", "--progress", "--quiet"]),
+            ("scan", ["--service", "--only", "--without", "--location", "--details", "--format", "--save", "--progress", "--quiet"]),
             ("watch", ["--every", "--threshold"]),
             ("store export", ["Usage: ambrel store export", "--since"]),
         ]:
@@ -276,15 +281,21 @@ class Running(unittest.TestCase):
         begin = time.monotonic()
         with tempfile.TemporaryDirectory() as folder:
             with open(f"{folder}/output", "w", encoding="utf-8") as file:
-                process = self.start("--format", "json", "--strict", "--outcome", f"{folder}/outcome", stdout=file)
+                process = self.start("--format", "json", "--strict", "--outcome", f"{folder}/outcome",
+                                     "--details", f"{folder}/details", stdout=file)
                 self.assertEqual(process.wait(timeout=PATIENCE), 3)
             elapsed = time.monotonic() - begin
             output = pathlib.Path(file.name).read_text(encoding="utf-8")
+            details = read_details(f"{folder}/details")
+            self.assertEqual(os.stat(f"{folder}/details").st_mode & 0o777, 0o600)
             outcome = json.loads(pathlib.Path(f"{folder}/outcome").read_text(encoding="utf-8"))
         self.assertTrue(10 <= elapsed < 15, elapsed)
         data = json.loads(output)
         self.assertEqual(output.count("\n"), 1)
         self.assertEqual(data["ip"], "192.0.2.7")
+        [address] = [line for line in details if line["source"] == "address"]
+        self.assertEqual((address["ip"], address["interface"]), ("192.0.2.7", "wlan0"))
+        self.assertTrue(1 <= address["time"] - data["timestamp"] < 3, address)
 
         self.assertEqual({name: source["outcome"] for name, source in outcome["sources"].items()
                           if name in ("bluetooth", "location")}, {"bluetooth": "not-asked", "location": "failed"})
@@ -486,11 +497,16 @@ class Watching(unittest.TestCase):
         strict = subprocess.Popen([AMBREL, "watch", *RUNNING, "--strict"], env=environment(**NO_BUS),
                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         self.addCleanup(strict.kill)
-        process = self.start("--every", "10s", permitted=RUNNING)
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        pathlib.Path(f"{folder.name}/details").write_text('{"source": "earlier"}\n', encoding="utf-8")
+        process = self.start("--every", "10s", "--details", f"{folder.name}/details", permitted=RUNNING)
         self.assertLess(self.first["timestamp"] - begin, 2)
         second = json.loads(process.stdout.readline())
         self.assertLess(second["timestamp"] - self.first["timestamp"], 13)
         process.terminate()
+        sources = [line["source"] for line in read_details(f"{folder.name}/details")]
+        self.assertEqual((sources[0], sources.count("address")), ("earlier", 2))
         self.assertEqual(process.communicate()[1].count(NOTE), 1)  # of two collections
         self.assertEqual(strict.communicate(timeout=5)[0].count("\n"), 1)
         self.assertEqual(strict.returncode, 3)

@@ -15,6 +15,8 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <functional>
+#include <initializer_list>
 #include <iterator>
 #include <poll.h>
 #include <system_error>
@@ -31,6 +33,17 @@ Linux::PlatformServices services(const CollectionOptions& options) {
     auto services = Linux::platformServices(locationOptions(options.location));
     services.bonjourServices = serviceTypes(options);
     return services;
+}
+
+/// What stands in the way of writing a file is told.
+bool isDone(const std::function<void()>& write) {
+    try {
+        write();
+        return true;
+    } catch (const std::system_error& error) {
+        say(error.what());
+        return false;
+    }
 }
 
 } // namespace
@@ -59,6 +72,9 @@ Collection::Collection(const CollectionOptions& options, std::shared_ptr<Command
                        const std::shared_ptr<PlatformObserver>& observer)
     : options_(options),
       outcome_(options.outcome.empty() ? nullptr : std::make_unique<ResultFile>(options.outcome)),
+      details_(options.details.empty()
+                   ? nullptr
+                   : std::make_shared<DetailsFile>(options.details, options.earlierDetails)),
       notes_(options, [this](const std::string& text) { note(text); }),
       sources_(Linux::sourceReports(
           [this] { notes_.lifecycleChanged(sources_->report(Source::lifecycle).condition); })),
@@ -66,11 +82,14 @@ Collection::Collection(const CollectionOptions& options, std::shared_ptr<Command
     if (const auto problem = Bundle::main().problem()) {
         note("the information dictionary is of no use: " + *problem);
     }
-    auto observedServices = observed(services(options), counts_);
-    countedNetwork_ = observeNetwork(counts_);
-    if (observer) {
-        observedServices = observed(std::move(observedServices), observer);
-        observedNetwork_ = observeNetwork(observer);
+    auto observedServices = services(options);
+    // A report is told to them in this order: the recorder sets the time of it.
+    for (const auto& each :
+         std::initializer_list<std::shared_ptr<PlatformObserver>>{counts_, observer, details_}) {
+        if (each) {
+            observedServices = observed(std::move(observedServices), each);
+            observedNetwork_.push_back(observeNetwork(each));
+        }
     }
     kit_ = Linux::create(std::move(observedServices));
     kit_->setDelegate(host_);
@@ -142,7 +161,11 @@ void Collection::note(const std::string& text) {
 }
 
 ExitStatus Collection::handOver(const Delivery& delivery) {
-    const bool told = writeOutcome(delivery);
+    const bool detailed = !details_ || isDone([&] { details_->finish(); });
+    const bool accounted = !outcome_ || isDone([&] {
+        outcome_->write(JSONValue(delivery.outcome).dump());
+        outcome_->finish();
+    });
     const bool kept = !options_.save || saveCollection(delivery.data);
     printResult(formatted(delivery.data, outputFormat(options_.format)));
     notes_.collected(delivery.sources);
@@ -151,24 +174,10 @@ ExitStatus Collection::handOver(const Delivery& delivery) {
             return isWanted(options_, report.source) &&
                    report.collection.outcome == SourceOutcome::failed;
         });
-    if (!told || !kept) {
+    if (!detailed || !accounted || !kept) {
         return failed;
     }
     return options_.strict && !allListened ? notUsable : done;
-}
-
-/// What stands in the way is told.
-bool Collection::writeOutcome(const Delivery& delivery) {
-    try {
-        if (outcome_) {
-            outcome_->write(JSONValue(delivery.outcome).dump());
-            outcome_->finish();
-        }
-        return true;
-    } catch (const std::system_error& error) {
-        say(error.what());
-        return false;
-    }
 }
 
 } // namespace Ambrel

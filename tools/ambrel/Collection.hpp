@@ -4,6 +4,7 @@
 #include "tools/ambrel/CollectionOptions.hpp"
 #include "tools/ambrel/CommandLineHost.hpp"
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/DetailsFile.hpp"
 #include "tools/ambrel/Progress.hpp"
 #include "tools/ambrel/ResultFile.hpp"
 #include "tools/ambrel/SourceNotes.hpp"
@@ -49,15 +50,14 @@ private:
     void note(const std::string& text);
     [[nodiscard]] std::optional<int> wait();
     [[nodiscard]] int renewProgress();
-    [[nodiscard]] bool writeOutcome(const Delivery& delivery);
 
     CollectionOptions options_;
-    std::unique_ptr<ResultFile> outcome_; ///< may be null
+    std::unique_ptr<ResultFile> outcome_;  ///< may be null
+    std::shared_ptr<DetailsFile> details_; ///< may be null
     SourceNotes notes_;
     std::shared_ptr<AmbrelKit::SourceReports> sources_;
     std::shared_ptr<CollectionCounts> counts_ = std::make_shared<CollectionCounts>();
-    std::shared_ptr<void> countedNetwork_;
-    std::shared_ptr<void> observedNetwork_;
+    std::vector<std::shared_ptr<void>> observedNetwork_;
     std::shared_ptr<CommandLineHost> host_;
     std::shared_ptr<AmbrelKit::AmbrelSDK> kit_;
     std::optional<Progress> progress_;

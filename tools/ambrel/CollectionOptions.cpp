@@ -58,6 +58,10 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
         ->type_name("FILE");
     command.add_flag("--strict", options.strict,
                      "exit status 3 when a granted source could not listen");
+    command
+        .add_option("--details", options.details,
+                    "write every report too, with what the result omits")
+        ->type_name("FILE");
     command.add_option("--format", options.format, "json, pretty or table")
         ->type_name("FORMAT")
         ->check(oneOf({"json", "pretty", "table"}));

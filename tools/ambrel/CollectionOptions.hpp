@@ -4,6 +4,8 @@
 #include "AmbrelKit/Linux/Location/LocationOptions.hpp"
 #include "AmbrelKit/Platform/SourceReport.hpp"
 
+#include "tools/ambrel/ResultFile.hpp"
+
 #include <string>
 #include <vector>
 
@@ -19,7 +21,9 @@ struct CollectionOptions {
     std::vector<std::string> only;     ///< empty: every permission
     std::vector<std::string> without;
     AmbrelKit::Linux::LocationSourceKind location = AmbrelKit::Linux::LocationSourceKind::automatic;
-    std::string format;    ///< empty: by where the output goes
+    std::string format;  ///< empty: by where the output goes
+    std::string details; ///< the file for every report; empty: none
+    ResultFile::Earlier earlierDetails = ResultFile::Earlier::replaced;
     bool save = false;     ///< each dictionary into the store too
     std::string outcome;   ///< the file that tells of each source; empty: none
     bool strict = false;   ///< a source that could not listen is a failure

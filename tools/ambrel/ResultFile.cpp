@@ -1,8 +1,10 @@
 #include "tools/ambrel/ResultFile.hpp"
 
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/HeldSignals.hpp"
 
 #include "AmbrelKit/Internal/Extensions/File.hpp"
+#include "AmbrelKit/Internal/Extensions/ReplaceFile.hpp"
 
 #include <fcntl.h>
 #include <filesystem>
@@ -13,6 +15,7 @@
 namespace Ambrel {
 
 using AmbrelKit::Descriptor;
+using AmbrelKit::NewFile;
 
 namespace {
 
@@ -22,6 +25,11 @@ bool isStandardOutput(const std::string& name) {
     struct stat output {};
     return stat(name.c_str(), &named) == 0 && fstat(STDOUT_FILENO, &output) == 0 &&
            named.st_dev == output.st_dev && named.st_ino == output.st_ino;
+}
+
+std::string folderOf(const std::string& name) {
+    const auto folder = std::filesystem::path(name).parent_path();
+    return folder.empty() ? "." : folder.string();
 }
 
 } // namespace
@@ -44,7 +52,8 @@ ResultFile::ResultFile(std::string name, Earlier earlier) : name_(std::move(name
     } else if (exists && !S_ISREG(status.st_mode)) {
         file_ = Descriptor(::open(name_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
     } else {
-        beginNew();
+        const HeldSignals held;
+        const NewFile canBeMade(folderOf(name_), name_); // and goes: it is made when it is whole
         return;
     }
     if (file_.get() < 0) {
@@ -52,33 +61,22 @@ ResultFile::ResultFile(std::string name, Earlier earlier) : name_(std::move(name
     }
 }
 
-void ResultFile::beginNew() {
-    const auto folder = std::filesystem::path(name_).parent_path();
-    held_.emplace();
-    new_.emplace(folder.empty() ? "." : folder.string(), name_);
-}
-
 void ResultFile::write(std::string_view line) { text_.append(line) += '\n'; }
 
 void ResultFile::finish() {
-    if (file_.get() < 0) {
-        if (!new_) {
-            beginNew();
-        }
-        new_->write(text_);
-        new_->finish();
-        new_.reset();
-        text_.clear();
-        held_.reset();
-        return;
-    }
     struct stat status {};
-    if (fstat(file_.get(), &status) == 0 && S_ISREG(status.st_mode)) {
-        held_.emplace(); // no line is cut short
+    if (file_.get() < 0) {
+        const HeldSignals held;
+        NewFile file(folderOf(name_), name_);
+        file.write(text_);
+        file.finish();
+    } else if (fstat(file_.get(), &status) == 0 && S_ISREG(status.st_mode)) {
+        const HeldSignals held; // no line is cut short
+        AmbrelKit::writeAll(file_.get(), text_, name_);
+    } else {
+        AmbrelKit::writeAll(file_.get(), text_, name_);
     }
-    AmbrelKit::writeAll(file_.get(), text_, name_);
     text_.clear();
-    held_.reset();
 }
 
 } // namespace Ambrel

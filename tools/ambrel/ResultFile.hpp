@@ -1,12 +1,8 @@
 #ifndef AMBREL_RESULTFILE_HPP
 #define AMBREL_RESULTFILE_HPP
 
-#include "tools/ambrel/HeldSignals.hpp"
-
-#include "AmbrelKit/Internal/Extensions/ReplaceFile.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -34,12 +30,8 @@ public:
     void finish();
 
 private:
-    void beginNew();
-
     std::string name_;
-    std::string text_;                ///< a collection's at most
-    std::optional<HeldSignals> held_; ///< while there is a file that is not whole
-    std::optional<AmbrelKit::NewFile> new_;
+    std::string text_;           ///< a collection's at most
     AmbrelKit::Descriptor file_; ///< where there is no new one
 };
 

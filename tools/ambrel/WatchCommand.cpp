@@ -88,6 +88,7 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
         app.add_subcommand("watch", "Takes one now, and when device or user come back");
     const auto options = std::make_shared<WatchOptions>();
     options->collection.format = "json";
+    options->collection.earlierDetails = ResultFile::Earlier::continued;
     command
         ->add_option_function<std::string>(
             "--every", [options](const std::string& text) { options->every = duration(text); },

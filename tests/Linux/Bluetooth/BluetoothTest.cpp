@@ -1,11 +1,17 @@
 #include "tests/Linux/Bluetooth/BluetoothFixture.hpp"
 
 #include "AmbrelKit/Linux/Bus/SystemBus.hpp"
+#include "tests/support/Child.hpp"
+
+#include <fstream>
+#include <iterator>
 
 namespace {
 
 using namespace AmbrelKit;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 constexpr const char* heartRate = "0000180d-0000-1000-8000-00805f9b34fb";
@@ -136,6 +142,27 @@ TEST_F(BluetoothTest, TellsWhatIsAdvertisedToWhoAsks) {
                        : "{}");
     }
 }
+
+#ifdef AMBREL_TOOL
+TEST_F(BluetoothTest, TheDetailsOfAScanTellWhatTheRecordLeavesOut) {
+    const std::string file = bus.folder() / "details";
+    fake.start();
+    fake.plug("hci0");
+    Child tool({AMBREL_TOOL, "scan", "--only", "bluetooth", "--details", file});
+    ASSERT_TRUE(scanning());
+    fake.add("hci0", {.address = phone,
+                      .name = "\u202EPhone",
+                      .rssi = -50,
+                      .service = "0000180f-0000-1000-8000-00805f9b34fb"});
+    ASSERT_TRUE(runUntil([&] { return tool.ended(); }));
+    std::ifstream lines(file);
+    EXPECT_THAT(
+        std::string(std::istreambuf_iterator<char>(lines), {}),
+        AllOf(HasSubstr(R"("state":"powered-on"})"),
+              HasSubstr(R"("advertisement":{"services":["0000180F-0000-1000-8000-00805F9B34FB"]},)"
+                        R"("name":"\u202ePhone","rssi":-50})")));
+}
+#endif
 
 TEST_F(BluetoothTest, ScansAgainWithinHalfASecond) {
     const auto cycle = [&] { fake.power("hci0", false), fake.power("hci0", true); };

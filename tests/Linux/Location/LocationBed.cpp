@@ -4,6 +4,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iomanip>
+#include <iterator>
 #include <netinet/in.h>
 #include <nlohmann/json.hpp>
 #include <numeric>
@@ -56,15 +57,24 @@ void Session::locationManagerDidFailWithError(LocationManager& /*manager*/,
 std::optional<LocationCoordinate> scan(const std::string& source) {
     const std::string output =
         std::filesystem::temp_directory_path() / ("ambrel-scan-" + std::to_string(getpid()));
-    Child tool({AMBREL_TOOL, "scan", "--only", "location", "--location", source}, output);
+    const std::string details = output + ".details";
+    Child tool(
+        {AMBREL_TOOL, "scan", "--only", "location", "--location", source, "--details", details},
+        output);
     EXPECT_TRUE(runUntil([&tool] { return tool.ended(); }));
     std::ifstream file(output);
     std::filesystem::remove(output);
     const auto dictionary = nlohmann::json::parse(file, nullptr, false);
     const auto location = dictionary.find("locationCollection");
-    return location == dictionary.end()
-               ? std::nullopt
-               : std::optional(LocationCoordinate{location->at("lat"), location->at("lon")});
+    std::ifstream lines(details);
+    std::filesystem::remove(details);
+    const std::string told(std::istreambuf_iterator<char>(lines), {});
+    if (location == dictionary.end()) {
+        EXPECT_EQ(told.find("\"altitude\""), std::string::npos) << told;
+        return std::nullopt;
+    }
+    EXPECT_NE(told.find("\"altitude\":171"), std::string::npos) << told;
+    return LocationCoordinate{location->at("lat"), location->at("lon")};
 }
 
 Server::Server(std::uint16_t port) {

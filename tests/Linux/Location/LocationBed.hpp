@@ -50,7 +50,7 @@ private:
     std::shared_ptr<void> alive_ = std::make_shared<int>();
 };
 
-/// The place in what `ambrel scan --only location` prints.
+/// The place in what `ambrel scan --only location` prints; the altitude has to be in its details.
 std::optional<LocationCoordinate> scan(const std::string& source);
 
 /// Listens on a port of loopback, or on a Unix socket, and holds whoever connects.
