@@ -2,6 +2,8 @@
 
 #include "AmbrelKit/Linux/Bluetooth/BluetoothManagerFactory.hpp"
 #include "AmbrelKit/Linux/Bluetooth/PeripheralIdentifier.hpp"
+#include "AmbrelKit/Linux/SourceReports.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "tests/guest/Radio.hpp"
 #include "tests/guest/User.hpp"
 #include "tests/support/Child.hpp"
@@ -128,10 +130,15 @@ protected:
         return runUntil([&] { return receiver->state == state; });
     }
 
+    [[nodiscard]] SourceCondition condition() const {
+        return source->report(Source::bluetooth).condition;
+    }
+
     static inline std::unique_ptr<Radio> radio;
     static inline std::optional<Child> daemon;
     std::shared_ptr<Receiver> receiver;
     std::shared_ptr<BluetoothCentralManager> manager;
+    std::shared_ptr<SourceReports> source = Linux::sourceReports();
 };
 
 /// Another program, which discovers for as long as this lives.
@@ -204,9 +211,11 @@ TEST_F(GuestTest, SurvivesTheDaemonsCrash) {
     ASSERT_TRUE(runUntil([&] { return receiver->sightings > 0; }));
     daemon->end(SIGKILL);
     ASSERT_TRUE(becomes(BluetoothManagerState::resetting));
+    EXPECT_EQ(condition().code, "no-daemon");
     startDaemon();
     // The kernel goes on with the dead daemon's discovery, and refuses another one.
     expectScanningAgain(kernelsDiscovery);
+    EXPECT_TRUE(runUntil([&] { return condition() == Linux::listening("BlueZ, hci0"); }));
 }
 
 TEST_F(GuestTest, SurvivesTheController) {
@@ -232,9 +241,12 @@ TEST_F(GuestTest, SurvivesTheRadioSwitch) {
     ASSERT_TRUE(runUntil([&] { return receiver->sightings > 0; }));
     ASSERT_TRUE(block(true));
     ASSERT_TRUE(becomes(BluetoothManagerState::poweredOff));
+    EXPECT_EQ(condition().reason, "hci0 is blocked by software");
+    EXPECT_EQ(condition().remedy, "rfkill unblock bluetooth");
     manager->stopScan(); // of a radio that is off
     ASSERT_TRUE(block(false));
     expectScanningAgain();
+    EXPECT_EQ(condition(), Linux::listening("BlueZ, hci0"));
     close(rfkill);
 }
 
