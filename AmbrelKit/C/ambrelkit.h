@@ -7,7 +7,8 @@
 /// What holds for all of it (docs/abi.md says what stays as it is, and for how long):
 ///
 /// Threads. All objects that a process has at a time live on one thread, the one that made the
-/// first; everything but the store and the version is used there. Nothing locks, blocks or polls.
+/// first; everything but the store and the version is used there, which a debug build of the
+/// library asserts. Nothing locks, blocks or polls.
 ///
 /// Results. A function that can fail returns a negative errno then, and has an `error` at its end
 /// that says more; it may be NULL. A function that failed has changed nothing, unless it says
@@ -16,7 +17,7 @@
 ///
 /// Text is UTF-8 and ends with a zero byte. JSON text has its length beside it; where it is given
 /// to a callback it is valid until that returns. It holds one object, at most 16 MiB and 512
-/// levels.
+/// levels; a dictionary that would be longer is not delivered, but -EBADMSG returned in its place.
 ///
 /// Objects are counted. The maker has the first reference; `_ref` takes another and returns the
 /// object, `_unref` gives one back and returns NULL; both take NULL. References are taken and given
@@ -195,9 +196,10 @@ enum {
 /// How a kit on this machine looks around. All of it is copied.
 typedef struct ambrel_kit_options {
     size_t size;
-    /// The DNS-SD types to look for, such as "_ipp._tcp", with NULL at the end; no type: no
-    /// services. NULL: those that the JSON object in the file `$AMBREL_INFO`, else in `Info.json`
-    /// beside the executable, lists under "NSBonjourServices"; without such a list no services.
+    /// The DNS-SD types to look for, such as "_ipp._tcp", or "all" for whatever the network says it
+    /// has, with NULL at the end; no type: no services. NULL: those that the JSON object in the
+    /// file `$AMBREL_INFO`, else in `Info.json` beside the executable, lists under
+    /// "NSBonjourServices"; without such a list no services.
     const char* const* service_types;
     /// The name of the host's desktop file, without `.desktop`, which GeoClue knows it by. NULL or
     /// empty: "CFBundleIdentifier" of that object, else the application that the desktop started,
