@@ -15,7 +15,6 @@ constexpr int mostUnderWay = 100;
 constexpr int mostPreparedAtOnce = 25;
 
 constexpr std::chrono::seconds pulseInterval{1};
-constexpr int mostBeatsInSilence = 2;
 
 // Avahi's numbers, the same in its protocol as in its headers.
 constexpr std::int32_t anyInterface = -1;
@@ -124,14 +123,14 @@ private:
 };
 
 AvahiDaemon::AvahiDaemon(const std::shared_ptr<SystemBus>& bus, std::string owner,
-                         std::function<void(Standing)> failed)
-    : daemon_(bus, std::move(owner)), failed_(std::move(failed)) {}
+                         std::function<void(Standing)> changed)
+    : daemon_(bus, std::move(owner)), changed_(std::move(changed)) {}
 
 std::shared_ptr<AvahiDaemon> AvahiDaemon::start(const std::shared_ptr<EventLoop>& loop,
                                                 const std::shared_ptr<SystemBus>& bus,
                                                 std::string owner,
-                                                std::function<void(Standing)> failed) {
-    std::shared_ptr<AvahiDaemon> daemon(new AvahiDaemon(bus, std::move(owner), std::move(failed)));
+                                                std::function<void(Standing)> changed) {
+    std::shared_ptr<AvahiDaemon> daemon(new AvahiDaemon(bus, std::move(owner), std::move(changed)));
     daemon->daemon_.hear("interface='" + std::string(browserInterface) + "'",
                          weakly(daemon, &AvahiDaemon::itemSignal));
     daemon->pulse_ = loop->deadline(weakly(daemon, &AvahiDaemon::pulse));
@@ -147,7 +146,9 @@ void AvahiDaemon::askByItself(const Daemon::Method& method, const BusArguments& 
                            replied = std::move(replied)](sd_bus_message* reply) {
         if (const auto self = weak.lock()) {
             --self->unanswered_;
-            self->beatsInSilence_ = 0;
+            if (!isError(reply)) {
+                self->stand(Standing::serving);
+            }
         }
         replied(reply);
     };
@@ -162,8 +163,16 @@ void AvahiDaemon::pulse() {
     pulse_->arm(std::chrono::steady_clock::now() + pulseInterval);
     if (unanswered_ == 0) {
         askByItself({"/", serverInterface, "GetState"}, {}, [](sd_bus_message*) {});
-    } else if (++beatsInSilence_ == mostBeatsInSilence) {
-        failed_(Standing::silent);
+    } else {
+        stand(standing_ == Standing::overdue || standing_ == Standing::silent ? Standing::silent
+                                                                              : Standing::overdue);
+    }
+}
+
+void AvahiDaemon::stand(Standing standing) {
+    if (standing_ != standing && standing_ != Standing::refusing) {
+        standing_ = standing;
+        changed_(standing);
     }
 }
 
@@ -199,7 +208,7 @@ void AvahiDaemon::prepare(const std::shared_ptr<Browse>& browse) {
         const char* path = nullptr;
         if (isError(reply)) {
             if (self && isRefusal(*sd_bus_message_get_error(reply))) {
-                self->failed_(Standing::refusing);
+                self->stand(Standing::refusing);
                 return;
             }
         } else if (sd_bus_message_read(reply, "o", &path) > 0) {

@@ -14,17 +14,18 @@ namespace AmbrelKit::Linux {
 class AvahiDaemon final : public DiscoveryStack, public std::enable_shared_from_this<AvahiDaemon> {
 public:
     enum class Standing {
-        absent,
+        asked, ///< it has not answered yet
         serving,
-        refusing, ///< it does not serve us (policy, an old interface)
-        silent    ///< it left what it can answer by itself unanswered for two seconds
+        overdue,  ///< it left what it can answer by itself unanswered for a second
+        silent,   ///< and for two
+        refusing, ///< it does not serve us (policy, an old interface), and never will
     };
 
-    /// `failed` is told when the daemon turns out to be refusing or silent, and may drop it.
+    /// `changed` is told from the loop how it stands with the daemon from then on, and may drop it.
     [[nodiscard]] static std::shared_ptr<AvahiDaemon> start(const std::shared_ptr<EventLoop>& loop,
                                                             const std::shared_ptr<SystemBus>& bus,
                                                             std::string owner,
-                                                            std::function<void(Standing)> failed);
+                                                            std::function<void(Standing)> changed);
 
     [[nodiscard]] std::shared_ptr<Lookup> browse(const std::string& type, const std::string& domain,
                                                  Sighted sighted) override;
@@ -38,7 +39,8 @@ private:
     class Question;
 
     AvahiDaemon(const std::shared_ptr<SystemBus>& bus, std::string owner,
-                std::function<void(Standing)> failed);
+                std::function<void(Standing)> changed);
+    void stand(Standing standing);
     void prepareWaiting();
     void prepare(const std::shared_ptr<Browse>& browse);
     void itemSignal(sd_bus_message* signal);
@@ -50,7 +52,8 @@ private:
     void sendWaiting();
 
     Daemon daemon_;
-    std::function<void(Standing)> failed_;
+    std::function<void(Standing)> changed_;
+    Standing standing_ = Standing::asked;
     std::deque<std::weak_ptr<Browse>> unprepared_;
     std::map<std::string, std::weak_ptr<Browse>> browses_;
     std::deque<std::weak_ptr<Question>> waiting_;
@@ -58,7 +61,6 @@ private:
 
     std::shared_ptr<Deadline> pulse_;
     int unanswered_ = 0; ///< of the questions that it can answer by itself
-    int beatsInSilence_ = 0;
 };
 
 } // namespace AmbrelKit::Linux

@@ -1,14 +1,11 @@
 #include "AmbrelKit/Linux/NearbyDevices/EmbeddedAvahi.hpp"
 
 #include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
-#include "AmbrelKit/Platform/Descriptor.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/MulticastNetwork.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <avahi-core/log.h>
 #include <avahi-core/lookup.h>
-#include <fcntl.h>
-#include <linux/netlink.h>
-#include <sys/socket.h>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -80,15 +77,6 @@ std::optional<std::string> txtBytes(AvahiStringList* list) {
     return txtRecordBytes(texts);
 }
 
-/// Whether Avahi would get its sockets. It ends the process when it gets some but not the one by
-/// which the kernel tells of interfaces: without descriptors, or where a sandbox shuts that off.
-bool socketsCanBeHad() {
-    const Descriptor interfaces(socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_ROUTE));
-    const Descriptor ipv4(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    const Descriptor ipv6(fcntl(ipv4.get(), F_DUPFD_CLOEXEC, 0)); // which the kernel may lack
-    return interfaces.get() >= 0 && ipv6.get() >= 0;
-}
-
 HostAddress hostAddress(const AvahiAddress& address) {
     if (address.proto == AVAHI_PROTO_INET) {
         return in_addr{address.data.ipv4.address};
@@ -104,7 +92,7 @@ EmbeddedAvahi::EmbeddedAvahi(const std::shared_ptr<EventLoop>& loop)
     : loop_(loop), poll_(avahiPollOn(*loop)) {}
 
 std::shared_ptr<EmbeddedAvahi> EmbeddedAvahi::start(const std::shared_ptr<EventLoop>& loop) {
-    if (!socketsCanBeHad()) {
+    if (missingSockets()) {
         return nullptr;
     }
     avahi_set_log_function([](AvahiLogLevel, const char*) {}); // else standard error is used

@@ -208,6 +208,7 @@ void FoundService::reached() {
 void FoundService::report() {
     const auto self = shared_from_this();
     if (const auto delegate = delegate_.lock()) {
+        discovery_->countAnswer();
         delegate->netServiceDidResolveAddress(*self);
     }
 }

@@ -3,7 +3,12 @@
 
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/AvahiDaemon.hpp"
+#include "AmbrelKit/Linux/Network/LinkWatch.hpp"
+#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
+
+#include <optional>
 
 namespace AmbrelKit::Linux {
 
@@ -16,6 +21,8 @@ namespace AmbrelKit::Linux {
 /// much beside one, and a change would only interrupt the search. A daemon that goes is given a
 /// second to come back before the embedded stack takes the port, which a daemon may want for itself
 /// when it starts. Where the embedded stack cannot run, a daemon that is silent is waited for.
+///
+/// What it knows it says on the loop's board, for as long as it lives.
 ///
 /// The connection to the bus is its own: the bus grants a connection so many unanswered calls, to
 /// whatever daemon, and those to a silent one add up until the connection ends.
@@ -34,30 +41,41 @@ public:
     };
 
     static std::shared_ptr<StackChoice> make(const std::shared_ptr<EventLoop>& loop);
+    ~StackChoice();
+    StackChoice(const StackChoice&) = delete;
+    StackChoice& operator=(const StackChoice&) = delete;
 
     /// Null while there is none, as at first.
     [[nodiscard]] const std::shared_ptr<DiscoveryStack>& stack() const { return stack_; }
 
-    /// How it stood with the daemon when `stack()` was chosen: why it is the embedded one, if
-    /// `isEmbedded()`, or why there is none.
-    [[nodiscard]] AvahiDaemon::Standing daemon() const { return daemon_; }
-    [[nodiscard]] bool isEmbedded() const { return embedded_; }
-
     void add(const std::weak_ptr<Client>& client) { clients_.add(client); }
+
+    /// A service tells the kit of an answer: that is what counts as a report, not that it was
+    /// found.
+    void countAnswer() { board_->count(Source::services); }
 
 private:
     explicit StackChoice(const std::shared_ptr<EventLoop>& loop);
     void ownerChanged(const std::string& owner);
-    void useEmbedded(AvahiDaemon::Standing since);
+    void daemonStands(AvahiDaemon::Standing standing);
+    void useEmbedded();
     void use(std::shared_ptr<DiscoveryStack> stack);
+    [[nodiscard]] SourceCondition condition() const;
+    [[nodiscard]] SourceCondition embeddedCondition() const;
+    [[nodiscard]] SourceCondition daemonCondition() const;
+    void publish() { board_->publish(Source::services, condition()); }
 
     std::shared_ptr<EventLoop> loop_;
     std::shared_ptr<SystemBus> bus_;
     std::shared_ptr<NameWatch> owner_;
     std::shared_ptr<Deadline> patience_;
     std::shared_ptr<DiscoveryStack> stack_;
-    AvahiDaemon::Standing daemon_ = AvahiDaemon::Standing::absent;
-    bool embedded_ = false;
+    bool embedded_ = false;                       ///< is the stack
+    std::optional<AvahiDaemon::Standing> daemon_; ///< of the one that is there, or was given up
+    std::optional<SourceReason> lacks_;           ///< for the embedded stack, which could not start
+    bool daemonWent_ = false;                     ///< and may come back
+    std::shared_ptr<LoopBoard> board_;
+    LinkWatch network_;
     WeakList<Client> clients_;
 };
 

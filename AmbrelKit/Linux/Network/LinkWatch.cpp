@@ -18,20 +18,23 @@ namespace {
 
 constexpr int mostMessages = 256; ///< what comes beyond is taken at the loop's next turn
 
-/// A socket that becomes readable whenever a link changes; -1 when there can be none.
-int linkSocket() {
+/// A socket that becomes readable whenever something of the groups changes; -1 when there can be
+/// none.
+int linkSocket(unsigned groups) {
     const int descriptor =
         socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
-    address.nl_groups = RTMGRP_LINK;
+    address.nl_groups = groups;
     if (descriptor >= 0) {
         bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     }
     return descriptor;
 }
 
-std::optional<bool> anyLinkIsUp() {
+} // namespace
+
+std::optional<bool> LinkWatch::anyLinkIsUp() {
     ifaddrs* head = nullptr;
     if (getifaddrs(&head) != 0) {
         return std::nullopt;
@@ -46,13 +49,14 @@ std::optional<bool> anyLinkIsUp() {
     return false;
 }
 
-} // namespace
-
-LinkWatch::LinkWatch(EventLoop& loop, std::function<void()> changed)
-    : changed_(std::move(changed)), socket_(linkSocket()) {
+LinkWatch::LinkWatch(EventLoop& loop, Question question, bool withAddresses,
+                     std::function<void()> changed)
+    : question_(question), changed_(std::move(changed)),
+      socket_(
+          linkSocket(RTMGRP_LINK | (withAddresses ? RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR : 0))) {
     if (socket_.get() >= 0) {
         watch_ = loop.watch(socket_.get(), EPOLLIN, [this](std::uint32_t) { news(); });
-        up_ = anyLinkIsUp();
+        up_ = question_();
     }
 }
 
@@ -64,7 +68,7 @@ void LinkWatch::news() {
             break;
         }
     }
-    const auto now = anyLinkIsUp();
+    const auto now = question_();
     if (now && std::exchange(up_, now) != now) { // a question that fails is no news
         const auto changed = changed_;           // it may drop this watch
         changed();

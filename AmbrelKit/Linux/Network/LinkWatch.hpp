@@ -6,24 +6,38 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace AmbrelKit::Linux {
 
 class DescriptorWatch;
 class EventLoop;
 
-/// Follows whether a link other than loopback is up and connected, as the kernel tells it.
+/// Follows what the kernel shows of the network: by itself, whether a link other than loopback is
+/// up and connected.
 class LinkWatch {
 public:
-    /// `changed` is called from the loop.
-    LinkWatch(EventLoop& loop, std::function<void()> changed);
+    /// Reads it; absent when the kernel refuses to tell.
+    using Question = std::optional<bool> (*)();
 
-    /// Known from the start; absent when the kernel refuses to tell.
+    static std::optional<bool> anyLinkIsUp();
+
+    /// `changed` is called from the loop.
+    LinkWatch(EventLoop& loop, std::function<void()> changed)
+        : LinkWatch(loop, anyLinkIsUp, {}, std::move(changed)) {}
+
+    /// Follows what `question` reads: it is put again when a link changes, or an address, if
+    /// `withAddresses`.
+    LinkWatch(EventLoop& loop, Question question, bool withAddresses,
+              std::function<void()> changed);
+
+    /// The answer, known from the start; absent when the kernel refuses to tell.
     [[nodiscard]] std::optional<bool> isUp() const { return up_; }
 
 private:
     void news();
 
+    Question question_;
     std::function<void()> changed_;
     Descriptor socket_;
     std::shared_ptr<DescriptorWatch> watch_;

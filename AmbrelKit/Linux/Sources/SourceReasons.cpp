@@ -31,6 +31,8 @@ constexpr std::array table{
         "run as a lasting user (User= in place of DynamicUser= in the unit)"},
     Row{daemonSilent, unavailable, "daemon-silent", "{0} has not answered",
         "systemctl restart {0}"},
+    Row{noDescriptors, unavailable, "no-descriptors", "this program has no file descriptor left",
+        "let it have more (LimitNOFILE= of its unit, or ulimit -n)"},
 
     Row{bluetoothLeftOut, leftOut, "left-out", "Bluetooth is not in this build",
         "build with -DAMBREL_WITH_BLUEZ=ON"},
@@ -55,6 +57,10 @@ constexpr std::array table{
 
     Row{servicesLeftOut, leftOut, "left-out", "DNS-SD is not in this build",
         "build with -DAMBREL_WITH_AVAHI=ON"},
+    Row{avahiStopped, unavailable, "no-daemon", "avahi-daemon has stopped",
+        "journalctl -u avahi-daemon"},
+    Row{avahiRefuses, refused, "not-allowed", "avahi-daemon does not serve this program",
+        "allow it in /etc/dbus-1/system.d (avahi-dbus.conf there or in /usr/share is the example)"},
     Row{noNetlinkForServices, refused, "no-netlink",
         "this process may not ask the kernel for its interfaces",
         "let it use AF_NETLINK sockets (RestrictAddressFamilies= of its unit), or use "

@@ -18,6 +18,7 @@ enum class SourceReason : std::uint8_t {
     busSilent,
     busCloses,
     daemonSilent, ///< {its unit}
+    noDescriptors,
 
     bluetoothLeftOut,
     blueZNotInstalled,
@@ -31,6 +32,8 @@ enum class SourceReason : std::uint8_t {
     adapterBlockedByHardware, ///< {adapter}
 
     servicesLeftOut,
+    avahiStopped,
+    avahiRefuses,
     noNetlinkForServices,
     noMulticastInterface,
     mdnsPortTaken,

@@ -1,15 +1,6 @@
 #include "AmbrelKit/Linux/NearbyDevices/AnnouncedServiceTypes.hpp"
-#include "AmbrelKit/Linux/NearbyDevices/NetServiceBrowserFactory.hpp"
-#include "AmbrelKit/Linux/NearbyDevices/StackChoice.hpp"
-#include "tests/Linux/NearbyDevices/Collector.hpp"
-#include "tests/Linux/NearbyDevices/FakeAvahi.hpp"
-#include "tests/support/Isolation.hpp"
-#include "tests/support/LoopDriver.hpp"
-#include "tests/support/PrivateBus.hpp"
-
-#include <algorithm>
-#include <fstream>
-#include <gmock/gmock.h>
+#include "AmbrelKit/Linux/NearbyDevices/DiscoveryStack.hpp"
+#include "tests/Linux/NearbyDevices/AvahiFixture.hpp"
 
 namespace {
 
@@ -21,62 +12,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
-
-class AvahiDaemonTest : public testing::Test {
-protected:
-    void SetUp() override {
-        if (const std::string reason = isolate(); !reason.empty()) {
-            GTEST_SKIP() << reason;
-        }
-        startDaemon();
-    }
-
-    void startDaemon(std::vector<FakeAvahi::Item> items = {}) {
-        daemon = std::make_unique<FakeAvahi>(driver.loop());
-        daemon->items = std::move(items);
-        daemon->txt = {"second=2\xff"s, "first=1"};
-        daemon->interfaceIPv4 = {{1, "127.0.0.1"}, {2, "10.0.0.1"}, {3, "10.0.0.3"}};
-        ASSERT_TRUE(driver.until([&] { return daemon->named; }));
-    }
-
-    void search(const std::string& type = "_ipp._tcp.") {
-        browser = collector->search(makeBrowser, type);
-    }
-
-    /// What the daemon has sent so far has been reported, and the other way round, when this
-    /// returns: calls go through the bus to the daemon and back.
-    void drain() {
-        const auto connection = driver.loop()->shared<SystemBus>();
-        for (int i = 0; i < 3; ++i) {
-            bool replied = false;
-            const auto call = connection->call({"org.freedesktop.Avahi", "/", "x.y", "Nothing"}, {},
-                                               [&](sd_bus_message*) { replied = true; });
-            ASSERT_TRUE(driver.until([&] { return replied; }));
-        }
-    }
-
-    [[nodiscard]] auto callsOf(const std::string& member) const {
-        return std::count(daemon->calls.begin(), daemon->calls.end(), member);
-    }
-
-    [[nodiscard]] bool resolvedCount(std::size_t count) {
-        return driver.until([&] { return collector->resolved.size() >= count; });
-    }
-
-    /// The embedded stack has the mDNS port, 5353, open.
-    static bool embeddedRuns() {
-        std::ifstream sockets("/proc/self/net/udp");
-        const std::string text(std::istreambuf_iterator<char>(sockets), {});
-        return text.find(":14E9 ") != std::string::npos;
-    }
-
-    PrivateBus bus;
-    LoopDriver driver;
-    std::unique_ptr<FakeAvahi> daemon;
-    NetServiceBrowserFactory makeBrowser = makeNetServiceBrowserFactory(driver.loop());
-    std::shared_ptr<Collector> collector = std::make_shared<Collector>();
-    std::shared_ptr<NetServiceBrowser> browser;
-};
 
 TEST_F(AvahiDaemonTest, ReportsAServiceOnceHoweverManyInterfacesHaveIt) {
     daemon->items = {{"Printer", 2, 0}, {"Printer", 2, 1}, {"Printer", 3, 0}, {"Büro", 2, 0}};
@@ -321,54 +256,6 @@ TEST_F(AvahiDaemonTest, ResolvingEndsAtItsTimeout) {
     daemon->answerHeld();
     drain();
     EXPECT_THAT(collector->resolved, IsEmpty());
-}
-
-TEST_F(AvahiDaemonTest, TheEmbeddedStackTakesOverFromADaemonOrBusThatIsGone) {
-    search();
-    ASSERT_TRUE(driver.until([&] { return daemon->objects.size() == 1; }));
-    bus.stop();
-    daemon.reset();
-    ASSERT_TRUE(driver.until(embeddedRuns, milliseconds(3000)));
-    bus.start();
-    startDaemon();
-    driver.during(milliseconds(1500)); // the bus is found again by then
-    EXPECT_THAT(daemon->calls, IsEmpty()) << "a search stays where it is";
-    browser.reset();
-    EXPECT_FALSE(embeddedRuns());
-    search();
-    EXPECT_TRUE(driver.until([&] { return daemon->objects.size() == 1; })) << "the next is new";
-}
-
-TEST_F(AvahiDaemonTest, TheEmbeddedStackDoesNotWaitForABusThatHangs) {
-    bus.freeze();
-    search();
-    EXPECT_TRUE(driver.until(embeddedRuns, milliseconds(3000)));
-}
-
-TEST_F(AvahiDaemonTest, TheEmbeddedStackStandsInForADaemonThatRefuses) {
-    daemon->refusal = "org.freedesktop.Avahi.InvalidServiceTypeError";
-    search();
-    drain();
-    EXPECT_FALSE(embeddedRuns());
-    daemon->refusal = SD_BUS_ERROR_ACCESS_DENIED;
-    search();
-    EXPECT_TRUE(driver.until(embeddedRuns));
-}
-
-TEST_F(AvahiDaemonTest, TheEmbeddedStackStandsInForADaemonThatHangsOnMoreThanAService) {
-    for (const auto& [member, isSilent] : std::map<std::string, bool>{
-             {"ServiceBrowserPrepare", true}, {"GetState", true}, {"ResolveService", false}}) {
-        daemon.reset();
-        startDaemon({{"Printer"}});
-        daemon->held = {member};
-        search();
-        const auto discovery = driver.loop()->shared<StackChoice>();
-        EXPECT_EQ(driver.until(embeddedRuns, milliseconds(3500)), isSilent) << member;
-        EXPECT_EQ(discovery->isEmbedded(), isSilent);
-        EXPECT_EQ(discovery->daemon() == AvahiDaemon::Standing::silent, isSilent);
-        browser.reset();
-        collector->services.clear();
-    }
 }
 
 TEST_F(AvahiDaemonTest, WhatItLeavesUnansweredDoesNotCountAgainstOtherDaemons) {

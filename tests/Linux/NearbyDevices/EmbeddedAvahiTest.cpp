@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/NetServiceBrowserFactory.hpp"
+#include "AmbrelKit/Linux/SourceReports.hpp"
 #include "tests/Linux/NearbyDevices/Collector.hpp"
 #include "tests/support/Isolation.hpp"
 #include "tests/support/LoopDriver.hpp"
@@ -172,14 +173,18 @@ TEST_F(EmbeddedAvahiTest, BrowsersShareOneStackAndLeaveNothingBehind) {
 TEST_F(EmbeddedAvahiTest, WithFewDescriptorsItIsSilentAndTheNextSearchFinds) {
     rlimit plenty{};
     getrlimit(RLIMIT_NOFILE, &plenty);
+    const auto source = sourceReports();
+    std::set<std::string> reasons;
     for (rlim_t left = 0; left < 8; ++left) {
         const rlimit few{descriptors + left, plenty.rlim_max};
         setrlimit(RLIMIT_NOFILE, &few);
         EXPECT_NO_THROW(search());
         EXPECT_NO_THROW(driver.during(std::chrono::milliseconds(100)));
+        reasons.insert(source->report(Source::services).condition.code);
         dropAll();
         setrlimit(RLIMIT_NOFILE, &plenty);
     }
+    EXPECT_THAT(reasons, ElementsAre("no-descriptors", "no-interface")) << "but the loopback";
     collector->resolved.clear();
     search();
     EXPECT_TRUE(driver.until([&] { return collector->resolved.size() == 2; }));

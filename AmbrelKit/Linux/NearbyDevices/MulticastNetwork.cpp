@@ -1,0 +1,74 @@
+#include "AmbrelKit/Linux/NearbyDevices/MulticastNetwork.hpp"
+
+#include "AmbrelKit/Platform/Descriptor.hpp"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <ifaddrs.h>
+#include <linux/netlink.h>
+#include <memory>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace AmbrelKit::Linux {
+
+namespace {
+
+constexpr std::uint16_t mdnsPort = 5353;
+
+/// Whether others let this process listen beside them.
+bool portCanBeShared() {
+    const Descriptor descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const int yes = 1;
+    setsockopt(descriptor.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    setsockopt(descriptor.get(), SOL_SOCKET, SO_REUSEPORT, &yes, sizeof yes);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(mdnsPort);
+    return bind(descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
+               0 ||
+           errno != EADDRINUSE;
+}
+
+} // namespace
+
+std::optional<bool> networkDoesMulticast() {
+    constexpr unsigned needed = IFF_UP | IFF_RUNNING | IFF_MULTICAST;
+    constexpr unsigned unused = IFF_LOOPBACK | IFF_POINTOPOINT; // by Avahi, unless it is told to
+    ifaddrs* head = nullptr;
+    if (getifaddrs(&head) != 0) {
+        return std::nullopt;
+    }
+    const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> list(head, freeifaddrs);
+    for (const ifaddrs* entry = head; entry != nullptr; entry = entry->ifa_next) {
+        const bool ip = entry->ifa_addr != nullptr && (entry->ifa_addr->sa_family == AF_INET ||
+                                                       entry->ifa_addr->sa_family == AF_INET6);
+        if (ip && (entry->ifa_flags & (needed | unused)) == needed) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<SourceReason> missingSockets() {
+    const Descriptor interfaces(socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_ROUTE));
+    if (interfaces.get() < 0 && errno != EMFILE && errno != ENFILE) {
+        return SourceReason::noNetlinkForServices;
+    }
+    const Descriptor ipv4(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const Descriptor ipv6(fcntl(ipv4.get(), F_DUPFD_CLOEXEC, 0)); // which the kernel may lack
+    return ipv6.get() < 0 ? std::optional(SourceReason::noDescriptors) : std::nullopt;
+}
+
+std::optional<SourceReason> embeddedStackLacks() {
+    if (const auto missing = missingSockets()) {
+        return missing;
+    }
+    if (!networkDoesMulticast().value_or(true)) {
+        return SourceReason::noMulticastInterface;
+    }
+    return portCanBeShared() ? std::nullopt : std::optional(SourceReason::mdnsPortTaken);
+}
+
+} // namespace AmbrelKit::Linux
