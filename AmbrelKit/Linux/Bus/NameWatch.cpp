@@ -43,6 +43,11 @@ void NameWatch::connected() {
 
 void NameWatch::answered(sd_bus_message* reply) {
     question_.reset();
+    if (isError(reply,
+                SD_BUS_ERROR_NO_REPLY)) { // a silent bus is asked again, a lost one when it is back
+        connected();
+        return;
+    }
     const char* owner = "";
     sd_bus_message_read(reply, "s", &owner); // an error: nobody owns it
     tell(isError(reply) ? "" : owner);
