@@ -64,13 +64,14 @@ int failed(ambrel_error* error) noexcept {
 }
 
 void give(std::string_view text, char** to) {
+    auto& result = required(to);
     auto* const copy = static_cast<char*>(std::malloc(text.size() + 1));
     if (copy == nullptr) {
         throw std::bad_alloc();
     }
     std::copy(text.begin(), text.end(), copy);
     copy[text.size()] = '\0';
-    required(to) = copy;
+    result = copy;
 }
 
 JSONDictionary dictionary(const char* json, std::size_t length) {

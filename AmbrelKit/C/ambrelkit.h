@@ -34,9 +34,9 @@
 /// then what the function returns out of which the callback was called, with the domain
 /// AMBREL_ERROR_DOMAIN_CALLBACK. A binding keeps there its language's exception, and raises it
 /// again when the function has returned. No exception may leave a callback. `destroy` is called
-/// once, when the callbacks of the struct will not be called any more: at the latest when the
-/// object that has it goes, or when the call of its callback that is running then has returned. If
-/// the function that takes the struct fails, `destroy` is not called.
+/// once for each time that the struct was handed over, when its callbacks will not be called any
+/// more: at the latest when the object that has it goes, or when the call of its callback that is
+/// running then has returned. If the function that takes the struct fails, `destroy` is not called.
 
 #include <stddef.h>
 #include <stdint.h>
