@@ -29,6 +29,8 @@ TEST_F(RecordCommandTests, WritesNothingButItsFileUnderItsName) {
     std::filesystem::remove(directory / "script.part");
     mkfifo((directory / "script.part").c_str(), S_IRWXU); // which would hang it
     EXPECT_EQ(ambrel("record script" + nothing).status, 0);
+    // Waiting for the reader of a pipe can be interrupted also while a file is not whole.
+    EXPECT_EQ(ambrel("record script --outcome script.part", "", "timeout -k 1 0.3").status, 124);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 6); // in, out, err
 
     // A dictionary that has no standard output does not go into the script that was opened for it.

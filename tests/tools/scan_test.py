@@ -500,9 +500,12 @@ class Watching(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         pathlib.Path(f"{folder.name}/details").write_text('{"source": "earlier"}\n', encoding="utf-8")
-        process = self.start("--every", "10s", "--details", f"{folder.name}/details", permitted=RUNNING)
+        process = self.start("--every", "10s", "--details", f"{folder.name}/details", "--outcome",
+                             f"{folder.name}/outcome", permitted=RUNNING)
         self.assertLess(self.first["timestamp"] - begin, 2)
         second = json.loads(process.stdout.readline())
+        outcome = json.loads(pathlib.Path(f"{folder.name}/outcome").read_text(encoding="utf-8"))
+        self.assertEqual(int(outcome["began"]), second["timestamp"])
         self.assertLess(second["timestamp"] - self.first["timestamp"], 13)
         process.terminate()
         sources = [line["source"] for line in read_details(f"{folder.name}/details")]
