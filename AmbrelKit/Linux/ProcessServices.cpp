@@ -5,6 +5,7 @@
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 #include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
+#include "AmbrelKit/Linux/ThisMachine.hpp"
 
 #include <iterator>
 #include <list>
@@ -68,6 +69,7 @@ void restore(std::list<Closures>::iterator replaced) {
 } // namespace
 
 ProcessServices ProcessServices::current() {
+    answerForThisMachine();
     return {.currentDate = Environment::shared().currentDate,
             .addressIPv4 = NetworkEnvironment::shared().addressIPv4,
             .availableNetworks = [query = NetworkEnvironment::shared().availableNetworks] {
@@ -82,6 +84,7 @@ ProcessServices ProcessServices::current() {
 }
 
 std::shared_ptr<void> ProcessServices::install() const {
+    answerForThisMachine();
     auto& replaced = replacedClosures();
     const auto before = replaced.insert(replaced.end(), Closures::inUse());
     Closures{.currentDate = currentDate,

@@ -31,8 +31,7 @@ struct ProcessServices {
     /// One entry for each interface that is joined to a Wi-Fi network.
     std::function<std::vector<JoinedNetwork>()> availableNetworks;
 
-    /// What is used now. Before the first `platformServices()` of the process that is not yet this
-    /// machine's.
+    /// What is used now: this machine's, unless something else has been installed.
     AMBRELKIT_API static ProcessServices current();
 
     /// Has these used until the handle is dropped; then those that were used before are again.

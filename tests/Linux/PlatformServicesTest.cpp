@@ -99,8 +99,16 @@ TEST_F(Platform, AnAnswerOfTheHostsOwnIsListenedTo) {
     EXPECT_EQ(reports->report(Source::address).collection.reports, 2U);
 }
 
+TEST_F(Platform, AReplacementAheadOfThePlatformLeavesTheRestToThisMachine) {
+    const auto early = ProcessServices::current().install();
+    const auto collection = platformServices().timerFactory(1000, true, [](const Timer&) {});
+    ProcessServices::current().addressIPv4();
+    EXPECT_NE(sourceReports()->report(Source::address).condition.means, "the host");
+}
+
 TEST_F(Platform, ManyReplacementsOfAProcessServiceLeaveNothingBehind) {
     using Function = decltype(&NetworkEnvironment::_availableNetworks);
+    installed("none");
     auto& inUse = NetworkEnvironment::shared().availableNetworks;
     const auto before = std::exchange(inUse, &NetworkEnvironment::_availableNetworks);
     for (int i = 0; i < 100; ++i) {
