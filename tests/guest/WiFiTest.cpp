@@ -16,6 +16,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <ifaddrs.h>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <unistd.h>
@@ -24,7 +25,9 @@ namespace {
 
 using namespace AmbrelKit;
 using namespace std::chrono_literals;
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using Clock = std::chrono::steady_clock;
 using Lines = std::vector<std::string>;
@@ -221,12 +224,21 @@ TEST_F(WiFi, OfTwoRadiosIsToldAndCostsLittle) {
     EXPECT_LT(tick, 10 * yardstick);
     EXPECT_EQ(descriptorsAndWhat(), before); // also which: nothing is opened anew
 
-    const auto output = outputAsUser({"./ambrel", "scan", "--only", "network", "--quiet"});
+    const std::string details = "/tmp/details";
+    const auto output =
+        outputAsUser({"./ambrel", "scan", "--only", "network", "--quiet", "--details", details});
     const auto data = JSONValue::parse(output, nullptr, false);
     ASSERT_TRUE(data.is_object()) << output;
     EXPECT_EQ(data.at("ip"), "192.0.2.7");
     EXPECT_EQ(data.at("wifiNetwork").dump(),
               R"({"connectedDevices":[{"name":"one"},{"name":"other"}]})");
+    std::ifstream lines(details);
+    EXPECT_THAT(
+        std::string(std::istreambuf_iterator<char>(lines), {}),
+        AllOf(HasSubstr(R"("interface":"wlan3","ip":"192.0.2.7")"),
+              HasSubstr(R"([{"bssid":"02:00:00:00:00:00","frequency":2412,"interface":"wlan2",)"
+                        R"("name":"one"},{"bssid":"02:00:00:00:01:00","frequency":2437,)"
+                        R"("interface":"wlan3","name":"other"}])")));
 }
 
 TEST_F(WiFi, ListensWithoutANetworkUnlessRfkillBlocksEveryRadio) {

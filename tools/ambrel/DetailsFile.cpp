@@ -17,8 +17,8 @@ using namespace AmbrelKit;
 
 namespace {
 
-/// Since 1970, to the microsecond.
-double seconds(std::chrono::system_clock::time_point time) {
+/// To the microsecond.
+double secondsSince1970(std::chrono::system_clock::time_point time) {
     constexpr double microseconds = 1e6;
     const auto since = std::chrono::floor<std::chrono::microseconds>(time.time_since_epoch());
     return static_cast<double>(since.count()) / microseconds;
@@ -89,7 +89,7 @@ JSONDictionary lineOf(const NetService& service) {
 JSONDictionary lineOf(const LocationFix& fix) {
     JSONDictionary line{{"lat", fix.coordinate.latitude},
                         {"lon", fix.coordinate.longitude},
-                        {"timestamp", seconds(fix.timestamp)}};
+                        {"timestamp", secondsSince1970(fix.timestamp)}};
     put(line, "horizontalAccuracy", fix.horizontalAccuracy);
     put(line, "altitude", fix.altitude);
     put(line, "verticalAccuracy", fix.verticalAccuracy);
@@ -113,9 +113,10 @@ JSONValue listOf(const std::vector<Linux::JoinedNetwork>& joined) {
 } // namespace
 
 void DetailsFile::write(Source source, const char* report, const JSONDictionary& told) {
-    nlohmann::ordered_json line{{"time", seconds(Linux::ProcessServices::current().currentDate())},
-                                {"source", code(source)},
-                                {"report", report}};
+    nlohmann::ordered_json line{
+        {"time", secondsSince1970(Linux::ProcessServices::current().currentDate())},
+        {"source", code(source)},
+        {"report", report}};
     for (const auto& [key, value] : told) {
         line[key] = value;
     }
