@@ -1,8 +1,8 @@
 // A host in C on this machine's own platform, in a network of its own, without a bus.
 #include "tests/C/Check.h"
 
-#include <math.h>
 #include <poll.h>
+#include <sys/resource.h>
 
 /// Dispatches what comes within so many milliseconds; 1 when nothing did.
 static int dispatch_within(int milliseconds, ambrel_error* error) {
@@ -187,6 +187,25 @@ static void loop_stops(void) {
     release(&host);
 }
 
+static void lacks_descriptors(void) {
+    struct rlimit before;
+    CHECK(getrlimit(RLIMIT_NOFILE, &before) == 0);
+    struct rlimit none = before;
+    none.rlim_cur = 0;
+    CHECK(setrlimit(RLIMIT_NOFILE, &none) == 0);
+    struct host host = {0};
+    CHECK_IS_ERRNO(ambrel_loop_fd(&error), EMFILE);
+    CHECK_IS_ERRNO(ambrel_kit_new(NULL, &host.kit, &error), EMFILE);
+    ambrel_observer observer = AMBREL_OBSERVER_INIT;
+    observer.context = &host;
+    observer.destroy = destroy;
+    CHECK_IS_ERRNO(ambrel_source_reports_new(&observer, &host.reports, &error), EMFILE);
+    CHECK(host.destroyed == 0);
+    CHECK(setrlimit(RLIMIT_NOFILE, &before) == 0);
+    begin(&host);
+    release(&host);
+}
+
 static void options_are_checked(void) {
     static const struct {
         ambrel_kit_options options;
@@ -228,6 +247,7 @@ int main(int argc, char** argv) {
         {"AnyCallbackMayRelease", any_callback_may_release},
         {"TellsWhatTheMachineShows", tells_what_the_machine_shows},
         {"LoopStops", loop_stops},
+        {"LacksDescriptors", lacks_descriptors},
         {"OptionsAreChecked", options_are_checked},
     };
     const char* const refusal = isolate_c();
