@@ -27,16 +27,17 @@
 /// else may be zero. Later versions append members, and take a shorter struct for one whose further
 /// members are zero; a longer one is -E2BIG, unless that holds.
 ///
-/// Callbacks come on the objects' thread, from inside a function that this header declares. They
-/// may call all of them but the loop's dispatch and run, may give back the last reference to any
-/// object, also to the one that calls them, and may replace themselves. A callback that returns
-/// `int` returns 0, or a negative number of its own choice to say that it failed: that number is
-/// then what the function returns out of which the callback was called, with the domain
-/// AMBREL_ERROR_DOMAIN_CALLBACK. A binding keeps there its language's exception, and raises it
-/// again when the function has returned. No exception may leave a callback. `destroy` is called
-/// once for each time that the struct was handed over, when its callbacks will not be called any
-/// more: at the latest when the object that has it goes, or when the call of its callback that is
-/// running then has returned. If the function that takes the struct fails, `destroy` is not called.
+/// Callbacks come on the objects' thread, from inside a function of this interface. Unless their
+/// struct says otherwise, they may call all of them but the loop's dispatch and run, may give back
+/// the last reference to any object, also to the one that calls them, and may replace themselves. A
+/// callback that returns `int` returns 0, or a negative number of its own choice to say that it
+/// failed: that number is then what the function returns out of which the callback was called, with
+/// the domain AMBREL_ERROR_DOMAIN_CALLBACK. A binding keeps there its language's exception, and
+/// raises it again when the function has returned. No exception may leave a callback. `destroy` is
+/// called once for each time that the struct was handed over, when its callbacks will not be called
+/// any more: at the latest when the object that has it goes, or when the call of its callback that
+/// is running then has returned. If the function that takes the struct fails, `destroy` is not
+/// called.
 
 #include <stddef.h>
 #include <stdint.h>
@@ -177,11 +178,10 @@ typedef struct ambrel_kit ambrel_kit;
 
 /// Where fixes come from.
 enum {
-    AMBREL_LOCATION_AUTOMATIC =
-        0,                       ///< GeoClue, and gpsd where GeoClue is not there; a refusal binds
-    AMBREL_LOCATION_GEOCLUE = 1, ///< GeoClue alone
-    AMBREL_LOCATION_GPSD = 2,    ///< gpsd alone, which tells nobody and asks nobody
-    AMBREL_LOCATION_NONE = 3     ///< nowhere: the location is restricted
+    AMBREL_LOCATION_AUTOMATIC = 0, ///< GeoClue, and gpsd where that is not there; a refusal binds
+    AMBREL_LOCATION_GEOCLUE = 1,   ///< GeoClue alone
+    AMBREL_LOCATION_GPSD = 2,      ///< gpsd alone, which tells nobody and asks nobody
+    AMBREL_LOCATION_NONE = 3       ///< nowhere: the location is restricted
 };
 
 /// How exactly GeoClue is asked; the user's own setting may allow less. 0 is exact.
