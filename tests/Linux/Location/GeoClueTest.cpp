@@ -209,12 +209,18 @@ TEST_F(GeoClueTest, GpsdStandsInOnlyWhereGeoClueIsNotThere) {
         EXPECT_TRUE(runUntil([&] { return session.hasFixes(); }));
         EXPECT_EQ(session.report().collection.means, "GeoClue");
     }
-    const Agent agent(4); // to the city: served, but no fix from a receiver comes
+    auto agent =
+        std::make_unique<Agent>(4); // to the city: served, but no fix from a receiver comes
     const Session session(automatic);
     EXPECT_FALSE(runUntil([&] { return session.hasFixes(); }, 3500ms));
     EXPECT_THAT(session.statuses, ElementsAre(0, 4));
     EXPECT_EQ(session.condition().state, SourceState::listening);
     EXPECT_EQ(session.condition().code, "no-place");
+    gpsd.accepted = [&gpsd] { gpsd.send(gpsdFix); };
+    agent.reset();
+    daemon_.reset();
+    startDaemon();
+    EXPECT_TRUE(runUntil([&] { return session.hasFixes(); })) << "started again, it is silent";
 }
 
 TEST_F(GeoClueTest, ARefusalBindsGpsdToo) {
