@@ -8,12 +8,15 @@
 #include "AmbrelKit/Simulated/Replay/Replay.hpp"
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sstream>
+#include <sys/resource.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace Ambrel {
@@ -146,13 +149,38 @@ TEST(ObservedPlatform, IsSilentOnceTheCollectionIsOver) {
     EXPECT_THAT(log->lines, IsEmpty());
 }
 
+std::string contents(const std::string& file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// Runs the statement where files can't grow beyond so many bytes.
+template <class Statement> void withFilesUpTo(rlim_t bytes, const Statement& statement) {
+    const auto before = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit narrow{.rlim_cur = bytes, .rlim_max = limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &narrow);
+    statement();
+    setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, before);
+}
+
+TEST(ResultFile, AFullDiskCutsNoLineShortAndFillsNoMemory) {
+    const std::string name = testing::TempDir() + "ambrel-result-" + std::to_string(getpid());
+    std::ofstream(name) << "one\n";
+    ResultFile file(name, ResultFile::Earlier::continued);
+    file.write("two");
+    withFilesUpTo(6, [&] { EXPECT_THROW(file.finish(), std::system_error); });
+    file.write("three");
+    file.finish();
+    EXPECT_EQ(contents(name), "one\nthree\n");
+    std::filesystem::remove(name);
+}
+
 /// All that each line may hold; tests/schema checks the same lines against their schema.
 TEST(DetailsFile, HasALineForEveryReport) {
     const std::string name = testing::TempDir() + "ambrel-details-" + std::to_string(getpid());
-    const auto contents = [](const std::string& file) {
-        std::ifstream stream(file);
-        return std::string(std::istreambuf_iterator<char>(stream), {});
-    };
     const auto details = std::make_shared<DetailsFile>(name, ResultFile::Earlier::continued);
     Simulated::Platform platform;
     collected(platform, details);

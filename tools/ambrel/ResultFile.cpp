@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -64,19 +65,24 @@ ResultFile::ResultFile(std::string name, Earlier earlier) : name_(std::move(name
 void ResultFile::write(std::string_view line) { text_.append(line) += '\n'; }
 
 void ResultFile::finish() {
-    struct stat status {};
+    const std::string text = std::exchange(text_, {});
+    struct stat before {};
     if (file_.get() < 0) {
         const HeldSignals held;
         NewFile file(folderOf(name_), name_);
-        file.write(text_);
+        file.write(text);
         file.finish();
-    } else if (fstat(file_.get(), &status) == 0 && S_ISREG(status.st_mode)) {
-        const HeldSignals held; // no line is cut short
-        AmbrelKit::writeAll(file_.get(), text_, name_);
+    } else if (fstat(file_.get(), &before) == 0 && S_ISREG(before.st_mode)) {
+        const HeldSignals held;
+        try {
+            AmbrelKit::writeAll(file_.get(), text, name_);
+        } catch (const std::system_error&) { // of a full disk: no line is cut short
+            [[maybe_unused]] const int result = ftruncate(file_.get(), before.st_size);
+            throw;
+        }
     } else {
-        AmbrelKit::writeAll(file_.get(), text_, name_);
+        AmbrelKit::writeAll(file_.get(), text, name_);
     }
-    text_.clear();
 }
 
 } // namespace Ambrel

@@ -26,7 +26,7 @@ public:
     void write(std::string_view line);
 
     /// Has the lines since the last time in the file; a file that is to be replaced then holds them
-    /// alone.
+    /// alone. Where they can't be written it throws, and none of them is kept.
     void finish();
 
 private:
