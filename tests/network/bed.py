@@ -2,7 +2,7 @@
 """Runs a command that scans for services beside a real neighbour, and checks what it found.
 
     bed.py [--daemon | --daemon-alone] [--services N | --variety] [--at SECONDS WHAT]... [--types TYPE,... | --subtype] [--details]
-        COMMAND [ARGUMENT...]
+        [--fares HOW] COMMAND [ARGUMENT...]
 
 The command runs in a network namespace that a veth pair joins to another, in which an avahi-daemon
 publishes services of the three types below, N of them on hosts of their own, or 19 of twelve types. It is to print a
@@ -10,7 +10,8 @@ collection's dictionary. With --daemon an avahi-daemon on a private bus runs on 
 with --daemon-alone one that lets no other use its port. So long into the scan (at 0: before it)
 the daemon gets a signal (KILL, STOP, CONT) or is started again (START), or the neighbour publishes
 ten services more (PUBLISH). The command looks for services of all types, for those of --types, or for the one of a --subtype.
-With --details it is `ambrel`, and what its details say of the services is checked, too.
+With --details it is `ambrel`, and what its details say of the services is checked, too; with --fares, how that search
+ended, and by what means, such as "listened avahi-daemon".
 
 All of it lives in namespaces of this run and is gone with it. Exit status 77: the kernel
 refuses them.
@@ -231,7 +232,8 @@ def inside(options):
         for what in (what for seconds, what in options.at if seconds == "0"):
             happen(what)
         details = pathlib.Path(folder) / "details"
-        more = ["--details", details] if options.details else []
+        outcome = pathlib.Path(folder) / "outcome"
+        more = [*(["--details", details] if options.details else []), *(["--outcome", outcome] if options.fares else [])]
         scan = subprocess.Popen(["ip", "netns", "exec", "scan", *options.command, *more], stdout=subprocess.PIPE)
         start = time.monotonic()
         for seconds, what in (event for event in options.at if event[0] != "0"):
@@ -240,6 +242,9 @@ def inside(options):
         output, _ = scan.communicate()
         if options.details:
             check_details(details, services)
+        if options.fares:
+            fared = json.loads(outcome.read_text())["sources"]["services"]
+            assert f"{fared['outcome']} {fared['means']}" == options.fares, fared
         services = [service for service in services if (not options.types or service.type in options.types)
                     and (not options.subtype or service.is_of_subtype)]
         return check(output, services) if scan.returncode == 0 else 1
@@ -251,6 +256,7 @@ def main():
     parser.add_argument("--services", type=int, default=0)
     parser.add_argument("--daemon-alone", action="store_true")
     parser.add_argument("--details", action="store_true")
+    parser.add_argument("--fares")
     parser.add_argument("--at", nargs=2, action="append", default=[])
     parser.add_argument("--variety", action="store_true")
     parser.add_argument("--subtype", action="store_true")
