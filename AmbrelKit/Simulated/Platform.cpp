@@ -35,12 +35,11 @@ private:
 
 /// What a tick found.
 void tell(Sources& sources, Source source, bool finds, SourceCondition otherwise) {
-    if (finds) {
-        sources.count(source);
-    }
-    sources.publish(source, finds ? SourceCondition{.state = SourceState::listening,
-                                                    .means = "simulated network"}
-                                  : std::move(otherwise));
+    sources.answer(
+        source,
+        finds ? SourceCondition{.state = SourceState::listening, .means = "simulated network"}
+              : std::move(otherwise),
+        finds);
 }
 
 } // namespace

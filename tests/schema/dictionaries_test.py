@@ -9,6 +9,7 @@ import copy
 import glob
 import json
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -106,6 +107,9 @@ class Outcomes(unittest.TestCase):
             outcome.validate(each)
         away = next(each for each in outcomes
                     if "remedy" in each["sources"]["bluetooth"].get("absences", [{}])[-1])
+        with open(f"{SOURCE}/AmbrelKit/Linux/Sources/SourceReasons.cpp", encoding="utf-8") as file:
+            codes = set(re.findall(r'Row{\w+, \w+,\s*"([^"]+)"', file.read()))
+        self.assertEqual(codes, set(outcome.schema["$defs"]["code"]["examples"]))
         for path, value in [
                 (["sources"], REMOVED), (["began"], "1"), (["other"], 1),
                 (["sources", "wifi"], REMOVED), (["sources", "other"], {}),

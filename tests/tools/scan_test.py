@@ -200,6 +200,9 @@ class CommandLine(unittest.TestCase):
             found = [json.loads(line) for line in result.stdout.splitlines()]
             self.assertEqual([one["source"] for one in found], asked)
             self.assertEqual(result.returncode, 0 if all(one["usable"] for one in found) else 3)
+            for one in found:
+                if one["source"] in ("bluetooth", "lifecycle"):
+                    self.assertIn((one["state"], one["code"]), [("unavailable", "no-bus"), ("left-out", "left-out")])
 
 
 class Refused(unittest.TestCase):

@@ -60,7 +60,13 @@ std::vector<SourceDiagnosis> examine(const DoctorArguments& arguments) {
 }
 
 std::string asJSON(const SourceDiagnosis& found) {
-    JSONValue line{{"source", found.source}, {"usable", found.usable}, {"finding", found.finding}};
+    JSONValue line{{"source", found.source},
+                   {"usable", found.usable},
+                   {"state", code(found.state)},
+                   {"finding", found.finding}};
+    if (!found.code.empty()) {
+        line["code"] = found.code;
+    }
     if (!found.remedy.empty()) {
         line["remedy"] = found.remedy;
     }

@@ -2,7 +2,6 @@
 
 #include "AmbrelKit/Linux/Bluetooth/AdapterWatch.hpp"
 #include "AmbrelKit/Linux/Bluetooth/BluetoothManagerFactory.hpp"
-#include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -39,11 +38,6 @@ BluetoothManagerFactory makeBluetoothManagerFactory(std::shared_ptr<EventLoop> /
 
 std::shared_ptr<AdapterWatch> AdapterWatch::start(const std::shared_ptr<EventLoop>& /*loop*/,
                                                   std::function<void()> /*changed*/) {
-    return nullptr;
-}
-
-Examination examineBluetooth(const Surroundings& /*surroundings*/, const Report& report) {
-    report(fails("Bluetooth is not in this build", "build with -DAMBREL_WITH_BLUEZ=ON"));
     return nullptr;
 }
 

@@ -3,6 +3,7 @@
 
 #include "AmbrelKit/Linux/Location/LocationOptions.hpp"
 #include "AmbrelKit/Platform/Export.hpp"
+#include "AmbrelKit/Platform/SourceReport.hpp"
 
 #include <functional>
 #include <memory>
@@ -15,8 +16,10 @@ namespace AmbrelKit::Linux {
 struct SourceDiagnosis {
     std::string source; ///< one of `Diagnosis::sources()`
     bool usable = false;
-    std::string finding; ///< what would be used here, or what stands in the way
-    std::string remedy;  ///< what would make it work; empty when it does
+    std::string finding;                   ///< what is used here, or what stands in the way
+    std::string remedy;                    ///< what would make it work, or work better
+    SourceState state = SourceState::idle; ///< in which a collection would find it
+    std::string code = {};                 ///< of the reason, as in `SourceCondition`
 };
 
 /// An examination of the sources that a collection on this machine would use: an owned handle,
@@ -28,11 +31,12 @@ public:
     /// What can be examined: "bluetooth", "services", "location", "address", "wifi", "lifecycle".
     [[nodiscard]] static std::vector<std::string> sources();
 
-    /// Begins to examine the sources `wanted` as a collection with these options would use them; so
-    /// GeoClue may be asked for the location, and ask in turn. `done` is called once, from the run
-    /// loop of the calling thread, after at most seven seconds, with an entry for each source that
-    /// is wanted, in the order of `sources()`. It may drop the handle. Throws as
-    /// `platformServices(options)` does, and std::invalid_argument for an unknown source.
+    /// Begins to examine the sources `wanted` by using them as a collection with these options
+    /// does, until each has answered; so GeoClue may be asked for the location, and ask in turn.
+    /// `done` is called once, from the run loop of the calling thread, after at most seven seconds,
+    /// with an entry for each source that is wanted, in the order of `sources()`. It may drop the
+    /// handle. Throws as `platformServices(options)` does, and std::invalid_argument for an unknown
+    /// source.
     [[nodiscard]] static std::shared_ptr<Diagnosis>
     start(const LocationOptions& options,
           std::function<void(const std::vector<SourceDiagnosis>&)> done,

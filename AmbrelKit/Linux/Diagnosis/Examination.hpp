@@ -3,66 +3,62 @@
 
 #include "AmbrelKit/Linux/Bus/SystemBus.hpp"
 #include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
-#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/PlatformServices.hpp"
+#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <set>
+#include <optional>
 #include <string>
-#include <utility>
 
 namespace AmbrelKit::Linux {
 
-/// What stands behind the examinations: the loop, and who is on its bus.
-struct Surroundings {
-    std::shared_ptr<EventLoop> loop;
-    LocationOptions location;
-    std::shared_ptr<SystemBus> bus;
-    bool busAnswers = false;
-    bool busDrops = false;                ///< it takes this program's connection, and closes it
-    std::set<std::string> running = {};   ///< the names that have an owner
-    std::set<std::string> startable = {}; ///< the names whose daemons the bus can start
+/// Has one source asked as a collection does, and judges what the board says of it then. It asks
+/// nobody itself but for what no collection needs to know: whether a daemon that does not run is
+/// installed, and which one runs.
+class Examination final : public std::enable_shared_from_this<Examination> {
+public:
+    /// `answered` is called from the loop when `look` may find more; the board is the caller's to
+    /// follow.
+    static std::shared_ptr<Examination> start(const std::shared_ptr<EventLoop>& loop,
+                                              const PlatformServices& services, Source source,
+                                              std::function<void()> answered);
+
+    Examination(const std::shared_ptr<EventLoop>& loop, Source source,
+                std::function<void()> answered);
+
+    /// Finds something once nothing more is to be expected, at `end()` at the latest, and lets the
+    /// source be then.
+    void look();
+
+    [[nodiscard]] const std::optional<SourceDiagnosis>& found() const { return found_; }
+    [[nodiscard]] std::chrono::steady_clock::time_point end() const { return end_; }
+
+private:
+    void ask(const PlatformServices& services);
+    void askForAddress();
+    void askForNetwork();
+    [[nodiscard]] bool isSettled(const SourceCondition& condition) const;
+    [[nodiscard]] bool isUsable(const SourceCondition& condition) const;
+    [[nodiscard]] SourceDiagnosis judged(const SourceCondition& condition) const;
+    bool isProbing(const SourceCondition& condition);
+    void probe(const BusMethod& method);
+    void probed(sd_bus_message* reply);
+
+    Source source_;
+    std::function<void()> answered_;
+    std::shared_ptr<SystemBus> bus_;
+    std::shared_ptr<LoopBoard> board_;
+    std::chrono::steady_clock::time_point end_;
+    std::shared_ptr<void> asked_;           ///< has the source asked
+    std::optional<SourceCondition> answer_; ///< of one that answers at once
+    std::unique_ptr<PendingCall> probe_;    ///< under way
+    bool wasProbed_ = false;
+    bool isInstalled_ = true;
+    std::string detail_; ///< beside the means
+    std::optional<SourceDiagnosis> found_;
 };
-
-/// What was found of a source.
-struct Finding {
-    bool usable = false;
-    std::string finding;
-    std::string remedy;
-};
-
-inline Finding works(std::string with) { return {true, std::move(with), {}}; }
-
-inline Finding fails(std::string reason, std::string remedy) {
-    return {false, std::move(reason), std::move(remedy)};
-}
-
-// What sources on the bus have in common.
-Finding failsWithoutBus(const Surroundings& surroundings);
-/// The daemon is there, and silent. `unit` is what systemd calls it.
-Finding failsWithoutAnswer(const std::string& unit);
-
-/// Takes what was found; called once.
-using Report = std::function<void(Finding)>;
-
-/// What keeps an examination going; dropped, it reports no more.
-using Examination = std::shared_ptr<void>;
-
-// Each may report inside the call, and then returns null.
-Examination examineBluetooth(const Surroundings& surroundings, const Report& report);
-Examination examineServices(const Surroundings& surroundings, const Report& report);
-Examination examineLocation(const Surroundings& surroundings, const Report& report);
-Examination examineAddress(const Surroundings& surroundings, const Report& report);
-Examination examineWifi(const Surroundings& surroundings, const Report& report);
-Examination examineLifecycle(const Surroundings& surroundings, const Report& report);
-
-/// How long a daemon may take to answer.
-inline constexpr std::chrono::seconds daemonPatience{3};
-
-/// Calls a method, and hands the reply to `answered`, or null when there is none in time.
-Examination askDaemon(const Surroundings& surroundings, const BusMethod& method,
-                      const BusArguments& arguments, const BusReceiver& answered);
 
 } // namespace AmbrelKit::Linux
 

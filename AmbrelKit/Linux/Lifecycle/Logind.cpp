@@ -99,7 +99,7 @@ void Logind::ownerChanged(const std::string& owner) {
     session_.reset();
     daemon_.reset();
     sessionName_.reset();
-    refusesDelays_ = false;
+    refusesDelays_.reset();
     delays_.each([](SleepDelay& delay) { delay.question_.reset(); });
     if (!bus_->wasConnected()) {
         name_.reset();
@@ -178,12 +178,14 @@ SourceCondition Logind::condition() const {
     if (!daemon_) {
         return name_ ? name_->absence(noLogind) : because(noBus);
     }
-    if (!sessionName_) {
+    const bool isAsked = !refusesDelays_ && delays_.any([](const SleepDelay& delay) {
+        return delay.question_ != nullptr;
+    });
+    if (!sessionName_ || isAsked) {
         return starting(daemonSilent, {"systemd-logind"});
     }
-    auto means =
-        sessionName_->empty() ? "logind, for resumes alone" : "logind, session " + *sessionName_;
-    if (refusesDelays_) {
+    auto means = sessionName_->empty() ? "logind" : "logind, session " + *sessionName_;
+    if (refusesDelays_ == true) {
         return listening(std::move(means), inhibitorRefused);
     }
     return sessionName_->empty() ? listening(std::move(means), noSession)

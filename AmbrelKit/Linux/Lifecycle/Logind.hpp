@@ -103,7 +103,7 @@ private:
     std::unique_ptr<SessionWatch> session_;
     std::unique_ptr<Sleep> sleep_;           ///< null while the machine is awake
     std::optional<std::string> sessionName_; ///< absent until it is known, empty for none
-    bool refusesDelays_ = false;
+    std::optional<bool> refusesDelays_;      ///< absent until it has answered one
 };
 
 } // namespace AmbrelKit::Linux

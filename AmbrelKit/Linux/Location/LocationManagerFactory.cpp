@@ -149,6 +149,8 @@ void Manager::begin() {
     if (makeSource_ && !source_) {
         source_ = makeSource_(weak_from_this());
         standings_->say(*this, source_->condition());
+    } else if (!makeSource_ && instead_.state != SourceState::idle) {
+        standings_->say(*this, instead_);
     }
 }
 

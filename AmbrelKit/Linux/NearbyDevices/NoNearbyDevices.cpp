@@ -1,6 +1,5 @@
 // DNS-SD was left out of this build.
 
-#include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/AnnouncedServiceTypes.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/NetServiceBrowserFactory.hpp"
 
@@ -34,11 +33,6 @@ NetServiceBrowserFactory makeNetServiceBrowserFactory(const std::shared_ptr<Even
 std::shared_ptr<AnnouncedServiceTypes> AnnouncedServiceTypes::start(Appeared /*appeared*/,
                                                                     const std::string& /*domain*/) {
     return std::make_shared<AnnouncedServiceTypes>();
-}
-
-Examination examineServices(const Surroundings& /*surroundings*/, const Report& report) {
-    report(fails("DNS-SD is not in this build", "build with -DAMBREL_WITH_AVAHI=ON"));
-    return nullptr;
 }
 
 } // namespace AmbrelKit::Linux

@@ -1,4 +1,5 @@
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
+#include "AmbrelKit/Linux/Sources/KernelDevices.hpp"
 #include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 
@@ -10,11 +11,6 @@
 namespace AmbrelKit::Linux {
 
 namespace {
-
-bool hasRadio() {
-    std::error_code error;
-    return !std::filesystem::is_empty("/sys/class/ieee80211", error) && !error;
-}
 
 /// Whether rfkill blocks the radio of a station, by its `soft` or its `hard` switch.
 bool isBlocked(const std::string& station, const char* by) {
@@ -46,7 +42,7 @@ SourceCondition withoutNetwork(const std::vector<std::string>& stations) {
     if (!stations.empty()) {
         return blocked;
     }
-    if (!hasRadio()) {
+    if (!kernelHas("ieee80211")) {
         return because(SourceReason::noWifiAdapter);
     }
     return Descriptor(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_GENERIC)).get() < 0

@@ -273,7 +273,7 @@ TEST_F(LifecycleTest, ActivationsAreOfTheSessionThatShowsTheUser) {
         });
     const Step steps[] = {
         {"somebody else's session", [this] { activate(ownSession, true); }, 0,
-         "listening|logind, for resumes alone|no-session"},
+         "listening|logind|no-session"},
         {"it becomes the user's", [this] { display(ownSession); }, 1,
          "listening|logind, session own|"},
         {"another is looked at", [this] { activate(ownSession, false); }, 0},
@@ -423,8 +423,8 @@ TEST_F(LifecycleTest, WhatSleepInterruptedIsDeliveredOnceOnResumeAndThenCollecte
 TEST_F(LifecycleTest, SaysHowALogindFares) {
     const std::pair<Manner, const char*> rows[] = {
         {Manner::silent, "starting||daemon-silent"},
-        {Manner::refusing, "listening|logind, for resumes alone|not-allowed"},
-        {Manner::answering, "listening|logind, for resumes alone|no-session"},
+        {Manner::refusing, "listening|logind|not-allowed"},
+        {Manner::answering, "listening|logind|no-session"},
     };
     for (const auto& [manner, expected] : rows) {
         EXPECT_EQ(condition(), "idle||");
