@@ -29,7 +29,8 @@ public:
 
     void say(const LocationManager& who, SourceCondition condition) {
         const auto said = std::ranges::find(said_, &who, &Said::who);
-        (said != said_.end() ? *said : said_.emplace_back(&who)).condition = std::move(condition);
+        (said != said_.end() ? *said : said_.emplace_back(Said{.who = &who})).condition =
+            std::move(condition);
         publish();
     }
 
