@@ -49,8 +49,8 @@ std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format
 void say(const std::string& text) { writeLine("ambrel: " + printable(text)); }
 
 void sayNote(const std::string& text) {
-    constexpr std::size_t indentation = 8; // as wide as the program's name
-    writeLine(wrapped("ambrel: note: " + printable(text), indentation,
+    constexpr std::size_t nameWidth = 8; // of the program
+    writeLine(wrapped("ambrel: note: " + printable(text), nameWidth,
                       terminalColumns(STDERR_FILENO).value_or(-1)));
 }
 
