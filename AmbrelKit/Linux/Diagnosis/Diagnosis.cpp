@@ -35,12 +35,11 @@ public:
 
     void begin(const LocationOptions& location, const std::vector<Source>& sources) {
         const auto loop = EventLoop::current();
-        const auto services = platformServices(location);
         look_ = loop->deadline(weakly(weak_from_this(), &FullDiagnosis::look));
         changes_ = loop->shared<LoopBoard>()->reports([this] { lookSoon(); });
         for (const Source source : sources) {
             examinations_.push_back(Examination::start(
-                loop, services, source, weakly(weak_from_this(), &FullDiagnosis::lookSoon)));
+                loop, location, source, weakly(weak_from_this(), &FullDiagnosis::lookSoon)));
         }
         lookSoon();
     }

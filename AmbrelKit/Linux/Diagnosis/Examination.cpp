@@ -3,6 +3,7 @@
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
+#include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Linux/ProcessServices.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
@@ -36,14 +37,15 @@ Examination::Examination(const std::shared_ptr<EventLoop>& loop, Source source,
       end_(Clock::now() + (source == Source::location ? fixPatience : daemonPatience)) {}
 
 std::shared_ptr<Examination> Examination::start(const std::shared_ptr<EventLoop>& loop,
-                                                const PlatformServices& services, Source source,
+                                                const LocationOptions& location, Source source,
                                                 std::function<void()> answered) {
     auto examination = std::make_shared<Examination>(loop, source, std::move(answered));
-    examination->ask(services);
+    examination->ask(location);
     return examination;
 }
 
-void Examination::ask(const PlatformServices& services) {
+void Examination::ask(const LocationOptions& location) {
+    const auto services = platformServices(location);
     switch (source_) {
     case Source::bluetooth: {
         const auto manager = services.bluetoothManagerFactory();
@@ -58,6 +60,10 @@ void Examination::ask(const PlatformServices& services) {
         break;
     }
     case Source::location: {
+        if (location.source == LocationSourceKind::none) {
+            answer_.emplace(); // idle, as chosen
+            break;
+        }
         const auto manager = services.locationManagerFactory();
         manager->requestWhenInUseAuthorization();
         asked_ = manager;
@@ -111,7 +117,7 @@ void Examination::look() {
 bool Examination::isSettled(const SourceCondition& condition) const {
     switch (condition.state) {
     case SourceState::idle:
-        return source_ == Source::location; // none is chosen
+        return answer_.has_value();
     case SourceState::starting:
         return false;
     case SourceState::listening:
@@ -135,7 +141,7 @@ SourceDiagnosis Examination::judged(const SourceCondition& condition) const {
                           .remedy = condition.remedy,
                           .state = condition.state,
                           .code = condition.code};
-    if (source_ == Source::location && condition.state == SourceState::idle) {
+    if (answer_ && condition.state == SourceState::idle) {
         found.usable = true;
         found.finding = "none, as chosen";
     } else if (found.usable) {

@@ -3,7 +3,6 @@
 
 #include "AmbrelKit/Linux/Bus/SystemBus.hpp"
 #include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
-#include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 
 #include <chrono>
@@ -22,7 +21,7 @@ public:
     /// `answered` is called from the loop when `look` may find more; the board is the caller's to
     /// follow.
     static std::shared_ptr<Examination> start(const std::shared_ptr<EventLoop>& loop,
-                                              const PlatformServices& services, Source source,
+                                              const LocationOptions& location, Source source,
                                               std::function<void()> answered);
 
     Examination(const std::shared_ptr<EventLoop>& loop, Source source,
@@ -36,7 +35,7 @@ public:
     [[nodiscard]] std::chrono::steady_clock::time_point end() const { return end_; }
 
 private:
-    void ask(const PlatformServices& services);
+    void ask(const LocationOptions& location);
     void askForAddress();
     void askForNetwork();
     [[nodiscard]] bool isSettled(const SourceCondition& condition) const;

@@ -139,6 +139,7 @@ TEST_F(DiagnosisTest, OfADaemonsManner) {
 TEST_F(DiagnosisTest, OfALocationThatCannotBeHad) {
     const LocationOptions geoClue{.source = LocationSourceKind::geoClue, .desktopId = "org.host"};
     const LocationOptions gpsd{.source = LocationSourceKind::gpsd, .gpsdPort = 1};
+    EXPECT_EQ(found("location"), "ok none, as chosen: ");
     EXPECT_THAT(found("location", geoClue), HasSubstr("no GeoClue is not installed: apt install"));
     EXPECT_THAT(found("location", gpsd),
                 HasSubstr("no nothing answers as gpsd at 127.0.0.1 port 1"));
