@@ -260,9 +260,9 @@ void GeoClue::locationRead(sd_bus_message* reply) {
     }
 }
 
-void GeoClue::await(SourceCondition meanwhile) {
+void GeoClue::await(const SourceCondition& meanwhile) {
     answerDue_->arm(std::chrono::steady_clock::now() + timeToAnswer);
-    become(std::move(meanwhile));
+    become(meanwhile);
 }
 
 /// One that asks the user, or has no agent to ask, owes its answer; what it says of itself it says
@@ -288,12 +288,14 @@ void GeoClue::timeIsUp() {
     }
 }
 
-void GeoClue::become(SourceCondition condition) {
+void GeoClue::become(const SourceCondition& condition) {
     if (condition.state != SourceState::starting) {
         answerDue_->disarm();
     }
     const auto owner = owner_.lock();
-    if (std::exchange(condition_, condition) != condition && owner) {
+    const bool isNews = condition_ != condition;
+    condition_ = condition;
+    if (isNews && owner) {
         owner->sourceDidChange(*this);
     }
     if (condition.state == SourceState::listening || condition.state == SourceState::refused) {

@@ -52,9 +52,9 @@ private:
     void locationRead(sd_bus_message* reply);
     void serves();
     [[nodiscard]] SourceCondition refusal(const std::string& said) const;
-    void await(SourceCondition meanwhile);
+    void await(const SourceCondition& meanwhile);
     void timeIsUp();
-    void become(SourceCondition condition);
+    void become(const SourceCondition& condition);
 
     std::weak_ptr<EventLoop> loop_;
     LocationOptions options_;

@@ -38,8 +38,8 @@ GpsdEndpoint::GpsdEndpoint(const std::string& host, std::uint16_t port)
     freeaddrinfo(found);
 }
 
-Gpsd::Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint)
-    : loop_(loop), endpoint_(endpoint),
+Gpsd::Gpsd(const std::shared_ptr<EventLoop>& loop, GpsdEndpoint endpoint)
+    : loop_(loop), endpoint_(std::move(endpoint)),
       condition_(starting(SourceReason::gpsdAbsent, {endpoint_.place})),
       reconnect_(*loop, gpsdDelays, [this] { connect(); }) {}
 
@@ -128,9 +128,11 @@ void Gpsd::retryLater() {
     become(because(SourceReason::gpsdAbsent, {endpoint_.place}));
 }
 
-void Gpsd::become(SourceCondition condition) {
+void Gpsd::become(const SourceCondition& condition) {
     const auto owner = owner_.lock();
-    if (std::exchange(condition_, condition) != condition && owner) {
+    const bool isNews = condition_ != condition;
+    condition_ = condition;
+    if (isNews && owner) {
         owner->sourceDidChange(*this);
     }
 }

@@ -32,13 +32,13 @@ public:
     [[nodiscard]] SourceCondition condition() const override { return condition_; }
 
 private:
-    Gpsd(const std::shared_ptr<EventLoop>& loop, const GpsdEndpoint& endpoint);
+    Gpsd(const std::shared_ptr<EventLoop>& loop, GpsdEndpoint endpoint);
     void connect();
     void socketReady();
     [[nodiscard]] bool watchReports();
     void readReports();
     void retryLater();
-    void become(SourceCondition condition);
+    void become(const SourceCondition& condition);
     [[nodiscard]] std::string means() const { return "gpsd at " + endpoint_.place; }
 
     std::weak_ptr<EventLoop> loop_;

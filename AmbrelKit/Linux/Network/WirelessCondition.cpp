@@ -7,6 +7,7 @@
 #include <fstream>
 #include <linux/netlink.h>
 #include <sys/socket.h>
+#include <system_error>
 
 namespace AmbrelKit::Linux {
 
