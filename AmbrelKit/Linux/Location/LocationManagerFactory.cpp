@@ -122,10 +122,8 @@ private:
 void Manager::setDelegate(std::weak_ptr<LocationManagerDelegate> delegate) {
     delegate_ = std::move(delegate);
     told_.reset();
-    if (instead_.state != SourceState::idle && !delegate_.expired()) {
-        standings_->say(*this, instead_);
-    } else if (!source_) {
-        standings_->leave(*this);
+    if (!makeSource_) { // it is not asked for more than this
+        delegate_.expired() ? standings_->leave(*this) : begin();
     }
     reportSoon();
 }
