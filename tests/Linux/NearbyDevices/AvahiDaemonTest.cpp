@@ -262,10 +262,9 @@ TEST_F(AvahiDaemonTest, WhatItLeavesUnansweredDoesNotCountAgainstOtherDaemons) {
     daemon->held = {"ServiceBrowserPrepare"};
     const auto kept = driver.loop()->shared<SystemBus>(); // as by another source
     for (int calls = 25; calls <= 150; calls += 25) {     // 128 may wait on one connection
-        std::vector<std::shared_ptr<NetServiceBrowser>> browsers;
-        for (int type = 0; type < 60; ++type) {
-            browsers.push_back(
-                collector->search(makeBrowser, "_" + std::to_string(type) + "._tcp."));
+        std::vector<std::shared_ptr<NetServiceBrowser>> browsers(60);
+        for (auto& one : browsers) {
+            one = collector->search(makeBrowser, "_ipp._tcp.");
         }
         EXPECT_TRUE(driver.until([&] { return callsOf("ServiceBrowserPrepare") == calls; }));
         EXPECT_EQ(daemon->mostHeld, calls) << "at once";
