@@ -89,8 +89,16 @@ TEST_F(FollowedSources, fareAsTheSimulatedObjectsDo) {
 TEST_F(FollowedSources, areInTheConditionThatATestImposes) {
     host.sdk()->startScanning();
     const SourceCondition blocked{.state = SourceState::off, .code = "blocked", .reason = "rfkill"};
-    for (const Source source : allSources) {
-        platform.sources().impose(source, blocked);
+    using enum SourceState;
+    for (const SourceState imposed : {listening, starting, unavailable, refused, leftOut, off}) {
+        for (const Source source : allSources) {
+            platform.sources().impose(source,
+                                      imposed == off ? blocked : SourceCondition{.state = imposed});
+        }
+        const int before = changes;
+        platform.clock().advanceBy(0s);
+        EXPECT_EQ(changes, before + 1);
+        EXPECT_EQ(states(), Strings(6, std::string(code(imposed))));
     }
     platform.bluetooth().reportState(BluetoothManagerState::poweredOn);
     platform.location().reportAuthorization(LocationAuthorizationStatus::authorizedAlways);
@@ -109,7 +117,7 @@ TEST_F(FollowedSources, areInTheConditionThatATestImposes) {
     platform.clock().advanceBy(10s);
     EXPECT_EQ(state(Source::address), "listening"); // also when the collection is over
     EXPECT_EQ(shortfall(reports->report(Source::services).collection),
-              "simulated network was away from 0.0 s to 2.0 s, "
+              "it was away from 0.0 s to 2.0 s, "
               "simulated network was away from 2.0 s to 3.0 s");
 }
 
