@@ -221,13 +221,14 @@ TEST_F(Nearby, ReadsAddressesAndTextRecords) {
         std::optional<Text> address;
         std::optional<std::map<Text, Text>> dict;
     };
+    using List = std::vector<std::string>;
     using Dict = std::map<Text, Text>;
     const Row rows[] = {
         {{}, {}, {}, {}},
-        {{{}}, "", {}, Dict{}},
-        {{{six, four(1), four(2)}}, {}, "192.0.2.1", {}},
-        {{{"", four(3).substr(0, 15), six}}, {}, {}, {}},
-        {{{four(4) + "more"}}, {}, "192.0.2.4", {}},
+        {List{}, "", {}, Dict{}},
+        {List{six, four(1), four(2)}, {}, "192.0.2.1", {}},
+        {List{"", four(3).substr(0, 15), six}, {}, {}, {}},
+        {List{four(4) + "more"}, {}, "192.0.2.4", {}},
         {{},
          pairs({"ty=A", "bin=\xFF\xFE", "TY=B", "=x", "flag", "empty=", "a=b=c", "note=caf\u00E9",
                 ""}),
