@@ -1,7 +1,10 @@
 #include "AmbrelKit/C/Kit.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/UsualServiceTypes.hpp"
 #include "AmbrelKit/Linux/PlatformServices.hpp"
 
 #include <array>
+#include <optional>
+#include <utility>
 
 using namespace AmbrelKit;
 
@@ -28,11 +31,21 @@ Linux::LocationSourceKind sourceOf(int source) {
     return sources.at(static_cast<std::size_t>(source));
 }
 
+/// Nothing: what the bundle lists.
+std::optional<std::vector<std::string>> serviceTypesOf(const ambrel_kit_options& options) {
+    C::require((options.flags & ~AMBREL_KIT_USUAL_SERVICES) == 0, "an unknown flag");
+    std::optional<std::vector<std::string>> types;
+    if (options.service_types != nullptr) {
+        types = C::listOf(options.service_types);
+    }
+    const bool usual = (options.flags & AMBREL_KIT_USUAL_SERVICES) != 0;
+    return usual ? Linux::usualServiceTypes(std::move(types)) : types;
+}
+
 Linux::LocationOptions locationOf(const ambrel_kit_options& options) {
     const auto orDefault = [](const char* text, const std::string& otherwise) {
         return text != nullptr && *text != '\0' ? text : otherwise;
     };
-    C::require(options.reserved == 0, "a reserved member is not 0");
     C::require(options.gpsd_port >= 0 && options.gpsd_port <= 65535,
                "gpsd_port is not from 1 to 65535");
     Linux::LocationOptions location;
@@ -55,8 +68,8 @@ int ambrel_kit_new(const ambrel_kit_options* options, ambrel_kit** kit, ambrel_e
         auto& result = C::required(kit);
         const auto chosen = options != nullptr ? C::known(*options) : ambrel_kit_options{};
         auto services = Linux::platformServices(locationOf(chosen));
-        if (chosen.service_types != nullptr) {
-            services.bonjourServices = C::listOf(chosen.service_types);
+        if (auto types = serviceTypesOf(chosen)) {
+            services.bonjourServices = std::move(types);
         }
         result = new ambrel_kit(Linux::create(std::move(services)));
     });

@@ -193,6 +193,13 @@ enum {
     AMBREL_ACCURACY_EXACT = 8
 };
 
+enum {
+    /// Looks for services as `ambrel` does: for types that homes and offices announce where
+    /// `service_types` is NULL and the list is not there, and beside "all", which not every device
+    /// answers to.
+    AMBREL_KIT_USUAL_SERVICES = 1
+};
+
 /// How a kit on this machine looks around. All of it is copied.
 typedef struct ambrel_kit_options {
     size_t size;
@@ -210,7 +217,7 @@ typedef struct ambrel_kit_options {
     int32_t gpsd_port;         ///< 1 to 65535; 0: 2947
     int32_t location_source;   ///< AMBREL_LOCATION_...
     int32_t location_accuracy; ///< AMBREL_ACCURACY_...
-    int32_t reserved;          ///< 0
+    uint32_t flags;            ///< AMBREL_KIT_..., or 0
 } ambrel_kit_options;
 
 #define AMBREL_KIT_OPTIONS_INIT                                                                    \

@@ -216,7 +216,7 @@ static void options_are_checked(void) {
         {{.size = sizeof(ambrel_kit_options), .location_source = -1}, EINVAL},
         {{.size = sizeof(ambrel_kit_options), .location_accuracy = 2}, EINVAL},
         {{.size = sizeof(ambrel_kit_options), .gpsd_port = 65536}, EINVAL},
-        {{.size = sizeof(ambrel_kit_options), .reserved = 1}, EINVAL},
+        {{.size = sizeof(ambrel_kit_options), .flags = 2}, EINVAL},
         {{.size = sizeof(ambrel_kit_options), .gpsd_address = "localhost"}, EINVAL},
         {{.size = sizeof(size_t), .location_source = 4},
          0}, // what an older host does not have is not read

@@ -1,4 +1,5 @@
 #include "tools/ambrel/ServiceTypes.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/UsualServiceTypes.hpp"
 
 #include <gtest/gtest.h>
 #include <iterator>
@@ -23,7 +24,7 @@ TEST(ServiceTypes, AreThoseOfRFC6335) {
     for (const std::string& type : types) {
         EXPECT_FALSE(isServiceType(type)) << type;
     }
-    for (const std::string& type : commonServiceTypes()) {
+    for (const std::string& type : AmbrelKit::Linux::usualServiceTypes()) {
         EXPECT_TRUE(isServiceType(type)) << type;
     }
 }

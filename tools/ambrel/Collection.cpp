@@ -2,10 +2,9 @@
 
 #include "tools/ambrel/InterruptSignals.hpp"
 #include "tools/ambrel/Output.hpp"
-#include "tools/ambrel/ServiceTypes.hpp"
 #include "tools/ambrel/Store.hpp"
 
-#include "AmbrelKit/Linux/NearbyDevices/AnnouncedServiceTypes.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/UsualServiceTypes.hpp"
 #include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Linux/SourceReports.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
@@ -17,7 +16,6 @@
 #include <csignal>
 #include <functional>
 #include <initializer_list>
-#include <iterator>
 #include <poll.h>
 #include <system_error>
 #include <unistd.h>
@@ -49,23 +47,8 @@ bool isDone(const std::function<void()>& write) {
 } // namespace
 
 std::vector<std::string> serviceTypes(const CollectionOptions& options) {
-    auto types = options.services;
-    if (types.empty()) {
-        types = Bundle::main().bonjourServices().value_or(commonServiceTypes());
-    }
-    if (std::ranges::find(types, Linux::allServiceTypes) != types.end()) {
-        std::ranges::copy(commonServiceTypes(), std::back_inserter(types));
-    }
-    std::vector<std::string> distinct;
-    for (auto& type : types) {
-        if (!type.ends_with('.') && type != Linux::allServiceTypes) {
-            type += '.';
-        }
-        if (std::ranges::find(distinct, type) == distinct.end()) {
-            distinct.push_back(std::move(type));
-        }
-    }
-    return distinct;
+    return options.services.empty() ? Linux::usualServiceTypes()
+                                    : Linux::usualServiceTypes(options.services);
 }
 
 Collection::Collection(const CollectionOptions& options, std::shared_ptr<CommandLineHost> host,

@@ -1,9 +1,7 @@
 #ifndef AMBREL_SERVICETYPES_HPP
 #define AMBREL_SERVICETYPES_HPP
 
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace Ambrel {
 
@@ -12,9 +10,6 @@ namespace Ambrel {
 /// name of RFC 6335: 1 to 15 letters, digits and single inner hyphens, at least one of them a
 /// letter.
 bool isServiceType(std::string_view text);
-
-/// What is browsed when nobody says otherwise: types that homes and offices announce.
-std::vector<std::string> commonServiceTypes();
 
 } // namespace Ambrel
 
