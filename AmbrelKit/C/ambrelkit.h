@@ -217,7 +217,7 @@ typedef struct ambrel_kit_options {
     int32_t gpsd_port;         ///< 1 to 65535; 0: 2947
     int32_t location_source;   ///< AMBREL_LOCATION_...
     int32_t location_accuracy; ///< AMBREL_ACCURACY_...
-    uint32_t flags;            ///< AMBREL_KIT_..., or 0
+    int32_t flags;             ///< AMBREL_KIT_..., or 0
 } ambrel_kit_options;
 
 #define AMBREL_KIT_OPTIONS_INIT                                                                    \
