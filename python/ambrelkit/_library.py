@@ -9,7 +9,7 @@ import itertools
 import json
 import os
 import threading
-from collections.abc import Mapping
+from collections.abc import Iterable, Mapping
 from ctypes import POINTER, c_char_p, c_double, c_int, c_int32, c_int64, c_size_t, c_uint, c_void_p
 from typing import Any
 
@@ -202,11 +202,16 @@ def call(name: str, *arguments: Any) -> int:
     return result
 
 
-def texts(values: list[str]) -> Any:
-    """A list that ends with NULL."""
-    if any("\0" in value for value in values):
+def zero_ended(value: str | None) -> bytes | None:
+    if value is not None and "\0" in value:
         raise ValueError("a text has a zero byte")
-    return (c_char_p * (len(values) + 1))(*(value.encode() for value in values), None)
+    return None if value is None else value.encode()
+
+
+def texts(values: Iterable[str]) -> Any:
+    """A list that ends with NULL."""
+    items = [*map(zero_ended, values), None]
+    return (c_char_p * len(items))(*items)
 
 
 def text(name: str, *arguments: Any) -> str | None:

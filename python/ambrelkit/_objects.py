@@ -135,7 +135,7 @@ class LibraryObject:
         if known is not None:
             owner.give_back(*known[2])
 
-    def attach(self, failed: Callable[[BaseException], object]) -> None:
+    def _attach(self, failed: Callable[[BaseException], object]) -> None:
         """Has asyncio's running loop drive it until it is closed; what its callbacks raise is told to `failed`."""
         self._leave = drive()
         self._on_failure = failed
@@ -149,8 +149,9 @@ class LibraryObject:
         self.close()
 
     async def __aenter__(self: Self) -> Self:
+        assert self._handle
         self._task = asyncio.current_task()
-        self.attach(self._interrupt)
+        self._attach(self._interrupt)
         return self
 
     def _interrupt(self, exception: BaseException) -> None:
@@ -165,7 +166,7 @@ class LibraryObject:
         failure, self._failure = self._failure, None
         if failure is not None and self._task is not None:
             others = self._task.uncancel()
-            if kind is not None and issubclass(kind, asyncio.CancelledError) and others == 0:
+            if others == 0 and (kind is None or issubclass(kind, asyncio.CancelledError)):
                 raise failure
 
 

@@ -5,9 +5,9 @@ from __future__ import annotations
 import ctypes
 from collections.abc import Iterable, Iterator
 from contextlib import contextmanager
-from typing import Any, Literal, get_args
+from typing import Any, ClassVar, Literal, get_args
 
-from ._library import RECEIVE, STATUS, USUAL_SERVICES, CDelegate, KitOptions, call, decoded, function, texts
+from ._library import RECEIVE, STATUS, USUAL_SERVICES, CDelegate, KitOptions, call, decoded, function, texts, zero_ended
 from ._objects import LibraryObject, destroy, guarded
 from .records import Outcome, Record
 from .status import ANSWERS, QUESTIONS, SourceReports
@@ -76,7 +76,7 @@ _receive_callback, _status_callback = RECEIVE(_receive), STATUS(_status)
 def service_types(services: Iterable[str]) -> Any:
     if isinstance(services, str):
         raise TypeError("services is a list of types, not a text")
-    return texts(list(services))
+    return texts(services)
 
 
 class Kit(LibraryObject):
@@ -110,6 +110,7 @@ class Kit(LibraryObject):
     """
 
     _unref = "ambrel_kit_unref"
+    _is_of_this_machine: ClassVar[bool] = True
 
     def __init__(
         self,
@@ -130,8 +131,8 @@ class Kit(LibraryObject):
             raise ValueError(f"no port: {gpsd_port}")
         options = KitOptions(
             service_types=None if services is None else service_types(services),
-            desktop_id=desktop_id.encode() if desktop_id is not None else None,
-            gpsd_address=gpsd_address.encode() if gpsd_address is not None else None,
+            desktop_id=zero_ended(desktop_id),
+            gpsd_address=zero_ended(gpsd_address),
             gpsd_port=gpsd_port or 0,
             location_source=get_args(LocationSource).index(location_source),
             location_accuracy=_ACCURACIES[location_accuracy],
@@ -213,7 +214,7 @@ class Kit(LibraryObject):
     def close(self) -> None:
         """Ends what runs, silently, and gives back what the library holds for it. It may be called in a callback, and
         again."""
-        if self._life.alive:
+        if self._life.alive and self._is_of_this_machine:
             _remember(self.sources())
         super().close()
         self._reports.close()

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import asyncio
-from collections.abc import AsyncIterator, Iterable, Iterator
+from collections.abc import AsyncGenerator, Iterable, Iterator
 from contextlib import contextmanager, nullcontext
 from dataclasses import dataclass, field
 from datetime import timedelta
@@ -68,7 +68,7 @@ def _hosting(bluetooth: bool, location: bool, network: bool, **options: Any) -> 
         Kit(host, **options) as kit,
     ):
         for driven in (status, reports, kit):
-            driven.attach(host.arrived.put_nowait)
+            driven._attach(host.arrived.put_nowait)
         yield host, kit, reports
 
 
@@ -106,7 +106,7 @@ async def watch(
     services: Iterable[str] | None = None,
     location_source: LocationSource = "auto",
     desktop_id: str | None = None,
-) -> AsyncIterator[Record]:
+) -> AsyncGenerator[Record, None]:
     """Takes a collection now, and whenever the device resumes or its user comes back, as ``ambrel watch`` does.
 
     With ``every``, 10 seconds to 366 days, also at this interval; the reuse threshold of the process is 0 meanwhile.

@@ -20,7 +20,7 @@ from collections.abc import Callable, Iterable, Mapping
 from pathlib import Path
 from typing import Any, get_args
 
-from ._library import LINE, Condition, SimulatedOptions, Trace, call, decoded, encoded, function, texts
+from ._library import LINE, Condition, SimulatedOptions, Trace, call, decoded, encoded, function, texts, zero_ended
 from ._objects import Changed, LibraryObject, destroy, end_context, guarded, new_context
 from .kit import Delegate, Kit, service_types
 from .records import SourceName, State
@@ -67,6 +67,8 @@ class SimulatedReports(SourceReports):
 class SimulatedKit(Kit):
     """A kit on a simulated platform, which drives it."""
 
+    _is_of_this_machine = False
+
     def __init__(self, platform: Platform, delegate: Delegate | None, services: Iterable[str]) -> None:
         self._begin(
             delegate, SimulatedReports(platform), "ambrel_simulated_kit_new", platform._handle, service_types(services))
@@ -84,7 +86,7 @@ class Platform(LibraryObject):
     _unref = "ambrel_simulated_unref"
 
     def __init__(self, *, start: float = 0, identifiers: Iterable[str] = ()) -> None:
-        options = SimulatedOptions(start=round(start * _SECOND), identifiers=texts(list(identifiers)))
+        options = SimulatedOptions(start=round(start * _SECOND), identifiers=texts(identifiers))
         self._tracer: _Tracer | None = None
         super().__init__(lambda _context, handle: call("ambrel_simulated_new", ctypes.byref(options), handle))
 
@@ -128,7 +130,7 @@ class Platform(LibraryObject):
     def impose(self, source: SourceName, state: State, *, means: str = "", code: str = "", reason: str = "", remedy: str = "") -> None:
         """Has the source be in this condition, whatever happens."""
         condition = Condition(
-            means=means.encode(), code=code.encode(), reason=reason.encode(), remedy=remedy.encode(),
+            means=zero_ended(means), code=zero_ended(code), reason=zero_ended(reason), remedy=zero_ended(remedy),
             state=get_args(State).index(state))
         call("ambrel_simulated_impose", self._handle, source_number(source), ctypes.byref(condition))
 
@@ -138,7 +140,8 @@ class Platform(LibraryObject):
 
     def trace(self, take: Callable[[TraceLine], object] | None) -> None:
         """Tells ``take`` from now on what the kits ask of this platform, a line of the trace (docs/replay.md) at a time; None:
-        nobody. It may come while objects go: nothing of this package is to be called there."""
+        nobody. It may come while objects go: nothing of this package is to be called there. What it raises, the next ``feed`` or
+        ``advance`` raises."""
         self._tracer = _Tracer(take) if take is not None else None
         if self._tracer is None:
             call("ambrel_simulated_set_trace", self._handle, None)
