@@ -154,6 +154,10 @@ class CommandLine(unittest.TestCase):
             ("watch --threshold=-1", f'--threshold: "-1" {threshold}'),
             ("watch --threshold 1.5", f'--threshold: "1.5" {threshold}'),
             ("record", "FILE is required (see ambrel record --help)"),
+            ("scan --outcome= --details=d", "--outcome: FILE missing (see ambrel scan --help)"),
+            ("scan --details --quiet", "--details: FILE missing (see ambrel scan --help)"),
+            ("scan --outcome /tmp/a --details /tmp/./a", '"/tmp/a" can\'t hold two things: name two files'),
+            ("record /tmp/a --details /tmp/a", '"/tmp/a" can\'t hold two things: name two files'),
             ("record -", '"-" is where the dictionary is printed: name a file'),
             ("doctor --only wifi --without network", "--only and --without leave no source to examine"),
         ]:
@@ -506,13 +510,15 @@ class Watching(unittest.TestCase):
         process = self.start("--every", "10s", "--details", f"{folder.name}/details", "--outcome",
                              f"{folder.name}/outcome", permitted=RUNNING)
         self.assertLess(self.first["timestamp"] - begin, 2)
+        os.rename(f"{folder.name}/details", f"{folder.name}/rotated")
         second = json.loads(process.stdout.readline())
         outcome = json.loads(pathlib.Path(f"{folder.name}/outcome").read_text(encoding="utf-8"))
         self.assertEqual(int(outcome["began"]), second["timestamp"])
         self.assertLess(second["timestamp"] - self.first["timestamp"], 13)
         process.terminate()
-        sources = [line["source"] for line in read_details(f"{folder.name}/details")]
-        self.assertEqual((sources[0], sources.count("address")), ("earlier", 2))
+        rotated, details = ([line["source"] for line in read_details(f"{folder.name}/{name}")]
+                            for name in ("rotated", "details"))
+        self.assertEqual((rotated[0], rotated.count("address"), details.count("address")), ("earlier", 1, 1))
         self.assertEqual(process.communicate()[1].count(NOTE), 1)  # of two collections
         self.assertEqual(strict.communicate(timeout=5)[0].count("\n"), 1)
         self.assertEqual(strict.returncode, 3)

@@ -8,6 +8,7 @@
 #include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Linux/SourceReports.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
+#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 
 #include <algorithm>
@@ -33,6 +34,19 @@ Linux::PlatformServices services(const CollectionOptions& options) {
     return services;
 }
 
+/// Each of the files is written as a whole: in one, the last would be all that is left.
+const CollectionOptions& checked(const CollectionOptions& options) {
+    const auto checkTwo = [](const std::string& name, const std::string& other) {
+        if (!name.empty() && nameOneFile(name, other)) {
+            throw CommandError(badInput, "\"" + name + "\" can't hold two things: name two files");
+        }
+    };
+    checkTwo(options.script, options.outcome);
+    checkTwo(options.script, options.details);
+    checkTwo(options.outcome, options.details);
+    return options;
+}
+
 /// What stands in the way of writing a file is told.
 bool isDone(const std::function<void()>& write) {
     try {
@@ -53,7 +67,7 @@ std::vector<std::string> serviceTypes(const CollectionOptions& options) {
 
 Collection::Collection(const CollectionOptions& options, std::shared_ptr<CommandLineHost> host,
                        const std::shared_ptr<PlatformObserver>& observer)
-    : options_(options),
+    : options_(checked(options)),
       outcome_(options.outcome.empty() ? nullptr : std::make_unique<ResultFile>(options.outcome)),
       details_(options.details.empty()
                    ? nullptr
@@ -146,7 +160,7 @@ void Collection::note(const std::string& text) {
 ExitStatus Collection::handOver(const Delivery& delivery) {
     const bool detailed = !details_ || isDone([&] { details_->finish(); });
     const bool accounted = !outcome_ || isDone([&] {
-        outcome_->write(JSONValue(delivery.outcome).dump());
+        outcome_->write(printableJSON(JSONValue(delivery.outcome).dump()));
         outcome_->finish();
     });
     const bool kept = !options_.save || saveCollection(delivery.data);

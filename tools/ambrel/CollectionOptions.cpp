@@ -23,6 +23,11 @@ std::string checkServiceType(const std::string& text) {
                : "\"" + text + "\" is not a service type, such as _ipp._tcp, nor all";
 }
 
+/// An option in its place tells that it was forgotten, or is empty in the script that runs this.
+std::string checkFile(const std::string& name) {
+    return name.empty() || name.starts_with("--") ? "FILE missing" : "";
+}
+
 const std::map<std::string, LocationSourceKind>& locationSources() {
     static const std::map<std::string, LocationSourceKind> sources{
         {"auto", LocationSourceKind::automatic},
@@ -55,13 +60,15 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
     command.add_flag("--save", options.save, "save what is delivered too: see ambrel store");
     command
         .add_option("--outcome", options.outcome, "write how each source fared, as one JSON object")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(checkFile);
     command.add_flag("--strict", options.strict,
                      "exit status 3 when a granted source could not listen");
     command
         .add_option("--details", options.details,
                     "write every report too, with what the result omits")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(checkFile);
     command.add_option("--format", options.format, "json, pretty or table")
         ->type_name("FORMAT")
         ->check(oneOf({"json", "pretty", "table"}));

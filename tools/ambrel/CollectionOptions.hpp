@@ -22,6 +22,7 @@ struct CollectionOptions {
     std::vector<std::string> without;
     AmbrelKit::Linux::LocationSourceKind location = AmbrelKit::Linux::LocationSourceKind::automatic;
     std::string format;  ///< empty: by where the output goes
+    std::string script;  ///< the file that replays it; empty: none
     std::string details; ///< the file for every report; empty: none
     ResultFile::Earlier earlierDetails = ResultFile::Earlier::replaced;
     bool save = false;     ///< each dictionary into the store too

@@ -3,6 +3,8 @@
 #include "tools/ambrel/ResultFile.hpp"
 #include "tools/ambrel/ScriptRecorder.hpp"
 
+#include "AmbrelKit/Platform/PrintableText.hpp"
+
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
@@ -13,14 +15,8 @@ using namespace AmbrelKit;
 
 namespace {
 
-struct RecordArguments {
-    std::string file;
-    CollectionOptions options;
-};
-
-ExitStatus record(const RecordArguments& arguments) {
-    const CollectionOptions& options = arguments.options;
-    ResultFile script(arguments.file);
+ExitStatus record(const CollectionOptions& options) {
+    ResultFile script(options.script);
     const auto host = std::make_shared<CommandLineHost>(options);
     const auto recorder = std::make_shared<ScriptRecorder>(serviceTypes(options), host);
     Collection collection(options, host, recorder);
@@ -30,7 +26,7 @@ ExitStatus record(const RecordArguments& arguments) {
     script.write(recorder->end());
     for (const SourceReport& report : delivery.sources) { // behind the end, nothing is replayed
         script.write("# " + std::string(code(report.source)) + " " +
-                     JSONValue(dictionary(report)).dump());
+                     printableJSON(JSONValue(dictionary(report)).dump()));
     }
     script.finish();
     return collection.handOver(delivery);
@@ -41,10 +37,10 @@ ExitStatus record(const RecordArguments& arguments) {
 void addRecordCommand(CLI::App& app, ExitStatus& status) {
     CLI::App* command =
         app.add_subcommand("record", "Takes one, and writes a script that replays it");
-    const auto arguments = std::make_shared<RecordArguments>();
-    command->add_option("FILE", arguments->file, "the script to be written")->required();
-    addCollectionOptions(*command, arguments->options);
-    command->callback([arguments, &status] { status = record(*arguments); });
+    const auto options = std::make_shared<CollectionOptions>();
+    command->add_option("FILE", options->script, "the script to be written")->required();
+    addCollectionOptions(*command, *options);
+    command->callback([options, &status] { status = record(*options); });
 }
 
 } // namespace Ambrel

@@ -20,6 +20,8 @@ using AmbrelKit::NewFile;
 
 namespace {
 
+constexpr int continuing = O_APPEND | O_CREAT;
+
 /// Also where that is a regular file.
 bool isStandardOutput(const std::string& name) {
     struct stat named {};
@@ -48,24 +50,31 @@ ResultFile::ResultFile(std::string name, Earlier earlier) : name_(std::move(name
     if (exists && isStandardOutput(name_)) { // opened anew it would have a place of its own in it
         file_ = Descriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
     } else if (earlier == Earlier::continued) {
-        file_ = Descriptor(
-            ::open(name_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+        file_ = opened(continuing);
+        opensAnew_ = fstat(file_.get(), &status) == 0 && S_ISREG(status.st_mode);
     } else if (exists && !S_ISREG(status.st_mode)) {
-        file_ = Descriptor(::open(name_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
+        file_ = opened(O_TRUNC);
     } else {
         const HeldSignals held;
         const NewFile canBeMade(folderOf(name_), name_); // and goes: it is made when it is whole
-        return;
     }
-    if (file_.get() < 0) {
+}
+
+Descriptor ResultFile::opened(int flags) const {
+    Descriptor file(::open(name_.c_str(), O_WRONLY | O_CLOEXEC | flags, S_IRUSR | S_IWUSR));
+    if (file.get() < 0) {
         AmbrelKit::throwFileError(name_);
     }
+    return file;
 }
 
 void ResultFile::write(std::string_view line) { text_.append(line) += '\n'; }
 
 void ResultFile::finish() {
     const std::string text = std::exchange(text_, {});
+    if (opensAnew_) {
+        file_ = opened(continuing);
+    }
     struct stat before {};
     if (file_.get() < 0) {
         const HeldSignals held;
@@ -83,6 +92,13 @@ void ResultFile::finish() {
     } else {
         AmbrelKit::writeAll(file_.get(), text, name_);
     }
+}
+
+bool nameOneFile(const std::string& name, const std::string& other) {
+    std::error_code unknown;
+    return !std::filesystem::is_other(name, unknown) && !isStandardOutput(name) &&
+           std::filesystem::weakly_canonical(name, unknown) ==
+               std::filesystem::weakly_canonical(other, unknown);
 }
 
 } // namespace Ambrel

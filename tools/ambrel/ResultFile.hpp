@@ -26,14 +26,21 @@ public:
     void write(std::string_view line);
 
     /// Has the lines since the last time in the file; a file that is to be replaced then holds them
-    /// alone. Where they can't be written it throws, and none of them is kept.
+    /// alone. Where they can't be written it throws, and none of them is kept. What was continued
+    /// and is not there any more is begun anew.
     void finish();
 
 private:
+    [[nodiscard]] AmbrelKit::Descriptor opened(int flags) const;
+
     std::string name_;
     std::string text_;           ///< a collection's at most
     AmbrelKit::Descriptor file_; ///< where there is no new one
+    bool opensAnew_ = false;     ///< each time: it may be renamed meanwhile
 };
+
+/// Whether both name a regular file, there or not yet, and the same one.
+bool nameOneFile(const std::string& name, const std::string& other);
 
 } // namespace Ambrel
 
