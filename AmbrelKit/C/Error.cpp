@@ -1,5 +1,6 @@
 #include "AmbrelKit/C/Edge.hpp"
 #include "AmbrelKit/Platform/JSONText.hpp"
+#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 
 #include <AmbrelKit/AmbrelError.hpp>
@@ -12,12 +13,21 @@ namespace {
 
 constexpr char outOfMemory[] = "out of memory"; // never freed
 
+/// It may hold what the host gave, or a system text in the encoding of the host's locale.
+const char* copyOf(const char* description) noexcept {
+    try {
+        const char* const copy = strdup(printable(description).c_str());
+        return copy != nullptr ? copy : outOfMemory;
+    } catch (const std::bad_alloc&) {
+        return outOfMemory;
+    }
+}
+
 int tell(ambrel_error* error, int result, const char* domain, int code,
          const char* description) noexcept {
     if (error != nullptr) {
         ambrel_error_free(error);
-        const char* const copy = strdup(description);
-        *error = {domain, code, copy != nullptr ? copy : outOfMemory};
+        *error = {domain, code, copyOf(description)};
     }
     return result;
 }

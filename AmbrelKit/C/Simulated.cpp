@@ -73,8 +73,9 @@ extern "C" {
 int ambrel_simulated_new(const ambrel_simulated_options* options, ambrel_simulated** platform,
                          ambrel_error* error) {
     return C::edge(error, [&] {
+        auto& result = C::required(platform);
         const auto chosen = options != nullptr ? C::known(*options) : ambrel_simulated_options{};
-        C::required(platform) = new ambrel_simulated(settingsOf(chosen));
+        result = new ambrel_simulated(settingsOf(chosen));
     });
 }
 

@@ -28,7 +28,8 @@ typedef struct ambrel_store_visitor {
     size_t size;
     void* context;
     /// One saved dictionary. A positive number ends the visit, and is what the function returns. It
-    /// may save and delete; what is saved meanwhile is not visited.
+    /// may save and delete; what is saved meanwhile is not visited, and what is deleted is told to
+    /// `skipped`.
     int (*visit)(void* context, const char* json, size_t length);
     /// A file that can't be read, and is left out: why, in one line. May be NULL.
     void (*skipped)(void* context, const char* line);
@@ -53,7 +54,8 @@ AMBREL_API int ambrel_store_for_each_between(double since, double until,
 AMBREL_API int ambrel_store_file_name(const char* json, size_t length, char** name,
                                       ambrel_error* error);
 
-/// The folder of the files, which need not exist, in `path`, to be freed by `ambrel_free`.
+/// The folder of the files, which need not exist, in `path`, to be freed by `ambrel_free`: the
+/// bytes of the environment, UTF-8 or not.
 AMBREL_API int ambrel_store_path(char** path, ambrel_error* error);
 
 /// The documents folder likewise, and 1; NULL and 0 where the environment names no folder and no

@@ -8,7 +8,8 @@
 ///
 /// Threads. All objects that a process has at a time live on one thread, the one that made the
 /// first; everything but the store and the version is used there, which a debug build of the
-/// library asserts. Nothing locks, blocks or polls.
+/// library asserts. Nothing locks, blocks or polls. A forked child may only give back what it
+/// inherited.
 ///
 /// Results. A function that can fail returns a negative errno then, and has an `error` at its end
 /// that says more; it may be NULL. A function that failed has changed nothing, unless it says
@@ -90,9 +91,11 @@ AMBREL_API int ambrel_version_number(void);
 /// that succeeds leaves it alone. It may be used again; in the end `ambrel_error_free` is called.
 /// Never grows.
 typedef struct ambrel_error {
-    const char* domain;      ///< one of the above; valid as long as the program runs
-    int code;                ///< as the domain says
-    const char* description; ///< English, for people, in one line; owned by the error
+    const char* domain; ///< one of the above; valid as long as the program runs
+    int code;           ///< as the domain says
+    /// For people, in one line, owned by the error: English, but for what the system says of an
+    /// errno, which is in the language of the process's locale.
+    const char* description;
 } ambrel_error;
 
 #define AMBREL_ERROR_INIT                                                                          \

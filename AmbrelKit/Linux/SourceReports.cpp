@@ -4,6 +4,7 @@
 #include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 
 #include <chrono>
+#include <system_error>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -13,7 +14,10 @@ std::shared_ptr<SourceReports> sourceReports(std::function<void()> changed) {
     std::function<void()> noted;
     if (changed) {
         noted = [tell = loop->deadline(std::move(changed))] {
-            tell->arm(std::chrono::steady_clock::now());
+            try {
+                tell->arm(std::chrono::steady_clock::now());
+            } catch (const std::system_error&) { // a forked child only drops what it inherited
+            }
         };
     }
     return loop->shared<LoopBoard>()->reports(std::move(noted));

@@ -88,7 +88,7 @@ Platform::Platform(PlatformSettings settings)
 }
 
 Platform::~Platform() {
-    context_->sink = nullptr;
+    setSink({});
     processSettings_.reset();
 }
 

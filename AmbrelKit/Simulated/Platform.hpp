@@ -56,7 +56,7 @@ public:
     AMBRELKIT_API ~Platform();
 
     /// Who is told what the kit does from now on; empty for nobody.
-    void setSink(EventSink sink) { context_->sink = std::move(sink); }
+    void setSink(EventSink sink) { context_->sink.swap(sink); } // what goes may use the platform
 
     /// A new facade on this platform.
     [[nodiscard]] AMBRELKIT_API std::shared_ptr<AmbrelSDK>

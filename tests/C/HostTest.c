@@ -3,6 +3,8 @@
 
 #include <poll.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 /// Dispatches what comes within so many milliseconds; 1 when nothing did.
 static int dispatch_within(int milliseconds, ambrel_error* error) {
@@ -187,6 +189,22 @@ static void loop_stops(void) {
     release(&host);
 }
 
+/// The child of a fork, such as an interpreter's, drops what it inherited.
+static void forked_child_lets_go(void) {
+    struct host host = {.network_permission = AMBREL_STATUS_GRANTED};
+    begin(&host);
+    CHECK(ambrel_kit_start_scanning(host.kit, NULL) == 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        CHECK_IS_ERRNO(ambrel_loop_fd(&error), ECHILD);
+        CHECK_IS_ERRNO(ambrel_loop_dispatch(&error), ECHILD);
+    }
+    release(&host);
+    CHECK(host.destroyed == 3);
+    int status = 0;
+    CHECK(child == 0 || (waitpid(child, &status, 0) == child && status == 0));
+}
+
 static void lacks_descriptors(void) {
     struct rlimit before;
     CHECK(getrlimit(RLIMIT_NOFILE, &before) == 0);
@@ -217,7 +235,7 @@ static void options_are_checked(void) {
         {{.size = sizeof(ambrel_kit_options), .location_accuracy = 2}, EINVAL},
         {{.size = sizeof(ambrel_kit_options), .gpsd_port = 65536}, EINVAL},
         {{.size = sizeof(ambrel_kit_options), .flags = 2}, EINVAL},
-        {{.size = sizeof(ambrel_kit_options), .gpsd_address = "localhost"}, EINVAL},
+        {{.size = sizeof(ambrel_kit_options), .gpsd_address = "local\nhost\xff"}, EINVAL},
         {{.size = sizeof(size_t), .location_source = 4},
          0}, // what an older host does not have is not read
         {{.size = sizeof(ambrel_kit_options),
@@ -247,6 +265,7 @@ int main(int argc, char** argv) {
         {"AnyCallbackMayRelease", any_callback_may_release},
         {"TellsWhatTheMachineShows", tells_what_the_machine_shows},
         {"LoopStops", loop_stops},
+        {"ForkedChildLetsGo", forked_child_lets_go},
         {"LacksDescriptors", lacks_descriptors},
         {"OptionsAreChecked", options_are_checked},
     };

@@ -181,6 +181,18 @@ static void write_line(void* context, const char* text, size_t length) {
     fwrite(text, 1, length, context);
 }
 
+static void refuse_line(void* context, const char* text, size_t length) {
+    (void)text;
+    CHECK(length > 0 && ((struct host*)context)->kit != NULL);
+}
+
+static void drop_kit(void* context) {
+    struct host* host = context;
+    ambrel_kit* const kit = host->kit;
+    host->kit = NULL; // no line comes any more
+    ambrel_kit_unref(kit);
+}
+
 static void tells_what_the_kit_asks(void) {
     struct host host = {0};
     CHECK(ambrel_simulated_new(NULL, &host.platform, NULL) == 0);
@@ -196,10 +208,13 @@ static void tells_what_the_kit_asks(void) {
     const ambrel_delegate delegate = delegate_of(&host);
     CHECK(ambrel_kit_set_delegate(host.kit, &delegate, NULL) == 0);
     CHECK(ambrel_kit_start_scanning_once(host.kit, NULL) == 0);
-    CHECK(ambrel_simulated_set_trace(host.platform, NULL, NULL) == 0);
+    trace.context = &host;
+    trace.line = refuse_line;
+    trace.destroy = drop_kit;
+    CHECK(ambrel_simulated_set_trace(host.platform, &trace, NULL) == 0);
     ambrel_kit_unref(ambrel_kit_unref(ambrel_kit_ref(host.kit)));
-    ambrel_kit_unref(host.kit);
     ambrel_simulated_unref(host.platform);
+    CHECK(host.kit == NULL && host.destroyed == 1);
     fclose(file);
     CHECK(strstr(text, "{\"at\":0,\"bluetooth\":\"create\"}\n") != NULL);
 }
@@ -244,6 +259,7 @@ static void says_what_is_wrong(void) {
     ambrel_simulated_options options = AMBREL_SIMULATED_OPTIONS_INIT;
     options.identifiers = wrong;
     CHECK_IS_ERRNO(ambrel_simulated_new(&options, &host.platform, &error), EINVAL);
+    CHECK_IS_ERRNO(ambrel_simulated_new(NULL, NULL, &error), EINVAL);
     CHECK(ambrel_simulated_new(NULL, &host.platform, NULL) == 0);
     CHECK(ambrel_simulated_kit_new(host.platform, NULL, &host.kit, NULL) == 0);
     static const char* const lines[] = {"",

@@ -203,7 +203,9 @@ void EventLoop::stop() {
     touch();
 }
 
-int EventLoop::fileDescriptor() const { return sd_event_get_fd(event_); }
+int EventLoop::fileDescriptor() const {
+    return checked(sd_event_get_fd(event_), "ask for the event loop's descriptor");
+}
 
 void EventLoop::dispatch() {
     const auto keep = enter();
