@@ -148,6 +148,7 @@ TEST_F(BluetoothTest, TheDetailsOfAScanTellWhatTheRecordLeavesOut) {
     const std::string file = bus.folder() / "details";
     fake.start();
     fake.plug("hci0");
+    loop()->dispatch(); // what the fake has left to do: until then nothing wakes the loop
     Child tool({AMBREL_TOOL, "scan", "--only", "bluetooth", "--details", file});
     ASSERT_TRUE(scanning());
     fake.add("hci0", {.address = phone,
