@@ -139,13 +139,15 @@ def function(name: str) -> Any:
 
 
 class _State(threading.local):
-    depth = 0  #: calls into the library that are on this thread's stack
+    def __init__(self) -> None:
+        #: Calls into the library that are on this thread's stack.
+        self.depth = 0
+        #: What callbacks raised, by the number that they returned for it, and the object that they belong to.
+        self.failures: dict[int, tuple[BaseException, object]] = {}
 
 
 state = _State()
 
-#: What callbacks raised, by the number that they returned for it, and the object that they belong to.
-_failures: dict[int, tuple[BaseException, object]] = {}
 _numbers = itertools.count(1)
 _MOST_FAILURES = 100  # some are never told: what fails while the first is on its way
 
@@ -153,9 +155,9 @@ _MOST_FAILURES = 100  # some are never told: what fails while the first is on it
 def keep_failure(exception: BaseException, origin: object = None) -> int:
     """What a callback is to return that raised this."""
     number = -(next(_numbers) % 2**31 or next(_numbers))
-    _failures[number] = exception, origin
-    while len(_failures) > _MOST_FAILURES:
-        _failures.pop(next(iter(_failures)), None)
+    state.failures[number] = exception, origin
+    if len(state.failures) > _MOST_FAILURES:
+        del state.failures[next(iter(state.failures))]
     return number
 
 
@@ -164,7 +166,7 @@ def _exception(error: Error) -> tuple[BaseException, object]:
     code: int = error.code
     description = (error.description or b"").decode(errors="replace")
     if domain == "AmbrelKit.Callback":
-        return _failures.pop(code, (RuntimeError(description), None))
+        return state.failures.pop(code, (RuntimeError(description), None))
     if domain == "AmbrelKit.Store":
         return StoreError(errno.EIO, description), None
     if domain == "AmbrelKit.Script":

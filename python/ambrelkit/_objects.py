@@ -6,6 +6,7 @@ import asyncio
 import collections
 import ctypes
 import itertools
+import os
 import threading
 import weakref
 from collections.abc import Callable
@@ -24,10 +25,20 @@ class _Owner:
     def __init__(self) -> None:
         self.thread = 0
         self.objects = 0
+        self.is_used = False
+        #: Whether this process was forked from one that used the library, whose descriptors it shares.
+        self.is_copy = False
+        os.register_at_fork(after_in_child=self._forked)
         #: References to be given back there, which the collector of garbage has met elsewhere.
         self.garbage: collections.deque[tuple[Any, int]] = collections.deque()
 
+    def _forked(self) -> None:
+        self.is_copy = self.is_used
+
     def check(self) -> None:
+        if self.is_copy:
+            raise RuntimeError("AmbrelKit can't be used in a process that was forked from one that has used it: start it anew")
+        self.is_used = True
         if self.objects > 0 and threading.get_ident() != self.thread:
             raise RuntimeError("AmbrelKit is used on the thread on which its first object was made, until its last one is closed")
         while self.garbage and state.depth == 0:
@@ -43,6 +54,8 @@ class _Owner:
 
     def drop(self, unref: Any, handle: int) -> None:
         """As `give_back`, at any time on any thread."""
+        if self.is_copy:
+            return
         self.garbage.append((unref, handle))
         if threading.get_ident() == self.thread:
             self.check()
@@ -100,7 +113,7 @@ class LibraryObject:
     _unref: ClassVar[str]
 
     def __init__(self, make: Callable[[int, Any], object]) -> None:
-        """`make` is given a context, which ends when it raises, and where to put the handle."""
+        # `make` is given a context, which ends when it raises, and where to put the handle.
         owner.check()
         handle = ctypes.c_void_p()
         context = new_context(self)
@@ -128,6 +141,8 @@ class LibraryObject:
 
     def close(self) -> None:
         """Ends it, silently: nothing is called back any more. It may be called in a callback, and again."""
+        if owner.is_copy:
+            return
         owner.check()
         self._leave()
         self._leave = lambda: None

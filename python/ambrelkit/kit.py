@@ -8,7 +8,7 @@ from contextlib import contextmanager
 from typing import Any, ClassVar, Literal, get_args
 
 from ._library import RECEIVE, STATUS, USUAL_SERVICES, CDelegate, KitOptions, call, decoded, function, texts, zero_ended
-from ._objects import LibraryObject, destroy, guarded
+from ._objects import LibraryObject, destroy, guarded, owner
 from .records import Outcome, Record
 from .status import ANSWERS, QUESTIONS, SourceReports
 
@@ -98,6 +98,8 @@ class Kit(LibraryObject):
     In ``async with`` asyncio's running loop drives it; what the delegate raises there ends the block. In ``with`` the
     program does so, by ``fileno`` and ``dispatch``; what the delegate raises, ``dispatch`` raises. What it raises inside
     an operation of the kit, that operation raises, and has started nothing then.
+
+    ``delegate`` may be replaced at any time, also in a callback; None answers nothing.
 
     All objects that a process has at a time live on one thread.
 
@@ -214,7 +216,7 @@ class Kit(LibraryObject):
     def close(self) -> None:
         """Ends what runs, silently, and gives back what the library holds for it. It may be called in a callback, and
         again."""
-        if self._life.alive and self._is_of_this_machine:
+        if self._life.alive and not owner.is_copy and self._is_of_this_machine:
             _remember(self.sources())
         super().close()
         self._reports.close()

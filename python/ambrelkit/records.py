@@ -1,11 +1,40 @@
-"""What a collection is, as docs/ambrel-data.schema.json describes it, and how its sources fared (docs/outcome.schema.json).
+"""What a collection is, and how its sources fared: dictionaries, of the types that stand here.
 
-All of them are dictionaries. What was not seen or is not known has no key; ``None`` never occurs.
+A `Record`, as docs/ambrel-data.schema.json describes it; times are whole seconds since 1970::
+
+    {"timestamp": 1700000000,                    when it was started
+     "bleScan": [                                Bluetooth Low Energy peripherals in range: Peripheral
+         {"address": "CCCCCCCC-0000-4000-8000-000000000001", "name": "Lamp", "timestamp": 1700000003}],
+     "nearbyDevices": [                          DNS-SD services on the local network: Service
+         {"name": "Printer", "protocolType": "_ipp._tcp.", "address": "192.0.2.9", "txtRecord": {"note": "hall"},
+          "timestamp": 1700000002}],
+     "locationCollection":                       where the device was: Fix
+         {"lat": 60.1, "lon": 24.9, "timestamp": 1700000001},
+     "ip": "192.0.2.7",                          the device's own address
+     "wifiNetwork":                              the Wi-Fi networks that it is joined to: WiFi, JoinedNetwork
+         {"connectedDevices": [{"name": "Home"}]},
+     "ambrel_analytics":                         permissions and settings, as the host stated them: Analytics
+         {"bluetooth_permission": True, "bluetooth_setting": True}}
+
+An `Outcome`, as docs/outcome.schema.json describes it; codes are for programs, all other texts for people::
+
+    {"began": 1700000000.25,
+     "sources": {"bluetooth": {                  and services, location, address, wifi, lifecycle: SourceReport
+         "outcome": "failed",                    or not-asked, listened, interrupted
+         "reports": 0,                           how many it gave
+         "code": "switched-off", "reason": "hci0 is switched off", "remedy": "bluetoothctl power on",
+         "absences": [                           when it did not listen any more, in seconds since it began: Absence
+             {"who": "BlueZ", "from": 3.1, "until": 3.6}],
+         "now": {"state": "idle", "since": 1700000010.25}}}}     what is known of it now: Condition
+
+What was not seen or is not known has no key; ``None`` never occurs.
 """
 
 from __future__ import annotations
 
 from typing import Literal, NotRequired, TypedDict
+
+__all__: list[str] = []  # help() would list what they have of dict
 
 
 class Peripheral(TypedDict):

@@ -3,6 +3,9 @@
 import asyncio
 import gc
 import os
+import select
+import subprocess
+import sys
 import time
 from contextlib import aclosing
 from datetime import timedelta
@@ -49,6 +52,30 @@ def test_cancelling_stops_the_scan():
     assert descriptors() == before
 
 
+FORKS = """
+import ambrelkit, asyncio, os, sys
+
+async def main():
+    scan = asyncio.create_task(ambrelkit.scan(bluetooth=False, location=False, services=[]))
+    await asyncio.sleep(0.1)
+    child = os.fork()
+    if child == 0:
+        try:
+            ambrelkit.HostStatus()
+        except RuntimeError:
+            sys.exit(7)
+    code = os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
+    await asyncio.wait_for(scan, 15)
+    sys.exit(code)
+
+asyncio.run(main())
+"""
+
+
+def test_a_fork_that_ends_leaves_the_scan_alone():
+    assert subprocess.run([sys.executable, "-c", FORKS]).returncode == 7
+
+
 def test_what_a_callback_raises_in_the_loop_ends_the_block():
     async def collect(swallow=False):
         async with ambrelkit.Kit(Host(), services=[]) as kit:
@@ -76,7 +103,14 @@ def test_an_own_cancellation_stays_one():
     asyncio.run(cancel())
 
 
-def test_a_watch_asks_for_none_in_the_place_of_one_under_way():
+def test_a_watch_asks_for_none_in_the_place_of_one_under_way(monkeypatch):
+    def start(kit):
+        assert kit.sources()["sources"]["address"]["now"]["state"] == "idle"
+        start_scanning(kit)
+
+    start_scanning = ambrelkit.Kit.start_scanning
+    monkeypatch.setattr(ambrelkit.Kit, "start_scanning", start)
+
     async def take():
         times = []
         async with aclosing(ambrelkit.watch(every=timedelta(seconds=10), network=True, services=[])) as watch:
@@ -98,8 +132,6 @@ def test_a_watch_has_an_interval_that_makes_sense(seconds):
 
 
 def test_another_loop_polls_the_descriptor():
-    import select
-
     class Polled(ambrelkit.Delegate):
         records = []
 
