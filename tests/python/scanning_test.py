@@ -106,6 +106,7 @@ def test_an_own_cancellation_stays_one():
 def test_a_watch_asks_for_none_in_the_place_of_one_under_way(monkeypatch):
     def start(kit):
         assert kit.sources()["sources"]["address"]["now"]["state"] == "idle"
+        time.sleep(0.3)  # so that the interval is over before the collection
         start_scanning(kit)
 
     start_scanning = ambrelkit.Kit.start_scanning
