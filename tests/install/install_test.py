@@ -99,6 +99,8 @@ class Installation(unittest.TestCase):
         run("cmake", "--build", build)
         self.check_host(f"{build}/static_host")
         self.check_libraries(f"{build}/static_host", [])
+        with self.assertRaisesRegex(AssertionError, "no component Statik"):
+            run(*configure, "-DFURTHER=Statik")
 
     def test_a_host_in_c_needs_no_other_compiler(self):
         if not self.shared:
