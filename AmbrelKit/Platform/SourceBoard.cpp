@@ -169,6 +169,9 @@ void SourceBoard::Entry::take(const SourceCondition& now, Time sinceBegin) {
         return;
     }
     asked = true;
+    if (condition.state == SourceState::idle && !isAway()) {
+        listened = false; // it is asked anew
+    }
     if (now.state == SourceState::listening) {
         comeBack(sinceBegin);
         listened = true;

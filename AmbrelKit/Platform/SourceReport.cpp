@@ -1,6 +1,7 @@
 #include "AmbrelKit/Platform/SourceReport.hpp"
 
 #include "AmbrelKit/Platform/SourceReports.hpp"
+#include "AmbrelKit/Platform/UTF8.hpp"
 
 #include <array>
 #include <cmath>
@@ -37,7 +38,7 @@ std::string told(const SourceAbsence& absence) {
 
 void addText(JSONDictionary& to, const char* key, const std::string& text) {
     if (!text.empty()) {
-        to.emplace(key, text);
+        to.emplace(key, repairedUTF8(text)); // a host's own texts may be anything
     }
 }
 
@@ -48,7 +49,8 @@ void addReason(JSONDictionary& to, const SourceCondition& condition) {
 }
 
 JSONDictionary dictionary(const SourceAbsence& absence) {
-    JSONDictionary result{{"from", seconds(absence.from)}, {"who", absence.who}};
+    JSONDictionary result{{"from", seconds(absence.from)}};
+    addText(result, "who", absence.who);
     if (absence.until) {
         result.emplace("until", seconds(*absence.until));
     }

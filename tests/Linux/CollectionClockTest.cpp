@@ -64,7 +64,9 @@ TEST_F(CollectionClockTest, IsSteadyInACollectionAndNeverGoesBack) {
     };
     std::vector<std::shared_ptr<Timer>> running;
     for (const Step& step : steps) {
-        boot += step.passes;
+        boot += step.passes / 2;
+        static_cast<void>(clock.reading()); // who only looks has the time not go on
+        boot += step.passes - step.passes / 2;
         wall += step.setBy;
         EXPECT_EQ(told(), step.told) << step.what;
         while (running.size() < static_cast<std::size_t>(step.kits)) {

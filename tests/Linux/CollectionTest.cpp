@@ -1,5 +1,6 @@
 #include "AmbrelKit/Internal/Environment.hpp"
 #include "AmbrelKit/Linux/PlatformServices.hpp"
+#include "AmbrelKit/Linux/SourceReports.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 #include "tests/support/QuietHost.hpp"
 
@@ -106,6 +107,7 @@ void collectTwice(void (AmbrelSDK::*start)(), int firstWithout) {
     const auto kit = Linux::create(std::move(services));
     kit->setDelegate(host);
     kit->setAmbrelTimeThreshold(0);
+    const auto sources = Linux::sourceReports();
     std::optional<NoDescriptors> without;
     for (int i = 1; i <= 2; ++i) {
         if (i == firstWithout) {
@@ -120,6 +122,10 @@ void collectTwice(void (AmbrelSDK::*start)(), int firstWithout) {
         (kit.get()->*start)();
         loop->run();
         EXPECT_EQ(host->deliveries, i);
+        for (const Source source : {Source::bluetooth, Source::services, Source::location}) {
+            const auto& failure = sources->report(source).collection.failure;
+            EXPECT_EQ(failure.code == "no-descriptors", i >= firstWithout) << failure.reason;
+        }
     }
 }
 

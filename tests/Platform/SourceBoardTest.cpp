@@ -160,6 +160,26 @@ TEST(SourceBoard, accountsForACollection) {
               },
               R"({"outcome":"failed","reports":0,"absences":[{"who":"it","from":3.0}]})",
               "it was away from 3.0 s on: it had not answered when the collection ended"},
+             {"it is asked anew, and cannot listen any more",
+              [](Board& b) {
+                  b.begin();
+                  b.is(listens);
+                  b.is({});
+                  b.is(starts);
+                  b.is(isOff);
+              },
+              R"({"outcome":"failed","reports":0,"means":"BlueZ, hci0","code":"switched-off",
+                  "reason":"hci0 is switched off","remedy":"switch on"})",
+              "hci0 is switched off: switch on"},
+             {"a host's text is not UTF-8",
+              [](Board& b) {
+                  b.begin();
+                  b.is({.state = listening, .means = "caf\xe9"});
+                  b.is({.state = off, .reason = "caf\xe9"});
+              },
+              R"({"outcome":"failed","reports":0,"means":"caf\uFFFD","reason":"caf\uFFFD",
+                  "absences":[{"who":"caf\uFFFD","from":0.0,"reason":"caf\uFFFD"}]})",
+              "caf\xe9 was away from 0.0 s on: caf\xe9"},
              {"the next collection starts afresh",
               [](Board& b) {
                   b.begin();

@@ -114,8 +114,7 @@ void Discovery::failed(sd_bus_message* reply) {
     if (denied_) {
         phase_ = Phase::idle;
     } else {
-        const sd_bus_error* const error = sd_bus_message_get_error(reply);
-        failure_ = error->message != nullptr ? error->message : error->name;
+        failure_ = errorText(reply);
         waitThenRetry();
     }
     changed_();

@@ -97,11 +97,15 @@ void SystemBus::connect() {
 
 bool SystemBus::open() {
     answered_ = false;
-    accepted_ = sd_bus_open_system(&bus_) >= 0 &&
-                sd_bus_attach_event(bus_, loop_->native(), SD_EVENT_PRIORITY_NORMAL) >= 0 &&
-                sd_bus_add_match(bus_, &disconnected_, disconnectedRule, &disconnected, this) >= 0;
+    opened_ = sd_bus_open_system(&bus_);
+    if (opened_ >= 0) {
+        opened_ = sd_bus_attach_event(bus_, loop_->native(), SD_EVENT_PRIORITY_NORMAL);
+    }
+    if (opened_ >= 0) {
+        opened_ = sd_bus_add_match(bus_, &disconnected_, disconnectedRule, &disconnected, this);
+    }
     loop_->touch();
-    return accepted_;
+    return opened_ >= 0;
 }
 
 void SystemBus::close() {
@@ -140,7 +144,8 @@ std::optional<SourceCondition> SystemBus::obstacle() const {
     if (open) {
         return starting(SourceReason::busSilent);
     }
-    return because(accepted_ && !answered_ ? SourceReason::busCloses : SourceReason::noBus);
+    return because(opened_ >= 0 && !answered_ ? SourceReason::busCloses
+                                              : reasonFor(-opened_, SourceReason::noBus));
 }
 
 std::unique_ptr<PendingCall> SystemBus::call(const BusMethod& method, const BusArguments& arguments,

@@ -37,6 +37,16 @@ inline bool isError(sd_bus_message* reply, const char* name = nullptr) {
     return sd_bus_message_is_method_error(reply, name) > 0;
 }
 
+/// What a reply that is an error says, for people; empty when it is none.
+inline std::string errorText(sd_bus_message* reply) {
+    const sd_bus_error* const error = sd_bus_message_get_error(reply);
+    if (error == nullptr) {
+        return {};
+    }
+    const bool hasMessage = error->message != nullptr && *error->message != '\0';
+    return hasMessage ? error->message : error->name;
+}
+
 /// A call that waits for its reply. Dropping it means that the reply is not delivered.
 class PendingCall {
 public:
@@ -142,7 +152,7 @@ private:
     std::shared_ptr<EventLoop> loop_;
     sd_bus* bus_ = nullptr;
     bool wasConnected_ = false;
-    bool accepted_ = false; ///< the latest try to connect was
+    int opened_ = 0;        ///< what came of the latest try to connect: negative, an error
     bool answered_ = false; ///< since then
     sd_bus_slot* disconnected_ = nullptr;
     Retry reconnect_;

@@ -64,14 +64,18 @@ CollectionClock::CollectionClock()
     : wallClock(std::chrono::system_clock::now), sinceBoot(readBootTime) {}
 
 CollectionClock::TimePoint CollectionClock::now() {
-    const Boot at = sinceBoot();
-    const Boot passed = at - toldAt_;
-    if (running_ > 0) {
-        return told_ + passed;
+    const TimePoint time = reading();
+    if (running_ == 0) {
+        told_ = time;
+        toldAt_ = sinceBoot();
     }
-    told_ = std::max(wallClock(), told_ + std::min<Boot>(passed, pastReuse));
-    toldAt_ = at;
-    return told_;
+    return time;
+}
+
+CollectionClock::TimePoint CollectionClock::reading() const {
+    const Boot passed = sinceBoot() - toldAt_;
+    return running_ > 0 ? told_ + passed
+                        : std::max(wallClock(), told_ + std::min<Boot>(passed, pastReuse));
 }
 
 TimerFactory CollectionClock::timerFactory(TimerFactory timers) {

@@ -35,6 +35,9 @@ public:
 
     TimePoint now();
 
+    /// The same, which is not told to a kit: the time does not go on for it.
+    [[nodiscard]] TimePoint reading() const;
+
     /// Makes the timers of collections out of `timers`: from when one is made until it is
     /// invalidated or gone, a collection runs.
     [[nodiscard]] TimerFactory timerFactory(TimerFactory timers);

@@ -35,6 +35,12 @@ SleepDelay::SleepDelay(std::shared_ptr<Logind> logind, const std::string& why,
     : logind_(std::move(logind)), why_("Work in the background: " + repairedUTF8(why)),
       timeIsUp_(std::move(timeIsUp)) {}
 
+SleepDelay::~SleepDelay() {
+    if (std::exchange(question_, nullptr)) {
+        logind_->publish(); // nobody waits for the answer any more
+    }
+}
+
 void SleepDelay::request() {
     if (expired_ || !logind_->daemon_) {
         return;
@@ -101,12 +107,12 @@ void Logind::ownerChanged(const std::string& owner) {
     sessionName_.reset();
     refusesDelays_.reset();
     delays_.each([](SleepDelay& delay) { delay.question_.reset(); });
-    if (!bus_->wasConnected()) {
-        name_.reset();
-        bus_.reset();
-    }
     if (owner.empty()) {
         publish();
+        if (!bus_->wasConnected()) {
+            name_.reset();
+            bus_.reset();
+        }
         return; // the inhibitors are kept: a logind that starts again knows them from before
     }
     daemon_ = std::make_unique<Daemon>(bus_, owner);
@@ -137,6 +143,7 @@ void Logind::fallAsleep() {
         sleep_ = std::make_unique<Sleep>(CollectionClock::shared());
     }
     delays_.each([](SleepDelay& delay) { delay.expire(); });
+    publish();
 }
 
 void Logind::resume() {
@@ -176,7 +183,7 @@ void Logind::publish() { board_->publish(Source::lifecycle, condition()); }
 SourceCondition Logind::condition() const {
     using enum SourceReason;
     if (!daemon_) {
-        return name_ ? name_->absence(noLogind) : because(noBus);
+        return name_->absence(noLogind);
     }
     const bool isAsked = !refusesDelays_ && delays_.any([](const SleepDelay& delay) {
         return delay.question_ != nullptr;

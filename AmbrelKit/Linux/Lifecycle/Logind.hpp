@@ -22,6 +22,11 @@ class Logind;
 /// Has logind wait with sleep, a few seconds at most, so that what runs can be brought to an end:
 /// from when logind grants it until it is dropped, or sleep was announced and its handler has run.
 class SleepDelay final : public std::enable_shared_from_this<SleepDelay> {
+public:
+    ~SleepDelay();
+    SleepDelay(const SleepDelay&) = delete;
+    SleepDelay& operator=(const SleepDelay&) = delete;
+
 private:
     friend class Logind;
     SleepDelay(std::shared_ptr<Logind> logind, const std::string& why,

@@ -79,7 +79,7 @@ void GeoClue::activate() {
         weakly(weak_from_this(), &GeoClue::activated));
     if (!sent) {
         reconnect_.schedule(); // the bus may come
-        become(because(bus_->wasConnected() ? SourceReason::busCloses : SourceReason::noBus));
+        become(bus_->obstacle().value_or(because(SourceReason::busSilent)));
     }
 }
 
@@ -90,7 +90,7 @@ void GeoClue::activated(sd_bus_message* reply) {
     }
     if (sd_bus_error_has_names(error, SD_BUS_ERROR_NO_REPLY, SD_BUS_ERROR_DISCONNECTED) > 0) {
         reconnect_.schedule(); // the bus went, and may come back
-        become(because(SourceReason::busCloses));
+        become(bus_->obstacle().value_or(because(SourceReason::busSilent)));
         return;
     }
     become(because(sd_bus_error_has_name(error, SD_BUS_ERROR_SERVICE_UNKNOWN) > 0
@@ -140,8 +140,7 @@ void GeoClue::serves() {
 
 void GeoClue::refusedOrFailed(sd_bus_message* reply) {
     const sd_bus_error* error = sd_bus_message_get_error(reply);
-    const std::string said =
-        repairedUTF8(error != nullptr && error->message != nullptr ? error->message : "");
+    const std::string said = repairedUTF8(errorText(reply));
     if (sd_bus_error_has_name(error, SD_BUS_ERROR_ACCESS_DENIED) > 0) {
         const char* sender = sd_bus_message_get_sender(reply);
         const bool isByBus = sender != nullptr && std::string_view(sender) != life_->daemon.name();

@@ -1,6 +1,5 @@
 #include "AmbrelKit/Linux/Location/Gpsd.hpp"
 
-#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <algorithm>
@@ -62,7 +61,7 @@ void Gpsd::connect() {
     const auto* address = reinterpret_cast<const sockaddr*>(&endpoint_.address);
     if (socket_.get() < 0 ||
         (::connect(socket_.get(), address, endpoint_.size) != 0 && errno != EINPROGRESS)) {
-        retryLater();
+        retryLater(reasonFor(errno, SourceReason::gpsdAbsent));
         return;
     }
     watch_ = loop->watch(
@@ -119,13 +118,13 @@ void Gpsd::readReports() {
     }
 }
 
-void Gpsd::retryLater() {
+void Gpsd::retryLater(SourceReason why) {
     watch_.reset();
     socket_ = Descriptor();
     connected_ = false;
     lines_.clear();
     reconnect_.schedule();
-    become(because(SourceReason::gpsdAbsent, {endpoint_.place}));
+    become(because(why, {endpoint_.place}));
 }
 
 void Gpsd::become(const SourceCondition& condition) {

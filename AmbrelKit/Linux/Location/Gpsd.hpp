@@ -4,6 +4,7 @@
 #include "AmbrelKit/Linux/Location/GpsdReport.hpp"
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
 #include "AmbrelKit/Linux/RunLoop/Retry.hpp"
+#include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 
 #include <sys/socket.h>
@@ -37,7 +38,7 @@ private:
     void socketReady();
     [[nodiscard]] bool watchReports();
     void readReports();
-    void retryLater();
+    void retryLater(SourceReason why = SourceReason::gpsdAbsent);
     void become(const SourceCondition& condition);
     [[nodiscard]] std::string means() const { return "gpsd at " + endpoint_.place; }
 

@@ -53,8 +53,8 @@ std::optional<bool> networkDoesMulticast() {
 
 std::optional<SourceReason> missingSockets() {
     const Descriptor interfaces(socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_ROUTE));
-    if (interfaces.get() < 0 && errno != EMFILE && errno != ENFILE) {
-        return SourceReason::noNetlinkForServices;
+    if (interfaces.get() < 0) {
+        return reasonFor(errno, SourceReason::noNetlinkForServices);
     }
     const Descriptor ipv4(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     const Descriptor ipv6(fcntl(ipv4.get(), F_DUPFD_CLOEXEC, 0)); // which the kernel may lack

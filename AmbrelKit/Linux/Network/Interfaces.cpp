@@ -134,8 +134,9 @@ std::optional<std::vector<AddressEntry>> Interfaces::addresses() {
 AddressAnswer Interfaces::addressIPv4() {
     const auto entries = addresses();
     if (!entries) {
-        const auto error = std::generic_category().message(errno);
-        return {std::nullopt, because(SourceReason::addressesNotTold, {error})};
+        const int error = errno;
+        return {std::nullopt, because(reasonFor(error, SourceReason::addressesNotTold),
+                                      {std::generic_category().message(error)})};
     }
     auto chosen = primaryAddress(*entries);
     if (!chosen) {

@@ -3,6 +3,7 @@
 #include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <linux/netlink.h>
@@ -47,7 +48,7 @@ SourceCondition withoutNetwork(const std::vector<std::string>& stations) {
         return because(SourceReason::noWifiAdapter);
     }
     return Descriptor(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_GENERIC)).get() < 0
-               ? because(SourceReason::noNetlinkForWifi)
+               ? because(reasonFor(errno, SourceReason::noNetlinkForWifi))
                : listening("nl80211");
 }
 

@@ -26,7 +26,7 @@ constexpr std::array parts{
 
 LoopBoard::LoopBoard()
     : SourceBoard({.elapsed = [] { return CollectionClock::shared().sinceBoot(); },
-                   .date = [] { return CollectionClock::shared().now(); }}) {
+                   .date = [] { return CollectionClock::shared().reading(); }}) {
     for (const Part& part : parts) {
         if (!part.isBuilt) {
             publish(part.source, because(part.otherwise));

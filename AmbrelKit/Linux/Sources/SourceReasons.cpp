@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -155,6 +156,10 @@ SourceCondition because(SourceReason reason, std::initializer_list<std::string_v
             .code = std::string(row.code),
             .reason = filled(row.text, what),
             .remedy = filled(row.remedy, what)};
+}
+
+SourceReason reasonFor(int error, SourceReason otherwise) {
+    return error == EMFILE || error == ENFILE ? noDescriptors : otherwise;
 }
 
 SourceCondition listening(std::string means, SourceReason although,

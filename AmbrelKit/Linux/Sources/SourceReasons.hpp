@@ -73,6 +73,9 @@ enum class SourceReason : std::uint8_t {
 [[nodiscard]] SourceCondition because(SourceReason reason,
                                       std::initializer_list<std::string_view> what = {});
 
+/// `otherwise`, unless this error of the system's says that there are no descriptors left.
+[[nodiscard]] SourceReason reasonFor(int error, SourceReason otherwise);
+
 /// Of a source that listens by these means.
 [[nodiscard]] inline SourceCondition listening(std::string means) {
     return {.state = SourceState::listening, .means = std::move(means)};

@@ -38,7 +38,7 @@ std::string addressAmong(const std::vector<std::string>& links) {
     const rlimit noDescriptor{};
     setrlimit(RLIMIT_NOFILE, &noDescriptor);
     Interfaces blind;
-    if (address(blind) != "no-sockets") {
+    if (address(blind) != "no-descriptors") {
         return "invents an answer";
     }
     return found == address(interfaces) ? found : "lost sight of";
