@@ -23,9 +23,10 @@ struct Row {
 
 constexpr std::array table{
     Row{noBus, unavailable, "no-bus", "the system bus does not run",
-        "start it (systemctl start dbus), or let this container have /run/dbus/system_bus_socket"},
+        "start the bus (systemctl start dbus), or let this container have "
+        "/run/dbus/system_bus_socket"},
     Row{busSilent, unavailable, "bus-silent", "the system bus has not answered",
-        "systemctl status dbus"},
+        "see what the bus does (systemctl status dbus)"},
     Row{busCloses, refused, "bus-refuses",
         "the system bus closes this program's connection, as it does with a user whom it does not "
         "know",
@@ -38,9 +39,9 @@ constexpr std::array table{
     Row{bluetoothLeftOut, leftOut, "left-out", "Bluetooth is not in this build",
         "build with -DAMBREL_WITH_BLUEZ=ON"},
     Row{blueZNotInstalled, unavailable, "not-installed", "BlueZ is not installed",
-        "apt install bluez"},
+        "install BlueZ (Debian: apt install bluez)"},
     Row{blueZNotRunning, unavailable, "no-daemon", "bluetoothd is not running",
-        "systemctl enable --now bluetooth (apt install bluez, if it is not there)"},
+        "systemctl enable --now bluetooth, once BlueZ is installed"},
     Row{blueZRefuses, refused, "not-allowed", "this user may not use BlueZ",
         "allow it in /etc/dbus-1/system.d (Debian: adduser USER bluetooth), then log in again"},
     Row{noAdapter, unavailable, "no-adapter", "there is no Bluetooth adapter",
@@ -59,9 +60,10 @@ constexpr std::array table{
     Row{servicesLeftOut, leftOut, "left-out", "DNS-SD is not in this build",
         "build with -DAMBREL_WITH_AVAHI=ON"},
     Row{avahiStopped, unavailable, "no-daemon", "avahi-daemon has stopped",
-        "journalctl -u avahi-daemon"},
+        "systemctl start avahi-daemon (journalctl -u avahi-daemon says why it stopped)"},
     Row{avahiRefuses, refused, "not-allowed", "avahi-daemon does not serve this program",
-        "allow it in /etc/dbus-1/system.d (avahi-dbus.conf there or in /usr/share is the example)"},
+        "allow it in /etc/dbus-1/system.d (avahi-dbus.conf, there or in /usr/share/dbus-1, is the "
+        "example)"},
     Row{noNetlinkForServices, refused, "no-netlink",
         "this process may not ask the kernel for its interfaces",
         "let it use AF_NETLINK sockets (RestrictAddressFamilies= of its unit), or use "
@@ -78,10 +80,11 @@ constexpr std::array table{
     Row{gpsdLeftOut, leftOut, "left-out", "gpsd is not in this build",
         "build with -DAMBREL_WITH_GPSD=ON"},
     Row{geoClueNotInstalled, unavailable, "not-installed", "GeoClue is not installed",
-        "apt install geoclue-2.0"},
+        "install GeoClue (Debian: apt install geoclue-2.0)"},
     Row{geoClueCannotStart, unavailable, "no-daemon", "GeoClue cannot be started",
         "systemctl unmask geoclue (journalctl -u geoclue says why)"},
-    Row{geoClueStopped, unavailable, "no-daemon", "GeoClue has stopped", "journalctl -u geoclue"},
+    Row{geoClueStopped, unavailable, "no-daemon", "GeoClue has stopped",
+        "see why (journalctl -u geoclue)"},
     Row{geoClueFails, unavailable, "daemon-fails", "GeoClue fails: {0}",
         "systemctl restart geoclue"},
     Row{geoClueForbidden, refused, "not-allowed", "this user may not use GeoClue",
@@ -90,14 +93,15 @@ constexpr std::array table{
         "allow {1} in the desktop's privacy settings or /etc/geoclue/geoclue.conf"},
     Row{geoClueWithoutAgent, unavailable, "no-agent",
         "GeoClue has no agent that could ask the user",
-        "log in to a desktop that has one, or run /usr/libexec/geoclue-2.0/demos/agent"},
+        "log in to a desktop that has one, or run one "
+        "(Debian: /usr/libexec/geoclue-2.0/demos/agent of geoclue-2-demo)"},
     Row{geoClueAsks, starting, "user-asked", "GeoClue asks the user",
         "answer its question, and try again"},
     Row{geoClueFindsNothing, unavailable, "no-place", "GeoClue has found no place yet",
         "allow precise location in the desktop's privacy settings, or give GeoClue a source in "
         "/etc/geoclue/geoclue.conf"},
     Row{gpsdAbsent, unavailable, "no-daemon", "nothing answers as gpsd at {0}",
-        "apt install gpsd, for a receiver of your own"},
+        "run gpsd there, for a receiver of your own (Debian: apt install gpsd)"},
     Row{gpsdWithoutFix, unavailable, "no-fix", "gpsd has no fix yet",
         "see whether its receiver is there and sees the sky (cgps)"},
 

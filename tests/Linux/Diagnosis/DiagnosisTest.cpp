@@ -57,7 +57,7 @@ TEST_F(DiagnosisTest, WithoutABus) {
     bus.freeze();
     expectFound("no the system bus has not answered: ");
     bus.stop();
-    expectFound("no the system bus does not run: start it (systemctl start dbus)");
+    expectFound("no the system bus does not run: start the bus (systemctl start dbus)");
 }
 
 TEST_F(DiagnosisTest, OfABusThatClosesWhatItAccepted) {
@@ -76,7 +76,7 @@ TEST_F(DiagnosisTest, OfABusThatClosesWhatItAccepted) {
 }
 
 TEST_F(DiagnosisTest, OfBluetooth) {
-    EXPECT_THAT(found("bluetooth"), HasSubstr("no BlueZ is not installed: apt install bluez"));
+    EXPECT_THAT(found("bluetooth"), HasSubstr("no BlueZ is not installed: install BlueZ"));
     std::ofstream(bus.folder() / "org.bluez.service")
         << "[D-BUS Service]\nName=org.bluez\nExec=/bin/false\n";
     bus.stop();
@@ -128,7 +128,8 @@ TEST_F(DiagnosisTest, OfALocationThatCannotBeHad) {
     const LocationOptions geoClue{.source = LocationSourceKind::geoClue, .desktopId = "org.host"};
     const LocationOptions gpsd{.source = LocationSourceKind::gpsd, .gpsdPort = 1};
     EXPECT_EQ(found("location"), "ok none, as chosen: ");
-    EXPECT_THAT(found("location", geoClue), HasSubstr("no GeoClue is not installed: apt install"));
+    EXPECT_THAT(found("location", geoClue),
+                HasSubstr("no GeoClue is not installed: install GeoClue"));
     EXPECT_THAT(found("location", gpsd),
                 HasSubstr("no nothing answers as gpsd at 127.0.0.1 port 1"));
     const auto refusing = daemon("org.freedesktop.GeoClue2", Manner::refusing);
