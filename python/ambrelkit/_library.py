@@ -140,8 +140,8 @@ def function(name: str) -> Any:
 
 class _State(threading.local):
     def __init__(self) -> None:
-        #: Calls into the library that are on this thread's stack.
-        self.depth = 0
+        #: Whether a line of a trace is being told, below which the library is not to be called.
+        self.is_tracing = False
         #: What callbacks raised, by the number that they returned for it, and the object that they belong to.
         self.failures: dict[int, tuple[BaseException, object]] = {}
 
@@ -183,11 +183,7 @@ def _exception(error: Error) -> tuple[BaseException, object]:
 def attempt(name: str, *arguments: Any) -> tuple[int, BaseException | None, object]:
     """What a fallible function returned; else what is to be raised, and the object whose callback raised it."""
     error = Error()
-    state.depth += 1
-    try:
-        result: int = function(name)(*arguments, ctypes.byref(error))
-    finally:
-        state.depth -= 1
+    result: int = function(name)(*arguments, ctypes.byref(error))
     if result >= 0:
         return result, None, None
     try:

@@ -29,7 +29,7 @@ class _Owner:
         #: Whether this process was forked from one that used the library, whose descriptors it shares.
         self.is_copy = False
         os.register_at_fork(after_in_child=self._forked)
-        #: References to be given back there, which the collector of garbage has met elsewhere.
+        #: References to be given back there, of objects that were dropped elsewhere, or while a trace was told.
         self.garbage: collections.deque[tuple[Any, int]] = collections.deque()
 
     def _forked(self) -> None:
@@ -41,16 +41,12 @@ class _Owner:
         self.is_used = True
         if self.objects > 0 and threading.get_ident() != self.thread:
             raise RuntimeError("AmbrelKit is used on the thread on which its first object was made, until its last one is closed")
-        while self.garbage and state.depth == 0:
+        while self.garbage and not state.is_tracing:
             self.give_back(*self.garbage.popleft())
 
     def give_back(self, unref: Any, handle: int) -> None:
         self.objects -= 1
-        state.depth += 1
-        try:
-            unref(handle)
-        finally:
-            state.depth -= 1
+        unref(handle)
 
     def drop(self, unref: Any, handle: int) -> None:
         """As `give_back`, at any time on any thread."""
@@ -135,9 +131,12 @@ class LibraryObject:
     @property
     def _handle(self) -> int:
         owner.check()
+        self._check_open()
+        return self._handle_value
+
+    def _check_open(self) -> None:
         if not self._life.alive:
             raise ValueError(f"this {type(self).__name__} is closed")
-        return self._handle_value
 
     def close(self) -> None:
         """Ends it, silently: nothing is called back any more. It may be called in a callback, and again."""
@@ -152,6 +151,7 @@ class LibraryObject:
 
     def _attach(self, failed: Callable[[BaseException], object]) -> None:
         """Has asyncio's running loop drive it until it is closed; what its callbacks raise is told to `failed`."""
+        self._check_open()
         self._leave = drive()
         self._on_failure = failed
 
@@ -164,7 +164,6 @@ class LibraryObject:
         self.close()
 
     async def __aenter__(self: Self) -> Self:
-        assert self._handle
         self._task = asyncio.current_task()
         self._attach(self._interrupt)
         return self

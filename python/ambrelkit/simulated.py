@@ -20,7 +20,7 @@ from collections.abc import Callable, Iterable, Mapping
 from pathlib import Path
 from typing import Any, get_args
 
-from ._library import LINE, Condition, SimulatedOptions, Trace, call, decoded, encoded, function, texts, zero_ended
+from ._library import LINE, Condition, SimulatedOptions, Trace, call, decoded, encoded, function, state, texts, zero_ended
 from ._objects import Changed, LibraryObject, destroy, end_context, guarded, new_context
 from .kit import Delegate, Kit, service_types
 from .records import SourceName, State
@@ -38,11 +38,14 @@ class _Tracer:
         self.failure: BaseException | None = None
 
     def line(self, address: int, length: int) -> None:
-        if self.failure is None:
-            try:
+        state.is_tracing = True
+        try:
+            if self.failure is None:
                 self.take(decoded(address, length))
-            except BaseException as exception:
-                self.failure = exception
+        except BaseException as exception:
+            self.failure = exception
+        finally:
+            state.is_tracing = False
 
     def check(self) -> None:
         failure, self.failure = self.failure, None
