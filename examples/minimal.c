@@ -1,4 +1,5 @@
 // Takes one collection and prints it.
+// cc -std=c99 minimal.c -o minimal $(pkg-config --cflags --libs ambrelkit)
 #include <ambrelkit.h>
 
 #include <stdio.h>

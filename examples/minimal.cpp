@@ -1,4 +1,5 @@
 // Takes one collection and prints it.
+// c++ -std=c++20 minimal.cpp -o minimal $(pkg-config --cflags --libs ambrelkit)
 #include <AmbrelKit/AmbrelSDK.hpp>
 #include <AmbrelKit/Platform/Bundle.hpp>
 #include <AmbrelKit/Platform/RunLoop.hpp>

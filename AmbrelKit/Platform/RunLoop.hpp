@@ -13,7 +13,7 @@ namespace AmbrelKit {
 ///
 /// A host without a loop of its own calls `run()`. A host with one (GLib, Qt, asio, epoll …) polls
 /// `fileDescriptor()` for reading and calls `dispatch()` whenever it is readable; nothing else is
-/// needed.
+/// needed. `AmbrelKit/Adapters` does so for GLib, Qt and asio.
 class AMBRELKIT_API RunLoop {
 public:
     virtual ~RunLoop() = default;

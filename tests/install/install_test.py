@@ -53,7 +53,7 @@ class Installation(unittest.TestCase):
 
     def test_only_what_is_promised_is_installed(self):
         top = sorted(os.listdir(os.path.join(self.prefix, "include", "AmbrelKit")))
-        self.assertEqual(top, ["AmbrelError.hpp", "AmbrelPermissionStatus.hpp", "AmbrelSDK.hpp",
+        self.assertEqual(top, ["Adapters", "AmbrelError.hpp", "AmbrelPermissionStatus.hpp", "AmbrelSDK.hpp",
                                "AmbrelSDKDelegate.hpp", "AmbrelStorage.hpp", "Linux", "Platform",
                                "Simulated"])
         tool = os.path.join(self.prefix, "bin", "ambrel")
