@@ -288,6 +288,8 @@ static void says_what_is_wrong(void) {
     } newer = {.delegate = delegate_of(&host), .later = &host};
     newer.delegate.size = sizeof newer;
     CHECK_IS_ERRNO(ambrel_kit_set_delegate(host.kit, &newer.delegate, &error), E2BIG);
+    newer.delegate.size = SIZE_MAX;
+    CHECK_IS_ERRNO(ambrel_kit_set_delegate(host.kit, &newer.delegate, &error), E2BIG);
     newer.delegate.size = 0;
     CHECK_IS_ERRNO(ambrel_kit_set_delegate(host.kit, &newer.delegate, &error), EINVAL);
     CHECK(host.destroyed == 0);
