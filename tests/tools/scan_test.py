@@ -345,13 +345,6 @@ class Running(unittest.TestCase):
                     self.assertLess(len(moment), columns - 2)
                     self.assertRegex(moment, last + "$")
 
-    def test_a_shell_sees_130_and_143(self):
-        for stop, status in [("INT", "130\n"), ("TERM", "143\n")]:
-            line = f"timeout --preserve-status -s {stop} 1 '{AMBREL}' scan {' '.join(RUNNING)}; echo $?"
-            result = subprocess.run(["sh", "-c", line], env=environment(), capture_output=True, text=True,
-                                    timeout=PATIENCE, check=False)
-            self.assertEqual((result.stdout, result.stderr), (status, ""))
-
     def shell(self, terminal, line):
         """A shell that the terminal belongs to; `ambrel` in the line stands for a scan."""
         process = subprocess.Popen(
