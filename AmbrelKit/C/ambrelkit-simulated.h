@@ -37,9 +37,9 @@ typedef struct ambrel_simulated_options {
 
 /// A platform, at virtual time 0; `options` may be NULL. While it lives, the settings of the
 /// process are its own: the reuse threshold (30 again), the clock, the identifiers and the state of
-/// the network; when it goes, they are what they were before. So platforms may follow each other,
-/// or lie within each other, but kits on different ones, or on the machine's own, must not run at
-/// once. -EINVAL for a text that is no UUID.
+/// the network; when it goes, they are what they were before. So there may be several, of which the
+/// newest counts, and they may go in any order, but kits on different ones, or on the machine's
+/// own, must not run at once. -EINVAL for a text that is no UUID.
 AMBREL_API int ambrel_simulated_new(const ambrel_simulated_options* options,
                                     ambrel_simulated** platform, ambrel_error* error);
 AMBREL_API ambrel_simulated* ambrel_simulated_ref(ambrel_simulated* platform);

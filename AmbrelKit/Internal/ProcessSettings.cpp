@@ -10,26 +10,48 @@ namespace AmbrelKit {
 
 namespace {
 
-/// What belongs to the process, as it is now, and again when this goes.
+/// What belongs to the process, as it was when this was made.
+struct Kept {
+    std::int64_t threshold = CollectionThreshold::value;
+    decltype(Environment::currentDate) currentDate = Environment::shared().currentDate;
+    decltype(Environment::generateUUID) generateUUID = Environment::shared().generateUUID;
+    NetworkEnvironment network = NetworkEnvironment::shared();
+    CaptiveNetwork captive = CaptiveNetwork::shared();
+
+    void restore() {
+        CollectionThreshold::value = threshold;
+        Environment::shared().currentDate = std::move(currentDate);
+        Environment::shared().generateUUID = std::move(generateUUID);
+        NetworkEnvironment::shared() = std::move(network);
+        CaptiveNetwork::shared() = std::move(captive);
+    }
+};
+
+/// Restores that when it goes; one that goes before a later one leaves it to that one.
 class Restoration {
 public:
-    Restoration() = default;
+    Restoration() { newest_ = this; }
     Restoration(const Restoration&) = delete;
     Restoration& operator=(const Restoration&) = delete;
     ~Restoration() {
-        CollectionThreshold::value = threshold_;
-        Environment::shared().currentDate = std::move(currentDate_);
-        Environment::shared().generateUUID = std::move(generateUUID_);
-        NetworkEnvironment::shared() = std::move(network_);
-        CaptiveNetwork::shared() = std::move(captive_);
+        if (newest_ == this) {
+            newest_ = older_;
+            before_.restore();
+            return;
+        }
+        Restoration* next = newest_;
+        while (next->older_ != this) {
+            next = next->older_;
+        }
+        next->older_ = older_;
+        next->before_ = std::move(before_);
     }
 
 private:
-    std::int64_t threshold_ = CollectionThreshold::value;
-    decltype(Environment::currentDate) currentDate_ = Environment::shared().currentDate;
-    decltype(Environment::generateUUID) generateUUID_ = Environment::shared().generateUUID;
-    NetworkEnvironment network_ = NetworkEnvironment::shared();
-    CaptiveNetwork captive_ = CaptiveNetwork::shared();
+    inline static Restoration* newest_ = nullptr;
+
+    Restoration* older_ = newest_;
+    Kept before_;
 };
 
 } // namespace

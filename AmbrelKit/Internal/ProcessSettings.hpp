@@ -30,7 +30,7 @@ struct ProcessSettings {
     addressIPv4Among(const ifaddrs* interfaces);
 
     /// Has these used, with the initial reuse threshold, until the handle is dropped; then all is
-    /// again as it was before. Handles are dropped in the opposite order.
+    /// again as it was before. Of several the newest counts; they may go in any order.
     [[nodiscard]] AMBRELKIT_SEAM std::shared_ptr<void> install() const;
 };
 

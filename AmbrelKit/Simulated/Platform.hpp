@@ -44,8 +44,8 @@ struct PlatformSettings {
 ///
 /// While it lives, the settings of the process are its own: the reuse threshold (30 again), the
 /// clock, the identifier source and the sources of a tick's network state. They are what they were
-/// before when it goes, so platforms may follow each other, or lie within each other, but kits on
-/// different ones must not run at once. Everything is used on one thread.
+/// before when it goes, so there may be several, of which the newest counts, but kits on different
+/// ones must not run at once. Everything is used on one thread.
 class Platform {
 public:
     AMBRELKIT_API explicit Platform(PlatformSettings settings = {});

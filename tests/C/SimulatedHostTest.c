@@ -253,6 +253,27 @@ static void tells_how_its_sources_fare(void) {
     ambrel_source_reports_unref(reports);
 }
 
+/// As a binding's garbage collector drops them.
+static void platforms_go_in_any_order(void) {
+    struct host host = {0};
+    ambrel_simulated_options options = AMBREL_SIMULATED_OPTIONS_INIT;
+    options.start = 1700000000 * SECOND;
+    ambrel_simulated* others[2] = {NULL, NULL};
+    CHECK(ambrel_simulated_new(&options, &host.platform, NULL) == 0);
+    CHECK(ambrel_simulated_new(NULL, &others[0], NULL) == 0);
+    CHECK(ambrel_simulated_new(NULL, &others[1], NULL) == 0);
+    ambrel_simulated_unref(others[0]);
+    ambrel_simulated_unref(others[1]);
+    ambrel_delegate delegate = delegate_of(&host);
+    delegate.status = NULL; // so that an empty record comes at once
+    CHECK(ambrel_simulated_kit_new(host.platform, NULL, &host.kit, NULL) == 0);
+    CHECK(ambrel_kit_set_delegate(host.kit, &delegate, NULL) == 0);
+    CHECK(ambrel_kit_start_scanning(host.kit, NULL) == 0);
+    CHECK(strstr(host.last, "\"timestamp\":1700000000,") != NULL);
+    ambrel_kit_unref(host.kit);
+    ambrel_simulated_unref(host.platform);
+}
+
 static void says_what_is_wrong(void) {
     struct host host = {0};
     static const char* const wrong[] = {"not an identifier", NULL};
@@ -327,6 +348,7 @@ int main(int argc, char** argv) {
         {"CallbacksMayDoAnything", callbacks_may_do_anything},
         {"TellsWhatTheKitAsks", tells_what_the_kit_asks},
         {"TellsHowItsSourcesFare", tells_how_its_sources_fare},
+        {"PlatformsGoInAnyOrder", platforms_go_in_any_order},
         {"SaysWhatIsWrong", says_what_is_wrong},
         {"Replays", replays},
     };
