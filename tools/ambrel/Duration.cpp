@@ -1,8 +1,8 @@
 #include "tools/ambrel/Duration.hpp"
 
-#include <charconv>
+#include "tools/ambrel/Number.hpp"
+
 #include <cmath>
-#include <system_error>
 
 namespace Ambrel {
 
@@ -27,13 +27,10 @@ double secondsOf(char unit) {
 } // namespace
 
 std::optional<double> duration(std::string_view text) {
-    double count = 0;
-    const auto [rest, error] =
-        std::from_chars(text.data(), text.data() + text.size(), count, std::chars_format::fixed);
-    const std::string_view unit = text.substr(static_cast<std::size_t>(rest - text.data()));
+    std::string_view unit = text;
+    const double count = takeNumber(unit, plainNumber).value_or(0);
     const double seconds = count * (unit.empty() ? 1 : unit.size() == 1 ? secondsOf(unit[0]) : 0);
-    return error == std::errc() && std::isfinite(seconds) && seconds > 0 ? std::optional(seconds)
-                                                                         : std::nullopt;
+    return std::isfinite(seconds) && seconds > 0 ? std::optional(seconds) : std::nullopt;
 }
 
 } // namespace Ambrel

@@ -1,8 +1,9 @@
 #include "tools/ambrel/PointInTime.hpp"
 
+#include "tools/ambrel/Number.hpp"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <ctime>
 
@@ -11,11 +12,10 @@ namespace Ambrel {
 namespace {
 
 /// What stands behind a decimal point at the start of `text`, as a part of one; moves on behind it.
-double takeFraction(const char*& text, const char* end) {
-    double fraction = 0;
-    if (*text == '.') {
-        text = std::from_chars(text, end, fraction, std::chars_format::fixed).ptr;
-    }
+double takeFraction(const char*& text) {
+    std::string_view rest = text;
+    const double fraction = *text == '.' ? takeNumber(rest, plainNumber).value_or(0) : 0;
+    text = rest.data();
     return fraction;
 }
 
@@ -28,7 +28,7 @@ std::optional<double> isoPointInTime(const std::string& text) {
         rest = strptime(rest + 1, "%H:%M", &parts);
         if (rest != nullptr && *rest == ':') {
             rest = strptime(rest, ":%S", &parts);
-            fraction = rest != nullptr ? takeFraction(rest, text.data() + text.size()) : 0;
+            fraction = rest != nullptr ? takeFraction(rest) : 0;
         }
         if (rest != nullptr && *rest != '\0') {
             rest = strptime(rest, "%z", &parts);
@@ -55,13 +55,9 @@ std::time_t wholeSeconds(double seconds) {
 } // namespace
 
 std::optional<double> pointInTime(const std::string& text) {
-    double seconds = 0;
-    const char* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, seconds);
-    if (error == std::errc() && rest == end && std::isfinite(seconds)) {
-        return seconds;
-    }
-    return isoPointInTime(text);
+    std::string_view rest = text;
+    const auto seconds = takeNumber(rest, anyNumber);
+    return seconds && rest.empty() && std::isfinite(*seconds) ? seconds : isoPointInTime(text);
 }
 
 std::optional<std::string> localTime(double seconds) {

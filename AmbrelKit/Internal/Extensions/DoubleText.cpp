@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <nlohmann/json.hpp>
 
 namespace AmbrelKit {
 
@@ -33,9 +34,11 @@ std::string doubleText(double number) {
 }
 
 std::optional<double> doubleOfText(std::string_view text) {
-    double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool ours = error == std::errc() && std::isfinite(number) && doubleText(number) == text;
+    // A number in JSON reads the same in every locale. libc++ has std::from_chars for doubles from
+    // version 20 on only.
+    const auto json = nlohmann::json::parse(text, nullptr, false);
+    const double number = json.is_number() ? json.get<double>() : std::nan("");
+    const bool ours = std::isfinite(number) && doubleText(number) == text;
     return ours ? std::optional(number) : std::nullopt;
 }
 
