@@ -18,7 +18,10 @@ RecordingClock::RecordingClock()
     : start_(std::chrono::floor<std::chrono::milliseconds>(system_clock::now().time_since_epoch())),
       nextTick_(tickInterval) {
     auto services = AmbrelKit::Linux::ProcessServices::current();
-    services.currentDate = [this] { return system_clock::time_point(start_ + now_ + ahead_); };
+    services.currentDate = [this] {
+        return system_clock::time_point(
+            std::chrono::floor<system_clock::duration>(start_ + now_ + ahead_));
+    };
     installed_ = services.install();
 }
 

@@ -73,9 +73,10 @@ CollectionClock::TimePoint CollectionClock::now() {
 }
 
 CollectionClock::TimePoint CollectionClock::reading() const {
-    const Boot passed = sinceBoot() - toldAt_;
-    return running_ > 0 ? told_ + passed
-                        : std::max(wallClock(), told_ + std::min<Boot>(passed, pastReuse));
+    const auto passed = std::chrono::floor<TimePoint::duration>(sinceBoot() - toldAt_);
+    return running_ > 0
+               ? told_ + passed
+               : std::max(wallClock(), told_ + std::min<TimePoint::duration>(passed, pastReuse));
 }
 
 TimerFactory CollectionClock::timerFactory(TimerFactory timers) {

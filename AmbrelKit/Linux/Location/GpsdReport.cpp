@@ -91,7 +91,7 @@ std::optional<system_clock::time_point> timeFromGpsd(std::string_view text) {
         second > std::chrono::seconds(60)) { // 60: a leap second
         return std::nullopt;
     }
-    return sys_days(date) + hour + minute + second + *fraction;
+    return floor<system_clock::duration>(sys_days(date) + hour + minute + second + *fraction);
 }
 
 std::optional<LocationFix> fixFromGpsdReport(std::string_view line, system_clock::time_point now) {
