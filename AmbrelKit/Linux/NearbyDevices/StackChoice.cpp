@@ -92,7 +92,7 @@ void StackChoice::use(std::shared_ptr<DiscoveryStack> stack) {
 SourceCondition StackChoice::condition() const {
     auto condition = embedded_     ? embeddedCondition()
                      : daemon_     ? daemonCondition()
-                     : daemonWent_ ? because(SourceReason::avahiStopped)
+                     : daemonWent_ ? owner_->absence(SourceReason::avahiStopped)
                      : lacks_      ? because(*lacks_)
                                    : SourceCondition{.state = SourceState::starting};
     const bool canHear = network_.isUp().value_or(true);

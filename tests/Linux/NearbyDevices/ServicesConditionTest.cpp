@@ -168,6 +168,7 @@ TEST_F(ServicesConditionTest, TheEmbeddedStackTakesOverFromADaemonOrBusThatIsGon
     search();
     ASSERT_TRUE(driver.until([&] { return daemon->objects.size() == 1; }));
     bus.stop();
+    ASSERT_TRUE(becomes("unavailable: no-bus")) << condition();
     daemon.reset();
     ASSERT_TRUE(driver.until(embeddedRuns, 3s));
     bus.start();
