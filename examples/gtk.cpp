@@ -89,6 +89,8 @@ public:
         gtk_window_present(window_);
     }
 
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
     ~Window() override {
         if (soon_ != 0) {
             g_source_remove(soon_);

@@ -21,17 +21,16 @@ template <class Descriptor> class AsioDriver {
 public:
     /// `context` is an io_context, or an executor of one. Throws std::system_error when the system
     /// gives no descriptor for the `RunLoop`, and what asio throws when it cannot watch it.
-    template <class Context> explicit AsioDriver(Context&& context)
-        : AsioDriver(RunLoop::current(), std::forward<Context>(context)) {}
+    template <class Context> explicit AsioDriver(Context& context)
+        : AsioDriver(RunLoop::current(), context) {}
     /// The descriptor stays the RunLoop's.
     ~AsioDriver() { descriptor_->release(); }
     AsioDriver(const AsioDriver&) = delete;
     AsioDriver& operator=(const AsioDriver&) = delete;
 
 private:
-    template <class Context> AsioDriver(std::shared_ptr<RunLoop> loop, Context&& context)
-        : descriptor_(std::make_shared<Descriptor>(std::forward<Context>(context),
-                                                   loop->fileDescriptor())) {
+    template <class Context> AsioDriver(std::shared_ptr<RunLoop> loop, Context& context)
+        : descriptor_(std::make_shared<Descriptor>(context, loop->fileDescriptor())) {
         wait(std::move(loop), descriptor_);
     }
 

@@ -50,6 +50,12 @@ struct AsioHost {
     }
 };
 
+template <class Host, class Condition> void turnUntil(Host& host, Condition condition) {
+    while (!condition()) {
+        host.turn(true);
+    }
+}
+
 template <class Host> void turnFor(Host& host, std::chrono::milliseconds duration) {
     const auto end = std::chrono::steady_clock::now() + duration;
     while (std::chrono::steady_clock::now() < end) {
@@ -73,9 +79,7 @@ TYPED_TEST(AdaptersTest, WhatACallbackThrowsReachesTheHostAndTheKitRunsOn) {
             throw std::runtime_error("from a callback");
         }
     });
-    while (ticks < 4) {
-        host.turn(true);
-    }
+    turnUntil(host, [&] { return ticks >= 4; });
     ASSERT_TRUE(host.thrown);
     EXPECT_THROW(std::rethrow_exception(host.thrown), std::runtime_error);
 }
@@ -93,9 +97,7 @@ TYPED_TEST(AdaptersTest, NothingOfTheKitRunsWhileItsCallbackTurnsTheHostsLoop) {
             due.invalidate();
         }
     });
-    while (ticks < 2) {
-        host.turn(true);
-    }
+    turnUntil(host, [&] { return ticks >= 2; });
     EXPECT_FALSE(host.thrown);
 }
 
@@ -106,9 +108,7 @@ TYPED_TEST(AdaptersTest, DroppedInACallbackItRunsNothingMore) {
         ++ticks;
         host.driver.reset();
     });
-    while (ticks == 0) {
-        host.turn(true);
-    }
+    turnUntil(host, [&] { return ticks > 0; });
     turnFor(host, std::chrono::milliseconds(10));
     EXPECT_EQ(ticks, 1);
 }
