@@ -95,6 +95,7 @@ public:
         if (soon_ != 0) {
             g_source_remove(soon_);
         }
+        g_object_unref(grid_);
     }
 
     void collect(const std::shared_ptr<AmbrelSDK>& kit) {
@@ -212,7 +213,7 @@ private:
     };
 
     GtkWindow* window_;
-    GtkGrid* grid_ = GTK_GRID(gtk_grid_new());
+    GtkGrid* grid_ = GTK_GRID(g_object_ref_sink(gtk_grid_new())); // outlasts a closed window
     Table place_{grid_, 0, 0, 2};
     Table peripherals_{grid_, 0, 1, 1};
     Table services_{grid_, 1, 1, 1};
