@@ -1,0 +1,116 @@
+# Completion of ambrel for bash 4.2 and later; it needs nothing of the bash-completion package.
+
+# The options of a command: _ambrel_options COMMAND [SUBCOMMAND]
+_ambrel_options() {
+    local collection='--service --only --without --location --save --outcome --strict --details --format --progress --quiet'
+    case "$*" in
+    '') echo --help --version ;;
+    scan | record) echo --help "$collection" ;;
+    watch) echo --help --every --threshold "$collection" ;;
+    replay) echo --help --queries --quiet ;;
+    doctor) echo --help --only --without --location --format ;;
+    'store list' | 'store show') echo --help --format ;;
+    'store export') echo --help --since --until ;;
+    *) echo --help ;;
+    esac
+}
+
+# What may stand at the next place that is no option's: words, or `-f` for a file.
+_ambrel_arguments() {
+    case "$*" in
+    '' | help) echo scan watch record replay store doctor help ;;
+    store | 'help store') echo list show save delete export path ;;
+    'store show' | 'store delete') _ambrel_timestamps ;;
+    record | replay | 'store save') echo -f ;;
+    esac
+}
+
+# The values of an option: _ambrel_values OPTION VALUE COMMAND [SUBCOMMAND]
+_ambrel_values() {
+    local option=$1 value=$2 chosen name
+    shift 2
+    case $option in
+    --outcome | --details) echo -f ;;
+    --location) echo auto geoclue gpsd none ;;
+    --since | --until) _ambrel_timestamps ;;
+    --service)
+        echo all _http._tcp _https._tcp _ipp._tcp _ipps._tcp _printer._tcp _pdl-datastream._tcp _uscan._tcp \
+            _airplay._tcp _raop._tcp _googlecast._tcp _spotify-connect._tcp _hap._tcp _matter._tcp _matterc._udp \
+            _mqtt._tcp _home-assistant._tcp _ssh._tcp _sftp-ssh._tcp _smb._tcp _nfs._tcp _workstation._tcp
+        ;;
+    --format)
+        case "$*" in
+        doctor | 'store list') echo table json ;;
+        *) echo json pretty table ;;
+        esac
+        ;;
+    --only | --without)
+        chosen=
+        [[ $value != *,* ]] || chosen=${value%,*},
+        for name in bluetooth location network $([[ $* != doctor ]] || echo services address wifi lifecycle); do
+            [[ ,$chosen == *,$name,* ]] || echo "$chosen$name"
+        done
+        ;;
+    esac
+}
+
+_ambrel_timestamps() {
+    "$tool" store list --format json 2>/dev/null </dev/null | sed -n 's/.*"timestamp":\([-+.0-9eE]*\).*/\1/p'
+}
+
+_ambrel() {
+    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^--(service|only|without|location|outcome|details|format|every|threshold|since|until)$'
+    # Readline breaks words at = and :, and completes what is behind the last of them.
+    local words=() joined='' raw=''
+    for raw in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
+        if [[ ${#words[@]} -gt 0 && ( -n $joined || $raw =~ $breaks ) ]]; then
+            words[${#words[@]} - 1]+=$raw
+        else
+            words+=("$raw")
+        fi
+        joined=
+        [[ ! $raw =~ $breaks ]] || joined=yes
+    done
+    local current=${words[${#words[@]} - 1]} kept
+    kept=${current%"$raw"}
+    [[ ! $raw =~ $breaks ]] || kept=$current
+    unset 'words[${#words[@]}-1]'
+
+    local path=() option='' word ended=''
+    for word in "${words[@]}"; do
+        if [[ -n $option ]]; then
+            option=
+        elif [[ -z $ended && $word == -- ]]; then
+            ended=yes
+        elif [[ -z $ended && $word =~ $valued ]]; then
+            option=$word
+        elif [[ -n $ended || $word != -?* ]]; then
+            path+=("$word")
+        fi
+    done
+
+    local command=("${path[@]:0:1}") value=$current front='' text offers=()
+    [[ ${path[0]-} != store ]] || command=("${path[@]:0:2}")
+    if [[ -z $option$ended && $current == --*=* ]]; then
+        option=${current%%=*} value=${current#*=} front=$option=
+    fi
+    if [[ -n $option ]]; then
+        text=$(_ambrel_values "$option" "$value" "${command[@]}")
+        [[ $option != --only && $option != --without ]] || compopt -o nospace
+    else
+        text=$(_ambrel_arguments "${path[@]}")
+        [[ -n $ended || ( -n $text && $current != -* ) ]] || text+=" $(_ambrel_options "${command[@]}")"
+    fi
+    COMPREPLY=()
+    if [[ $text == -f ]]; then
+        compopt -o default # readline itself knows how to quote a file's name
+        return
+    fi
+    read -rd '' -a offers <<<"$text"
+    for word in "${offers[@]}"; do
+        [[ $word == -f || $word != "$value"* ]] || COMPREPLY+=("${front}$word")
+    done
+    COMPREPLY=("${COMPREPLY[@]#"$kept"}")
+}
+
+complete -F _ambrel ambrel
