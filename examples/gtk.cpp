@@ -228,11 +228,14 @@ private:
 
 void style() {
     GtkCssProvider* provider = gtk_css_provider_new();
-    gtk_css_provider_load_from_data(provider,
-                                    "#around, #around grid { margin: 10px; }"
-                                    "#around box > label { font-weight: bold; }"
-                                    ".name { font-weight: 500; }",
-                                    -1);
+    const char* sheet = "#around, #around grid { margin: 10px; }"
+                        "#around box > label { font-weight: bold; }"
+                        ".name { font-weight: 500; }";
+#if GTK_CHECK_VERSION(4, 12, 0)
+    gtk_css_provider_load_from_string(provider, sheet);
+#else
+    gtk_css_provider_load_from_data(provider, sheet, -1);
+#endif
     gtk_style_context_add_provider_for_display(gdk_display_get_default(),
                                                GTK_STYLE_PROVIDER(provider),
                                                GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
