@@ -38,8 +38,10 @@ public:
         return entry(source).condition;
     }
 
-    /// The source gives a report to the kit, which counts while a collection runs.
-    void count(Source source) noexcept { entry(source).account.reports += running_ > 0 ? 1 : 0; }
+    /// The source gives so many reports to the kit, which count while a collection runs.
+    void count(Source source, std::size_t reports = 1) noexcept {
+        entry(source).account.reports += running_ > 0 ? reports : 0;
+    }
 
     /// As `publish`, by a source that only a tick asks, of what it has just answered, and `count`,
     /// if that `isReport`. Nothing of it is kept while no collection runs: then nobody listens.

@@ -39,9 +39,11 @@ void draw(const std::string& text) {
     }
 }
 
-constexpr std::array<const char*, 5> longNames{"bluetooth", "services", "location", "address",
-                                               "wifi"};
-constexpr std::array shortNames{"ble", "dns", "gps", "ip", "wifi"};
+std::string_view shortName(Source source) {
+    static constexpr std::array<std::string_view, allSources.size()> names{"ble", "dns",  "gps",
+                                                                           "ip",  "wifi", ""};
+    return names.at(static_cast<std::size_t>(source));
+}
 
 } // namespace
 
@@ -120,9 +122,9 @@ std::string Progress::line(Clock::duration elapsed) const {
     const std::size_t width =
         std::max(terminalColumns(STDERR_FILENO).value_or(usualWidth), room) - room;
     constexpr std::size_t unlimited = -1;
-    Piece seen = this->seen(longNames, "  ", unlimited);
+    Piece seen = this->seen(code, "  ", unlimited);
     if (seen.width + leastCells > width) {
-        seen = this->seen(shortNames, " ", width);
+        seen = this->seen(shortName, " ", width);
     }
     const std::size_t cells = std::min(mostCells, width - seen.width);
     const auto done = std::min<std::size_t>(cells * elapsed / length, cells);
@@ -131,19 +133,17 @@ std::string Progress::line(Clock::duration elapsed) const {
 }
 
 /// By each source that is to report, as many as fit.
-Progress::Piece Progress::seen(const Names& names, const std::string& gap,
-                               std::size_t width) const {
+Progress::Piece Progress::seen(Name name, const std::string& gap, std::size_t width) const {
     Piece piece;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const Source source = allSources.at(i);
-        if (!isWanted(options_, source)) {
+    for (const Source source : allSources) {
+        if (source == Source::lifecycle || !isWanted(options_, source)) {
             continue;
         }
         const SourceState state = sources_->report(source).condition.state;
         const bool works = state == SourceState::listening;
         const bool waits = state == SourceState::idle || state == SourceState::starting;
         const std::string mark = works ? std::to_string(counts_->seen(source)) : waits ? "-" : "no";
-        const std::string before = gap + names.at(i) + " ";
+        const std::string before = gap + std::string(name(source)) + " ";
         if (piece.width + before.size() + mark.size() > width) {
             break;
         }

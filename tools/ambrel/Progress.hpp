@@ -6,12 +6,12 @@
 
 #include "AmbrelKit/Platform/SourceReports.hpp"
 
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 
@@ -69,10 +69,10 @@ private:
         std::string text;
         std::size_t width = 0; ///< on the terminal
     };
-    using Names = std::array<const char*, 5>; ///< of the sources that report, in their order
+    using Name = std::string_view (*)(AmbrelKit::Source);
 
     [[nodiscard]] std::string line(std::chrono::steady_clock::duration elapsed) const;
-    [[nodiscard]] Piece seen(const Names& names, const std::string& gap, std::size_t width) const;
+    [[nodiscard]] Piece seen(Name name, const std::string& gap, std::size_t width) const;
     [[nodiscard]] std::string coloured(const std::string& text, const char* colour) const;
 
     std::shared_ptr<const CollectionCounts> counts_;

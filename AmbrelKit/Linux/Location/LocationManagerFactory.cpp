@@ -40,11 +40,7 @@ public:
         }
     }
 
-    void count(std::size_t fixes) {
-        while (fixes-- > 0) {
-            board_->count(Source::location);
-        }
-    }
+    void count(std::size_t fixes) { board_->count(Source::location, fixes); }
 
 private:
     struct Said {

@@ -1,12 +1,12 @@
 #include "AmbrelKit/Linux/NearbyDevices/MulticastNetwork.hpp"
 
+#include "AmbrelKit/Linux/Network/LinkWatch.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <ifaddrs.h>
 #include <linux/netlink.h>
-#include <memory>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -34,21 +34,13 @@ bool portCanBeShared() {
 } // namespace
 
 std::optional<bool> networkDoesMulticast() {
-    constexpr unsigned needed = IFF_UP | IFF_RUNNING | IFF_MULTICAST;
-    constexpr unsigned unused = IFF_LOOPBACK | IFF_POINTOPOINT; // by Avahi, unless it is told to
-    ifaddrs* head = nullptr;
-    if (getifaddrs(&head) != 0) {
-        return std::nullopt;
-    }
-    const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> list(head, freeifaddrs);
-    for (const ifaddrs* entry = head; entry != nullptr; entry = entry->ifa_next) {
-        const bool ip = entry->ifa_addr != nullptr && (entry->ifa_addr->sa_family == AF_INET ||
-                                                       entry->ifa_addr->sa_family == AF_INET6);
-        if (ip && (entry->ifa_flags & (needed | unused)) == needed) {
-            return true;
-        }
-    }
-    return false;
+    return hasInterface([](const ifaddrs& entry) {
+        constexpr unsigned needed = IFF_UP | IFF_RUNNING | IFF_MULTICAST;
+        constexpr unsigned unused = IFF_LOOPBACK | IFF_POINTOPOINT; // by Avahi, unless told to
+        const bool ip = entry.ifa_addr != nullptr && (entry.ifa_addr->sa_family == AF_INET ||
+                                                      entry.ifa_addr->sa_family == AF_INET6);
+        return ip && (entry.ifa_flags & (needed | unused)) == needed;
+    });
 }
 
 std::optional<SourceReason> missingSockets() {

@@ -34,19 +34,25 @@ int linkSocket(unsigned groups) {
 
 } // namespace
 
-std::optional<bool> LinkWatch::anyLinkIsUp() {
+std::optional<bool> hasInterface(bool (*isSuch)(const ifaddrs& entry)) {
     ifaddrs* head = nullptr;
     if (getifaddrs(&head) != 0) {
         return std::nullopt;
     }
     const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> list(head, freeifaddrs);
-    constexpr unsigned wanted = IFF_UP | IFF_RUNNING;
     for (const ifaddrs* entry = head; entry != nullptr; entry = entry->ifa_next) {
-        if ((entry->ifa_flags & (wanted | IFF_LOOPBACK)) == wanted) {
+        if (isSuch(*entry)) {
             return true;
         }
     }
     return false;
+}
+
+std::optional<bool> LinkWatch::anyLinkIsUp() {
+    return hasInterface([](const ifaddrs& entry) {
+        constexpr unsigned wanted = IFF_UP | IFF_RUNNING;
+        return (entry.ifa_flags & (wanted | IFF_LOOPBACK)) == wanted;
+    });
 }
 
 LinkWatch::LinkWatch(EventLoop& loop, Question question, bool withAddresses,

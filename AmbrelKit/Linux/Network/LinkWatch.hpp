@@ -8,10 +8,16 @@
 #include <optional>
 #include <utility>
 
+struct ifaddrs;
+
 namespace AmbrelKit::Linux {
 
 class DescriptorWatch;
 class EventLoop;
+
+/// Whether one entry of the kernel's list of interfaces and their addresses is such; absent when
+/// the kernel refuses to tell.
+std::optional<bool> hasInterface(bool (*isSuch)(const ifaddrs& entry));
 
 /// Follows what the kernel shows of the network: by itself, whether a link other than loopback is
 /// up and connected.
