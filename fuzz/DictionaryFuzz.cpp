@@ -1,8 +1,8 @@
 // What a file of the store, or the input of `ambrel store save`, may hold.
 
 #include "AmbrelKit/Platform/JSONText.hpp"
-#include "tools/ambrel/Output.hpp"
-#include "tools/ambrel/Summary.hpp"
+#include "tools/ambrel/Store/Summary.hpp"
+#include "tools/ambrel/Terminal/Output.hpp"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "tools/ambrel/Duration.hpp"
+#include "tools/ambrel/Arguments/Duration.hpp"
 
 #include <gtest/gtest.h>
 #include <utility>

@@ -1,8 +1,8 @@
-#include "tools/ambrel/ObservedPlatform.hpp"
-#include "tools/ambrel/CommandLineHost.hpp"
-#include "tools/ambrel/DetailsFile.hpp"
-#include "tools/ambrel/Progress.hpp"
-#include "tools/ambrel/ScriptRecorder.hpp"
+#include "tools/ambrel/Collecting/ObservedPlatform.hpp"
+#include "tools/ambrel/Collecting/CommandLineHost.hpp"
+#include "tools/ambrel/Collecting/DetailsFile.hpp"
+#include "tools/ambrel/Collecting/Progress.hpp"
+#include "tools/ambrel/Collecting/ScriptRecorder.hpp"
 
 #include "AmbrelKit/Simulated/Platform.hpp"
 #include "AmbrelKit/Simulated/Replay/Replay.hpp"

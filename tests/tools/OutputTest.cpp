@@ -1,4 +1,4 @@
-#include "tools/ambrel/Output.hpp"
+#include "tools/ambrel/Terminal/Output.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "tools/ambrel/ServiceTypes.hpp"
+#include "tools/ambrel/Arguments/ServiceTypes.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/UsualServiceTypes.hpp"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "tools/ambrel/SourceNotes.hpp"
+#include "tools/ambrel/Collecting/SourceNotes.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
+#include "tools/ambrel/Arguments/UsageProblem.hpp"
 #include "tools/ambrel/Commands.hpp"
-#include "tools/ambrel/Output.hpp"
-#include "tools/ambrel/StandardStreams.hpp"
-#include "tools/ambrel/UsageProblem.hpp"
+#include "tools/ambrel/Process/StandardStreams.hpp"
+#include "tools/ambrel/Terminal/Output.hpp"
 
 #include <CLI/CLI.hpp>
 #include <csignal>

@@ -1,0 +1,110 @@
+#include "tools/ambrel/Arguments/Duration.hpp"
+#include "tools/ambrel/Collecting/Collection.hpp"
+#include "tools/ambrel/Commands.hpp"
+
+#include "AmbrelKit/Platform/RunLoop.hpp"
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Ambrel {
+
+using namespace AmbrelKit;
+
+namespace {
+
+constexpr double shortestInterval = 10;          // seconds: what a collection takes
+constexpr double longestInterval = 366 * 86'400; // seconds
+constexpr int greatestThreshold = 30;            // seconds
+
+/// The one that may be delivered again, and the one that is being collected.
+constexpr std::size_t keptRecords = 2;
+
+struct WatchOptions {
+    CollectionOptions collection;
+    std::optional<double> every;           ///< seconds
+    std::optional<std::int64_t> threshold; ///< seconds
+};
+
+std::string checkInterval(const std::string& text) {
+    const auto seconds = duration(text);
+    return seconds && *seconds >= shortestInterval && *seconds <= longestInterval
+               ? ""
+               : "\"" + text + "\" is not a time from 10s to 366d, such as 90, 15m or 2h";
+}
+
+std::string checkThreshold(const std::string& text) {
+    const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+    return isNumber && text.size() <= 2 && std::stoi(text) <= greatestThreshold
+               ? ""
+               : "\"" + text + "\" is not a number of seconds from 0 to 30";
+}
+
+/// Until it is interrupted, or what was to be strict has failed.
+ExitStatus watch(const WatchOptions& options) {
+    Collection collection(options.collection,
+                          std::make_shared<CommandLineHost>(options.collection));
+    const auto kit = collection.kit();
+    kit->setHistoryLimit(keptRecords);
+    if (options.threshold || options.every) {
+        constexpr std::int64_t never = 0; // asked for so often, it is meant to be collected
+        kit->setAmbrelTimeThreshold(options.threshold.value_or(never));
+    }
+    // Asked for between its ten seconds and its delivery, a collection would begin in the place of
+    // the one that is under way.
+    bool due = false;
+    std::shared_ptr<Timer> timer;
+    if (options.every) {
+        timer = RunLoop::current()->scheduledTimer(*options.every, true, [&](Timer&) {
+            due = collection.isUnderWay();
+            if (!due) {
+                kit->startScanning();
+            }
+        });
+    }
+    kit->startScanning();
+    while (true) {
+        const auto delivery = collection.next();
+        kit->completeScanning(); // the machine may go to sleep from here on
+        const ExitStatus status = collection.handOver(delivery);
+        if (options.collection.strict && status != done) {
+            return status; // else, what can't be saved may be the next time
+        }
+        if (std::exchange(due, false)) {
+            kit->startScanning();
+        }
+    }
+}
+
+} // namespace
+
+void addWatchCommand(CLI::App& app, ExitStatus& status) {
+    CLI::App* command =
+        app.add_subcommand("watch", "Takes one now, and when device or user come back");
+    const auto options = std::make_shared<WatchOptions>();
+    options->collection.format = "json";
+    options->collection.earlierDetails = ResultFile::Earlier::continued;
+    command
+        ->add_option_function<std::string>(
+            "--every", [options](const std::string& text) { options->every = duration(text); },
+            "also collect at this interval: 90 (seconds), 15m, 2h, 1d")
+        ->type_name("DURATION")
+        ->check(checkInterval);
+    command
+        ->add_option("--threshold", options->threshold,
+                     "reuse a collection this young, 0 to 30\n(default 30, with --every 0)")
+        ->type_name("SECONDS")
+        ->check(checkThreshold);
+    addCollectionOptions(*command, options->collection, "json (on one line)");
+    command->callback([options, &status] {
+        options->collection.awaitsReturn = !options->every;
+        status = watch(*options);
+    });
+}
+
+} // namespace Ambrel

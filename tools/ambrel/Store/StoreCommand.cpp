@@ -1,0 +1,209 @@
+#include "tools/ambrel/Arguments/Choices.hpp"
+#include "tools/ambrel/Arguments/PointInTime.hpp"
+#include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/Store/DictionaryReader.hpp"
+#include "tools/ambrel/Store/Store.hpp"
+#include "tools/ambrel/Store/Summary.hpp"
+#include "tools/ambrel/Terminal/Output.hpp"
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <limits>
+#include <memory>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace Ambrel {
+
+namespace {
+
+using AmbrelKit::AmbrelStorage;
+using AmbrelKit::JSONDictionary;
+
+constexpr double ever = std::numeric_limits<double>::infinity();
+
+constexpr std::size_t pieceSize = 1U << 16U; // bytes
+
+/// What the subcommands are given; each uses its own part.
+struct StoreArguments {
+    std::string timestamp; ///< one of `pointInTimeForms`
+    double since = -ever;
+    double until = ever;
+    std::string format;
+    std::string file = "-";
+};
+
+ExitStatus statusOf(bool whole) { return whole ? done : failed; }
+
+std::string checkTime(const std::string& text) {
+    return pointInTime(text) ? "" : "\"" + text + "\" is no point in time";
+}
+
+[[noreturn]] void throwNotSaved(const std::string& timestamp) {
+    throw CommandError(failed, "no collection of " + timestamp + " is saved");
+}
+
+/// Whether anything was ever saved.
+bool isThere() { return access(AmbrelStorage::path().c_str(), F_OK) == 0 || errno != ENOENT; }
+
+/// Prints what `text` gives for each collection from the oldest to the newest, in larger pieces,
+/// under the heading. A store that was never saved to is an empty one.
+ExitStatus printEach(double since, double until,
+                     const std::function<std::string(const JSONDictionary&)>& text,
+                     const std::string& heading = "") {
+    return statusOf(withStore([&](const AmbrelStorage& store) {
+        if (!isThere()) {
+            say("nothing has been saved in " + AmbrelStorage::path());
+            return;
+        }
+        std::string piece = heading;
+        store.forEachSavedCollection(since, until, [&](const JSONDictionary& collection) {
+            piece += text(collection);
+            if (piece.size() >= pieceSize) {
+                printResult(std::exchange(piece, {}));
+            }
+        });
+        printResult(piece);
+    }));
+}
+
+ExitStatus runList(const StoreArguments& arguments) {
+    if (arguments.format == "json") {
+        return printEach(-ever, ever, [](const JSONDictionary& collection) {
+            return formatted(Summary(collection).json(), OutputFormat::json);
+        });
+    }
+    const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
+    return printEach(
+        -ever, ever,
+        [now](const JSONDictionary& collection) {
+            return Summary(collection).row(now.count()) + "\n";
+        },
+        Summary::heading() + "\n");
+}
+
+ExitStatus runShow(const StoreArguments& arguments) {
+    const double time = pointInTime(arguments.timestamp).value();
+    std::string text;
+    const bool whole = withStore([&](const AmbrelStorage& store) {
+        if (isThere()) {
+            store.forEachSavedCollection(time, time, [&](const JSONDictionary& collection) {
+                text += formatted(collection, outputFormat(arguments.format));
+            });
+        }
+    });
+    if (text.empty() && whole) {
+        throwNotSaved(arguments.timestamp);
+    }
+    printResult(text);
+    return statusOf(whole);
+}
+
+ExitStatus runExport(const StoreArguments& arguments) {
+    return printEach(arguments.since, arguments.until, [](const JSONDictionary& collection) {
+        return formatted(collection, OutputFormat::json);
+    });
+}
+
+ExitStatus saveFrom(std::istream& input, const std::string& source) {
+    return statusOf(withStore([&](const AmbrelStorage& store) {
+        readDictionaries(input, source, [&](const JSONDictionary& dictionary, std::size_t line) {
+            if (!AmbrelStorage::fileName(dictionary)) {
+                throwBadLine(source, line,
+                             "\"timestamp\" is missing or is no number that a double holds");
+            }
+            save(store, dictionary);
+        });
+    }));
+}
+
+ExitStatus runSave(const StoreArguments& arguments) {
+    if (arguments.file == "-") {
+        std::ios::sync_with_stdio(false); // else a failure to read looks like the end
+        return saveFrom(std::cin, "standard input");
+    }
+    std::ifstream file(arguments.file, std::ios::binary);
+    if (!file) {
+        throw CommandError(failed, arguments.file + ": " + std::generic_category().message(errno));
+    }
+    return saveFrom(file, arguments.file);
+}
+
+ExitStatus runDelete(const StoreArguments& arguments) {
+    const JSONDictionary collection{{"timestamp", pointInTime(arguments.timestamp).value()}};
+    return statusOf(withStore([&](const AmbrelStorage& store) {
+        const auto file = AmbrelStorage::path() + "/" + AmbrelStorage::fileName(collection).value();
+        std::error_code error; // any but that there is none is the store's to report
+        const auto type = std::filesystem::symlink_status(file, error).type();
+        if (type == std::filesystem::file_type::not_found) {
+            throwNotSaved(arguments.timestamp);
+        }
+        store.delete_(collection);
+    }));
+}
+
+ExitStatus runPath(const StoreArguments& /*arguments*/) {
+    return statusOf(withStore(
+        [](const AmbrelStorage& /*store*/) { printResult(AmbrelStorage::path() + "\n"); }));
+}
+
+std::string timeHelp() { return std::string("A time is ") + pointInTimeForms + "."; }
+
+void addTimestamp(CLI::App& command, std::string& timestamp) {
+    command.add_option("TIMESTAMP", timestamp, "of the collection")->required()->check(checkTime);
+    command.footer(timeHelp());
+}
+
+void addBound(CLI::App& command, const std::string& name, double& bound,
+              const std::string& description) {
+    command
+        .add_option_function<std::string>(
+            name, [&bound](const std::string& text) { bound = pointInTime(text).value(); },
+            description)
+        ->type_name("TIME")
+        ->check(checkTime);
+    command.footer(timeHelp());
+}
+
+} // namespace
+
+void addStoreCommand(CLI::App& app, ExitStatus& status) {
+    CLI::App* store = app.add_subcommand("store", "Keeps collections in files");
+    store->require_subcommand(1);
+    const auto arguments = std::make_shared<StoreArguments>();
+    const auto add = [&](const char* name, const char* description, auto operation) {
+        CLI::App* command = store->add_subcommand(name, description);
+        command->callback([arguments, operation, &status] { status = operation(*arguments); });
+        return command;
+    };
+
+    add("list", "Lists the saved collections, oldest first", runList)
+        ->add_option("--format", arguments->format, "table (the default), or json for NDJSON")
+        ->type_name("FORMAT")
+        ->check(oneOf({"table", "json"}));
+    CLI::App* command = add("show", "Prints one saved collection", runShow);
+    addTimestamp(*command, arguments->timestamp);
+    command
+        ->add_option("--format", arguments->format,
+                     "json (the default in a pipe), pretty (in a terminal), table")
+        ->type_name("FORMAT")
+        ->check(oneOf({"json", "pretty", "table"}));
+    command = add("save", "Saves dictionaries, each as soon as it is read", runSave);
+    command->add_option("FILE", arguments->file,
+                        "one JSON object, or one a line (default: standard input)");
+    command->footer("A saved dictionary with the same timestamp is replaced.");
+    command = add("delete", "Deletes one saved collection", runDelete);
+    addTimestamp(*command, arguments->timestamp);
+    command = add("export", "Prints the saved collections as NDJSON, oldest first", runExport);
+    addBound(*command, "--since", arguments->since, "not those before this time");
+    addBound(*command, "--until", arguments->until, "not those after this time");
+    add("path", "Prints the directory of the files", runPath);
+}
+
+} // namespace Ambrel
