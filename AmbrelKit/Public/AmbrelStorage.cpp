@@ -91,35 +91,54 @@ std::vector<JSONDictionary> AmbrelStorage::savedCollections() const {
 }
 
 void AmbrelStorage::forEachSavedCollection(const Visitor& visit) const {
-    for (const std::string& name : namesInDirectory()) {
-        if (auto collection = getInDirectory(name)) {
-            visit(std::move(*collection));
-        }
+    std::vector<std::string> names;
+    forEachNameInDirectory([&names](std::string name) { names.push_back(std::move(name)); });
+    for (const std::string& name : names) {
+        visitInDirectory(name, visit);
     }
 }
 
+/// Holds a number for each file, not its name: there may be many.
 void AmbrelStorage::forEachSavedCollection(double since, double until, const Visitor& visit) const {
     constexpr double beforeAll = -std::numeric_limits<double>::infinity();
-    std::vector<std::pair<double, std::string>> files;
-    for (std::string& name : namesInDirectory()) {
-        auto time = doubleOfText(name);
-        if (!time) {
-            const auto collection = getInDirectory(name);
-            if (!collection) {
-                continue;
+    const auto inRange = [=](double time) { return time >= since && time <= until; };
+    std::vector<double> times;
+    std::vector<std::pair<double, std::string>> others;
+    forEachNameInDirectory([&](std::string name) {
+        if (const auto time = doubleOfText(name)) {
+            if (inRange(*time)) {
+                times.push_back(*time);
             }
-            time = timestamp(*collection).value_or(beforeAll);
+        } else if (const auto collection = getInDirectory(name)) {
+            const double other = timestamp(*collection).value_or(beforeAll);
+            if (inRange(other)) {
+                others.emplace_back(other, std::move(name));
+            }
         }
-        if (*time >= since && *time <= until) {
-            files.emplace_back(*time, std::move(name));
+    });
+    std::sort(times.begin(), times.end());
+    std::sort(others.begin(), others.end());
+    auto other = others.begin();
+    for (const double time : times) {
+        for (; other != others.end() && other->first < time; ++other) {
+            visitInDirectory(other->second, visit);
         }
+        visitInDirectory(doubleText(time), visit);
     }
-    std::sort(files.begin(), files.end());
-    for (const auto& [time, name] : files) {
-        if (auto collection = getInDirectory(name)) {
-            visit(std::move(*collection));
-        }
+    for (; other != others.end(); ++other) {
+        visitInDirectory(other->second, visit);
     }
+}
+
+std::vector<double> AmbrelStorage::savedTimestamps() const {
+    std::vector<double> times;
+    forEachNameInDirectory([&times](const std::string& name) {
+        if (const auto time = doubleOfText(name)) {
+            times.push_back(*time);
+        }
+    });
+    std::sort(times.begin(), times.end());
+    return times;
 }
 
 std::optional<std::string> AmbrelStorage::fileName(const JSONDictionary& dictionary) {
@@ -184,16 +203,24 @@ std::optional<JSONDictionary> AmbrelStorage::getInDirectory(const std::string& w
     return std::nullopt;
 }
 
-std::vector<std::string> AmbrelStorage::namesInDirectory() const {
-    std::vector<std::string> names;
+void AmbrelStorage::visitInDirectory(const std::string& withName, const Visitor& visit) const {
+    if (auto collection = getInDirectory(withName)) {
+        visit(std::move(*collection));
+    }
+}
+
+void AmbrelStorage::forEachNameInDirectory(
+    const std::function<void(std::string name)>& visit) const {
     try {
         checkOwner(path());
-        names = namesIn(path());
-        std::erase_if(names, isTemporaryName);
+        forEachNameIn(path(), [&visit](std::string name) {
+            if (!isTemporaryName(name)) {
+                visit(std::move(name));
+            }
+        });
     } catch (const std::exception& failure) {
         reportFailure(failure);
     }
-    return names;
 }
 
 void AmbrelStorage::reportFailure(const std::exception& failure) const {

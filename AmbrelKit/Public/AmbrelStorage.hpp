@@ -78,6 +78,11 @@ public:
     AMBRELKIT_API void forEachSavedCollection(double since, double until,
                                               const Visitor& visit) const;
 
+    /// The timestamps of the saved dictionaries in rising order, by the names of their files alone:
+    /// no file is opened, so that what holds no dictionary counts too, and a file with a name that
+    /// is not ours does not. A directory that cannot be listed is reported, and the list is empty.
+    [[nodiscard]] AMBRELKIT_API std::vector<double> savedTimestamps() const;
+
     /// The name of the dictionary's file; nothing in the cases in which `save` does nothing.
     [[nodiscard]] AMBRELKIT_API static std::optional<std::string>
     fileName(const JSONDictionary& dictionary);
@@ -103,7 +108,8 @@ private:
 
     [[nodiscard]] static std::optional<double> timestamp(const JSONDictionary& dictionary);
     [[nodiscard]] std::optional<JSONDictionary> getInDirectory(const std::string& withName) const;
-    [[nodiscard]] std::vector<std::string> namesInDirectory() const;
+    void visitInDirectory(const std::string& withName, const Visitor& visit) const;
+    void forEachNameInDirectory(const std::function<void(std::string name)>& visit) const;
     void reportFailure(const std::exception& failure) const;
 };
 

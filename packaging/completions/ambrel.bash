@@ -9,7 +9,8 @@ _ambrel_options() {
     watch) echo --help --every --threshold "$collection" ;;
     replay) echo --help --queries --quiet ;;
     doctor) echo --help --only --without --location --format ;;
-    'store list' | 'store show') echo --help --format ;;
+    'store show' | 'store last') echo --help --format ;;
+    'store list') echo --help --since --until --format ;;
     'store export') echo --help --since --until ;;
     *) echo --help ;;
     esac
@@ -19,8 +20,8 @@ _ambrel_options() {
 _ambrel_arguments() {
     case "$*" in
     '' | help) echo scan watch record replay store doctor help ;;
-    store | 'help store') echo list show save delete export path ;;
-    'store show' | 'store delete') _ambrel_timestamps ;;
+    store | 'help store') echo list show last save delete export path ;;
+    'store show' | 'store delete') echo last && _ambrel_timestamps "$current" ;;
     record | replay | 'store save') echo -f ;;
     esac
 }
@@ -32,7 +33,7 @@ _ambrel_values() {
     case $option in
     --outcome | --details) echo -f ;;
     --location) echo auto geoclue gpsd none ;;
-    --since | --until) _ambrel_timestamps ;;
+    --since | --until) _ambrel_timestamps "$value" ;;
     --service)
         echo all _http._tcp _https._tcp _ipp._tcp _ipps._tcp _printer._tcp _pdl-datastream._tcp _uscan._tcp \
             _airplay._tcp _raop._tcp _googlecast._tcp _spotify-connect._tcp _hap._tcp _matter._tcp _matterc._udp \
@@ -54,8 +55,13 @@ _ambrel_values() {
     esac
 }
 
+# The newest saved timestamps that begin with a text, by the names of the files: no file is read.
 _ambrel_timestamps() {
-    "$tool" store list --format json 2>/dev/null </dev/null | sed -n 's/.*"timestamp":\([-+.0-9eE]*\).*/\1/p'
+    local folder
+    folder=$("$tool" store path 2>/dev/null </dev/null) || return
+    command ls -f "$folder" 2>/dev/null | awk -v start="$1" '
+        /^-?[0-9]+(\.[0-9]+)?(e[-+][0-9]+)?$/ { sub(/\.0$/, ""); if (index($0, start) == 1) print }
+    ' | LC_ALL=C sort -rg | head -n 200
 }
 
 _ambrel() {

@@ -41,14 +41,18 @@ function __ambrel_list
     end
 end
 
-# The saved timestamps with their local times, newest first.
+# The newest saved timestamps that begin with what is typed, with their local times, newest first: by the names of the
+# files, no file is read.
 function __ambrel_timestamps
     set -l tool (commandline -opc | string replace -r '^~/' "$HOME/")[1]
-    set -l saved ($tool store list --format json 2>/dev/null |
-        string replace -rf '.*"timestamp":([-+.0-9eE]+).*' '$1')
+    set -l folder ($tool store path 2>/dev/null); or return
+    set -l saved (command ls -f $folder 2>/dev/null |
+        awk -v start=(commandline -ct | string replace -r -- '^--[a-z]+=' '' | string collect -a) '
+            /^-?[0-9]+(\.[0-9]+)?(e[-+][0-9]+)?$/ { sub(/\.0$/, ""); if (index($0, start) == 1) print }
+        ' | LC_ALL=C sort -rg | head -n 200)
     set -q saved[1]; or return
     set -l days (printf '@%s\n' $saved | date -f - '+%F %T' 2>/dev/null)
-    for i in (seq (count $saved) -1 1)
+    for i in (seq (count $saved))
         printf '%s\t%s\n' $saved[$i] "$days[$i]"
     end
 end
@@ -63,13 +67,14 @@ for row in 'scan	Take one collection and print it' 'watch	Take one now, and when
     set -l column (string split \t $row)
     complete -c ambrel -n '__ambrel_at "" help' -a $column[1] -d $column[2]
 end
-for row in 'list	List the saved collections' 'show	Print one saved collection' 'save	Save dictionaries' \
+for row in 'list	List the saved collections' 'show	Print one saved collection' \
+    'last	Print the newest saved collection' 'save	Save dictionaries' \
     'delete	Delete one saved collection' 'export	Print the saved collections' 'path	Print the directory of the files'
     set -l column (string split \t $row)
     complete -c ambrel -n '__ambrel_at store "help store"' -a $column[1] -d $column[2]
 end
 complete -c ambrel -n '__ambrel_at record replay "store save"' -F
-complete -c ambrel -n '__ambrel_at "store show" "store delete"' -k -a '(__ambrel_timestamps)'
+complete -c ambrel -n '__ambrel_at "store show" "store delete"' -k -a '(echo last; __ambrel_timestamps)'
 
 set -l collects '__ambrel_in scan watch record'
 complete -c ambrel -n $collects -l service -x -d 'Look for this DNS-SD type' -a 'all
@@ -92,10 +97,10 @@ complete -c ambrel -n '__ambrel_in doctor' -l only -x -a "(__ambrel_list $examin
 complete -c ambrel -n '__ambrel_in doctor' -l without -x -a "(__ambrel_list $examined)" -d 'Examine all but these'
 complete -c ambrel -n '__ambrel_in scan watch record doctor' -l location -x -a 'auto geoclue gpsd none' \
     -d 'Where a fix is from'
-complete -c ambrel -n '__ambrel_in scan watch record "store show"' -l format -x -a 'json pretty table' -d 'How it is written'
+complete -c ambrel -n '__ambrel_in scan watch record "store show" "store last"' -l format -x -a 'json pretty table' -d 'How it is written'
 complete -c ambrel -n '__ambrel_in doctor "store list"' -l format -x -a 'table json' -d 'How it is written'
 
 complete -c ambrel -n '__ambrel_in replay' -l queries -d 'Print the questions to the host too'
 complete -c ambrel -n '__ambrel_in replay' -l quiet -d 'Print the delivered dictionaries only'
-complete -c ambrel -n '__ambrel_in "store export"' -l since -x -k -a '(__ambrel_timestamps)' -d 'Not those before this time'
-complete -c ambrel -n '__ambrel_in "store export"' -l until -x -k -a '(__ambrel_timestamps)' -d 'Not those after this time'
+complete -c ambrel -n '__ambrel_in "store list" "store export"' -l since -x -k -a '(__ambrel_timestamps)' -d 'Not those before this time'
+complete -c ambrel -n '__ambrel_in "store list" "store export"' -l until -x -k -a '(__ambrel_timestamps)' -d 'Not those after this time'

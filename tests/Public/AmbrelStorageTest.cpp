@@ -229,6 +229,7 @@ TEST_F(StorageTest, VisitsByTime) {
         return times;
     };
     const double ever = std::numeric_limits<double>::infinity();
+    EXPECT_THAT(store.savedTimestamps(), ElementsAre(-1, 0, 2, 2.5, 3, 1e16));
     EXPECT_THAT(visited(2.1, 3), ElementsAre(2.5, 3));
     EXPECT_THAT(reports, IsEmpty());
     EXPECT_THAT(visited(-ever, ever), ElementsAre(-100, -1, 0, 2, 1e16));

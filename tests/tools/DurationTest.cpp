@@ -11,7 +11,8 @@ TEST(Duration, HasAUnit) {
                                         {"0.5s", 0.5},
                                         {"15m", 900.0},
                                         {"1.5h", 5400.0},
-                                        {"7d", 604800.0}}) {
+                                        {"7d", 604800.0},
+                                        {"2w", 1209600.0}}) {
         EXPECT_EQ(duration(text), seconds) << text;
     }
     for (const char* text : {"", "s", "0", "-5", "+5", " 5", "5 m", "5ms", "5M", "1h30m", "1e3",

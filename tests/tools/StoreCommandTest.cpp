@@ -51,6 +51,13 @@ TEST_F(StoreCommandTests, SavesShowsExportsAndDeletes) {
         {"show 1700000000", first + "\n"},
         {"show -3", third + "\n"},
         {"show 2023-11-14T22:13:20Z", first + "\n"},
+        {"show last", second + "\n"},
+        {"show last-1", first + "\n"},
+        {"show 1w", second + "\n"}, // the newest that is a week old
+        {"last --format pretty", JSONValue::parse(second).dump(2) + "\n"},
+        {"export --since 90s", ""},
+        {"export --until 2h --since=-3 --until 1.5d", third + "\n" + first + "\n" + second + "\n"},
+        {"list --format json --since 1700000101", ""},
         {"show 1700000000.0 --format pretty", JSONValue::parse(first).dump(2) + "\n"},
     };
     for (const auto& [arguments, output] : cases) {
@@ -59,7 +66,7 @@ TEST_F(StoreCommandTests, SavesShowsExportsAndDeletes) {
         EXPECT_EQ(outcome.status, 0) << arguments;
     }
     EXPECT_EQ(store("save", store("show 1700000000 --format pretty").output).status, 0);
-    EXPECT_EQ(store("delete 2023-11-14T22:13:20Z").status, 0);
+    EXPECT_EQ(store("delete last-1").status, 0);
     EXPECT_EQ(store("export").output, third + "\n" + second + "\n");
 }
 
@@ -104,7 +111,10 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
         {"save .", "", 1, "Is a directory"},
         {"show 5", "", 1, "no collection of 5 is saved\n"},
         {"delete 5", "", 1, "no collection of 5 is saved\n"},
-        {"show today", "", 2, "TIMESTAMP: \"today\" is no point in time"},
+        {"show last-9", "", 1, "no collection of last-9 is saved\n"},
+        {"delete last-9", "", 1, "no collection of last-9 is saved\n"},
+        {"show today", "", 2, "COLLECTION: \"today\" is no point in time"},
+        {"show last-", "", 2, "COLLECTION: \"last-\" is no point in time, nor last or last-N"},
         {"export --since 2023-02-30", "", 2, "--since: \"2023-02-30\" is no point in time"},
         {"export --until 2023-11-14T25:00", "", 2, "--until: \"2023-11-14T25:00\" is no"},
         {"export --until 2023-11-14T22:13.5", "", 2, "is no point in time"},
@@ -131,7 +141,8 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
 }
 
 TEST_F(StoreCommandTests, NeedsAFolder) {
-    for (const char* arguments : {"store list", "store path", "store save", "store delete 1"}) {
+    for (const char* arguments :
+         {"store list", "store path", "store save", "store delete 1", "store last"}) {
         const Outcome outcome = ambrel(arguments, first, "env -i");
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.output, "");

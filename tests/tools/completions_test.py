@@ -27,7 +27,8 @@ LINES = {
     "watch --without=bluetooth,lo": "cation", "scan --only bluetooth,bl": "", "doctor --only wi": "fi",
     "scan --only wi": "", "record file --location=gp": "sd", "scan --service _work": "station._tcp",
     "watch --service all --service=al": "l", "help store exp": "ort", "scan --outcome scan --deta": "ils",
-    "store show 17": "00000000.5", "store show -": "", "store show -- -": "3", "store export --since=17": "00000000.5",
+    "store show 17": "00000000.5", "store show la": "st", "store show -": "", "store show -- -": "3", "store export --since=17": "00000000.5",
+    "store list --since 17": "00000000.5",
     "record a:b:c --stri": "ct", "nonsense x": "", "scan --vers": "", "help scan exp": "",
 }
 FILES = ["replay od", "record od", "store save od", "scan --outcome od", "scan --details=od"]

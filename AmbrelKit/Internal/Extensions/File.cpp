@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace AmbrelKit {
 
@@ -32,16 +33,20 @@ void removeFile(const std::string& path) {
     }
 }
 
-std::vector<std::string> namesIn(const std::string& directory) {
-    std::vector<std::string> names;
+void forEachNameIn(const std::string& directory, const std::function<void(std::string)>& visit) {
     std::error_code error;
     for (std::filesystem::directory_iterator entry(directory, error);
          !error && entry != std::filesystem::end(entry); entry.increment(error)) {
-        names.push_back(entry->path().filename());
+        visit(entry->path().filename());
     }
     if (error) {
         throw std::system_error(error, directory);
     }
+}
+
+std::vector<std::string> namesIn(const std::string& directory) {
+    std::vector<std::string> names;
+    forEachNameIn(directory, [&names](std::string name) { names.push_back(std::move(name)); });
     return names;
 }
 

@@ -3,6 +3,7 @@
 
 #include "AmbrelKit/Platform/Export.hpp"
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,8 +22,11 @@ AMBRELKIT_SEAM void writeAll(int file, std::string_view text, const std::string&
 /// Removes a file; a directory is refused.
 void removeFile(const std::string& path);
 
-/// The entries of a directory in the file system's order, hidden ones included, without "." and
-/// "..".
+/// Calls `visit` with each entry of a directory in the file system's order, hidden ones included,
+/// without "." and "..".
+void forEachNameIn(const std::string& directory, const std::function<void(std::string)>& visit);
+
+/// The same as a list.
 std::vector<std::string> namesIn(const std::string& directory);
 
 /// Makes a directory and what is missing above it, each 0700. Returns those that it made.

@@ -19,6 +19,8 @@ double secondsOf(char unit) {
         return 3600;
     case 'd':
         return 86400;
+    case 'w':
+        return 7 * 86400;
     default:
         return 0;
     }

@@ -6,8 +6,8 @@
 
 namespace Ambrel {
 
-/// Seconds of a text such as `90`, `90s`, `15m`, `1.5h` or `7d`: more than 0. Nothing for any other
-/// text.
+/// Seconds of a text such as `90`, `90s`, `15m`, `1.5h`, `7d` or `2w`: more than 0. Nothing for any
+/// other text.
 std::optional<double> duration(std::string_view text);
 
 } // namespace Ambrel

@@ -1,9 +1,11 @@
 #include "tools/ambrel/Arguments/PointInTime.hpp"
 
+#include "tools/ambrel/Arguments/Duration.hpp"
 #include "tools/ambrel/Arguments/Number.hpp"
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <ctime>
 
@@ -55,9 +57,22 @@ std::time_t wholeSeconds(double seconds) {
 } // namespace
 
 std::optional<double> pointInTime(const std::string& text) {
+    if (const auto fixed = fixedPointInTime(text)) {
+        return fixed;
+    }
+    const auto ago = duration(text);
+    return ago ? std::optional(secondsNow() - *ago) : std::nullopt;
+}
+
+std::optional<double> fixedPointInTime(const std::string& text) {
     std::string_view rest = text;
     const auto seconds = takeNumber(rest, anyNumber);
     return seconds && rest.empty() && std::isfinite(*seconds) ? seconds : isoPointInTime(text);
+}
+
+double secondsNow() {
+    const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
+    return now.count();
 }
 
 std::optional<std::string> localTime(double seconds) {

@@ -1,26 +1,46 @@
 #include "tools/ambrel/Store/Store.hpp"
 
+#include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Process/HeldSignals.hpp"
 #include "tools/ambrel/Terminal/Output.hpp"
 
+#include <cerrno>
 #include <memory>
+#include <unistd.h>
+#include <utility>
 
 namespace Ambrel {
 
-bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>& work) {
-    if (!AmbrelKit::AmbrelStorage::documentsPath()) {
-        say("no folder for collections: HOME and AMBREL_DOCUMENTS_DIR are unset");
-        return false;
-    }
+using AmbrelKit::AmbrelStorage;
+
+bool withStore(const std::function<void(const AmbrelStorage& store)>& work) {
     const auto failed = std::make_shared<bool>(false);
-    auto& store = AmbrelKit::AmbrelStorage::shared();
-    store.report = [failed](const std::string& line) {
+    const auto fail = [failed](const std::string& line) {
         *failed = true;
         say(line);
     };
-    work(store);
+    const AmbrelStorage* store = nullptr;
+    try {
+        store = &storeReportingTo(fail);
+    } catch (const CommandError& error) {
+        fail(error.what());
+        return false;
+    }
+    work(*store);
     return !*failed;
 }
+
+const AmbrelStorage& storeReportingTo(std::function<void(const std::string& line)> report) {
+    if (!AmbrelStorage::documentsPath()) {
+        throw CommandError(failed,
+                           "no folder for collections: HOME and AMBREL_DOCUMENTS_DIR are unset");
+    }
+    auto& store = AmbrelStorage::shared();
+    store.report = std::move(report);
+    return store;
+}
+
+bool hasSaved() { return access(AmbrelStorage::path().c_str(), F_OK) == 0 || errno != ENOENT; }
 
 void save(const AmbrelKit::AmbrelStorage& store, const AmbrelKit::JSONDictionary& collection) {
     const HeldSignals held;

@@ -12,6 +12,14 @@ namespace Ambrel {
 /// no failure.
 bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>& work);
 
+/// The store, which gives each failure to `report` from here on. Throws `CommandError` when there
+/// is no folder for a store.
+const AmbrelKit::AmbrelStorage&
+storeReportingTo(std::function<void(const std::string& line)> report);
+
+/// Whether anything was ever saved.
+bool hasSaved();
+
 /// Saves one dictionary; an interruption waits until that is done.
 void save(const AmbrelKit::AmbrelStorage& store, const AmbrelKit::JSONDictionary& collection);
 

@@ -2,13 +2,13 @@
 #include "tools/ambrel/Arguments/PointInTime.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Store/DictionaryReader.hpp"
+#include "tools/ambrel/Store/Selection.hpp"
 #include "tools/ambrel/Store/Store.hpp"
 #include "tools/ambrel/Store/Summary.hpp"
 #include "tools/ambrel/Terminal/Output.hpp"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -16,8 +16,8 @@
 #include <limits>
 #include <memory>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace Ambrel {
 
@@ -32,7 +32,7 @@ constexpr std::size_t pieceSize = 1U << 16U; // bytes
 
 /// What the subcommands are given; each uses its own part.
 struct StoreArguments {
-    std::string timestamp; ///< one of `pointInTimeForms`
+    std::string selection; ///< of one collection
     double since = -ever;
     double until = ever;
     std::string format;
@@ -45,20 +45,13 @@ std::string checkTime(const std::string& text) {
     return pointInTime(text) ? "" : "\"" + text + "\" is no point in time";
 }
 
-[[noreturn]] void throwNotSaved(const std::string& timestamp) {
-    throw CommandError(failed, "no collection of " + timestamp + " is saved");
-}
-
-/// Whether anything was ever saved.
-bool isThere() { return access(AmbrelStorage::path().c_str(), F_OK) == 0 || errno != ENOENT; }
-
 /// Prints what `text` gives for each collection from the oldest to the newest, in larger pieces,
 /// under the heading. A store that was never saved to is an empty one.
 ExitStatus printEach(double since, double until,
                      const std::function<std::string(const JSONDictionary&)>& text,
                      const std::string& heading = "") {
     return statusOf(withStore([&](const AmbrelStorage& store) {
-        if (!isThere()) {
+        if (!hasSaved()) {
             say("nothing has been saved in " + AmbrelStorage::path());
             return;
         }
@@ -75,34 +68,21 @@ ExitStatus printEach(double since, double until,
 
 ExitStatus runList(const StoreArguments& arguments) {
     if (arguments.format == "json") {
-        return printEach(-ever, ever, [](const JSONDictionary& collection) {
+        return printEach(arguments.since, arguments.until, [](const JSONDictionary& collection) {
             return formatted(Summary(collection).json(), OutputFormat::json);
         });
     }
-    const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
     return printEach(
-        -ever, ever,
-        [now](const JSONDictionary& collection) {
-            return Summary(collection).row(now.count()) + "\n";
+        arguments.since, arguments.until,
+        [now = secondsNow()](const JSONDictionary& collection) {
+            return Summary(collection).row(now) + "\n";
         },
         Summary::heading() + "\n");
 }
 
 ExitStatus runShow(const StoreArguments& arguments) {
-    const double time = pointInTime(arguments.timestamp).value();
-    std::string text;
-    const bool whole = withStore([&](const AmbrelStorage& store) {
-        if (isThere()) {
-            store.forEachSavedCollection(time, time, [&](const JSONDictionary& collection) {
-                text += formatted(collection, outputFormat(arguments.format));
-            });
-        }
-    });
-    if (text.empty() && whole) {
-        throwNotSaved(arguments.timestamp);
-    }
-    printResult(text);
-    return statusOf(whole);
+    printResult(formatted(selectedCollection(arguments.selection), outputFormat(arguments.format)));
+    return done;
 }
 
 ExitStatus runExport(const StoreArguments& arguments) {
@@ -136,13 +116,14 @@ ExitStatus runSave(const StoreArguments& arguments) {
 }
 
 ExitStatus runDelete(const StoreArguments& arguments) {
-    const JSONDictionary collection{{"timestamp", pointInTime(arguments.timestamp).value()}};
     return statusOf(withStore([&](const AmbrelStorage& store) {
+        const auto time = selectedTime(store, arguments.selection);
+        const JSONDictionary collection{{"timestamp", time.value_or(0)}};
         const auto file = AmbrelStorage::path() + "/" + AmbrelStorage::fileName(collection).value();
         std::error_code error; // any but that there is none is the store's to report
         const auto type = std::filesystem::symlink_status(file, error).type();
-        if (type == std::filesystem::file_type::not_found) {
-            throwNotSaved(arguments.timestamp);
+        if (!time || type == std::filesystem::file_type::not_found) {
+            throwNotSaved(arguments.selection);
         }
         store.delete_(collection);
     }));
@@ -155,9 +136,11 @@ ExitStatus runPath(const StoreArguments& /*arguments*/) {
 
 std::string timeHelp() { return std::string("A time is ") + pointInTimeForms + "."; }
 
-void addTimestamp(CLI::App& command, std::string& timestamp) {
-    command.add_option("TIMESTAMP", timestamp, "of the collection")->required()->check(checkTime);
-    command.footer(timeHelp());
+void addSelection(CLI::App& command, std::string& selection) {
+    command.add_option("COLLECTION", selection, "a time, last, last-1, ...")
+        ->required()
+        ->check(checkSelection);
+    command.footer(selectionHelp());
 }
 
 void addBound(CLI::App& command, const std::string& name, double& bound,
@@ -169,6 +152,18 @@ void addBound(CLI::App& command, const std::string& name, double& bound,
         ->type_name("TIME")
         ->check(checkTime);
     command.footer(timeHelp());
+}
+
+void addFormat(CLI::App& command, std::string& format, const std::string& description,
+               std::vector<std::string> choices) {
+    command.add_option("--format", format, description)
+        ->type_name("FORMAT")
+        ->check(oneOf(std::move(choices)));
+}
+
+void addSpan(CLI::App& command, StoreArguments& arguments) {
+    addBound(command, "--since", arguments.since, "not those before this time");
+    addBound(command, "--until", arguments.until, "not those after this time");
 }
 
 } // namespace
@@ -183,26 +178,30 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
         return command;
     };
 
-    add("list", "Lists the saved collections, oldest first", runList)
-        ->add_option("--format", arguments->format, "table (the default), or json for NDJSON")
-        ->type_name("FORMAT")
-        ->check(oneOf({"table", "json"}));
-    CLI::App* command = add("show", "Prints one saved collection", runShow);
-    addTimestamp(*command, arguments->timestamp);
-    command
-        ->add_option("--format", arguments->format,
-                     "json (the default in a pipe), pretty (in a terminal), table")
-        ->type_name("FORMAT")
-        ->check(oneOf({"json", "pretty", "table"}));
+    CLI::App* command = add("list", "Lists the saved collections, oldest first", runList);
+    addSpan(*command, *arguments);
+    addFormat(*command, arguments->format, "table (the default), or json for NDJSON",
+              {"table", "json"});
+    const auto addShown = [&](CLI::App& shown) {
+        addFormat(shown, arguments->format,
+                  "json (the default in a pipe), pretty (in a terminal), table",
+                  {"json", "pretty", "table"});
+    };
+    command = add("show", "Prints one saved collection", runShow);
+    addSelection(*command, arguments->selection);
+    addShown(*command);
+    addShown(*add("last", "Prints the newest saved collection", [](StoreArguments given) {
+        given.selection = "last";
+        return runShow(given);
+    }));
     command = add("save", "Saves dictionaries, each as soon as it is read", runSave);
     command->add_option("FILE", arguments->file,
                         "one JSON object, or one a line (default: standard input)");
     command->footer("A saved dictionary with the same timestamp is replaced.");
     command = add("delete", "Deletes one saved collection", runDelete);
-    addTimestamp(*command, arguments->timestamp);
+    addSelection(*command, arguments->selection);
     command = add("export", "Prints the saved collections as NDJSON, oldest first", runExport);
-    addBound(*command, "--since", arguments->since, "not those before this time");
-    addBound(*command, "--until", arguments->until, "not those after this time");
+    addSpan(*command, *arguments);
     add("path", "Prints the directory of the files", runPath);
 }
 
