@@ -18,7 +18,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     TraceWriter writer({.queries = true}, [&](std::string_view line) { written += line.size(); });
     try {
         ScriptReader reader(script);
-        ScriptRunner runner(reader.header(), [&](const Event& event) { writer.write(event); });
+        Platform platform(reader.header().platform);
+        ScriptRunner runner(platform, reader.header(),
+                            [&](const Event& event) { writer.write(event); });
         while (const auto step = reader.next()) {
             if (step->at > longest) {
                 break;

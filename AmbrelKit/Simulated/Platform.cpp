@@ -52,7 +52,8 @@ Platform::Platform(PlatformSettings settings)
       bonjour_(std::make_shared<ServiceDiscovery>(context_, sources_)),
       notificationCenter_(std::make_shared<NotificationCenter>(context_, sources_)),
       application_(std::make_shared<Application>(context_)),
-      network_(std::make_shared<NetworkState>()) {
+      network_(std::make_shared<NetworkState>()),
+      makeSDK_([](auto... parts) { return AmbrelSDK::create(std::move(parts)...); }) {
     context_->start = settings.start;
     processSettings_ = ProcessSettings{
         .currentDate =
@@ -104,7 +105,7 @@ std::shared_ptr<SourceReports> Platform::sourceReports(const std::function<void(
 
 std::shared_ptr<AmbrelSDK>
 Platform::createSDK(std::optional<std::vector<std::string>> bonjourServices) {
-    return AmbrelSDK::create(
+    return makeSDK_(
         std::move(bonjourServices), [radio = bluetooth_] { return radio->makeManager(); },
         [service = location_] { return service->makeManager(); },
         [network = bonjour_] { return network->makeBrowser(); },

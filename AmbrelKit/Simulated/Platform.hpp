@@ -58,6 +58,16 @@ public:
     /// Who is told what the kit does from now on; empty for nobody.
     void setSink(EventSink sink) { context_->sink.swap(sink); } // what goes may use the platform
 
+    /// What makes a facade of a platform's parts, as the designated constructor does.
+    using MakeSDK = std::function<std::shared_ptr<AmbrelSDK>(
+        std::optional<std::vector<std::string>> bonjourServices, BluetoothManagerFactory,
+        LocationManagerFactory, NetServiceBrowserFactory, TimerFactory,
+        std::shared_ptr<AmbrelKit::NotificationCenter>, std::shared_ptr<AmbrelKit::Application>)>;
+
+    /// Has facades made so from now on, instead of by that constructor: what makes them may put
+    /// something of its own between the platform and the kit.
+    void setMakeSDK(MakeSDK makeSDK) { makeSDK_ = std::move(makeSDK); }
+
     /// A new facade on this platform.
     [[nodiscard]] AMBRELKIT_API std::shared_ptr<AmbrelSDK>
     createSDK(std::optional<std::vector<std::string>> bonjourServices);
@@ -93,6 +103,7 @@ private:
     std::shared_ptr<Application> application_;
     std::shared_ptr<NetworkState> network_;
     std::shared_ptr<void> processSettings_;
+    MakeSDK makeSDK_;
 };
 
 } // namespace AmbrelKit::Simulated

@@ -12,7 +12,9 @@ void replay(std::istream& script, TraceOptions options,
             std::function<void(std::string_view)> print) {
     ScriptReader reader(script);
     TraceWriter writer(options, std::move(print));
-    ScriptRunner runner(reader.header(), [&](const Event& event) { writer.write(event); });
+    Platform platform(reader.header().platform);
+    ScriptRunner runner(platform, reader.header(),
+                        [&](const Event& event) { writer.write(event); });
     while (const auto step = reader.next()) {
         runner.run(*step);
         if (std::holds_alternative<ScriptActions::End>(step->action)) {

@@ -17,13 +17,13 @@ namespace AmbrelKit::Simulated {
 class ScriptReader {
 public:
     /// Reads the header. Throws as `next()` does.
-    explicit ScriptReader(std::istream& script);
+    AMBRELKIT_SEAM explicit ScriptReader(std::istream& script);
 
     [[nodiscard]] const ScriptHeader& header() const { return header_; }
 
     /// The next step, or nothing at the end of the text. Throws ScriptError, and
     /// std::system_error when the text can't be read.
-    std::optional<ScriptStep> next();
+    AMBRELKIT_SEAM std::optional<ScriptStep> next();
 
 private:
     /// The next line that is not blank; null at the end.

@@ -46,8 +46,8 @@ bool happen(Platform& platform, const ScriptAction& action) {
     return isThePlatforms;
 }
 
-ScriptRunner::ScriptRunner(const ScriptHeader& header, EventSink sink)
-    : platform_(header.platform), host_(platform_, header.bonjourServices) {
+ScriptRunner::ScriptRunner(Platform& platform, const ScriptHeader& header, EventSink sink)
+    : platform_(platform), host_(platform_, header.bonjourServices) {
     platform_.setSink(std::move(sink));
     host_.setDeliveryHandler([this](const JSONDictionary& /*data*/) { handleDelivery(); });
 }

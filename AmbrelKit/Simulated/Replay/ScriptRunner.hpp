@@ -15,20 +15,22 @@ namespace AmbrelKit::Simulated {
 /// Has the action happen on the platform; false, and nothing, where it is one of the script's host.
 bool happen(Platform& platform, const ScriptAction& action);
 
-/// Runs the steps of a script on a platform and a host of its own.
+/// Runs the steps of a script on a platform, with a host of its own.
 class ScriptRunner {
 public:
-    /// `sink` is told everything that the kit does, until the runner goes or a step fails.
-    ScriptRunner(const ScriptHeader& header, EventSink sink);
+    /// The platform is a new one with the header's settings, and has to live as long. `sink` is
+    /// told everything that the kit does, until the runner goes or a step fails.
+    AMBRELKIT_SEAM ScriptRunner(Platform& platform, const ScriptHeader& header,
+                                EventSink sink = {});
     ScriptRunner(const ScriptRunner&) = delete;
     ScriptRunner& operator=(const ScriptRunner&) = delete;
 
     /// Silent: what is torn down here is no part of a run.
-    ~ScriptRunner();
+    AMBRELKIT_SEAM ~ScriptRunner();
 
     /// Runs the timers that are due by then, and the step. Throws ScriptError when the script
     /// has the host call a facade that it has released; nothing is to be run after that.
-    void run(const ScriptStep& step);
+    AMBRELKIT_SEAM void run(const ScriptStep& step);
 
 private:
     /// What the host does at the next delivery, and the line that says so.
@@ -38,7 +40,7 @@ private:
     void setThreshold(std::int64_t seconds);
     void handleDelivery();
 
-    Platform platform_;
+    Platform& platform_;
     Host host_;
     std::optional<DeliveryCalls> onDelivery_;
 };

@@ -43,8 +43,7 @@ bool contains(const std::vector<std::string>& names, const std::string& name) {
 
 } // namespace
 
-void addCollectionOptions(CLI::App& command, CollectionOptions& options,
-                          const std::string& usualFormat) {
+void addSourceOptions(CLI::App& command, CollectionOptions& options) {
     command
         .add_option("--service", options.services,
                     "look for this DNS-SD type, or all; again for more")
@@ -57,6 +56,11 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
     addListOption(command, "--without", options.without,
                   "refuse these of bluetooth,location,network", permissions);
     addLocationOption(command, options.location);
+}
+
+void addCollectionOptions(CLI::App& command, CollectionOptions& options,
+                          const std::string& usualFormat) {
+    addSourceOptions(command, options);
     command.add_flag("--save", options.save, "save what is delivered too: see ambrel store");
     command
         .add_option("--outcome", options.outcome, "write how each source fared, as one JSON object")

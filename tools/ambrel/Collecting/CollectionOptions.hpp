@@ -39,6 +39,9 @@ void addCollectionOptions(
     CLI::App& command, CollectionOptions& options,
     const std::string& usualFormat = "pretty in a terminal, else json (on one line)");
 
+/// Adds of them those that say what is to be seen.
+void addSourceOptions(CLI::App& command, CollectionOptions& options);
+
 /// Adds the choice of where a fix may come from.
 void addLocationOption(CLI::App& command, AmbrelKit::Linux::LocationSourceKind& location);
 
