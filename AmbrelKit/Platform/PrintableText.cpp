@@ -7,14 +7,34 @@ namespace AmbrelKit {
 
 namespace {
 
-bool turnsDirection(utf8proc_int32_t character) {
-    return character == 0x061C || character == 0x200E || character == 0x200F ||
-           (character >= 0x202A && character <= 0x202E) ||
-           (character >= 0x2066 && character <= 0x2069);
+using Character = utf8proc_int32_t;
+
+constexpr Character illFormed = -1;
+
+bool isTag(Character character) { return character >= 0xE0020 && character <= 0xE007F; }
+
+bool isJoiner(Character character) { return character == 0x200C || character == 0x200D; }
+
+/// The alphabets that need no joiner end before the Hebrew one; emoji are behind it, too.
+bool joins(Character character) {
+    constexpr Character hebrew = 0x0590;
+    return character >= hebrew;
 }
 
-bool isPrintable(utf8proc_int32_t character) {
-    if (character < 0) {
+/// Whether a character that is not seen by itself shapes its neighbours.
+bool shapes(Character character, Character before, Character after) {
+    constexpr Character blackFlag = 0x1F3F4;
+    if (isJoiner(character)) {
+        return joins(before) && joins(after);
+    }
+    if (isTag(character)) {
+        return before == blackFlag || isTag(before);
+    }
+    return utf8proc_category(character) == UTF8PROC_CATEGORY_MN;
+}
+
+bool isPrintable(Character character, Character before, Character after) {
+    if (character == illFormed) {
         return false;
     }
     switch (utf8proc_category(character)) {
@@ -23,46 +43,76 @@ bool isPrintable(utf8proc_int32_t character) {
     case UTF8PROC_CATEGORY_ZP:
         return false;
     default:
-        return !turnsDirection(character);
+        return utf8proc_get_property(character)->ignorable == 0 || shapes(character, before, after);
     }
 }
 
-/// `text` with what `replace` gives for each character that is not printable; an ill-formed byte
-/// counts as the character -1.
-template <class Replace> std::string replaced(std::string_view text, Replace replace) {
+struct Piece {
+    std::string_view bytes;
+    Character character = illFormed;
+};
+
+Piece firstOf(std::string_view text) {
+    Piece piece;
+    const auto length =
+        utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                         static_cast<utf8proc_ssize_t>(text.size()), &piece.character);
+    piece.bytes = text.substr(0, length > 0 ? static_cast<std::size_t>(length) : 1);
+    return piece;
+}
+
+/// `text` with what `escape` gives for each piece that is not printable.
+template <class Escape> std::string escaped(std::string_view text, Escape escape) {
     std::string shown;
     shown.reserve(text.size());
-    while (!text.empty()) {
-        utf8proc_int32_t character = -1;
-        const auto length =
-            utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                             static_cast<utf8proc_ssize_t>(text.size()), &character);
-        const auto bytes = text.substr(0, length > 0 ? static_cast<std::size_t>(length) : 1);
-        shown += isPrintable(character) ? bytes : replace(character);
-        text.remove_prefix(bytes.size());
+    Character before = illFormed;
+    for (Piece piece = firstOf(text); !text.empty();) {
+        text.remove_prefix(piece.bytes.size());
+        const Piece next = firstOf(text);
+        if (isPrintable(piece.character, before, next.character)) {
+            shown += piece.bytes;
+        } else {
+            shown += escape(piece);
+        }
+        before = piece.character;
+        piece = next;
     }
     return shown;
 }
 
+std::string hexadecimal(const char* mark, Character number, int digits) {
+    std::string text = mark;
+    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) {
+        text += "0123456789abcdef"[static_cast<std::size_t>(number >> shift) & 0xFU];
+    }
+    return text;
+}
+
+constexpr Character lastOfFourDigits = 0xFFFF;
+
 } // namespace
 
 std::string printable(std::string_view text) {
-    return replaced(
-        text, [](utf8proc_int32_t /*character*/) -> std::string_view { return "\xEF\xBF\xBD"; });
+    return escaped(text, [](const Piece& piece) {
+        if (piece.character == illFormed) {
+            return hexadecimal("\\x", static_cast<unsigned char>(piece.bytes.front()), 2);
+        }
+        return piece.character > lastOfFourDigits ? hexadecimal("\\U", piece.character, 8)
+                                                  : hexadecimal("\\u", piece.character, 4);
+    });
 }
 
 std::string printableJSON(std::string_view json) {
-    std::string escape;
-    return replaced(json, [&escape](utf8proc_int32_t character) -> std::string_view {
-        if (character == '\n' || character < 0) {
-            return character == '\n' ? "\n" : "\xEF\xBF\xBD";
+    return escaped(json, [](const Piece& piece) -> std::string {
+        if (piece.character == illFormed || piece.character == '\n') {
+            return piece.character == '\n' ? "\n" : "\xEF\xBF\xBD";
         }
-        constexpr std::string_view digits = "0123456789abcdef";
-        escape = "\\u";
-        for (int shift = 12; shift >= 0; shift -= 4) {
-            escape += digits[static_cast<std::size_t>(character >> shift) & 0xFU];
+        if (piece.character <= lastOfFourDigits) {
+            return hexadecimal("\\u", piece.character, 4);
         }
-        return escape;
+        const Character rest = piece.character - lastOfFourDigits - 1; // in a pair of surrogates
+        return hexadecimal("\\u", 0xD800 + (rest >> 10), 4) +
+               hexadecimal("\\u", 0xDC00 + (rest & 0x3FF), 4);
     });
 }
 

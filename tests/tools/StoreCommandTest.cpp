@@ -86,7 +86,7 @@ TEST_F(StoreCommandTests, ListsWhatEachCollectionHolds) {
         MatchesRegex("TIMESTAMP +LOCAL TIME +AGE +PERIPHERALS +SERVICES +LOCATION +ADDRESS +WI-FI\n"
                      "1700000000 +2023-11-15 03:43:20.05:30 +[0-9]+ y +0 +0 +- +- +-\n"
                      "1700000100.5 +2023-11-15 03:45:00.05:30 +[0-9]+ y +2 +1 +yes +192.0.2.7 +"
-                     "\uFFFD.2Jcafe\n"
+                     "[\\]u001b.2Jcafe\n"
                      "1700000200 +2023-11-15 03:46:40.05:30 +[0-9]+ y +0 +0 +- +7 +-\n"));
 }
 

@@ -224,7 +224,7 @@ class Refused(unittest.TestCase):
         pretty = ambrel("scan", *NOTHING, "--format", "json", "--format", "pretty").stdout  # the last one holds
         self.assertGreater(pretty.count("\n"), 5)
         self.assertEqual(json.loads(pretty).keys(), data.keys())
-        self.assertIn("Services: none", ambrel("scan", *NOTHING, "--format", "table").stdout)
+        self.assertIn("Services: not asked for", ambrel("scan", *NOTHING, "--format", "table").stdout)
 
     def test_save_keeps_what_is_printed(self):
         with tempfile.TemporaryDirectory() as folder:

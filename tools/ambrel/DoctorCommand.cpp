@@ -2,7 +2,7 @@
 #include "tools/ambrel/Collecting/CollectionOptions.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Terminal/Output.hpp"
-#include "tools/ambrel/Terminal/Terminal.hpp"
+#include "tools/ambrel/Terminal/Table.hpp"
 #include "tools/ambrel/Terminal/TerminalText.hpp"
 
 #include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
@@ -73,18 +73,17 @@ std::string asJSON(const SourceDiagnosis& found) {
     return formatted(line.get<JSONDictionary>(), OutputFormat::json);
 }
 
-/// One line, or where it would not fit the terminal, its words on several.
-std::string asText(const SourceDiagnosis& found) {
-    constexpr std::size_t nameWidth = 11; // of the longest name, and a gap
-    constexpr std::size_t indentation = nameWidth + 4;
-    std::string text = found.source;
-    text.resize(nameWidth, ' ');
-    text += found.usable ? "ok  " : "no  ";
-    text += printable(found.finding);
-    if (!found.remedy.empty()) {
-        text += ": " + printable(found.remedy);
+/// A row each; where it would not fit the terminal, its words go on in further lines.
+std::string asText(const std::vector<SourceDiagnosis>& found) {
+    Table table({{.heading = ""}, {.heading = ""}, {.heading = "", .least = 20, .gap = " "}},
+                page(STDOUT_FILENO));
+    for (const SourceDiagnosis& each : found) {
+        const std::string remedy = each.remedy.empty() ? "" : ": " + each.remedy;
+        table.add({Cell(each.source, Meaning::heading),
+                   each.usable ? Cell("ok", Meaning::good) : Cell("no", Meaning::bad),
+                   Cell(wordsOf(each.finding + remedy))});
     }
-    return wrapped(text, indentation, terminalColumns(STDOUT_FILENO).value_or(-1)) + "\n";
+    return table.take();
 }
 
 } // namespace
@@ -109,9 +108,11 @@ void addDoctorCommand(CLI::App& app, ExitStatus& status) {
         "usable.");
     command->callback([arguments, &status] {
         const auto found = examine(*arguments);
-        std::string text;
-        for (const SourceDiagnosis& source : found) {
-            text += arguments->format == "json" ? asJSON(source) : asText(source);
+        std::string text = arguments->format == "json" ? "" : asText(found);
+        if (arguments->format == "json") {
+            for (const SourceDiagnosis& source : found) {
+                text += asJSON(source);
+            }
         }
         printResult(text);
         const bool usable = std::ranges::all_of(found, &SourceDiagnosis::usable);

@@ -164,7 +164,7 @@ ExitStatus Collection::handOver(const Delivery& delivery) {
         outcome_->finish();
     });
     const bool kept = !options_.save || saveCollection(delivery.data);
-    printResult(formatted(delivery.data, outputFormat(options_.format)));
+    printResult(formatted(delivery.data, outputFormat(options_.format), page(STDOUT_FILENO)));
     notes_.collected(delivery.sources);
     const bool allListened =
         std::ranges::none_of(delivery.sources, [&](const SourceReport& report) {

@@ -21,13 +21,6 @@ constexpr auto renewal = 250ms;
 constexpr std::size_t mostCells = 20; // of the bar
 constexpr std::size_t leastCells = 8; // beside long names
 constexpr const char* clearLine = "\r\033[K";
-constexpr const char* green = "\033[32m";
-constexpr const char* red = "\033[31m";
-
-bool isSet(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value != nullptr && *value != '\0';
-}
 
 /// Nothing where the terminal takes no text, as one that is stopped (^S), which would hold the
 /// collection up; nor from the background, where another program is using it.
@@ -92,15 +85,14 @@ std::size_t CollectionCounts::seen(Source source) const {
 }
 
 bool Progress::isPossible(const CollectionOptions& options) {
-    const bool possible =
-        isatty(STDERR_FILENO) == 1 && isSet("TERM") && std::string(std::getenv("TERM")) != "dumb";
-    return possible && !options.quiet && (options.progress || !isPipe(STDOUT_FILENO));
+    return isDrawable(STDERR_FILENO) && !options.quiet &&
+           (options.progress || !isPipe(STDOUT_FILENO));
 }
 
 Progress::Progress(std::shared_ptr<const CollectionCounts> counts,
                    std::shared_ptr<const SourceReports> sources, CollectionOptions options)
     : counts_(std::move(counts)), sources_(std::move(sources)), options_(std::move(options)),
-      start_(Clock::now()), due_(start_), usesColours_(!isSet("NO_COLOR")) {}
+      start_(Clock::now()), due_(start_), style_(STDERR_FILENO, ColorChoice::automatic) {}
 
 Progress::~Progress() { clear(); }
 
@@ -121,7 +113,6 @@ std::string Progress::line(Clock::duration elapsed) const {
     constexpr std::size_t room = 3;
     const std::size_t width =
         std::max(terminalColumns(STDERR_FILENO).value_or(usualWidth), room) - room;
-    constexpr std::size_t unlimited = -1;
     Piece seen = this->seen(code, "  ", unlimited);
     if (seen.width + leastCells > width) {
         seen = this->seen(shortName, " ", width);
@@ -129,7 +120,7 @@ std::string Progress::line(Clock::duration elapsed) const {
     const std::size_t cells = std::min(mostCells, width - seen.width);
     const auto done = std::min<std::size_t>(cells * elapsed / length, cells);
     const std::string bar = std::string(done, '#') + std::string(cells - done, '-');
-    return clearLine + coloured(bar, green) + seen.text;
+    return clearLine + style_(Meaning::good, bar) + seen.text;
 }
 
 /// By each source that is to report, as many as fit.
@@ -148,13 +139,9 @@ Progress::Piece Progress::seen(Name name, const std::string& gap, std::size_t wi
             break;
         }
         piece.width += before.size() + mark.size();
-        piece.text += before + (works || waits ? mark : coloured(mark, red));
+        piece.text += before + (works || waits ? mark : style_(Meaning::bad, mark));
     }
     return piece;
-}
-
-std::string Progress::coloured(const std::string& text, const char* colour) const {
-    return usesColours_ ? colour + text + "\033[0m" : text;
 }
 
 } // namespace Ambrel

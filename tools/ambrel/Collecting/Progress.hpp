@@ -3,6 +3,7 @@
 
 #include "tools/ambrel/Collecting/CollectionOptions.hpp"
 #include "tools/ambrel/Collecting/ObservedPlatform.hpp"
+#include "tools/ambrel/Terminal/Style.hpp"
 
 #include "AmbrelKit/Platform/SourceReports.hpp"
 
@@ -73,14 +74,13 @@ private:
 
     [[nodiscard]] std::string line(std::chrono::steady_clock::duration elapsed) const;
     [[nodiscard]] Piece seen(Name name, const std::string& gap, std::size_t width) const;
-    [[nodiscard]] std::string coloured(const std::string& text, const char* colour) const;
 
     std::shared_ptr<const CollectionCounts> counts_;
     std::shared_ptr<const AmbrelKit::SourceReports> sources_;
     CollectionOptions options_;
     std::chrono::steady_clock::time_point start_;
     std::chrono::steady_clock::time_point due_;
-    bool usesColours_;
+    Style style_;
 };
 
 } // namespace Ambrel

@@ -16,6 +16,7 @@
 #include <limits>
 #include <memory>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -45,43 +46,64 @@ std::string checkTime(const std::string& text) {
     return pointInTime(text) ? "" : "\"" + text + "\" is no point in time";
 }
 
-/// Prints what `text` gives for each collection from the oldest to the newest, in larger pieces,
-/// under the heading. A store that was never saved to is an empty one.
-ExitStatus printEach(double since, double until,
-                     const std::function<std::string(const JSONDictionary&)>& text,
-                     const std::string& heading = "") {
+/// Has `take` take each collection from the oldest to the newest. A store that was never saved to
+/// is an empty one.
+ExitStatus forEach(double since, double until,
+                   const std::function<void(const JSONDictionary&)>& take) {
     return statusOf(withStore([&](const AmbrelStorage& store) {
         if (!hasSaved()) {
             say("nothing has been saved in " + AmbrelStorage::path());
             return;
         }
-        std::string piece = heading;
-        store.forEachSavedCollection(since, until, [&](const JSONDictionary& collection) {
-            piece += text(collection);
-            if (piece.size() >= pieceSize) {
-                printResult(std::exchange(piece, {}));
-            }
-        });
-        printResult(piece);
+        store.forEachSavedCollection(since, until, take);
     }));
 }
 
-ExitStatus runList(const StoreArguments& arguments) {
-    if (arguments.format == "json") {
-        return printEach(arguments.since, arguments.until, [](const JSONDictionary& collection) {
-            return formatted(Summary(collection).json(), OutputFormat::json);
-        });
+/// Prints what `text` gives for each, in larger pieces.
+ExitStatus printEach(double since, double until,
+                     const std::function<std::string(const JSONDictionary&)>& text) {
+    std::string piece;
+    const auto status = forEach(since, until, [&](const JSONDictionary& collection) {
+        piece += text(collection);
+        if (piece.size() >= pieceSize) {
+            printResult(std::exchange(piece, {}));
+        }
+    });
+    printResult(piece);
+    return status;
+}
+
+/// The columns fit the first rows; later ones follow as they are read.
+ExitStatus printTable(const StoreArguments& arguments) {
+    constexpr std::size_t pieceRows = 500;
+    Table table(Summary::columns(), page(STDOUT_FILENO));
+    std::size_t rows = 0;
+    const auto status = forEach(arguments.since, arguments.until,
+                                [&, now = secondsNow()](const JSONDictionary& collection) {
+                                    table.add(Summary(collection).row(now));
+                                    if (++rows % pieceRows == 0) {
+                                        printResult(table.take());
+                                    }
+                                });
+    if (hasSaved()) {
+        const std::string rest = table.take();
+        printResult(rest + table.omissions());
     }
-    return printEach(
-        arguments.since, arguments.until,
-        [now = secondsNow()](const JSONDictionary& collection) {
-            return Summary(collection).row(now) + "\n";
-        },
-        Summary::heading() + "\n");
+    return status;
+}
+
+ExitStatus runList(const StoreArguments& arguments) {
+    if (arguments.format != "json") {
+        return printTable(arguments);
+    }
+    return printEach(arguments.since, arguments.until, [](const JSONDictionary& collection) {
+        return formatted(Summary(collection).json(), OutputFormat::json);
+    });
 }
 
 ExitStatus runShow(const StoreArguments& arguments) {
-    printResult(formatted(selectedCollection(arguments.selection), outputFormat(arguments.format)));
+    printResult(formatted(selectedCollection(arguments.selection), outputFormat(arguments.format),
+                          page(STDOUT_FILENO)));
     return done;
 }
 

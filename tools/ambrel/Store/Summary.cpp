@@ -4,9 +4,8 @@
 #include "tools/ambrel/JSONMember.hpp"
 #include "tools/ambrel/Terminal/TerminalText.hpp"
 
-#include <array>
-#include <cstdlib>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 namespace Ambrel {
 
@@ -31,21 +30,6 @@ JSONValue networksOf(const JSONDictionary& collection) {
     return names;
 }
 
-template <class... Columns> std::string line(const Columns&... columns) {
-    constexpr std::array widths{-12, -25, 8, 11, 8, -8, -15, 0}; // negative: to the left
-    static_assert(sizeof...(columns) == widths.size());
-    std::string line;
-    std::size_t column = 0;
-    const auto put = [&](const std::string& text) {
-        const int width = widths[column];
-        const std::string space = padding(text, static_cast<std::size_t>(std::abs(width)));
-        line += column++ > 0 ? "  " : "";
-        line += width < 0 ? text + space : space + text;
-    };
-    (put(columns), ...);
-    return line;
-}
-
 } // namespace
 
 Summary::Summary(const JSONDictionary& collection)
@@ -54,22 +38,36 @@ Summary::Summary(const JSONDictionary& collection)
       hasLocation(member(collection, "locationCollection").is_object()),
       address(member(collection, "ip")), networks(networksOf(collection)) {}
 
-std::string Summary::heading() {
-    return line("TIMESTAMP", "LOCAL TIME", "AGE", "PERIPHERALS", "SERVICES", "LOCATION", "ADDRESS",
-                "WI-FI");
+std::vector<Column> Summary::columns() {
+    constexpr auto right = Column::Alignment::right;
+    return {{.heading = "TIMESTAMP", .usefulness = 3, .least = 10},
+            {.heading = "LOCAL TIME", .usefulness = 6, .least = 16},
+            {.heading = "AGE", .usefulness = 5, .alignment = right},
+            {.heading = "PERIPHERALS", .usefulness = 4, .least = 11, .alignment = right},
+            {.heading = "SERVICES", .usefulness = 4, .alignment = right},
+            {.heading = "LOCATION", .usefulness = 1},
+            {.heading = "ADDRESS", .usefulness = 0, .least = 15},
+            {.heading = "WI-FI", .usefulness = 2}};
 }
 
-std::string Summary::row(double now) const {
+std::vector<Cell> Summary::row(double now) const {
     std::string names;
     for (const JSONValue& name : networks) {
         names += (names.empty() ? "" : ", ") + shown(name);
     }
+    const auto text = [](const std::optional<std::string>& known) {
+        return known ? Cell(*known) : Cell();
+    };
     const bool timed = timestamp.is_number();
     const double seconds = timed ? timestamp.get<double>() : 0;
-    return line(shown(timestamp), timed ? localTime(seconds).value_or("-") : "-",
-                timed ? age(seconds, now) : "-", std::to_string(peripherals),
-                std::to_string(services), hasLocation ? "yes" : "-", shown(address),
-                names.empty() ? "-" : names);
+    return {cell(timestamp),
+            text(timed ? localTime(seconds) : std::nullopt),
+            text(timed ? std::optional(age(seconds, now)) : std::nullopt),
+            std::to_string(peripherals),
+            std::to_string(services),
+            hasLocation ? Cell("yes") : Cell(),
+            cell(address),
+            names.empty() ? Cell() : Cell(names)};
 }
 
 JSONDictionary Summary::json() const {

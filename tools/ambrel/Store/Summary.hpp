@@ -1,10 +1,12 @@
 #ifndef AMBREL_SUMMARY_HPP
 #define AMBREL_SUMMARY_HPP
 
+#include "tools/ambrel/Terminal/Table.hpp"
+
 #include <AmbrelKit/Platform/JSONDictionary.hpp>
 #include <cstddef>
 #include <nlohmann/json.hpp>
-#include <string>
+#include <vector>
 
 namespace Ambrel {
 
@@ -13,9 +15,9 @@ namespace Ambrel {
 struct Summary {
     explicit Summary(const AmbrelKit::JSONDictionary& collection);
 
-    /// A line of a table under `heading()`; `now` in seconds since 1970.
-    [[nodiscard]] std::string row(double now) const;
-    static std::string heading();
+    /// A row of a table with `columns()`; `now` in seconds since 1970.
+    [[nodiscard]] std::vector<Cell> row(double now) const;
+    static std::vector<Column> columns();
 
     /// The same as a dictionary; what is not known has no key.
     [[nodiscard]] AmbrelKit::JSONDictionary json() const;

@@ -2,10 +2,10 @@
 
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Process/HeldSignals.hpp"
-#include "tools/ambrel/Terminal/Table.hpp"
-#include "tools/ambrel/Terminal/Terminal.hpp"
+#include "tools/ambrel/Terminal/CollectionTables.hpp"
 #include "tools/ambrel/Terminal/TerminalText.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <iostream>
 #include <system_error>
@@ -34,10 +34,11 @@ OutputFormat outputFormat(const std::string& name) {
     return name == "pretty" ? OutputFormat::pretty : OutputFormat::json;
 }
 
-std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format) {
+std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format,
+                      const Page& page) {
     switch (format) {
     case OutputFormat::table:
-        return table(data);
+        return collectionTables(data, page);
     case OutputFormat::pretty:
         return AmbrelKit::printableJSON(AmbrelKit::JSONValue(data).dump(indentation)) + "\n";
     case OutputFormat::json:
@@ -50,8 +51,13 @@ void say(const std::string& text) { writeLine("ambrel: " + printable(text)); }
 
 void sayNote(const std::string& text) {
     constexpr std::size_t nameWidth = 8; // of the program
-    writeLine(wrapped("ambrel: note: " + printable(text), nameWidth,
-                      terminalColumns(STDERR_FILENO).value_or(-1)));
+    const std::size_t columns = page(STDERR_FILENO).columns;
+    std::string note;
+    for (const std::string& line :
+         lines(wordsOf("note: " + printable(text)), " ", columns - std::min(columns, nameWidth))) {
+        note += (note.empty() ? "ambrel: " : "\n" + std::string(nameWidth, ' ')) + line;
+    }
+    writeLine(note);
 }
 
 void printResult(const std::string& text) {

@@ -1,6 +1,8 @@
 #ifndef AMBREL_OUTPUT_HPP
 #define AMBREL_OUTPUT_HPP
 
+#include "tools/ambrel/Terminal/Terminal.hpp"
+
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
 #include <nlohmann/json.hpp>
@@ -18,8 +20,9 @@ enum class OutputFormat {
 OutputFormat outputFormat(const std::string& name);
 
 /// A delivered dictionary as text with a line end. What some device has in its name does not
-/// command a terminal: JSON escapes it, and stays equal in value; a table replaces it.
-std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format);
+/// command a terminal: JSON escapes it, and stays equal in value; a table shows the escapes.
+std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format,
+                      const Page& page = {});
 
 /// Tells the user something in one line on standard error. A reader that does not read it keeps no
 /// interruption waiting.

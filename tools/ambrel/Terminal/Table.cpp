@@ -1,126 +1,188 @@
 #include "tools/ambrel/Terminal/Table.hpp"
 
-#include "tools/ambrel/Arguments/PointInTime.hpp"
-#include "tools/ambrel/JSONMember.hpp"
 #include "tools/ambrel/Terminal/TerminalText.hpp"
 
 #include <algorithm>
-#include <cmath>
-#include <functional>
 #include <nlohmann/json.hpp>
-#include <vector>
+#include <numeric>
+#include <utility>
 
 namespace Ambrel {
 
-using AmbrelKit::JSONDictionary;
-using AmbrelKit::JSONValue;
-
 namespace {
 
-using Row = std::vector<std::string>;
+constexpr std::size_t gapWidth = 2;   // between columns
+constexpr std::size_t belowWidth = 4; // from the start of a row to what stands under it
 
-/// The members of a dictionary in one cell.
-std::string pairs(const JSONValue& value) {
-    if (!value.is_object() || value.empty()) {
-        return value.is_object() ? "-" : shown(value);
-    }
+std::string joined(const Cell& cell, const std::string& gap) {
     std::string text;
-    for (const auto& [name, each] : value.items()) {
-        text += (text.empty() ? "" : "  ") + printable(name) + "=" + shown(each);
+    for (const std::string& word : cell.words) {
+        text += (&word == cell.words.data() ? "" : gap) + word;
     }
     return text;
-}
-
-/// When something was seen, in seconds from the collection's start where both are points in time.
-std::string seen(const JSONValue& sighting, const JSONValue& start) {
-    const JSONValue& time = member(sighting, "timestamp");
-    if (!time.is_number() || !start.is_number()) {
-        return shown(time);
-    }
-    constexpr double exact = 0x1p53; // up to here doubles hold every integer
-    const double offset = time.get<double>() - start.get<double>();
-    if (!std::isfinite(offset)) {
-        return shown(time);
-    }
-    const bool whole = std::abs(offset) < exact && offset == std::trunc(offset);
-    const JSONValue number =
-        whole ? JSONValue(static_cast<std::int64_t>(offset)) : JSONValue(offset);
-    return (offset < 0 ? "" : "+") + number.dump() + " s";
-}
-
-std::string aligned(const std::vector<Row>& rows) {
-    std::vector<std::size_t> widths(rows.front().size());
-    for (const Row& row : rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            widths[i] = std::max(widths[i], displayWidth(row[i]));
-        }
-    }
-    std::string text;
-    for (const Row& row : rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            text += "  " + row[i];
-            text += i + 1 < row.size() ? padding(row[i], widths[i]) : "";
-        }
-        text += '\n';
-    }
-    return text;
-}
-
-/// A row for each dictionary of a list. What is of another type is shown as it is.
-std::string section(const std::string& title, const JSONValue& list, const Row& headings,
-                    const std::function<Row(const JSONValue&)>& rowOf) {
-    if (list.is_null() || (list.is_array() && list.empty())) {
-        return "\n" + title + ": none\n";
-    }
-    if (!list.is_array()) {
-        return "\n" + title + ": " + shown(list) + "\n";
-    }
-    std::vector<Row> rows{headings};
-    for (const JSONValue& each : list) {
-        rows.push_back(each.is_object() ? rowOf(each) : Row{shown(each)});
-    }
-    return "\n" + title + ": " + std::to_string(list.size()) + "\n" + aligned(rows);
-}
-
-std::string dateText(const JSONValue& start) {
-    const auto date = start.is_number() ? localTime(start.get<double>()) : std::nullopt;
-    return date.value_or(shown(start));
-}
-
-std::string location(const JSONValue& fix, const JSONValue& start) {
-    return section(
-        "Location", fix.is_object() ? JSONValue::array({fix}) : fix,
-        {"LATITUDE", "LONGITUDE", "DETERMINED"}, [&](const JSONValue& each) {
-            return Row{shown(member(each, "lat")), shown(member(each, "lon")), seen(each, start)};
-        });
-}
-
-std::string networks(const JSONValue& network) {
-    return section("Wi-Fi networks",
-                   network.is_object() ? member(network, "connectedDevices") : network, {"NAME"},
-                   [](const JSONValue& each) { return Row{shown(member(each, "name"))}; });
 }
 
 } // namespace
 
-std::string table(const JSONDictionary& dictionary) {
-    const JSONValue& start = member(dictionary, "timestamp");
-    const auto peripheral = [&](const JSONValue& each) {
-        return Row{shown(member(each, "name")), shown(member(each, "address")), seen(each, start)};
-    };
-    const auto service = [&](const JSONValue& each) {
-        return Row{shown(member(each, "name")), shown(member(each, "protocolType")),
-                   shown(member(each, "address")), seen(each, start),
-                   pairs(member(each, "txtRecord"))};
-    };
-    return aligned({{"Collected", dateText(start)},
-                    {"IPv4 address", shown(member(dictionary, "ip"))}}) +
-           section("Bluetooth peripherals", member(dictionary, "bleScan"),
-                   {"NAME", "IDENTIFIER", "SEEN"}, peripheral) +
-           section("Services", member(dictionary, "nearbyDevices"),
-                   {"NAME", "TYPE", "ADDRESS", "SEEN", "TXT"}, service) +
-           location(member(dictionary, "locationCollection"), start) +
-           networks(member(dictionary, "wifiNetwork"));
+Cell cell(const AmbrelKit::JSONValue& value) {
+    return value.is_null() ? Cell() : Cell(shown(value));
+}
+
+Table::Table(std::vector<Column> columns, Page page, std::size_t indentation)
+    : columns_(std::move(columns)), page_(page), indentation_(indentation),
+      fitted_(columns_.size()) {}
+
+void Table::add(std::vector<Cell> row) {
+    for (Cell& cell : row) {
+        for (std::string& word : cell.words) {
+            word = printable(word);
+        }
+    }
+    rows_.push_back(std::move(row));
+}
+
+std::string Table::take() {
+    std::string text;
+    if (!std::exchange(isFitted_, true)) {
+        fit();
+        std::vector<Cell> headings;
+        for (const Column& column : columns_) {
+            headings.emplace_back(wordsOf(column.heading), Meaning::heading);
+        }
+        if (wordsBelow_) {
+            headings.pop_back();
+        }
+        const std::string line = written(headings);
+        text += line == "\n" ? "" : line; // that has none
+    }
+    for (const auto& row : std::exchange(rows_, {})) {
+        text += written(row);
+    }
+    return text;
+}
+
+std::string Table::omissions() const {
+    std::string names;
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        if (!fitted_[i].shown && !(wordsBelow_ && i + 1 == columns_.size())) {
+            names += (names.empty() ? "" : ", ") + columns_[i].heading;
+        }
+    }
+    const std::string text = cut("no room for " + names, page_.columns - indentation_);
+    return names.empty()
+               ? ""
+               : std::string(indentation_, ' ') + page_.style(Meaning::faint, text) + "\n";
+}
+
+void Table::measure(const std::vector<Cell>& row) {
+    for (std::size_t i = 0; i < std::min(row.size(), columns_.size()); ++i) {
+        fitted_[i].widest =
+            std::max(fitted_[i].widest, displayWidth(joined(row[i], columns_[i].gap)));
+    }
+}
+
+std::size_t Table::taken() const {
+    std::size_t width = indentation_;
+    for (const Fitted& each : fitted_) {
+        width += each.shown ? each.width + gapWidth : 0;
+    }
+    return width - std::min(width, gapWidth);
+}
+
+void Table::fit() {
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        fitted_[i].widest = displayWidth(columns_[i].heading);
+    }
+    for (const auto& row : rows_) {
+        measure(row);
+    }
+    std::vector<std::size_t> leastUsefulFirst(columns_.size());
+    std::iota(leastUsefulFirst.begin(), leastUsefulFirst.end(), 0);
+    std::stable_sort(leastUsefulFirst.begin(), leastUsefulFirst.end(), [&](auto a, auto b) {
+        return columns_[a].usefulness < columns_[b].usefulness;
+    });
+    if (hasWords()) { // they go on below, rather than have others cut
+        std::erase(leastUsefulFirst, columns_.size() - 1);
+        for (Fitted& each : fitted_) {
+            each.width = each.widest;
+        }
+        Fitted& words = fitted_.back();
+        words.width = std::min(words.widest, columns_.back().least);
+        wordsBelow_ = taken() > page_.columns;
+        words.shown = !wordsBelow_;
+    }
+    while (!narrow(leastUsefulFirst) && leastUsefulFirst.size() > 1) {
+        fitted_[leastUsefulFirst.front()].shown = false;
+        leastUsefulFirst.erase(leastUsefulFirst.begin());
+    }
+    if (hasWords() && !wordsBelow_) {
+        Fitted& words = fitted_.back();
+        words.width = std::min(words.widest, page_.columns - (taken() - words.width));
+    }
+}
+
+/// Whether those that are shown fit the page now.
+bool Table::narrow(const std::vector<std::size_t>& leastUsefulFirst) {
+    for (const std::size_t i : leastUsefulFirst) {
+        fitted_[i].width = fitted_[i].widest;
+    }
+    for (const std::size_t i : leastUsefulFirst) {
+        if (taken() > page_.columns) {
+            const std::size_t excess = taken() - page_.columns;
+            const std::size_t least = std::min(columns_[i].least, fitted_[i].widest);
+            fitted_[i].width =
+                std::max(least, fitted_[i].width - std::min(excess, fitted_[i].width));
+        }
+    }
+    return taken() <= page_.columns;
+}
+
+std::string Table::written(const std::vector<Cell>& row) const {
+    std::string line;
+    std::size_t column = 0; // behind what is written
+    std::size_t start = indentation_;
+    std::string further;
+    for (std::size_t i = 0; i < std::min(row.size(), columns_.size()); ++i) {
+        const Cell& cell = row[i];
+        if (hasWords() && i + 1 == columns_.size()) {
+            further = flowing(cell, wordsBelow_ ? indentation_ + belowWidth : start);
+            break;
+        }
+        if (!fitted_[i].shown) {
+            continue;
+        }
+        const std::size_t width = fitted_[i].width;
+        const std::string whole = joined(cell, " ");
+        const std::string text = page_.columns == unlimited ? whole : cut(whole, width);
+        const bool right = columns_[i].alignment == Column::Alignment::right;
+        const std::size_t begin = std::max(start + (right ? padding(text, width).size() : 0),
+                                           column + (column > 0 ? gapWidth : 0));
+        if (!text.empty()) {
+            line += std::string(begin - column, ' ') + page_.style(cell.meaning, text);
+            column = begin + displayWidth(text);
+        }
+        start += width + gapWidth;
+    }
+    if (wordsBelow_ || further.empty()) {
+        return line + "\n" + further;
+    }
+    // The first line of the words goes on with the row's.
+    const std::size_t begin = std::max(start, column + (column > 0 ? gapWidth : 0));
+    return line + std::string(begin - column, ' ') + further.substr(start);
+}
+
+/// The lines of a cell, from `start` on.
+std::string Table::flowing(const Cell& cell, std::size_t start) const {
+    const std::size_t width =
+        wordsBelow_ ? page_.columns - std::min(page_.columns, start) : fitted_.back().width;
+    std::string text;
+    const std::size_t least = 1;
+    for (const std::string& line :
+         lines(cell.words, columns_.back().gap,
+               page_.columns == unlimited ? unlimited : std::max(width, least))) {
+        text += std::string(start, ' ') + page_.style(cell.meaning, line) + "\n";
+    }
+    return text;
 }
 
 } // namespace Ambrel

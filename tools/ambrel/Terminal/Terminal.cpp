@@ -1,9 +1,29 @@
 #include "tools/ambrel/Terminal/Terminal.hpp"
 
+#include <charconv>
+#include <cstdlib>
+#include <string_view>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace Ambrel {
+
+namespace {
+
+std::string_view variable(const char* name) {
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+std::optional<std::size_t> columnsAsSet() {
+    const std::string_view text = variable("COLUMNS");
+    std::size_t columns = 0;
+    std::from_chars(text.data(), text.data() + text.size(), columns);
+    return columns > 0 ? std::optional(columns) : std::nullopt;
+}
+
+} // namespace
 
 std::optional<std::size_t> terminalColumns(int descriptor) {
     winsize size{};
@@ -11,10 +31,21 @@ std::optional<std::size_t> terminalColumns(int descriptor) {
     return known ? std::optional<std::size_t>(size.ws_col) : std::nullopt;
 }
 
+bool isDrawable(int descriptor) {
+    const std::string_view kind = variable("TERM");
+    return isatty(descriptor) == 1 && !kind.empty() && kind != "dumb";
+}
+
 bool isPipe(int descriptor) {
     struct stat status {};
     return fstat(descriptor, &status) == 0 &&
            (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
+}
+
+Page page(int descriptor, ColorChoice choice) {
+    const auto columns = terminalColumns(descriptor);
+    return {.columns = columns ? *columns : columnsAsSet().value_or(unlimited),
+            .style = Style(descriptor, choice)};
 }
 
 } // namespace Ambrel

@@ -1,7 +1,10 @@
 #ifndef AMBREL_TERMINAL_HPP
 #define AMBREL_TERMINAL_HPP
 
+#include "tools/ambrel/Terminal/Style.hpp"
+
 #include <cstddef>
+#include <limits>
 #include <optional>
 
 namespace Ambrel {
@@ -10,8 +13,22 @@ namespace Ambrel {
 /// not say.
 std::optional<std::size_t> terminalColumns(int descriptor);
 
+/// Whether a terminal is there that can do more than print one line after the other.
+bool isDrawable(int descriptor);
+
 /// Whether what is written there goes to another program.
 bool isPipe(int descriptor);
+
+constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+
+/// What texts for people are written on.
+struct Page {
+    std::size_t columns = unlimited;
+    Style style;
+};
+
+/// The page behind a descriptor: as wide as its terminal, else as COLUMNS says, else unlimited.
+Page page(int descriptor, ColorChoice choice = ColorChoice::automatic);
 
 } // namespace Ambrel
 

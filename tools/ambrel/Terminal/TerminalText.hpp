@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Ambrel {
 
@@ -16,15 +17,26 @@ using AmbrelKit::printable;
 /// A value for a cell of a table: text as it is, "-" for null, anything else as JSON.
 std::string shown(const AmbrelKit::JSONValue& value);
 
+// A terminal draws grapheme clusters: a letter with its accents, or an emoji of several characters.
+// What is measured here is to be printable.
+
 /// How many columns `text` takes on a terminal.
 std::size_t displayWidth(std::string_view text);
+
+/// As much of `text` as takes no more than so many columns; where that is not all of it, it ends in
+/// an ellipsis.
+std::string cut(std::string_view text, std::size_t columns);
 
 /// The spaces that `text` lacks to `width` columns.
 std::string padding(std::string_view text, std::size_t width);
 
-/// `text` with its words on several lines where it would not fit into `columns`; the further ones
-/// are indented.
-std::string wrapped(const std::string& text, std::size_t indentation, std::size_t columns);
+/// The parts of `text` between spaces.
+std::vector<std::string> wordsOf(std::string_view text);
+
+/// Words on lines of so many columns, with `gap` between them. A word is broken only where it is
+/// longer than a line: at its spaces, and else anywhere.
+std::vector<std::string> lines(const std::vector<std::string>& words, std::string_view gap,
+                               std::size_t columns);
 
 } // namespace Ambrel
 

@@ -1,0 +1,47 @@
+#include "tools/ambrel/Terminal/Style.hpp"
+
+#include "tools/ambrel/Terminal/Terminal.hpp"
+
+#include <cstdlib>
+
+namespace Ambrel {
+
+namespace {
+
+const char* sequence(Meaning meaning) {
+    switch (meaning) {
+    case Meaning::heading:
+        return "\033[1m";
+    case Meaning::faint:
+        return "\033[2m";
+    case Meaning::good:
+        return "\033[32m";
+    case Meaning::caution:
+        return "\033[33m";
+    case Meaning::bad:
+        return "\033[31m";
+    case Meaning::fresh:
+        return "\033[36m";
+    case Meaning::plain:
+        break;
+    }
+    return "";
+}
+
+} // namespace
+
+Style::Style(int descriptor, ColorChoice choice) {
+    const char* refusal = std::getenv("NO_COLOR");
+    const bool refused = refusal != nullptr && *refusal != '\0';
+    hasColors_ = choice == ColorChoice::always ||
+                 (choice == ColorChoice::automatic && !refused && isDrawable(descriptor));
+}
+
+std::string Style::operator()(Meaning meaning, std::string_view text) const {
+    if (!hasColors_ || meaning == Meaning::plain || text.empty()) {
+        return std::string(text);
+    }
+    return sequence(meaning) + std::string(text) + "\033[0m";
+}
+
+} // namespace Ambrel
