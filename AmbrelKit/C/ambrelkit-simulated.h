@@ -53,9 +53,9 @@ AMBREL_API int ambrel_simulated_kit_new(ambrel_simulated* platform,
                                         const char* const* service_types, ambrel_kit** kit,
                                         ambrel_error* error);
 
-/// Has something happen on the platform, now. `json` is an object with one of the keys that a step
-/// of a replay script may have (docs/replay.md), but "host", "onDelivery", "statuses" and "end",
-/// which are the caller's own business, and without its "at":
+/// Has something happen on the platform, now. `json` is an object of at most 16 MiB with one of the
+/// keys that a step of a replay script may have (docs/replay.md), but "host", "onDelivery",
+/// "statuses" and "end", which are the caller's own business, and without its "at":
 ///
 ///     {"bluetooth": {"state": 5}}
 ///     {"bluetooth": {"discover": {"identifier": "C0FFEE00-0000-4000-8000-000000000001", "name":
@@ -86,7 +86,8 @@ AMBREL_API int ambrel_simulated_advance(ambrel_simulated* platform, int64_t dura
 AMBREL_API int64_t ambrel_simulated_now(const ambrel_simulated* platform);
 
 /// How the sources of this platform fare, as `ambrel_source_reports_new` makes them of the
-/// machine's. `changed` is called when time is advanced next, also by nothing. They may outlive the
+/// machine's. `changed` is called when time is advanced next, also by nothing, and once more for
+/// what it changes itself: one that does so each time keeps time from passing. They may outlive the
 /// platform.
 AMBREL_API int ambrel_simulated_source_reports_new(ambrel_simulated* platform,
                                                    const ambrel_observer* observer,

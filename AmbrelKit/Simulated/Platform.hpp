@@ -84,7 +84,8 @@ public:
 
     /// A handle on how the sources fare, as `Linux::sourceReports` makes one for a machine.
     /// `changed` is called by the clock when time is advanced next, also by nothing, once for all
-    /// that has changed. The handle may outlive the platform.
+    /// that has changed, and once more for what it changes itself: one that does so each time keeps
+    /// time from passing. The handle may outlive the platform.
     [[nodiscard]] AMBRELKIT_API std::shared_ptr<SourceReports>
     sourceReports(const std::function<void()>& changed = {});
 

@@ -127,7 +127,8 @@ class Platform(LibraryObject):
         return nanoseconds / _SECOND
 
     def sources(self, changed: Changed | None = None) -> SourceReports:
-        """How its sources fare. ``changed`` is called when time is advanced next, also by nothing."""
+        """How its sources fare. ``changed`` is called when time is advanced next, also by nothing, and once more
+        for what it changes itself: one that does so each time keeps time from passing."""
         return SimulatedReports(self, changed)
 
     def impose(self, source: SourceName, state: State, *, means: str = "", code: str = "", reason: str = "", remedy: str = "") -> None:

@@ -208,6 +208,12 @@ static void says_what_is_wrong(void) {
         CHECK_FAILS(ambrel_simulated_feed(host.platform, lines[i], strlen(lines[i]), &error),
                     -EBADMSG, AMBREL_ERROR_DOMAIN_SCRIPT, 1);
     }
+    static char long_line[(1 << 24) + 1];
+    memset(long_line, ' ', sizeof long_line);
+    memcpy(long_line, events[0], strlen(events[0]));
+    CHECK_FAILS(ambrel_simulated_feed(host.platform, long_line, sizeof long_line, &error), -EBADMSG,
+                AMBREL_ERROR_DOMAIN_SCRIPT, 1);
+    CHECK(ambrel_simulated_feed(host.platform, long_line, sizeof long_line - 1, NULL) == 0);
     CHECK_IS_ERRNO(ambrel_simulated_feed(host.platform, "{\"clock\": {\"offset\": 1}}", 24, NULL) ==
                            0
                        ? ambrel_simulated_advance(host.platform, INT64_MAX, &error)

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Simulated/Replay/ScriptValue.hpp"
 
+#include "AmbrelKit/Platform/JSONText.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 
 #include <limits>
@@ -98,6 +99,9 @@ private:
 };
 
 const ScriptValue& LineParser::parse(std::string_view line) {
+    if (line.size() > greatestJSONLength) {
+        throw LineError("more than 16 MiB of JSON");
+    }
     values_.clear();
     open_.clear();
     texts_.clear();
