@@ -31,7 +31,11 @@ std::string told(const SourceCondition& condition) {
     return condition.reason + (condition.remedy.empty() ? "" : ": " + condition.remedy);
 }
 
+/// Nothing of an absence that is too short to be read.
 std::string told(const SourceAbsence& absence) {
+    if (absence.until && spoken(*absence.until) == spoken(absence.from)) {
+        return {};
+    }
     return absence.who + " was away from " + spoken(absence.from) +
            (absence.until ? " to " + spoken(*absence.until) : " on");
 }
@@ -90,7 +94,8 @@ std::string_view code(SourceOutcome outcome) {
 std::string shortfall(const SourceAccount& account) {
     std::string text;
     for (const SourceAbsence& absence : account.absences) {
-        text += (text.empty() ? "" : ", ") + told(absence);
+        const std::string away = told(absence);
+        text += (text.empty() || away.empty() ? "" : ", ") + away;
     }
     if (account.outcome == SourceOutcome::failed) {
         text += text.empty() ? "" : ": ";

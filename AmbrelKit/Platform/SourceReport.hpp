@@ -84,7 +84,8 @@ struct SourceReport {
 };
 
 /// What people should know of a collection: "hci0 is switched off: bluetoothctl power on", "BlueZ
-/// was away from 3.1 s to 3.6 s". Empty when the source listened throughout or was not asked.
+/// was away from 3.1 s to 3.6 s". Empty when the source listened throughout, but for moments
+/// within a tenth of a second, or was not asked.
 [[nodiscard]] AMBRELKIT_API std::string shortfall(const SourceAccount& account);
 
 /// The report as a dictionary, without the name of its source: one of those that

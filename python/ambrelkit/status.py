@@ -101,6 +101,6 @@ class SourceReports(_Observing):
         return cast(OutcomeName, outcomes[function("ambrel_source_reports_outcome")(self._handle, source_number(source))])
 
     def shortfall(self, source: SourceName) -> str:
-        """What people should know of the source's collection, in one line; empty when it listened throughout, or was
-        not asked."""
+        """What people should know of the source's collection, in one line; empty when it listened throughout, but for
+        moments within a tenth of a second, or was not asked."""
         return text("ambrel_source_reports_shortfall", self._handle, source_number(source)) or ""

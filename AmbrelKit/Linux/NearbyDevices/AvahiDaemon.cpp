@@ -108,6 +108,7 @@ void AvahiDaemon::askByItself(const Daemon::Method& method, const BusArguments& 
                            replied = std::move(replied)](sd_bus_message* reply) {
         if (const auto self = weak.lock()) {
             --self->unanswered_;
+            self->answersSince_ = true;
             if (!isError(reply)) {
                 self->stand(Standing::serving);
             }
@@ -123,9 +124,10 @@ void AvahiDaemon::askByItself(const Daemon::Method& method, const BusArguments& 
 /// counted instead of time, so that it is not blamed for a host that was busy itself.
 void AvahiDaemon::pulse() {
     pulse_->arm(std::chrono::steady_clock::now() + pulseInterval);
+    const bool answers = std::exchange(answersSince_, false);
     if (unanswered_ == 0) {
         askByItself({"/", serverInterface, "GetState"}, {}, [](sd_bus_message*) {});
-    } else {
+    } else if (!answers) {
         stand(standing_ == Standing::overdue || standing_ == Standing::silent ? Standing::silent
                                                                               : Standing::overdue);
     }

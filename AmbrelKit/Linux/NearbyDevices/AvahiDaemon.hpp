@@ -16,7 +16,7 @@ public:
     enum class Standing {
         asked, ///< it has not answered yet
         serving,
-        overdue,  ///< it left what it can answer by itself unanswered for a second
+        overdue,  ///< it left all that it can answer by itself unanswered for a second
         silent,   ///< and for two
         refusing, ///< it does not serve us (policy, an old interface), and never will
     };
@@ -60,7 +60,8 @@ private:
     int underWay_ = 0;
 
     std::shared_ptr<Deadline> pulse_;
-    int unanswered_ = 0; ///< of the questions that it can answer by itself
+    int unanswered_ = 0;        ///< of the questions that it can answer by itself
+    bool answersSince_ = false; ///< the last beat, some of them
 };
 
 } // namespace AmbrelKit::Linux

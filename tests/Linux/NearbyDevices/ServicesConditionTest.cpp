@@ -105,6 +105,23 @@ TEST_F(ServicesConditionTest, OfADaemonsManner) {
     }
 }
 
+/// As one does that goes on just before a beat.
+TEST_F(ServicesConditionTest, ADaemonThatIsAnsweringIsNotAwayForWhatItHasYetToAnswer) {
+    daemon->held = {"ServiceBrowserPrepare"};
+    search();
+    const auto first = std::exchange(browser, nullptr);
+    ASSERT_TRUE(driver.until([&] { return daemon->mostHeld == 1; }));
+    daemon->held.clear();
+    beginCollection();
+    search("_http._tcp.");
+    ASSERT_TRUE(becomes("listening: avahi-daemon"));
+    driver.during(1200ms);
+    EXPECT_EQ(condition(), "listening: avahi-daemon");
+    daemon->answerHeld();
+    driver.during(1s);
+    EXPECT_EQ(account().outcome, SourceOutcome::listened);
+}
+
 TEST_F(ServicesConditionTest, WithoutADaemon) {
     daemon.reset();
     drain();
