@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Installs a build, builds each example by the line that stands in it, and runs them beside a neighbour with services.
+"""Installs a build, builds each example by the line that stands in it, and runs them, and the one in Python, beside a
+neighbour with services.
 
 Exit status 77: they are built, and the kernel refuses the network to run them in.
 """
@@ -15,7 +16,8 @@ import time
 SOURCE, BUILD, COMPILER, *FLAGS = sys.argv[1:]
 BED = [sys.executable, f"{SOURCE}/tests/network/bed.py", "--types", "_ipp._tcp,_http._tcp"]
 # Those that go on after the collection: their input ends, or they are told to end.
-UNTIL = {"poll": "sleep 14 | $0", "qt": "timeout 14 $0; [ $? -eq 124 ]", "gtk": "timeout --preserve-status 14 $0"}
+UNTIL = {"poll": "sleep 14 | $0", "qt": "timeout 14 $0; [ $? -eq 124 ]", "gtk": "timeout --preserve-status 14 $0",
+         "minimal_py": f"exec {sys.executable} $0"}
 
 
 def run(*command, **options):
@@ -43,6 +45,10 @@ def build(folder):
             cwd=f"{SOURCE}/examples", env=environment)
         print(f"{os.path.basename(example)}: built in {time.monotonic() - begin:.1f} s", flush=True)
         programs[os.path.splitext(os.path.basename(example))[0] + ("_c" if compiler == "cc" else "")] = program
+    if shared:
+        run("cmake", "--install", BUILD, "--prefix", prefix, "--component", "Python", stdout=subprocess.DEVNULL)
+        os.environ |= {"PYTHONPATH": f"{prefix}/lib/python3/dist-packages", "AMBRELKIT_LIBRARY_DIR": f"{modules}/.."}
+        programs["minimal_py"] = f"{SOURCE}/examples/minimal.py"
     return programs
 
 
