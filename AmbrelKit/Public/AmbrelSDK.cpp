@@ -13,6 +13,8 @@ constexpr std::int64_t greatestThreshold = 30;
 
 } // namespace
 
+AmbrelSDKDelegate::AmbrelSDKDelegate(const JSONDictionary* /*none*/) {}
+
 std::shared_ptr<AmbrelSDK>
 AmbrelSDK::create(std::optional<std::vector<std::string>> bonjourServices,
                   BluetoothManagerFactory bluetoothManagerFactory,

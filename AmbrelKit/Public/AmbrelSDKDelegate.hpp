@@ -47,6 +47,14 @@ public:
     /// Whether this program may look for services on the local network. Only granted lets the kit
     /// do so.
     virtual AmbrelPermissionStatus networkPermissionStatus() = 0;
+
+protected:
+    AmbrelSDKDelegate() : AmbrelSDKDelegate(nullptr) {}
+
+private:
+    /// Its symbol bears the version and the settings of the JSON library: a host that is compiled
+    /// with others than AmbrelKit does not link.
+    explicit AmbrelSDKDelegate(const JSONDictionary* none);
 };
 
 } // namespace AmbrelKit

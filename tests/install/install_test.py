@@ -128,9 +128,11 @@ class Installation(unittest.TestCase):
             run(COMPILER, *FLAGS, f"{program}.o", *flags, f"-Wl,-rpath,{self.library}", "-o", program)
             self.check_host(program)
             self.check_libraries(program, libraries)
-        simulated = run("pkg-config", "--libs", "ambrelkit-simulated", env=self.few_modules).split()
+        simulated = run("pkg-config", "--cflags", "--libs", "ambrelkit-simulated", env=self.few_modules).split()
         self.assertIn("-lambrelkit-simulated", simulated)
         self.assertIn("-lambrelkit", simulated)
+        with self.assertRaisesRegex(AssertionError, "undefined.*json_abi_diag"):  # which gives no dictionary to any function
+            run(COMPILER, *FLAGS, "-std=c++20", "-DJSON_DIAGNOSTICS=1", f"{HOST}/host_test.cpp", *simulated, "-o", program)
 
     def test_what_the_loader_finds_by_itself_has_no_search_path(self):
         stage = os.path.join(self.folder.name, "system")
