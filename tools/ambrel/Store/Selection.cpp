@@ -66,12 +66,12 @@ std::optional<double> selectedTime(const AmbrelStorage& store, const std::string
 
 JSONDictionary selectedCollection(const std::string& text) {
     std::string problem;
-    const AmbrelStorage& store =
-        storeReportingTo([&problem](const std::string& line) { problem = line; });
+    const AmbrelStorage* const store = // a reference makes g++ 14 warn of the argument's end
+        &storeReportingTo([&problem](const std::string& line) { problem = line; });
     std::optional<JSONDictionary> found;
-    const auto time = selectedTime(store, text);
+    const auto time = selectedTime(*store, text);
     if (time && hasSaved()) {
-        store.forEachSavedCollection(*time, *time, [&found](JSONDictionary collection) {
+        store->forEachSavedCollection(*time, *time, [&found](JSONDictionary collection) {
             if (!found) {
                 found = std::move(collection);
             }
