@@ -3,7 +3,7 @@
 function heading() {
     const { collections, first, last } = model;
     at("span").textContent = collections === 0 ? `No collections. Made ${moment(model.made)} (${offsetText(model.made)}).`
-        : `${several(collections, "collection")} ${between(first, last)} (${offsetText(last)})`;
+        : `${several(collections, "collection")} from ${between(first, last)} (${offsetText(last)})`;
     const figures = [[collections, "collection"], ...["peripheral", "service", "network", "place"].map((kind) => [model[kinds[kind][0]].distinct, kind])];
     at("figures").append(...figures.map(([count, word]) =>
         make("div", {}, make("dt", {}, several(count, word).replace(/^\S+ /, "")), make("dd", { id: `${word}-figure` }, number(count)))));
@@ -83,6 +83,8 @@ if (!empty) {
         listenForKeys(at(id));
         listenForPointers(at(id), ".plot");
     }
+    addEventListener("keydown", (event) => event.key === "Escape" && tip(null));
+    addEventListener("scroll", () => tip(null), { passive: true });
     new ResizeObserver(repaint).observe(at("main"));
     paint();
 }

@@ -55,7 +55,9 @@ function runText(thing, time) {
     const since = time - model.first;
     for (let index = 0; index < thing.runs.length; index += 2) {
         const [from, to] = [thing.runs[index], thing.runs[index + 1]];
-        if (since >= from - reach && since <= to + reach) return `There ${between(model.first + from, model.first + to)}`;
+        if (since < from - reach || since > to + reach) continue;
+        const about = thing.gap > 0 && to > from ? `; absences of up to ${duration(thing.gap)} are not told apart` : "";
+        return `There ${between(model.first + from, model.first + to)}${about}`;
     }
     return `Not seen at ${moment(Math.round(time))}`;
 }

@@ -5,11 +5,11 @@ const filters = [];
 /// Several texts below one another.
 const texts = (list) => (list.length < 2 ? list.map(isolated) : [make("ul", {}, list.map((text) => make("li", {}, isolated(text))))]);
 
-const compare = (a, b) => (typeof a === "number" ? a - b : a.localeCompare(b, "en", { numeric: true, sensitivity: "base" }));
+const collate = new Intl.Collator("en", { numeric: true, sensitivity: "base" }).compare;
+const compare = (a, b) => (typeof a === "number" ? a - b : collate(a, b));
 const time = (value) => make("time", { datetime: new Date(value * 1000).toISOString(), title: `${moment(value)} (${offsetText(value)})` }, moment(value));
 const seenColumns = [
-    ["Seen", (thing) => number(thing.count), (thing) => thing.count, "number"],
-    ["Of all", (thing) => percent(thing.count / model.collections), (thing) => thing.count, "number"],
+    ["Seen", (thing) => [number(thing.count), make("span", { class: "muted" }, ` · ${percent(thing.count / model.collections)}`)], (thing) => thing.count, "number"],
     ["First seen", (thing) => time(thing.first), (thing) => thing.first, "time"],
     ["Last seen", (thing) => [time(thing.last), make("span", { class: "muted" }, ` · ${ago(thing.last)}`)], (thing) => thing.last, "time"],
 ];
@@ -29,7 +29,7 @@ function table(caption, list, columns, size = 25) {
         fillBody(0);
     }
     function sort(index, kind) {
-        down = order === index ? !down : kind !== undefined;
+        down = order === index ? !down : kind === "number" || kind === "time";
         order = index;
         headings.forEach((heading, each) => each === index ? heading.setAttribute("aria-sort", down ? "descending" : "ascending") : heading.removeAttribute("aria-sort"));
         update();
@@ -41,7 +41,7 @@ function table(caption, list, columns, size = 25) {
     });
     filters.push(update);
     update();
-    const scroller = make("div", { class: "scroll", role: "region", tabindex: 0, "aria-label": caption },
+    const scroller = make("div", { class: "scroll", role: "region", tabindex: 0, "aria-label": `Table: ${caption}` },
         make("table", {}, make("caption", { class: "unseen" }, caption), make("thead", {}, make("tr", {}, headings)), body));
     return make("div", {}, scroller, turner.element);
 }
@@ -64,7 +64,8 @@ function tables() {
     const name = (thing) => {
         const press = make("button", { type: "button", class: `what ${thing.kind}` }, make("span", {}, isolated(thing.label)));
         press.addEventListener("click", () => chooseWeek(thing));
-        return press;
+        const others = thing.names?.slice(1) ?? [];
+        return [press, others.length === 0 ? null : make("div", { class: "muted" }, "also ", others.map((other, index) => [index > 0 ? ", " : "", isolated(other)]))];
     };
     at("peripherals-hint").textContent = leftOut("peripheral");
     at("peripherals").append(table("Peripherals", things.peripheral, [
@@ -76,8 +77,8 @@ function tables() {
     at("services").append(table("Services", things.service, [
         ["Name", name, (thing) => thing.label],
         ["Kind", (thing) => [typeText(thing.type), " ", make("code", {}, visible(thing.type.replace(/\.$/, "")))], (thing) => thing.detail],
-        ["Address", (thing) => texts(thing.addresses), (thing) => thing.addresses[0] ?? ""],
-        ["It says", (thing) => texts(thing.txt.map(([key, value]) => `${key}: ${value}`)), (thing) => thing.txt.flat().join()],
+        ["Address", (thing) => texts(thing.addresses), (thing) => thing.addresses[0] ?? "", "address"],
+        ["It says", (thing) => texts(thing.txt.map(([key, value]) => `${key}: ${value}`)), (thing) => thing.txt.flat().join(), "long"],
         ...seenColumns,
     ]));
     const networks = [...things.network, ...things.address];

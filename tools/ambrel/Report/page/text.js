@@ -6,7 +6,7 @@ function fill(element, attributes, children) {
     for (const [name, value] of Object.entries(attributes)) {
         if (value !== null && value !== false) element.setAttribute(name, value === true ? "" : value);
     }
-    element.append(...children.flat().filter((child) => child !== null));
+    element.append(...children.flat(Infinity).filter((child) => child !== null));
     return element;
 }
 

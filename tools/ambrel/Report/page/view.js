@@ -51,15 +51,14 @@ const zoomButtons = [
 ];
 const keys = {
     "ArrowLeft": () => move(-0.2), "ArrowRight": () => move(0.2), "+": () => zoom(0.5), "=": () => zoom(0.5),
-    "-": () => zoom(2), "0": reset, "Home": () => show(whole.from, whole.from + view.to - view.from),
-    "End": () => show(whole.to - view.to + view.from, whole.to),
+    "-": () => zoom(2), "0": reset,
 };
 
-/// Lets keys in `section` move the time; those of a field stay with it.
+/// Lets keys in `section` move the time; a field and a table that scrolls keep theirs.
 function listenForKeys(section) {
     section.addEventListener("keydown", (event) => {
         const act = keys[event.key];
-        if (!act || event.ctrlKey || event.metaKey || event.altKey || event.target.matches("select, input")) return;
+        if (!act || event.ctrlKey || event.metaKey || event.altKey || event.target.closest("select, .scroll")) return;
         event.preventDefault();
         act();
     });

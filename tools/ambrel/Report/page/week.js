@@ -54,9 +54,9 @@ function showWeek(thing) {
 /// Shows the week of `thing`, and goes there.
 function chooseWeek(thing) {
     const place = weekly.indexOf(thing);
-    at("week-thing").value = place;
-    if (place >= 0) showWeek(thing);
-    else at("week-hint").textContent = `${visible(thing.label)} was seen too seldom to tell of its week: ${several(thing.count, "time")}.`;
+    at("week-thing").value = place < 0 ? "all" : place;
+    showWeek(weekly[place]);
+    if (place < 0) at("week-hint").textContent = `${visible(thing.label)} was seen too seldom to tell of its week: ${several(thing.count, "time")}.`;
     at("week-title").focus({ preventScroll: true });
     at("week").scrollIntoView({ block: "start" });
 }
@@ -85,23 +85,23 @@ function facts() {
     const long = model.last - model.first >= 7 * aDay;
     const found = long ? weekly.map((thing) => ({ thing, habit: habit(thing) })).filter((each) => each.habit) : [];
     found.sort((a, b) => b.habit.strength - a.habit.strength);
-    at("regular-hint").textContent = found.length > 0 ? "Where most of its sightings are, and in how many collections of those hours it was."
+    at("regular-hint").textContent = found.length > 0 ? "When most sightings of it are, and the share of the collections then that saw it."
         : long ? "Nothing keeps to hours or days." : "Collections of less than a week cannot tell.";
     at("regular").append(...found.slice(0, 8).map(({ thing, habit: { text, strength } }) => fact(thing, `${text} · ${percent(strength)}`)));
 
-    const fresh = ["service", "network", "place", "peripheral"].flatMap((kind) => things[kind].filter((thing) => model.newSince !== null && thing.first >= model.newSince)
+    const fresh = ["service", "network", "place", "peripheral"].flatMap((kind) => things[kind].filter((thing) => model.newSince !== null && thing.first >= model.newSince && (thing.count > 1 || kind !== "peripheral"))
         .sort((a, b) => b.count - a.count));
     const amounts = ["peripheral", "service", "network", "place"].map((kind) => [model[kinds[kind][0]].new, kind]).filter(([count]) => count > 0);
     at("new-hint").textContent = model.newSince === null ? "Collections of less than a week cannot tell."
         : amounts.length === 0 ? `Nothing since ${day(model.newSince)}.`
-            : `First seen since ${day(model.newSince)}: ${amounts.map(([count, kind]) => several(count, kind)).join(", ")}. Seen most:`;
+            : `First seen since ${day(model.newSince)}: ${amounts.map(([count, kind]) => several(count, kind)).join(", ")}.${fresh.length > 0 ? " Seen most:" : " Each was seen once."}`;
     at("new").append(...fresh.slice(0, 8).map((thing) => fact(thing, `${several(thing.count, "time")}, first ${dayOfYear(thing.first)}`)));
 }
 
 function week() {
     const option = (thing) => make("option", { value: weekly.indexOf(thing) }, visible(thing.label));
     at("week-thing").append(make("option", { value: "all" }, "all peripherals"), ...["service", "peripheral", "network"].map((kind) =>
-        make("optgroup", { label: `${kind[0].toUpperCase()}${kind.slice(1)}s` }, weekly.filter((thing) => thing.kind === kind).slice(0, 100).map(option))));
+        make("optgroup", { label: `${kind[0].toUpperCase()}${kind.slice(1)}s` }, weekly.filter((thing) => thing.kind === kind).map(option))));
     at("week-thing").addEventListener("change", (event) => showWeek(weekly[event.target.value]));
     showWeek();
     facts();
