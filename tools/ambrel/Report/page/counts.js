@@ -67,7 +67,7 @@ const meanAndMost = (sum, most) => (list, x, y) => {
     const parts = [];
     for (const one of list) {
         const before = parts.at(-1)?.at(-1);
-        if (before && one.from - before.to <= 3 * (one.to - one.from)) parts.at(-1).push(one);
+        if (before && one.from - before.to <= Math.max(hour, 3 * (one.to - one.from))) parts.at(-1).push(one);
         else parts.push([one]);
     }
     const middle = (one) => x((one.from + one.to) / 2);

@@ -16,6 +16,7 @@ function pager(size, turn) {
         back.disabled = first === 0;
         on.disabled = first + size >= total;
         back.hidden = on.hidden = total <= size;
+        element.hidden = total > 0 && total <= size;
         words.textContent = total === 0 ? "Nothing matches the filter."
             : total <= size ? "" : `${number(first + 1)}–${number(Math.min(first + size, total))} of ${number(total)}`;
     }

@@ -86,13 +86,13 @@ function facts() {
     const found = long ? weekly.map((thing) => ({ thing, habit: habit(thing) })).filter((each) => each.habit) : [];
     found.sort((a, b) => b.habit.strength - a.habit.strength);
     at("regular-hint").textContent = found.length > 0 ? "When most sightings of it are, and the share of the collections then that saw it."
-        : long ? "Nothing keeps to hours or days." : "Collections of less than a week cannot tell.";
+        : long ? "Nothing keeps to hours or days." : "Collections of a week or more can tell.";
     at("regular").append(...found.slice(0, 8).map(({ thing, habit: { text, strength } }) => fact(thing, `${text} · ${percent(strength)}`)));
 
     const fresh = ["service", "network", "place", "peripheral"].flatMap((kind) => things[kind].filter((thing) => model.newSince !== null && thing.first >= model.newSince && (thing.count > 1 || kind !== "peripheral"))
         .sort((a, b) => b.count - a.count));
     const amounts = ["peripheral", "service", "network", "place"].map((kind) => [model[kinds[kind][0]].new, kind]).filter(([count]) => count > 0);
-    at("new-hint").textContent = model.newSince === null ? "Collections of less than a week cannot tell."
+    at("new-hint").textContent = model.newSince === null ? "Collections of a week or more can tell."
         : amounts.length === 0 ? `Nothing since ${day(model.newSince)}.`
             : `First seen since ${day(model.newSince)}: ${amounts.map(([count, kind]) => several(count, kind)).join(", ")}.${fresh.length > 0 ? " Seen most:" : " Each was seen once."}`;
     at("new").append(...fresh.slice(0, 8).map((thing) => fact(thing, `${several(thing.count, "time")}, first ${dayOfYear(thing.first)}`)));
