@@ -103,7 +103,7 @@ class ReportPage(unittest.TestCase):
                     ready = self.js("performance.getEntriesByName('ready')[0].startTime")
                     print(f"{size} collections, {width} pixels: ready after {ready:.0f} ms", flush=True)
                     self.assertLess(ready, 6000)
-                    self.assertEqual(self.js("document.documentElement.scrollWidth"), width)
+                    self.assertFalse(self.js("document.documentElement.scrollWidth > document.documentElement.clientWidth"))
 
     def test_names_are_text(self):
         self.open()
@@ -173,7 +173,7 @@ class ReportPage(unittest.TestCase):
         driver.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": True})
         self.addCleanup(driver.execute_cdp_cmd, "Emulation.setScriptExecutionDisabled", {"value": False})
         self.open(1000)
-        self.assertIn("1,000 collections", self.all("header")[0].text)
+        self.assertIn("1000 collections", self.all("header")[0].text)
 
 
 unittest.main(verbosity=2)

@@ -35,7 +35,7 @@ function weekTable(thing) {
 }
 
 function weekKey(thing) {
-    return make("p", { class: `key ${thing?.kind ?? "peripheral"}`, "aria-hidden": "true" }, "less", [0, 25, 50, 75, 100].map((share) => {
+    return make("p", { class: `key ${thing?.kind ?? "peripheral"}`, "aria-hidden": "true" }, thing ? "never" : "fewer", [0, 25, 50, 75, 100].map((share) => {
         const box = make("i");
         box.style.setProperty("--share", `${share}%`);
         return box;
@@ -61,21 +61,30 @@ function chooseWeek(thing) {
     at("week").scrollIntoView({ block: "start" });
 }
 
+/// The hours from the first to the last usual one, over midnight where that is shorter: [first, how many].
+function stretch(usual) {
+    let longest = 0, first = 0;
+    for (let hours = 0, away = 0; hours < 48; ++hours) {
+        away = usual[hours % 24] ? 0 : away + 1;
+        if (away > longest) [longest, first] = [away, (hours + 1) % 24];
+    }
+    return [first, 24 - longest];
+}
+
 /// The days and hours that hold most of a thing's sightings, in words; null where it keeps to none.
 function habit(thing) {
     const on = thing.week.map((count, place) => count > 0 && shareAt(thing, place) >= 0.4);
     const which = days.map((_, index) => index).filter((index) => on.slice(index * 24, index * 24 + 24).filter(Boolean).length > 0);
     if (which.length === 0) return null;
     const usual = Array.from({ length: 24 }, (_, hours) => which.filter((index) => on[index * 24 + hours]).length * 2 > which.length);
-    const from = usual.indexOf(true), to = usual.lastIndexOf(true) + 1;
-    if (from < 0) return null;
-    const inside = (place) => which.includes(Math.floor(place / 24)) && place % 24 >= from && place % 24 < to;
+    const [first, length] = stretch(usual);
+    const inside = (place) => which.includes(Math.floor(place / 24)) && (place + 24 - first) % 24 < length;
     const sum = (list) => list.reduce((total, count, place) => total + (inside(place) ? count : 0), 0);
     const strength = sum(thing.week) / Math.max(1, sum(collected));
     if (sum(thing.week) < 0.7 * thing.count || strength < 0.4) return null;
     const consecutive = which.at(-1) - which[0] === which.length - 1 && which.length > 2;
     const daysText = which.length === 7 ? "every day" : consecutive ? `${days[which[0]]}–${days[which.at(-1)]}` : which.map((index) => days[index]).join(", ");
-    const hoursText = from === 0 && to === 24 ? "at any hour" : `${hourText(from)}–${hourText(to)}`;
+    const hoursText = length === 24 ? "at any hour" : `${hourText(first)}–${hourText(first + length)}`;
     return { text: `${daysText}, ${hoursText}`, strength };
 }
 
