@@ -86,7 +86,7 @@ function counts() {
     const most = (key) => model.bins[key].reduce((top, each) => Math.max(top, each), 0);
     const text = (sum, top) => `${decimal(total(sum) / model.collections)} in a collection on average, at most ${number(most(top))}`;
     at("counts").append(axis(),
-        chart("collection", "Collections", `${number(model.collections)} in ${duration(model.last - model.first)}`, (one) => one.collections, bars),
+        chart("collection", "Collections", number(model.collections) + (model.last > model.first ? ` in ${duration(model.last - model.first)}` : ""), (one) => one.collections, bars),
         chart("peripheral", "Peripherals", text("peripheralSum", "peripheralMax"), (one) => one.peripheralMax, meanAndMost("peripheralSum", "peripheralMax")),
         chart("service", "Services", text("serviceSum", "serviceMax"), (one) => one.serviceMax, meanAndMost("serviceSum", "serviceMax")));
 }

@@ -3,7 +3,7 @@
 function heading() {
     const { collections, first, last } = model;
     at("span").textContent = collections === 0 ? `No collections. Made ${moment(model.made)} (${offsetText(model.made)}).`
-        : `${several(collections, "collection")} from ${between(first, last)} (${offsetText(last)})`;
+        : `${several(collections, "collection")}${first === last ? ", " : " from "}${between(first, last)} (${offsetText(last)})`;
     const figures = [[collections, "collection"], ...["peripheral", "service", "network", "place"].map((kind) => [model[kinds[kind][0]].distinct, kind])];
     at("figures").append(...figures.map(([count, word]) =>
         make("div", {}, make("dt", {}, several(count, word).replace(/^\S+ /, "")), make("dd", { id: `${word}-figure` }, number(count)))));
@@ -69,9 +69,11 @@ function filter() {
 
 heading();
 colours();
-const shown = empty ? ["theme", "figures"] : ["theme", "figures", "bar", "main"];
-for (const id of shown) at(id).hidden = false;
-if (!empty) {
+for (const id of ["theme", "figures", "bar", "main"]) at(id).hidden = false;
+if (empty) {
+    at("bar").hidden = true;
+    at("main").replaceChildren(make("p", { class: "card" }, "Nothing was stored in this time: ambrel scan | ambrel store save keeps a collection."));
+} else {
     presence();
     counts();
     networks();

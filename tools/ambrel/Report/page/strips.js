@@ -17,7 +17,7 @@ function pager(size, turn) {
         on.disabled = first + size >= total;
         back.hidden = on.hidden = total <= size;
         element.hidden = total > 0 && total <= size;
-        words.textContent = total === 0 ? "Nothing matches the filter."
+        words.textContent = total === 0 ? (wanted.length > 0 ? "Nothing matches the filter." : "None was seen.")
             : total <= size ? "" : `${number(first + 1)}–${number(Math.min(first + size, total))} of ${number(total)}`;
     }
     return { element, of(count) { total = count; first = 0; update(); } };

@@ -87,7 +87,11 @@ function duration(seconds) {
     return several(Math.round(seconds / length), unit);
 }
 
-const distance = (metres) => (metres < 1000 ? `${number(Math.round(metres))} m` : `${decimal(metres / 1000)} km`);
+function distance(metres) {
+    if (metres < 1000) return `${number(Math.round(metres))} m`;
+    const kilometres = metres / 1000;
+    return `${kilometres < 100 ? decimal(kilometres) : number(Math.round(kilometres))} km`;
+}
 
 const typeWords = {
     _airplay: "AirPlay screen", _raop: "AirPlay speaker", _googlecast: "Google Cast", _ipp: "Printer", _ipps: "Printer",
