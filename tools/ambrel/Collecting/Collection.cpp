@@ -90,12 +90,15 @@ Collection::Collection(const CollectionOptions& options, std::shared_ptr<Command
     }
     kit_ = Linux::create(std::move(observedServices));
     kit_->setDelegate(host_);
-    host_->setComplete([counts = counts_, sources = sources_](Delivery& delivery) {
-        delivery.outcome = dictionary(*sources);
-        if (counts->end()) {
-            delivery.sources = sources->reports();
-        }
-    });
+    host_->setComplete(
+        [counts = counts_, sources = sources_, accounts = outcome_ != nullptr](Delivery& delivery) {
+            if (accounts) {
+                delivery.outcome = dictionary(*sources);
+            }
+            if (counts->end()) {
+                delivery.sources = sources->reports();
+            }
+        });
 }
 
 Delivery Collection::next() {
