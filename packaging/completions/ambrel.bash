@@ -6,7 +6,7 @@ _ambrel_options() {
     case "$*" in
     '') echo --help --version ;;
     scan | record) echo --help "$collection" ;;
-    watch) echo --help --every --threshold "$collection" ;;
+    watch) echo --help --every --threshold --changes "$collection" ;;
     replay) echo --help --queries --quiet ;;
     doctor) echo --help --only --without --location --format ;;
     'store show' | 'store last') echo --help --format ;;

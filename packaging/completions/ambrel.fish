@@ -91,6 +91,7 @@ complete -c ambrel -n $collects -l progress -d 'Show the progress though the out
 complete -c ambrel -n $collects -l quiet -d 'No progress, no notes'
 complete -c ambrel -n '__ambrel_in watch' -l every -x -d 'Also collect at this interval: 15m'
 complete -c ambrel -n '__ambrel_in watch' -l threshold -x -d 'Reuse a collection this young, 0 to 30 s'
+complete -c ambrel -n '__ambrel_in watch' -l changes -d 'Print what appeared, changed or went'
 
 set -l examined bluetooth services location address wifi lifecycle network
 complete -c ambrel -n '__ambrel_in doctor' -l only -x -a "(__ambrel_list $examined)" -d 'Examine only these'

@@ -1,6 +1,6 @@
 """Every dictionary that the replay scripts and a scan deliver has the documented form, and so has
-every account of the sources that the board's tests make, and every line of details that the tool's
-make; the documented forms are no wider.
+every account of the sources that the board's tests make, and every line of details and of changes that
+the tool's make; the documented forms are no wider.
 
     dictionaries_test.py SOURCE_DIRECTORY AMBREL SOURCE_BOARD_TESTS
 """
@@ -126,17 +126,22 @@ class Outcomes(unittest.TestCase):
                 self.assertFalse(outcome.is_valid(with_change(away, path, value)))
 
 
-class Details(unittest.TestCase):
-    def test_a_line_of_every_kind_has_the_form_and_no_wider_one(self):
-        details = validator("details")
-        with open(f"{SOURCE}/tests/tools/details.jsonl", encoding="utf-8") as file:
-            lines = [json.loads(line) for line in file]
-        self.assertEqual(len({(line["source"], line["report"]) for line in lines}), len(details.schema["oneOf"]))
-        for line in lines:
-            details.validate(line)
-            for change in [{"other": 1}, {"time": "1"}, {"report": "other"}] + [{key: None} for key in line]:
-                with self.subTest(line=line, change=change):
-                    self.assertFalse(details.is_valid(line | change))
+class Lines(unittest.TestCase):
+    def test_one_of_every_kind_has_the_form_and_no_wider_one(self):
+        for name, changes in [("details", [{"time": "1"}, {"report": "other"}]),
+                              ("changes", [{"to": "1"}, {"kind": "other"}, {"change": "other"}])]:
+            form = validator(name)
+            with open(f"{SOURCE}/tests/tools/{name}.jsonl", encoding="utf-8") as file:
+                lines = [json.loads(line) for line in file]
+            self.assertEqual(len({(line.get("kind"), line.get("source"), line.get("report")) for line in lines}),
+                             len(form.schema["oneOf"]))
+            for line in lines:
+                form.validate(line)
+                for change in changes + [{"other": 1}] + [{key: None} for key in line if line[key] is not None]:
+                    if change == {"from": None}:  # of a first collection
+                        continue
+                    with self.subTest(line=line, change=change):
+                        self.assertFalse(form.is_valid(line | change))
 
 
 unittest.main(argv=sys.argv[:1])

@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_INTERNAL_EXTENSIONS_TEXT_HPP
 #define AMBRELKIT_INTERNAL_EXTENSIONS_TEXT_HPP
 
+#include "AmbrelKit/Platform/Export.hpp"
+
 #include <compare>
 #include <functional>
 #include <string>
@@ -17,7 +19,7 @@ public:
 
     // From what the kit is given texts in; ill-formed UTF-8 is replaced by U+FFFD.
     // NOLINTBEGIN(google-explicit-constructor): a record is written down with plain texts
-    Text(std::string bytes);
+    AMBRELKIT_SEAM Text(std::string bytes);
     Text(std::string_view bytes) : Text(std::string(bytes)) {}
     Text(const char* bytes) : Text(std::string(bytes)) {}
     // NOLINTEND(google-explicit-constructor)

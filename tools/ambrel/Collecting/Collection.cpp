@@ -161,13 +161,18 @@ void Collection::note(const std::string& text) {
 }
 
 ExitStatus Collection::handOver(const Delivery& delivery) {
+    return handOver(delivery,
+                    formatted(delivery.data, outputFormat(options_.format), page(STDOUT_FILENO)));
+}
+
+ExitStatus Collection::handOver(const Delivery& delivery, const std::string& result) {
     const bool detailed = !details_ || isDone([&] { details_->finish(); });
     const bool accounted = !outcome_ || isDone([&] {
         outcome_->write(printableJSON(JSONValue(delivery.outcome).dump()));
         outcome_->finish();
     });
     const bool kept = !options_.save || saveCollection(delivery.data);
-    printResult(formatted(delivery.data, outputFormat(options_.format), page(STDOUT_FILENO)));
+    printResult(result);
     notes_.collected(delivery.sources);
     const bool allListened =
         std::ranges::none_of(delivery.sources, [&](const SourceReport& report) {

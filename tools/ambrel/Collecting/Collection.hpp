@@ -45,6 +45,8 @@ public:
     /// not listen: `notUsable` where that is to be a failure. What can't be written is told, and
     /// makes this `failed`.
     ExitStatus handOver(const Delivery& delivery);
+    /// The same with this to be printed in place of its dictionary.
+    ExitStatus handOver(const Delivery& delivery, const std::string& result);
 
 private:
     void note(const std::string& text);

@@ -18,7 +18,7 @@ namespace Ambrel {
 
 struct Delivery {
     AmbrelKit::JSONDictionary data;
-    AmbrelKit::JSONDictionary outcome;            ///< how the sources fared, where that is asked for
+    AmbrelKit::JSONDictionary outcome; ///< how the sources fared, where that is asked for
     std::vector<AmbrelKit::SourceReport> sources; ///< the same; empty: it was delivered before
 };
 

@@ -1,7 +1,10 @@
 #include "tools/ambrel/Arguments/Duration.hpp"
+#include "tools/ambrel/Collecting/Changes.hpp"
 #include "tools/ambrel/Collecting/Collection.hpp"
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/Terminal/Output.hpp"
 
+#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
 
 #include <CLI/CLI.hpp>
@@ -29,6 +32,7 @@ struct WatchOptions {
     CollectionOptions collection;
     std::optional<double> every;           ///< seconds
     std::optional<std::int64_t> threshold; ///< seconds
+    bool changes = false;                  ///< these are printed, in place of the dictionaries
 };
 
 std::string checkInterval(const std::string& text) {
@@ -43,6 +47,22 @@ std::string checkThreshold(const std::string& text) {
     return isNumber && text.size() <= 2 && std::stoi(text) <= greatestThreshold
                ? ""
                : "\"" + text + "\" is not a number of seconds from 0 to 30";
+}
+
+/// What is printed of a dictionary.
+std::string result(const WatchOptions& options, Changes& changes, const Delivery& delivery) {
+    const OutputFormat format = outputFormat(options.collection.format);
+    const Page shown = page(STDOUT_FILENO);
+    if (!options.changes) {
+        return formatted(delivery.data, format, shown);
+    }
+    std::string text;
+    for (const Change& change : changes.next(delivery.data, delivery.sources)) {
+        text += (format == OutputFormat::json ? printableJSON(change.dump())
+                                              : line(change, shown.style)) +
+                "\n";
+    }
+    return text;
 }
 
 /// Until it is interrupted, or what was to be strict has failed.
@@ -68,10 +88,11 @@ ExitStatus watch(const WatchOptions& options) {
         });
     }
     kit->startScanning();
+    Changes changes;
     while (true) {
         const auto delivery = collection.next();
         kit->completeScanning(); // the machine may go to sleep from here on
-        const ExitStatus status = collection.handOver(delivery);
+        const ExitStatus status = collection.handOver(delivery, result(options, changes, delivery));
         if (options.collection.strict && status != done) {
             return status; // else, what can't be saved may be the next time
         }
@@ -87,7 +108,6 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
     CLI::App* command =
         app.add_subcommand("watch", "Takes one now, and when device or user come back");
     const auto options = std::make_shared<WatchOptions>();
-    options->collection.format = "json";
     options->collection.earlierDetails = ResultFile::Earlier::continued;
     command
         ->add_option_function<std::string>(
@@ -100,9 +120,14 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
                      "reuse a collection this young, 0 to 30\n(default 30, with --every 0)")
         ->type_name("SECONDS")
         ->check(checkThreshold);
+    command->add_flag("--changes", options->changes,
+                      "print what appeared, changed or went, in place of each\ndictionary");
     addCollectionOptions(*command, options->collection, "json (on one line)");
     command->callback([options, &status] {
         options->collection.awaitsReturn = !options->every;
+        if (!options->changes && options->collection.format.empty()) {
+            options->collection.format = "json";
+        }
         status = watch(*options);
     });
 }
