@@ -44,18 +44,6 @@ TEST_F(Store, KeepsTheNewStateBeforeItCallsOut) {
     EXPECT_EQ(calls, (std::vector<std::string>{"start", "stop", "notify", "stop", "notify"}));
 }
 
-TEST_F(Store, AnEventWithoutEffectStillReplacesTheState) {
-    store->sendEvent(scan{ScanningMode::once});
-    now = 11;
-    store->sendEvent(tick);
-    now = 5; // the clock went back: the record is open again
-    calls.clear();
-    store->sendEvent(tick);
-    EXPECT_TRUE(calls.empty());
-    EXPECT_FALSE(store->state().finishedCollectedData);
-    EXPECT_FALSE(store->state().isTimeoutReached);
-}
-
 TEST_F(Store, ACallbackMaySendLetGoOrThrow) {
     store->sendEvent(scan{ScanningMode::once});
     now = 11;
