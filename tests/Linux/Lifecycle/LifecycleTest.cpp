@@ -37,6 +37,13 @@ constexpr const char* userInterface = "org.freedesktop.login1.User";
 constexpr const char* managerInterface = "org.freedesktop.login1.Manager";
 constexpr const char* mockInterface = "org.freedesktop.DBus.Mock";
 
+struct Step {
+    const char* what;
+    std::function<void()> happens;
+    int activations;
+    const char* condition = nullptr; ///< checked where it is given
+};
+
 /// Beside a logind of dbusmock, on a private bus. The test asks it by a connection of its own, and
 /// waits for the answers while the loop stands still.
 class LifecycleTest : public testing::Test, protected LoopDriver {
@@ -143,6 +150,25 @@ protected:
         application->endBackgroundTask(task);
         ASSERT_TRUE(inhibited(0));
         drain();
+    }
+
+    /// Each step in a collection of its own, since the reports of one are counted.
+    void follow(const std::vector<Step>& steps) {
+        const auto collections = loop()->shared<Linux::LoopBoard>()->collectionTimers(
+            [this](double interval, bool repeats, TimerTick tick) {
+                return loop()->scheduledTimer(interval, repeats, std::move(tick));
+            });
+        for (const Step& step : steps) {
+            activations = 0;
+            const auto collection = collections(1, true, [](Timer&) {});
+            step.happens();
+            drain();
+            EXPECT_EQ(activations, step.activations) << step.what;
+            EXPECT_EQ(source->report(Source::lifecycle).collection.reports,
+                      static_cast<std::size_t>(activations))
+                << step.what;
+            EXPECT_EQ(condition(), step.condition != nullptr ? step.condition : condition());
+        }
     }
 
     /// How the lifecycle fares: the state, by what means, and the reason's code.
@@ -255,23 +281,12 @@ TEST_F(LifecycleTest, ALogindThatStartsAgainIsFollowedAgain) {
     application->endBackgroundTask(task);
 }
 
-struct Step {
-    const char* what;
-    std::function<void()> happens;
-    int activations;
-    const char* condition = nullptr; ///< checked where it is given
-};
-
 TEST_F(LifecycleTest, ActivationsAreOfTheSessionThatShowsTheUser) {
     startLogind();
     const auto descriptors = openDescriptors();
     const auto observer = observe();
     awaitFollowed();
-    const auto collections = loop()->shared<Linux::LoopBoard>()->collectionTimers(
-        [this](double interval, bool repeats, TimerTick tick) {
-            return loop()->scheduledTimer(interval, repeats, std::move(tick));
-        });
-    const Step steps[] = {
+    follow({
         {"somebody else's session", [this] { activate(ownSession, true); }, 0,
          "listening|logind|no-session"},
         {"it becomes the user's", [this] { display(ownSession); }, 1,
@@ -300,18 +315,7 @@ TEST_F(LifecycleTest, ActivationsAreOfTheSessionThatShowsTheUser) {
         {"resumed", [this] { announceSleep(false); }, 1, "listening|logind, session later|"},
         {"and the console is switched back", [this] { activate(laterSession, true); }, 0},
         {"resumed again", [this] { announceSleep(false); }, 1},
-    };
-    for (const Step& step : steps) {
-        activations = 0;
-        const auto collection = collections(1, true, [](Timer&) {}); // reports are counted
-        step.happens();
-        drain();
-        EXPECT_EQ(activations, step.activations) << step.what;
-        EXPECT_EQ(source->report(Source::lifecycle).collection.reports,
-                  static_cast<std::size_t>(activations))
-            << step.what;
-        EXPECT_EQ(condition(), step.condition != nullptr ? step.condition : condition());
-    }
+    });
     NotificationCenter::default_()->removeObserver(observer);
     EXPECT_EQ(condition(), "idle||");
     EXPECT_EQ(openDescriptors(), descriptors) << "logind is followed for nobody";
@@ -323,7 +327,7 @@ TEST_F(LifecycleTest, TheOwnSessionIsFollowedUntilItsUserHasLoggedOutOfIt) {
     display(laterSession);
     const auto observer = observe();
     awaitFollowed();
-    const Step steps[] = {
+    follow({
         {"the display is another", [this] { activate(laterSession, true); }, 0},
         {"its own", [this] { activate(ownSession, true); }, 1},
         {"logged out of it",
@@ -339,13 +343,7 @@ TEST_F(LifecycleTest, TheOwnSessionIsFollowedUntilItsUserHasLoggedOutOfIt) {
              activate(laterSession, true);
          },
          1},
-    };
-    for (const Step& step : steps) {
-        activations = 0;
-        step.happens();
-        drain();
-        EXPECT_EQ(activations, step.activations) << step.what;
-    }
+    });
 }
 
 TEST_F(LifecycleTest, AReleasedKitDelaysSleepNoLonger) {
