@@ -70,7 +70,9 @@ enum {
     AMBREL_OUTCOME_NOT_ASKED = 0,   ///< the host does not permit it, or the mode does not need it
     AMBREL_OUTCOME_LISTENED = 1,    ///< and missed nothing from when it began to
     AMBREL_OUTCOME_INTERRUPTED = 2, ///< it listened, was away, and came back
-    AMBREL_OUTCOME_FAILED = 3       ///< it never listened, or was away when the collection ended
+    AMBREL_OUTCOME_FAILED = 3       ///< it never listened, or was away when the collection ended;
+                                    ///< what is left out of the build fails also where the host
+                                    ///< does not permit it
 };
 
 typedef struct ambrel_source_reports ambrel_source_reports;

@@ -36,7 +36,8 @@ enum class SourceOutcome : std::uint8_t {
     notAsked,    ///< the host does not permit it, or the mode does not need it
     listened,    ///< and missed nothing from when it began to
     interrupted, ///< it listened, was away, and came back
-    failed,      ///< it never listened, or was away when the collection ended
+    failed,      ///< it never listened, or was away when the collection ended; what is left out of
+                 ///< the build fails also where the host does not permit it
 };
 
 // Short names for programs, which stay as they are: "bluetooth", "left-out", "not-asked".
