@@ -1,5 +1,6 @@
 #include "tools/ambrel/Arguments/Choices.hpp"
 #include "tools/ambrel/Arguments/PointInTime.hpp"
+#include "tools/ambrel/Arguments/TimeSpan.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Store/DictionaryReader.hpp"
 #include "tools/ambrel/Store/Selection.hpp"
@@ -13,7 +14,6 @@
 #include <fstream>
 #include <functional>
 #include <iostream>
-#include <limits>
 #include <memory>
 #include <system_error>
 #include <unistd.h>
@@ -27,43 +27,35 @@ namespace {
 using AmbrelKit::AmbrelStorage;
 using AmbrelKit::JSONDictionary;
 
-constexpr double ever = std::numeric_limits<double>::infinity();
-
 constexpr std::size_t pieceSize = 1U << 16U; // bytes
 
 /// What the subcommands are given; each uses its own part.
 struct StoreArguments {
     std::string selection; ///< of one collection
-    double since = -ever;
-    double until = ever;
+    TimeSpan span;
     std::string format;
     std::string file = "-";
 };
 
 ExitStatus statusOf(bool whole) { return whole ? done : failed; }
 
-std::string checkTime(const std::string& text) {
-    return pointInTime(text) ? "" : "\"" + text + "\" is no point in time";
-}
-
 /// Has `take` take each collection from the oldest to the newest. A store that was never saved to
 /// is an empty one.
-ExitStatus forEach(double since, double until,
-                   const std::function<void(const JSONDictionary&)>& take) {
+ExitStatus forEach(const TimeSpan& span, const std::function<void(const JSONDictionary&)>& take) {
     return statusOf(withStore([&](const AmbrelStorage& store) {
         if (!hasSaved()) {
             say("nothing has been saved in " + AmbrelStorage::path());
             return;
         }
-        store.forEachSavedCollection(since, until, take);
+        store.forEachSavedCollection(span.since, span.until, take);
     }));
 }
 
 /// Prints what `text` gives for each, in larger pieces.
-ExitStatus printEach(double since, double until,
+ExitStatus printEach(const TimeSpan& span,
                      const std::function<std::string(const JSONDictionary&)>& text) {
     std::string piece;
-    const auto status = forEach(since, until, [&](const JSONDictionary& collection) {
+    const auto status = forEach(span, [&](const JSONDictionary& collection) {
         piece += text(collection);
         if (piece.size() >= pieceSize) {
             printResult(std::exchange(piece, {}));
@@ -78,13 +70,13 @@ ExitStatus printTable(const StoreArguments& arguments) {
     constexpr std::size_t pieceRows = 500;
     Table table(Summary::columns(), page(STDOUT_FILENO));
     std::size_t rows = 0;
-    const auto status = forEach(arguments.since, arguments.until,
-                                [&, now = secondsNow()](const JSONDictionary& collection) {
-                                    table.add(Summary(collection).row(now));
-                                    if (++rows % pieceRows == 0) {
-                                        printResult(table.take());
-                                    }
-                                });
+    const auto status =
+        forEach(arguments.span, [&, now = secondsNow()](const JSONDictionary& collection) {
+            table.add(Summary(collection).row(now));
+            if (++rows % pieceRows == 0) {
+                printResult(table.take());
+            }
+        });
     if (hasSaved()) {
         const std::string rest = table.take();
         printResult(rest + table.omissions());
@@ -96,7 +88,7 @@ ExitStatus runList(const StoreArguments& arguments) {
     if (arguments.format != "json") {
         return printTable(arguments);
     }
-    return printEach(arguments.since, arguments.until, [](const JSONDictionary& collection) {
+    return printEach(arguments.span, [](const JSONDictionary& collection) {
         return formatted(Summary(collection).json(), OutputFormat::json);
     });
 }
@@ -108,7 +100,7 @@ ExitStatus runShow(const StoreArguments& arguments) {
 }
 
 ExitStatus runExport(const StoreArguments& arguments) {
-    return printEach(arguments.since, arguments.until, [](const JSONDictionary& collection) {
+    return printEach(arguments.span, [](const JSONDictionary& collection) {
         return formatted(collection, OutputFormat::json);
     });
 }
@@ -156,8 +148,6 @@ ExitStatus runPath(const StoreArguments& /*arguments*/) {
         [](const AmbrelStorage& /*store*/) { printResult(AmbrelStorage::path() + "\n"); }));
 }
 
-std::string timeHelp() { return std::string("A time is ") + pointInTimeForms + "."; }
-
 void addSelection(CLI::App& command, std::string& selection) {
     command.add_option("COLLECTION", selection, "a time, last, last-1, ...")
         ->required()
@@ -165,27 +155,11 @@ void addSelection(CLI::App& command, std::string& selection) {
     command.footer(selectionHelp());
 }
 
-void addBound(CLI::App& command, const std::string& name, double& bound,
-              const std::string& description) {
-    command
-        .add_option_function<std::string>(
-            name, [&bound](const std::string& text) { bound = pointInTime(text).value(); },
-            description)
-        ->type_name("TIME")
-        ->check(checkTime);
-    command.footer(timeHelp());
-}
-
 void addFormat(CLI::App& command, std::string& format, const std::string& description,
                std::vector<std::string> choices) {
     command.add_option("--format", format, description)
         ->type_name("FORMAT")
         ->check(oneOf(std::move(choices)));
-}
-
-void addSpan(CLI::App& command, StoreArguments& arguments) {
-    addBound(command, "--since", arguments.since, "not those before this time");
-    addBound(command, "--until", arguments.until, "not those after this time");
 }
 
 } // namespace
@@ -201,7 +175,7 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
     };
 
     CLI::App* command = add("list", "Lists the saved collections, oldest first", runList);
-    addSpan(*command, *arguments);
+    addTimeSpan(*command, arguments->span);
     addFormat(*command, arguments->format, "table (the default), or json for NDJSON",
               {"table", "json"});
     const auto addShown = [&](CLI::App& shown) {
@@ -223,7 +197,7 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
     command = add("delete", "Deletes one saved collection", runDelete);
     addSelection(*command, arguments->selection);
     command = add("export", "Prints the saved collections as NDJSON, oldest first", runExport);
-    addSpan(*command, *arguments);
+    addTimeSpan(*command, arguments->span);
     add("path", "Prints the directory of the files", runPath);
 }
 
