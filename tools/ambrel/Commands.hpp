@@ -46,6 +46,7 @@ private:
 void addDoctorCommand(CLI::App& app, ExitStatus& status);
 void addRecordCommand(CLI::App& app, ExitStatus& status);
 void addReplayCommand(CLI::App& app, ExitStatus& status);
+void addReportCommand(CLI::App& app, ExitStatus& status);
 void addScanCommand(CLI::App& app, ExitStatus& status);
 void addStoreCommand(CLI::App& app, ExitStatus& status);
 void addWatchCommand(CLI::App& app, ExitStatus& status);

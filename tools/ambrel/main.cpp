@@ -60,6 +60,7 @@ int run(int argc, char** argv) {
 #endif
     addReplayCommand(app, status);
     addStoreCommand(app, status);
+    addReportCommand(app, status);
 #ifdef AMBREL_WITH_LINUX
     addDoctorCommand(app, status);
 #endif

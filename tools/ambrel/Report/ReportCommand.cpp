@@ -1,0 +1,94 @@
+#include "tools/ambrel/Arguments/PointInTime.hpp"
+#include "tools/ambrel/Arguments/TimeSpan.hpp"
+#include "tools/ambrel/Collecting/ResultFile.hpp"
+#include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/Report/LocalTime.hpp"
+#include "tools/ambrel/Report/Page.hpp"
+#include "tools/ambrel/Report/Report.hpp"
+#include "tools/ambrel/Store/Store.hpp"
+#include "tools/ambrel/Terminal/Output.hpp"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unistd.h>
+
+namespace Ambrel {
+
+namespace {
+
+using AmbrelKit::AmbrelStorage;
+using AmbrelKit::JSONDictionary;
+using AmbrelKit::JSONValue;
+
+struct ReportArguments {
+    TimeSpan span;
+    std::string file;
+};
+
+/// Where a report begins or ends; null where it was not asked to.
+JSONValue bound(double seconds) {
+    const auto time = calendarTime(seconds);
+    return time ? JSONValue(*time) : JSONValue();
+}
+
+/// The model of the page. A store that was never saved to is an empty one.
+JSONDictionary modelOf(const ReportArguments& arguments) {
+    const auto unreadable = std::make_shared<std::size_t>(0);
+    const AmbrelStorage& store = storeReportingTo([unreadable](const std::string& line) {
+        ++*unreadable;
+        say(line);
+    });
+    Report report;
+    if (hasSaved()) {
+        store.forEachSavedCollection(
+            arguments.span.since, arguments.span.until,
+            [&report](const JSONDictionary& collection) { report.add(collection); });
+    } else {
+        say("nothing has been saved in " + AmbrelStorage::path());
+    }
+    JSONDictionary model = report.model();
+    model["format"] = 1;
+    model["made"] = calendarTime(secondsNow()).value_or(0);
+    model["since"] = bound(arguments.span.since);
+    model["until"] = bound(arguments.span.until);
+    model["unreadable"] = *unreadable;
+    return model;
+}
+
+ExitStatus run(const ReportArguments& arguments) {
+    if (arguments.file.empty() && isatty(STDOUT_FILENO) == 1) {
+        throw CommandError(badInput, "a report is for a browser: name its file, as in "
+                                     "-o report.html (-o - prints it all the same)");
+    }
+    std::optional<ResultFile> file;
+    if (!arguments.file.empty() && arguments.file != "-") {
+        file.emplace(arguments.file);
+    }
+    const JSONDictionary model = modelOf(arguments);
+    if (file) {
+        file->write(page(model));
+        file->finish();
+    } else {
+        printResult(page(model));
+    }
+    return model.at("unreadable") == 0 ? done : failed;
+}
+
+} // namespace
+
+void addReportCommand(CLI::App& app, ExitStatus& status) {
+    CLI::App* command = app.add_subcommand(
+        "report", "Makes one HTML page of the saved collections, which needs no network");
+    const auto arguments = std::make_shared<ReportArguments>();
+    addTimeSpan(*command, arguments->span);
+    command
+        ->add_option("-o,--output", arguments->file,
+                     "the page's file; it is replaced when the new one is whole\n"
+                     "(default: standard output, if that is no terminal)")
+        ->type_name("FILE");
+    command->callback([arguments, &status] { status = run(*arguments); });
+}
+
+} // namespace Ambrel
