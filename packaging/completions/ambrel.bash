@@ -12,6 +12,7 @@ _ambrel_options() {
     'store show' | 'store last') echo --help --format ;;
     'store list') echo --help --since --until --format ;;
     'store export') echo --help --since --until ;;
+    report) echo --help --since --until --output ;;
     *) echo --help ;;
     esac
 }
@@ -19,7 +20,7 @@ _ambrel_options() {
 # What may stand at the next place that is no option's: words, or `-f` for a file.
 _ambrel_arguments() {
     case "$*" in
-    '' | help) echo scan watch record replay store doctor help ;;
+    '' | help) echo scan watch record replay store report doctor help ;;
     store | 'help store') echo list show last save delete export path ;;
     'store show' | 'store delete') echo last && _ambrel_timestamps "$current" ;;
     record | replay | 'store save') echo -f ;;
@@ -31,7 +32,7 @@ _ambrel_values() {
     local option=$1 value=$2 chosen name
     shift 2
     case $option in
-    --outcome | --details) echo -f ;;
+    --outcome | --details | --output | -o) echo -f ;;
     --location) echo auto geoclue gpsd none ;;
     --since | --until) _ambrel_timestamps "$value" ;;
     --service)
@@ -65,7 +66,7 @@ _ambrel_timestamps() {
 }
 
 _ambrel() {
-    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^--(service|only|without|location|outcome|details|format|every|threshold|since|until)$'
+    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(service|only|without|location|outcome|details|output|format|every|threshold|since|until))$'
     # Readline breaks words at = and :, and completes what is behind the last of them.
     local words=() joined='' raw=''
     for raw in "${COMP_WORDS[@]:1:COMP_CWORD}"; do

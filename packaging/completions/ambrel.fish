@@ -4,7 +4,7 @@
 function __ambrel_path
     set -l words (commandline -opc)
     set -e words[1]
-    set -l valued --{service,only,without,location,outcome,details,format,every,threshold,since,until}
+    set -l valued -o --{service,only,without,location,outcome,details,output,format,every,threshold,since,until}
     set -l skips no
     set -l ended no
     for word in $words
@@ -63,7 +63,8 @@ complete -c ambrel -n '__ambrel_at ""' -l version -d 'Print the version'
 
 for row in 'scan	Take one collection and print it' 'watch	Take one now, and when device or user come back' \
     'record	Take one, and write a script that replays it' 'replay	Run a script, and print what the kit did' \
-    'store	Keep collections in files' 'doctor	Say whether each source works here' 'help	Print the help of a command'
+    'store	Keep collections in files' 'report	Make one page of the saved collections' \
+    'doctor	Say whether each source works here' 'help	Print the help of a command'
     set -l column (string split \t $row)
     complete -c ambrel -n '__ambrel_at "" help' -a $column[1] -d $column[2]
 end
@@ -103,5 +104,6 @@ complete -c ambrel -n '__ambrel_in doctor "store list"' -l format -x -a 'table j
 
 complete -c ambrel -n '__ambrel_in replay' -l queries -d 'Print the questions to the host too'
 complete -c ambrel -n '__ambrel_in replay' -l quiet -d 'Print the delivered dictionaries only'
-complete -c ambrel -n '__ambrel_in "store list" "store export"' -l since -x -k -a '(__ambrel_timestamps)' -d 'Not those before this time'
-complete -c ambrel -n '__ambrel_in "store list" "store export"' -l until -x -k -a '(__ambrel_timestamps)' -d 'Not those after this time'
+complete -c ambrel -n '__ambrel_in "store list" "store export" report' -l since -x -k -a '(__ambrel_timestamps)' -d 'Not those before this time'
+complete -c ambrel -n '__ambrel_in "store list" "store export" report' -l until -x -k -a '(__ambrel_timestamps)' -d 'Not those after this time'
+complete -c ambrel -n '__ambrel_in report' -s o -l output -rF -d 'The file of the page'

@@ -31,7 +31,7 @@ LINES = {
     "store list --since 17": "00000000.5",
     "record a:b:c --stri": "ct", "nonsense x": "", "scan --vers": "", "help scan exp": "",
 }
-FILES = ["replay od", "record od", "store save od", "scan --outcome od", "scan --details=od"]
+FILES = ["replay od", "report -o od", "record od", "store save od", "scan --outcome od", "scan --details=od"]
 RC = {
     "bash": """PS1=READY; bind 'set enable-bracketed-paste off'; source {}/ambrel.bash
 bind -x '"\\C-o": printf "%s\\n" "$READLINE_LINE" >answers'""",
@@ -43,7 +43,7 @@ answer() {{ print -r -- "$BUFFER" >answers }}; zle -N answer; bindkey '^O' answe
 def offered(*path):
     """The options and commands in the help of a command, each as a line that names it."""
     text = subprocess.run([AMBREL, *path, "--help"], capture_output=True, text=True, check=True).stdout
-    names = re.findall(r"^  (?:-h,)?(--[a-z-]+)", text, re.M)
+    names = re.findall(r"^  (?:-[a-z],)?(--[a-z-]+)", text, re.M)
     commands = re.findall(r"^  ([a-z]+) ", text.partition("\nCommands:\n")[2], re.M)
     yield from (" ".join(["ambrel", *path, name]) for name in names + commands)
     for command in commands:

@@ -80,7 +80,7 @@ ExitStatus run(const ReportArguments& arguments) {
 
 void addReportCommand(CLI::App& app, ExitStatus& status) {
     CLI::App* command = app.add_subcommand(
-        "report", "Makes one HTML page of the saved collections, which needs no network");
+        "report", "Makes one page of the saved collections, for a browser");
     const auto arguments = std::make_shared<ReportArguments>();
     addTimeSpan(*command, arguments->span);
     command
