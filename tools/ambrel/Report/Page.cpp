@@ -41,7 +41,7 @@ std::string scriptable(const JSONDictionary& model) {
 
 } // namespace
 
-std::string page(const JSONDictionary& model) {
+std::string reportPage(const JSONDictionary& model) {
     std::string text(pageStart);
     text.append(summary(model)).append(pageMiddle).append(scriptable(model)).append(pageEnd);
     return text;

@@ -9,7 +9,7 @@ namespace Ambrel {
 
 /// A whole HTML page that shows the model of a report and needs nothing else. No text in the model
 /// becomes markup, or ends the part of the page that it stands in.
-std::string page(const AmbrelKit::JSONDictionary& model);
+std::string reportPage(const AmbrelKit::JSONDictionary& model);
 
 } // namespace Ambrel
 

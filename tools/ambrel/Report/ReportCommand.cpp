@@ -68,10 +68,10 @@ ExitStatus run(const ReportArguments& arguments) {
     }
     const JSONDictionary model = modelOf(arguments);
     if (file) {
-        file->write(page(model));
+        file->write(reportPage(model));
         file->finish();
     } else {
-        printResult(page(model));
+        printResult(reportPage(model));
     }
     return model.at("unreadable") == 0 ? done : failed;
 }
