@@ -12,7 +12,7 @@ namespace {
 /// What nobody looked at for longer is not known to have been there.
 constexpr std::int64_t longestUnobserved = hour;
 
-constexpr std::size_t mostRunsKept = 200;
+constexpr std::size_t mostRunsKept = 2'000;
 
 } // namespace
 
@@ -61,9 +61,16 @@ void Presence::join(const Presence& other) {
 }
 
 void Presence::coarsen(std::size_t mostRuns) {
-    while (runs_.size() > std::max<std::size_t>(mostRuns, 1)) {
-        closeGaps(std::max(2 * gap_, hour));
+    if (runs_.size() <= mostRuns) {
+        return;
     }
+    std::vector<std::int64_t> gaps;
+    for (std::size_t i = 1; i < runs_.size(); ++i) {
+        gaps.push_back(runs_[i].begin - runs_[i - 1].end);
+    }
+    const auto last = gaps.begin() + static_cast<std::ptrdiff_t>(runs_.size() - mostRuns - 1);
+    std::nth_element(gaps.begin(), last, gaps.end());
+    closeGaps(*last);
 }
 
 void Presence::closeGaps(std::int64_t greatest) {

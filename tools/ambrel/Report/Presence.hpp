@@ -23,7 +23,7 @@ struct Moment {
 /// For each hour of the local week.
 using Week = std::array<std::size_t, hoursOfWeek>;
 
-/// In which collections a thing was seen. It takes the memory of some hundred collections, however
+/// In which collections a thing was seen. It takes the memory of some thousand collections, however
 /// many there are.
 class Presence {
 public:
@@ -39,7 +39,7 @@ public:
     /// collection may have seen both.
     void join(const Presence& other);
 
-    /// Leaves out absences, the shorter ones first, until there are at most so many runs.
+    /// Leaves out the shortest absences, so that there are at most so many runs (one at least).
     void coarsen(std::size_t mostRuns);
 
     [[nodiscard]] std::int64_t first() const { return runs_.front().begin; }

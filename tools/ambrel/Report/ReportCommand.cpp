@@ -79,8 +79,8 @@ ExitStatus run(const ReportArguments& arguments) {
 } // namespace
 
 void addReportCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command = app.add_subcommand(
-        "report", "Makes one page of the saved collections, for a browser");
+    CLI::App* command =
+        app.add_subcommand("report", "Makes one page of the saved collections, for a browser");
     const auto arguments = std::make_shared<ReportArguments>();
     addTimeSpan(*command, arguments->span);
     command

@@ -17,8 +17,8 @@ constexpr std::size_t mostLabels = 4;
 
 /// Fewer runs for each until there are not too many in all.
 void coarsen(const std::vector<Thing*>& things) {
-    constexpr std::size_t mostRuns = 50'000;
-    constexpr std::size_t mostRunsOfOne = 100;
+    constexpr std::size_t mostRuns = 100'000;
+    constexpr std::size_t mostRunsOfOne = 1'000;
     for (std::size_t most = mostRunsOfOne; most > 0; most /= 2) {
         std::size_t runs = 0;
         for (Thing* thing : things) {
