@@ -17,7 +17,7 @@ import tempfile
 import unittest
 import zoneinfo
 
-AMBREL = sys.argv.pop(1)
+AMBREL = str(pathlib.Path(sys.argv.pop(1)).resolve())
 ZONE = "Europe/Stockholm"
 HOUR, WEEK = 3600, 7 * 86400
 BEGIN = 1711000000  # ten days before the clocks there are put forward
