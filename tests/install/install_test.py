@@ -54,7 +54,7 @@ class Installation(unittest.TestCase):
     def test_only_what_is_promised_is_installed(self):
         top = sorted(os.listdir(os.path.join(self.prefix, "include", "AmbrelKit")))
         self.assertEqual(top, ["Adapters", "AmbrelError.hpp", "AmbrelPermissionStatus.hpp", "AmbrelSDK.hpp",
-                               "AmbrelSDKDelegate.hpp", "AmbrelStorage.hpp", "Linux", "Platform",
+                               "AmbrelSDKDelegate.hpp", "AmbrelStorage.hpp", "Difference.hpp", "Linux", "Platform",
                                "Simulated"])
         tool = os.path.join(self.prefix, "bin", "ambrel")
         if os.path.exists(tool):

@@ -1,0 +1,215 @@
+#include "AmbrelKit/Difference/CommonPart.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <unordered_map>
+
+namespace AmbrelKit::Differences {
+
+namespace {
+
+using Index = std::int32_t; // a value has fewer parts
+using Places = std::vector<std::pair<std::size_t, std::size_t>>;
+
+constexpr Index greatestCost = 512; ///< how many elements are removed or added on one path
+
+/// The lists from one pair of places to another.
+struct Span {
+    Index a, aEnd, b, bEnd;
+
+    [[nodiscard]] bool isEmpty() const { return a == aEnd || b == bEnd; }
+};
+
+/// Finds the path with the fewest removals and additions, after E. W. Myers, "An O(ND) Difference
+/// Algorithm and Its Variations": of the paths of each cost, the one that reaches furthest on each
+/// diagonal (a - b).
+class CommonPart {
+public:
+    CommonPart(const std::vector<Value>& a, const std::vector<Value>& b) : a_(a), b_(b) {}
+
+    Places find() {
+        Span span{0, static_cast<Index>(a_.size()), 0, static_cast<Index>(b_.size())};
+        takeBeginning(span);
+        const Index end = trimEnd(span);
+        if (Span rest = span; !span.isEmpty() && !takePath(rest, false)) {
+            betweenLandmarks(span);
+        }
+        for (Index i = 0; i < end; ++i) {
+            take(span.aEnd + i, span.bEnd + i);
+        }
+        return std::move(places_);
+    }
+
+private:
+    [[nodiscard]] bool isSame(Index a, Index b) const {
+        return a_[static_cast<std::size_t>(a)] == b_[static_cast<std::size_t>(b)];
+    }
+
+    void take(Index a, Index b) {
+        places_.emplace_back(static_cast<std::size_t>(a), static_cast<std::size_t>(b));
+    }
+
+    void takeBeginning(Span& span) {
+        while (!span.isEmpty() && isSame(span.a, span.b)) {
+            take(span.a++, span.b++);
+        }
+    }
+
+    [[nodiscard]] Index trimEnd(Span& span) const {
+        Index count = 0;
+        while (!span.isEmpty() && isSame(span.aEnd - 1, span.bEnd - 1)) {
+            --span.aEnd;
+            --span.bEnd;
+            ++count;
+        }
+        return count;
+    }
+
+    /// How far the cheapest way to the diagonal `k` leads in `a`, by a path of that cost.
+    Index& furthest(Index cost, Index k) {
+        return furthest_[static_cast<std::size_t>(cost * cost + cost + k)];
+    }
+
+    [[nodiscard]] bool comesFromAbove(Index cost, Index k) {
+        return k == -cost || (k != cost && furthest(cost - 1, k - 1) < furthest(cost - 1, k + 1));
+    }
+
+    /// Takes the common part along the cheapest path through the span; where it costs too much,
+    /// false, or with `anyway` along the one that leads furthest, and moves the span behind that.
+    bool takePath(Span& span, bool anyway) {
+        const Index n = span.aEnd - span.a;
+        const Index m = span.bEnd - span.b;
+        furthest_.clear();
+        Index best = 0; // the diagonal that leads furthest at the last cost
+        for (Index cost = 0; cost <= greatestCost; ++cost) {
+            furthest_.resize(static_cast<std::size_t>((cost + 1) * (cost + 1)));
+            Index reached = -1;
+            for (Index k = -cost; k <= cost; k += 2) {
+                const Index x = extended(span, cost, k);
+                if (x == n && x - k == m) {
+                    takeBack(span, cost, k);
+                    return true;
+                }
+                if (x <= n && x - k <= m && 2 * x - k > reached) {
+                    reached = 2 * x - k;
+                    best = k;
+                }
+            }
+        }
+        if (anyway) {
+            const Index x = furthest(greatestCost, best);
+            takeBack(span, greatestCost, best);
+            span.a += x;
+            span.b += x - best;
+        }
+        return false;
+    }
+
+    /// Notes and gives the furthest place on the diagonal `k`.
+    Index extended(const Span& span, Index cost, Index k) {
+        Index x = 0;
+        if (cost > 0) {
+            x = comesFromAbove(cost, k) ? furthest(cost - 1, k + 1) : furthest(cost - 1, k - 1) + 1;
+        }
+        while (span.a + x < span.aEnd && span.b + x - k < span.bEnd &&
+               isSame(span.a + x, span.b + x - k)) {
+            ++x;
+        }
+        furthest(cost, k) = x;
+        return x;
+    }
+
+    /// Takes what is common on the path that led there.
+    void takeBack(const Span& span, Index cost, Index k) {
+        const std::size_t first = places_.size();
+        for (Index x = furthest(cost, k);; --cost) {
+            const bool down = cost > 0 && comesFromAbove(cost, k);
+            const Index before = cost == 0 ? 0 : furthest(cost - 1, down ? k + 1 : k - 1);
+            const Index start = cost == 0 || down ? before : before + 1;
+            for (; x > start; --x) {
+                take(span.a + x - 1, span.b + x - 1 - k);
+            }
+            if (cost == 0) {
+                break;
+            }
+            k += down ? 1 : -1;
+            x = before;
+        }
+        std::reverse(places_.begin() + static_cast<std::ptrdiff_t>(first), places_.end());
+    }
+
+    /// What occurs once in each list, as far as it is in the same order: the longest ascending
+    /// sequence, found by patience.
+    [[nodiscard]] std::vector<std::pair<Index, Index>> landmarks(const Span& span) const {
+        struct Occurrence {
+            Index place = 0;
+            int inA = 0;
+            int inB = 0;
+        };
+        std::unordered_map<Value, Occurrence> occurrences;
+        for (Index i = span.a; i < span.aEnd; ++i) {
+            ++occurrences[a_[static_cast<std::size_t>(i)]].inA;
+        }
+        for (Index j = span.b; j < span.bEnd; ++j) {
+            auto& occurrence = occurrences[b_[static_cast<std::size_t>(j)]];
+            ++occurrence.inB;
+            occurrence.place = j;
+        }
+        struct Card {
+            Index a, b;
+            std::ptrdiff_t before; ///< the card on the pile before
+        };
+        std::vector<Card> cards;
+        std::vector<std::ptrdiff_t> piles; // the topmost cards
+        for (Index i = span.a; i < span.aEnd; ++i) {
+            const auto& occurrence = occurrences[a_[static_cast<std::size_t>(i)]];
+            if (occurrence.inA != 1 || occurrence.inB != 1) {
+                continue;
+            }
+            const auto pile = std::lower_bound(
+                piles.begin(), piles.end(), occurrence.place, [&](std::ptrdiff_t top, Index place) {
+                    return cards[static_cast<std::size_t>(top)].b < place;
+                });
+            cards.push_back({i, occurrence.place, pile == piles.begin() ? -1 : *std::prev(pile)});
+            const auto card = std::ssize(cards) - 1;
+            pile == piles.end() ? piles.push_back(card) : void(*pile = card);
+        }
+        std::vector<std::pair<Index, Index>> found(piles.size());
+        auto card = piles.empty() ? -1 : piles.back();
+        for (auto place = found.rbegin(); place != found.rend(); ++place) {
+            const Card& one = cards[static_cast<std::size_t>(card)];
+            *place = {one.a, one.b};
+            card = one.before;
+        }
+        return found;
+    }
+
+    void betweenLandmarks(Span span) {
+        for (const auto& [a, b] : landmarks(span)) {
+            takePieces({span.a, a, span.b, b});
+            take(a, b);
+            span.a = a + 1;
+            span.b = b + 1;
+        }
+        takePieces(span);
+    }
+
+    void takePieces(Span span) {
+        for (takeBeginning(span); !span.isEmpty() && !takePath(span, true);) {
+        }
+    }
+
+    const std::vector<Value>& a_;
+    const std::vector<Value>& b_;
+    Places places_;
+    std::vector<Index> furthest_; ///< by cost and diagonal
+};
+
+} // namespace
+
+Places commonPart(const std::vector<Value>& a, const std::vector<Value>& b) {
+    return CommonPart(a, b).find();
+}
+
+} // namespace AmbrelKit::Differences
