@@ -3,6 +3,7 @@
 #include "tools/ambrel/Arguments/TimeSpan.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Store/DictionaryReader.hpp"
+#include "tools/ambrel/Store/DiffCommand.hpp"
 #include "tools/ambrel/Store/Selection.hpp"
 #include "tools/ambrel/Store/Store.hpp"
 #include "tools/ambrel/Store/Summary.hpp"
@@ -198,6 +199,7 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
     addSelection(*command, arguments->selection);
     command = add("export", "Prints the saved collections as NDJSON, oldest first", runExport);
     addTimeSpan(*command, arguments->span);
+    addDiffCommand(*store, status);
     add("path", "Prints the directory of the files", runPath);
 }
 

@@ -1,0 +1,94 @@
+#include "tools/ambrel/Store/DiffCommand.hpp"
+
+#include "tools/ambrel/Arguments/Choices.hpp"
+#include "tools/ambrel/Store/DictionaryReader.hpp"
+#include "tools/ambrel/Store/Selection.hpp"
+#include "tools/ambrel/Terminal/Output.hpp"
+
+#include <AmbrelKit/Difference.hpp>
+#include <AmbrelKit/Platform/PrintableText.hpp>
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <unistd.h>
+
+namespace Ambrel {
+
+namespace {
+
+using AmbrelKit::JSONDictionary;
+using AmbrelKit::JSONValue;
+
+struct DiffArguments {
+    std::string before;
+    std::string after;
+    std::string format;
+};
+
+JSONDictionary onlyDictionary(std::istream& input, const std::string& source) {
+    std::optional<JSONDictionary> only;
+    readDictionaries(input, source, [&](const JSONDictionary& dictionary, std::size_t line) {
+        if (only) {
+            throwBadLine(source, line, "this is a second dictionary");
+        }
+        only = dictionary;
+    });
+    if (!only) {
+        throw CommandError(badInput, source + ": this is no dictionary");
+    }
+    return std::move(*only);
+}
+
+/// The dictionary that an argument names.
+JSONDictionary named(const std::string& text) {
+    if (text == "-") {
+        std::ios::sync_with_stdio(false); // else a failure to read looks like the end
+        return onlyDictionary(std::cin, "standard input");
+    }
+    if (text.find('/') == std::string::npos && checkSelection(text).empty()) {
+        return selectedCollection(text);
+    }
+    std::ifstream file(text, std::ios::binary);
+    if (!file) {
+        throw CommandError(failed, text + ": " + std::generic_category().message(errno));
+    }
+    return onlyDictionary(file, text);
+}
+
+void run(const DiffArguments& arguments) {
+    if (arguments.before == "-" && arguments.after == "-") {
+        throw CommandError(badInput, "only one of the two can be standard input");
+    }
+    const JSONDictionary before = named(arguments.before);
+    const JSONDictionary after = named(arguments.after);
+    printResult(arguments.format == "json-patch"
+                    ? AmbrelKit::printableJSON(JSONValue::diff(before, after).dump()) + "\n"
+                    : AmbrelKit::difference(before, after));
+}
+
+} // namespace
+
+void addDiffCommand(CLI::App& store, ExitStatus& status) {
+    CLI::App* command = store.add_subcommand("diff", "Prints what differs between two collections");
+    const auto arguments = std::make_shared<DiffArguments>();
+    command->add_option("BEFORE", arguments->before, "a saved collection, a file, or -")
+        ->required();
+    command->add_option("AFTER", arguments->after, "likewise")->required();
+    command
+        ->add_option("--format", arguments->format,
+                     "text (the default), or json-patch (RFC 6902), which\nmakes AFTER of BEFORE")
+        ->type_name("FORMAT")
+        ->check(oneOf({"text", "json-patch"}));
+    command->footer(selectionHelp() + "\nWhatever has a slash, or is nothing of these, is a file.");
+    command->callback([arguments, &status] {
+        run(*arguments);
+        status = done;
+    });
+}
+
+} // namespace Ambrel
