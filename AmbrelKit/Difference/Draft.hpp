@@ -4,7 +4,7 @@
 #include "AmbrelKit/Difference/ValueTable.hpp"
 
 #include <cstddef>
-#include <utility>
+#include <vector>
 
 namespace AmbrelKit::Differences {
 

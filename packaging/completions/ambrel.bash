@@ -9,7 +9,7 @@ _ambrel_options() {
     watch) echo --help --every --threshold --changes "$collection" ;;
     replay) echo --help --queries --quiet ;;
     doctor) echo --help --only --without --location --format ;;
-    'store show' | 'store last') echo --help --format ;;
+    'store show' | 'store last' | 'store diff') echo --help --format ;;
     'store list') echo --help --since --until --format ;;
     'store export') echo --help --since --until ;;
     report) echo --help --since --until --output ;;
@@ -17,12 +17,13 @@ _ambrel_options() {
     esac
 }
 
-# What may stand at the next place that is no option's: words, or `-f` for a file.
+# What may stand at the next place that is no option's: words, and at their end `-f` for a file.
 _ambrel_arguments() {
     case "$*" in
     '' | help) echo scan watch record replay store report doctor help ;;
-    store | 'help store') echo list show last save delete export path ;;
+    store | 'help store') echo list show last save delete export diff path ;;
     'store show' | 'store delete') echo last && _ambrel_timestamps "$current" ;;
+    'store diff' | 'store diff '*) (($# > 3)) || echo last "$(_ambrel_timestamps "$current")" -f ;;
     record | replay | 'store save') echo -f ;;
     esac
 }
@@ -43,6 +44,7 @@ _ambrel_values() {
     --format)
         case "$*" in
         doctor | 'store list') echo table json ;;
+        'store diff') echo text json-patch ;;
         *) echo json pretty table ;;
         esac
         ;;
@@ -109,10 +111,7 @@ _ambrel() {
         [[ -n $ended || ( -n $text && $current != -* ) ]] || text+=" $(_ambrel_options "${command[@]}")"
     fi
     COMPREPLY=()
-    if [[ $text == -f ]]; then
-        compopt -o default # readline itself knows how to quote a file's name
-        return
-    fi
+    [[ $text != *-f ]] || compopt -o default # readline itself knows how to quote a file's name
     read -rd '' -a offers <<<"$text"
     for word in "${offers[@]}"; do
         [[ $word == -f || $word != "$value"* ]] || COMPREPLY+=("${front}$word")

@@ -70,12 +70,14 @@ for row in 'scan	Take one collection and print it' 'watch	Take one now, and when
 end
 for row in 'list	List the saved collections' 'show	Print one saved collection' \
     'last	Print the newest saved collection' 'save	Save dictionaries' \
-    'delete	Delete one saved collection' 'export	Print the saved collections' 'path	Print the directory of the files'
+    'delete	Delete one saved collection' 'export	Print the saved collections' \
+    'diff	Print what differs between two collections' 'path	Print the directory of the files'
     set -l column (string split \t $row)
     complete -c ambrel -n '__ambrel_at store "help store"' -a $column[1] -d $column[2]
 end
 complete -c ambrel -n '__ambrel_at record replay "store save"' -F
 complete -c ambrel -n '__ambrel_at "store show" "store delete"' -k -a '(echo last; __ambrel_timestamps)'
+complete -c ambrel -n '__ambrel_in "store diff"' -F -k -a '(echo last; __ambrel_timestamps)'
 
 set -l collects '__ambrel_in scan watch record'
 complete -c ambrel -n $collects -l service -x -d 'Look for this DNS-SD type' -a 'all
@@ -100,6 +102,7 @@ complete -c ambrel -n '__ambrel_in doctor' -l without -x -a "(__ambrel_list $exa
 complete -c ambrel -n '__ambrel_in scan watch record doctor' -l location -x -a 'auto geoclue gpsd none' \
     -d 'Where a fix is from'
 complete -c ambrel -n '__ambrel_in scan watch record "store show" "store last"' -l format -x -a 'json pretty table' -d 'How it is written'
+complete -c ambrel -n '__ambrel_in "store diff"' -l format -x -a 'text json-patch' -d 'How it is written'
 complete -c ambrel -n '__ambrel_in doctor "store list"' -l format -x -a 'table json' -d 'How it is written'
 
 complete -c ambrel -n '__ambrel_in replay' -l queries -d 'Print the questions to the host too'

@@ -1,4 +1,5 @@
 #include "tests/Internal/CoreFixture.hpp"
+#include "tests/support/Alike.hpp"
 
 #include <AmbrelKit/AmbrelError.hpp>
 
@@ -13,9 +14,10 @@ class Records : public CoreTest {};
 JSONValue json(const AmbrelData& data) { return JSONEncoder::serialize(data).value(); }
 
 TEST_F(Records, AFreshRecordHoldsItsTimeAnEmptyNetworkAndEmptyLists) {
-    EXPECT_EQ(json(AmbrelData::new_(uuid(1), at(1700000000.999))),
+    EXPECT_TRUE(
+        alike(json(AmbrelData::new_(uuid(1), at(1700000000.999))),
               JSONValue::parse(R"({"timestamp": 1700000000, "wifiNetwork": {"connectedDevices": []},
-                                   "bleScan": [], "nearbyDevices": [], "ambrel_analytics": {}})"));
+                                   "bleScan": [], "nearbyDevices": [], "ambrel_analytics": {}})")));
 }
 
 TEST_F(Records, AFullRecordHasEveryKeyUnderItsName) {
@@ -30,7 +32,7 @@ TEST_F(Records, AFullRecordHasEveryKeyUnderItsName) {
                 NearbyDevices({{"Office", "_ipp._tcp.", "192.0.2.9",
                                 std::map<Text, Text>{{"ty", "Laser"}, {"rp", ""}}, at(103)},
                                {"Bare", "_http._tcp.", {}, {}, at(104)}}));
-    EXPECT_EQ(json(data), JSONValue::parse(R"({
+    EXPECT_TRUE(alike(json(data), JSONValue::parse(R"({
         "timestamp": 100, "ip": "192.0.2.7", "ambrel_analytics": {},
         "wifiNetwork": {"connectedDevices": [{"name": "home"}, {}]},
         "bleScan": [{"address": "00000000-0000-0000-0000-000000000002", "timestamp": 102},
@@ -38,7 +40,7 @@ TEST_F(Records, AFullRecordHasEveryKeyUnderItsName) {
         "locationCollection": {"lat": 52.5, "lon": -13.25, "timestamp": 99},
         "nearbyDevices": [{"name": "Bare", "protocolType": "_http._tcp.", "timestamp": 104},
                           {"name": "Office", "protocolType": "_ipp._tcp.", "address": "192.0.2.9",
-                           "txtRecord": {"ty": "Laser", "rp": ""}, "timestamp": 103}]})"));
+                           "txtRecord": {"ty": "Laser", "rp": ""}, "timestamp": 103}]})")));
     EXPECT_FALSE(json(data.copyWithNetworkInfo(std::nullopt)).contains("wifiNetwork"));
 }
 

@@ -140,6 +140,53 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
     EXPECT_EQ(store("export >/dev/full").status, 1);
 }
 
+TEST_F(StoreCommandTests, ShowsWhatDiffersBetweenTwo) {
+    store("save", first + "\n" + second);
+    write("1.json", third);
+    const std::string text = "  bleScan:\n+   [0]: {}\n+   [1]: {}\n+ ip: \"192.0.2.7\"\n"
+                             "+ locationCollection: {}\n  nearbyDevices:\n+   [0]: {}\n"
+                             "- timestamp: 1700000000\n+ timestamp: 1700000100.5\n"
+                             "+ wifiNetwork:\n+   connectedDevices:\n+     [0]: {}\n"
+                             "+     [1]:\n+       name: \"\\u{1b}[2Jcafe\"\n";
+    const struct {
+        const char* arguments;
+        std::string input;
+        int status;
+        std::string output;
+        std::string reason = {};
+    } cases[] = {
+        {"last-1 last", "", 0, text},
+        {"1700000000 - --format text", second, 0, text},
+        {"last last", "", 0, ""},
+        {"last last --format json-patch", "", 0, "[]\n"},
+        {"1.json ./1.json", "", 0, ""},
+        {"1.json -", "{}", 0, "- timestamp: -3\n"},
+        {"1.json collections/1700000000.0 --format json-patch", "", 0,
+         R"([{"op":"replace","path":"/timestamp","value":1700000000},)"
+         R"({"op":"add","path":"/bleScan","value":[]},)"
+         R"({"op":"add","path":"/nearbyDevices","value":[]}])"
+         "\n"},
+        {"last", "", 2, "", "AFTER is required"},
+        {"last today", "", 1, "", "today: No such file"},
+        {"last last-2", "", 1, "", "no collection of last-2 is saved"},
+        {"last .", "", 1, "", ".: Is a directory"},
+        {"last - --format xml", "", 2, "", "xml"},
+        {"- -", third, 2, "", "only one of the two can be standard input"},
+        {"last -", "", 2, "", "standard input: this is no dictionary"},
+        {"last -", third + "\n[]", 2, "", "standard input:2: this is no JSON object"},
+        {"last -", third + "\n" + third, 2, "", "standard input:2: this is a second dictionary"},
+    };
+    for (const auto& [arguments, input, status, output, reason] : cases) {
+        const Outcome outcome = store(std::string("diff ") + arguments, input);
+        EXPECT_EQ(outcome.output, output) << arguments;
+        EXPECT_EQ(outcome.status, status) << arguments;
+        EXPECT_THAT(outcome.errors, HasSubstr(reason)) << arguments;
+        EXPECT_EQ(outcome.errors.empty(), reason.empty()) << outcome.errors;
+    }
+    const JSONValue patch = JSONValue::parse(store("diff last-1 last --format json-patch").output);
+    EXPECT_EQ(JSONValue::parse(first).patch(patch), JSONValue::parse(second));
+}
+
 TEST_F(StoreCommandTests, NeedsAFolder) {
     for (const char* arguments :
          {"store list", "store path", "store save", "store delete 1", "store last"}) {

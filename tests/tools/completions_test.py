@@ -29,9 +29,11 @@ LINES = {
     "watch --service all --service=al": "l", "help store exp": "ort", "scan --outcome scan --deta": "ils",
     "store show 17": "00000000.5", "store show la": "st", "store show -": "", "store show -- -": "3", "store export --since=17": "00000000.5",
     "store list --since 17": "00000000.5",
+    "store diff last --format=js": "on-patch", "store diff last 17": "00000000.5", "store diff la": "st",
     "record a:b:c --stri": "ct", "nonsense x": "", "scan --vers": "", "help scan exp": "",
 }
-FILES = ["replay od", "report -o od", "record od", "store save od", "scan --outcome od", "scan --details=od"]
+FILES = ["replay od", "report -o od", "record od", "store save od", "store diff last od", "scan --outcome od",
+         "scan --details=od"]
 RC = {
     "bash": """PS1=READY; bind 'set enable-bracketed-paste off'; source {}/ambrel.bash
 bind -x '"\\C-o": printf "%s\\n" "$READLINE_LINE" >answers'""",
