@@ -68,7 +68,8 @@ private:
 
     /// How far the cheapest way to the diagonal `k` leads in `a`, by a path of that cost.
     Index& furthest(Index cost, Index k) {
-        return furthest_[static_cast<std::size_t>(cost * cost + cost + k)];
+        const auto row = static_cast<std::size_t>(cost);
+        return furthest_[row * row + static_cast<std::size_t>(cost + k)];
     }
 
     [[nodiscard]] bool comesFromAbove(Index cost, Index k) {
@@ -83,7 +84,8 @@ private:
         furthest_.clear();
         Index best = 0; // the diagonal that leads furthest at the last cost
         for (Index cost = 0; cost <= greatestCost; ++cost) {
-            furthest_.resize(static_cast<std::size_t>((cost + 1) * (cost + 1)));
+            const std::size_t rows = static_cast<std::size_t>(cost) + 1;
+            furthest_.resize(rows * rows);
             Index reached = -1;
             for (Index k = -cost; k <= cost; k += 2) {
                 const Index x = extended(span, cost, k);
@@ -175,13 +177,13 @@ private:
             const auto card = std::ssize(cards) - 1;
             pile == piles.end() ? piles.push_back(card) : void(*pile = card);
         }
-        std::vector<std::pair<Index, Index>> found(piles.size());
-        auto card = piles.empty() ? -1 : piles.back();
-        for (auto place = found.rbegin(); place != found.rend(); ++place) {
+        std::vector<std::pair<Index, Index>> found;
+        for (auto card = piles.empty() ? -1 : piles.back(); card >= 0;) {
             const Card& one = cards[static_cast<std::size_t>(card)];
-            *place = {one.a, one.b};
+            found.emplace_back(one.a, one.b);
             card = one.before;
         }
+        std::reverse(found.begin(), found.end());
         return found;
     }
 

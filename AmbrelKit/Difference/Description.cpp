@@ -2,6 +2,7 @@
 #include "AmbrelKit/Difference/DifferenceText.hpp"
 #include "AmbrelKit/Difference/Draft.hpp"
 #include "AmbrelKit/Internal/Extensions/DoubleText.hpp"
+#include "AmbrelKit/Platform/Hexadecimal.hpp"
 
 #include <array>
 #include <cstdio>
@@ -24,6 +25,12 @@ std::string fraction(std::int64_t nanoseconds) {
     text.insert(0, digits - text.size(), '0');
     text.erase(text.find_last_not_of('0') + 1);
     return "." + text;
+}
+
+std::string wordOf(const JSONValue::binary_t& bytes) {
+    const std::string text(bytes.begin(), bytes.end());
+    return "bytes " + hexadecimal(text) +
+           (bytes.has_subtype() ? " of subtype " + std::to_string(bytes.subtype()) : "");
 }
 
 bool isText(const JSONDictionary& dictionary, std::string_view key) {
@@ -131,12 +138,7 @@ void Description::json(const JSONValue& value) {
     case JSONValue::value_t::number_float:
         return number(value.get<double>());
     case JSONValue::value_t::binary:
-        label("bytes", false);
-        add(static_cast<const std::vector<std::uint8_t>&>(value.get_binary()));
-        if (value.get_binary().has_subtype()) {
-            field("subtype", value.get_binary().subtype());
-        }
-        return;
+        return word(wordOf(value.get_binary()));
     case JSONValue::value_t::null:
         return word("null");
     case JSONValue::value_t::discarded:

@@ -45,16 +45,16 @@ struct DifferenceOptions {
 ///     -     name: "Lamp"
 ///     -     timestamp: 1700000003
 ///         [address: "00000000-0000-4000-8000-000000000002"]:
-///     -     name: "Caf\u{e9}\u{200b}"
+///     -     name: "Café\u{200b}"
 ///     +     name: "Watch"
 ///     + ip: "192.0.2.7"
 ///       txt:
 ///     -   [1]: 5
 ///     +   [1]: 5.0
-///       ~ in another order
 ///
 /// A line that begins with - is of `before`, with + of `after`, with a space it says where they
-/// stand, and with ~ something about both.
+/// stand, and with ~ what no other line shows: that a list is in another order, or that something
+/// is beyond the bounds.
 ///
 /// - Equal is what nobody can tell apart. 1 and 1.0, 0.0 and -0.0, an absent value, null, and an
 ///   empty text are different; NaN is equal to NaN. Numbers have the fewest digits that read back

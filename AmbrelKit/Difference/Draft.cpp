@@ -1,5 +1,8 @@
 #include "AmbrelKit/Difference/Draft.hpp"
 
+#include <algorithm>
+#include <utility>
+
 namespace AmbrelKit::Differences {
 
 void Draft::label(Value name, bool isKey) {

@@ -18,8 +18,8 @@ using Value = const Node*;
 
 /// One of what a value is made of.
 struct Part {
-    Value label; ///< a field's name; null in a list
-    Value value;
+    Value label = nullptr; ///< a field's name; null in a list
+    Value value = nullptr;
     bool isKey = false; ///< what identifies the whole
 
     bool operator==(const Part&) const = default;
