@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <iterator>
 #include <memory>
-#include <ratio>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -28,12 +27,10 @@ struct DifferenceOptions {
     /// Show the parts that are equal too, beside those that are not.
     bool keepsEqualParts = false;
 
-    /// How many levels are shown, from 1 on. Of what lies deeper, and differs, it is only said that
-    /// it does.
+    /// How many levels are shown, from 1 on. What differs further down is only said to.
     std::size_t greatestDepth = 64;
 
-    /// How many bytes the text may have; the lines that have no more room are left out, and the
-    /// last one says so, beyond these bytes.
+    /// How many bytes the lines may have; where there are more, another line says so.
     std::size_t greatestLength = std::size_t{1} << 24U;
 };
 
@@ -52,9 +49,8 @@ struct DifferenceOptions {
 ///     -   [1]: 5
 ///     +   [1]: 5.0
 ///
-/// A line that begins with - is of `before`, with + of `after`, with a space it says where they
-/// stand, and with ~ what no other line shows: that a list is in another order, or that something
-/// is beyond the bounds.
+/// A line with - is of `before`, with + of `after`, one with a space says where they stand, and one
+/// with ~ what no other shows: another order of a list, or that something is beyond the bounds.
 ///
 /// - Equal is what nobody can tell apart. 1 and 1.0, 0.0 and -0.0, an absent value, null, and an
 ///   empty text are different; NaN is equal to NaN. Numbers have the fewest digits that read back
@@ -65,11 +61,10 @@ struct DifferenceOptions {
 /// - Fields and dictionaries are compared by name. In a list, elements that have an identity are
 ///   compared with the one of the same identity; those of dictionaries that have a text
 ///   "protocolType" and a text "name" have these, else those with a text "address" that, and a
-///   host's own those that `describe` names as keys. Any other list is compared by its longest
-///   common part: exactly while at most 512 elements were removed or added between its common
-///   beginning and end, beyond that by what occurs once in both, and by the longest common parts
-///   that are found piece by piece. What is removed and added at the same place in equal number is
-///   compared one by one.
+///   host's own those that `describe` names as keys. Other lists are compared by their longest
+///   common part: exactly while at most 512 elements were removed or added between their common
+///   beginning and end, beyond that by what occurs once in both, and piece by piece between that.
+///   As many removed as added at one place are compared one by one.
 /// - Costs time in proportion to what the values hold, and for a list of N and M elements at most
 ///   (N + M) * 1,024 comparisons of one machine word each.
 /// - Of each value the first 1,048,576 parts are compared, to a depth of 512 levels. Where there is
@@ -77,11 +72,10 @@ struct DifferenceOptions {
 ///
 /// Any thread; nothing is kept. Throws what `describe` throws.
 ///
-/// Takes numbers, booleans, enums, texts, JSON values, UUIDs and the other values of the installed
-/// headers in `Platform` and beside it, points in time (of the system's clock) and durations, and
-/// of all these optionals, pointers (null is absent; else what they point to is compared), pairs,
-/// tuples, variants, maps and other ranges; not unordered sets. For a type of its own a host adds a
-/// function beside it:
+/// Takes numbers, booleans, enums, texts, JSON values, points in time (of the system's clock),
+/// durations, the values that are declared at the end of this header, and of all these optionals,
+/// pointers (null is absent; else what is there is compared), pairs, tuples, variants, maps and
+/// other ranges; not unordered sets. For a type of its own a host adds a function beside it:
 ///
 ///     namespace Host {
 ///     struct Sensor {

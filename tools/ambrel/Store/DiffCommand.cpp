@@ -4,6 +4,7 @@
 #include "tools/ambrel/Store/DictionaryReader.hpp"
 #include "tools/ambrel/Store/Selection.hpp"
 #include "tools/ambrel/Terminal/Output.hpp"
+#include "tools/ambrel/Terminal/Terminal.hpp"
 
 #include <AmbrelKit/Difference.hpp>
 #include <AmbrelKit/Platform/PrintableText.hpp>
@@ -13,6 +14,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <system_error>
 #include <unistd.h>
@@ -60,6 +62,20 @@ JSONDictionary named(const std::string& text) {
     return onlyDictionary(file, text);
 }
 
+/// The lines of a difference, each in the colour of the value of which it is.
+std::string colored(const std::string& text, const Style& style) {
+    std::string lines;
+    std::istringstream input(text);
+    for (std::string line; std::getline(input, line);) {
+        const auto meaning = line[0] == '-'   ? Meaning::bad
+                             : line[0] == '+' ? Meaning::good
+                             : line[0] == '~' ? Meaning::caution
+                                              : Meaning::plain;
+        lines += style(meaning, line) + "\n";
+    }
+    return lines;
+}
+
 void run(const DiffArguments& arguments) {
     if (arguments.before == "-" && arguments.after == "-") {
         throw CommandError(badInput, "only one of the two can be standard input");
@@ -68,7 +84,7 @@ void run(const DiffArguments& arguments) {
     const JSONDictionary after = named(arguments.after);
     printResult(arguments.format == "json-patch"
                     ? AmbrelKit::printableJSON(JSONValue::diff(before, after).dump()) + "\n"
-                    : AmbrelKit::difference(before, after));
+                    : colored(AmbrelKit::difference(before, after), page(STDOUT_FILENO).style));
 }
 
 } // namespace
