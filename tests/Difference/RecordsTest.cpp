@@ -7,17 +7,16 @@ namespace {
 class RecordDifference : public CoreTest {};
 
 TEST_F(RecordDifference, ShowsWhereStatesDiffer) {
-    const auto seen = [](std::vector<BluetoothPeripheral> peripherals) {
-        return BluetoothScan(std::move(peripherals));
-    };
     const auto record = AmbrelData::new_(uuid(1), at(100)).copyWithAddressIPv4("192.0.2.7");
-    const auto before =
-        record.copyWithBluetoothScan(seen({{uuid(1), "Lamp", at(101)}, {uuid(2), {}, at(102)}}))
-            .copyWithNearbyDevices(
-                NearbyDevices({{"Office", "_ipp._tcp.", "192.0.2.9",
-                                std::map<Text, Text>{{"ty", "Laser"}}, at(103)}}));
+    const auto before = record
+                            .copyWithBluetoothScan(
+                                BluetoothScan({{uuid(1), "Lamp", at(101)}, {uuid(2), {}, at(102)}}))
+                            .copyWithNearbyDevices(
+                                NearbyDevices({{"Office", "_ipp._tcp.", "192.0.2.9",
+                                                std::map<Text, Text>{{"ty", "Laser"}}, at(103)}}));
     const auto after =
-        record.copyWithBluetoothScan(seen({{uuid(2), "", at(102)}, {uuid(3), {}, at(0.25)}}))
+        record
+            .copyWithBluetoothScan(BluetoothScan({{uuid(2), "", at(102)}, {uuid(3), {}, at(0.25)}}))
             .copyWithNearbyDevices(NearbyDevices(
                 {{"Office", "_ipp._tcp.", {}, std::map<Text, Text>{{"rp", ""}}, at(103)}}))
             .copyWithNetworkInfo(WifiNetwork{{{"wlan0", "home", {}}}});
