@@ -94,6 +94,7 @@ class Completions(unittest.TestCase):
                               env=self.environment, cwd=self.home, capture_output=True, text=True, check=True)
         self.shown += done.stderr
         found = [each.split("\t")[0] for each in done.stdout.splitlines()]
+        found = [each for each in found if each.startswith(line.rpartition(" ")[2])] or found  # fish 4 guesses, too
         return line.rpartition(" ")[0] + " " + shlex.quote(found[0]) if len(found) == 1 else line
 
     def check(self, complete):
