@@ -81,14 +81,14 @@ file(WRITE "${SOURCE}" "#include \"tools/ambrel/Report/EmbeddedPage.hpp\"
 namespace Ambrel {
 
 namespace {
-constexpr char start[] = {${start}};
-constexpr char middle[] = {${middle}};
-constexpr char end[] = {${end}};
+constexpr char startText[] = {${start}};
+constexpr char middleText[] = {${middle}};
+constexpr char endText[] = {${end}};
 } // namespace
 
-const std::string_view pageStart(start, sizeof start);
-const std::string_view pageMiddle(middle, sizeof middle);
-const std::string_view pageEnd(end, sizeof end);
+const std::string_view pageStart(startText, sizeof startText);
+const std::string_view pageMiddle(middleText, sizeof middleText);
+const std::string_view pageEnd(endText, sizeof endText);
 
 } // namespace Ambrel
 ")

@@ -13,7 +13,7 @@ using AmbrelKit::JSONValue;
 namespace {
 
 /// For a browser that runs no script: numbers and times alone, which need no escape.
-std::string summary(const JSONDictionary& model) {
+std::string inWords(const JSONDictionary& model) {
     const auto time = [&](const char* name) {
         const JSONValue& seconds = member(model, name);
         return seconds.is_number() ? localTime(seconds.get<double>()).value_or("-") : "-";
@@ -43,7 +43,7 @@ std::string scriptable(const JSONDictionary& model) {
 
 std::string reportPage(const JSONDictionary& model) {
     std::string text(pageStart);
-    text.append(summary(model)).append(pageMiddle).append(scriptable(model)).append(pageEnd);
+    text.append(inWords(model)).append(pageMiddle).append(scriptable(model)).append(pageEnd);
     return text;
 }
 

@@ -14,7 +14,7 @@ using AmbrelKit::JSONValue;
 namespace {
 
 /// A text, if it is one; what is too long for a page is cut.
-std::optional<std::string> text(const JSONValue& value) {
+std::optional<std::string> shortText(const JSONValue& value) {
     constexpr std::size_t mostCharacters = 256;
     if (!value.is_string()) {
         return std::nullopt;
@@ -41,16 +41,16 @@ JSONValue pairsOf(const JSONValue& record) {
     JSONValue pairs = JSONValue::array();
     for (const auto& [key, value] : record.items()) {
         if (pairs.size() < most) {
-            pairs.push_back({text(key).value(), text(value).value_or("")});
+            pairs.push_back({shortText(key).value(), shortText(value).value_or("")});
         }
     }
     return pairs;
 }
 
-std::vector<std::string> networksOf(const JSONDictionary& collection) {
+std::vector<std::string> joinedNetworks(const JSONDictionary& collection) {
     std::vector<std::string> names;
     for (const auto& host : listOf(member(member(collection, "wifiNetwork"), "connectedDevices"))) {
-        if (auto name = text(member(host, "name"))) {
+        if (auto name = shortText(member(host, "name"))) {
             names.push_back(std::move(*name));
         }
     }
@@ -68,8 +68,8 @@ void Report::add(const JSONDictionary& collection) {
     }
     const Here here{{*time, collections_, hourOfWeek(*time)},
                     collection,
-                    text(member(collection, "ip")),
-                    networksOf(collection)};
+                    shortText(member(collection, "ip")),
+                    joinedNetworks(collection)};
     Counts counts;
     counts.peripherals = seePeripherals(here);
     counts.services = seeServices(here);
@@ -90,13 +90,13 @@ void Report::add(const JSONDictionary& collection) {
 std::size_t Report::seePeripherals(const Here& here) {
     std::size_t count = 0;
     for (const auto& peripheral : listOf(member(here.collection, "bleScan"))) {
-        const auto identifier = text(member(peripheral, "address"));
+        const auto identifier = shortText(member(peripheral, "address"));
         Thing* seen = identifier ? peripherals_.see(*identifier, here.moment) : nullptr;
         if (seen == nullptr) {
             continue;
         }
         ++count;
-        if (const auto name = text(member(peripheral, "name"))) {
+        if (const auto name = shortText(member(peripheral, "name"))) {
             seen->label(*name);
         }
     }
@@ -106,8 +106,8 @@ std::size_t Report::seePeripherals(const Here& here) {
 std::size_t Report::seeServices(const Here& here) {
     std::size_t count = 0;
     for (const auto& service : listOf(member(here.collection, "nearbyDevices"))) {
-        const auto type = text(member(service, "protocolType"));
-        const auto name = text(member(service, "name"));
+        const auto type = shortText(member(service, "protocolType"));
+        const auto name = shortText(member(service, "name"));
         const std::string key = type && name ? JSONValue{*type, *name}.dump() : "";
         Thing* seen = key.empty() ? nullptr : services_.see(key, here.moment);
         if (seen == nullptr) {
@@ -116,7 +116,7 @@ std::size_t Report::seeServices(const Here& here) {
         ++count;
         seen->details["type"] = *type;
         seen->details["name"] = *name;
-        if (const auto address = text(member(service, "address"))) {
+        if (const auto address = shortText(member(service, "address"))) {
             seen->label(*address);
         }
         if (const auto& record = member(service, "txtRecord"); record.is_object()) {
