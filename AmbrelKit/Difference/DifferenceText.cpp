@@ -15,7 +15,7 @@ std::string inOneLine(const Node& node) {
     case Node::Kind::word:
         return node.text;
     case Node::Kind::text:
-        return quoted(node.text);
+        return Differences::quoted(node.text); // rather than the standard library's
     case Node::Kind::list:
         return node.parts.empty() ? "[]" : "[...]";
     case Node::Kind::fields:
