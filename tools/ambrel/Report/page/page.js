@@ -86,7 +86,7 @@ if (empty) {
         listenForPointers(at(id), ".plot");
     }
     addEventListener("keydown", (event) => event.key === "Escape" && tip(null));
-    addEventListener("scroll", () => tip(null), { passive: true });
+    addEventListener("wheel", () => tip(null), { passive: true });
     new ResizeObserver(repaint).observe(at("main"));
     paint();
 }

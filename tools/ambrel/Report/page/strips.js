@@ -74,11 +74,11 @@ function strips(size) {
         const strip = draw("svg", { class: `strip plot ${thing.kind}`, role: "img", "aria-label": visible(summary(thing).join(" ")) }, path);
         const label = make("button", { type: "button", class: `what ${thing.kind}` }, make("span", {}, isolated(thing.label)));
         label.addEventListener("click", () => chooseWeek(thing));
-        label.addEventListener("focus", () => {
+        label.addEventListener("focus", () => requestAnimationFrame(() => { // when it has been scrolled to
             if (!label.matches(":focus-visible")) return;
             const box = label.getBoundingClientRect();
             tip([visible(thing.label), ...summary(thing)], box.left, box.bottom - 14);
-        });
+        }));
         label.addEventListener("blur", () => tip(null));
         strip.addEventListener("pointermove", (event) => {
             const box = strip.getBoundingClientRect();

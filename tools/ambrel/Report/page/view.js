@@ -86,6 +86,7 @@ function listenForPointers(section, selector) {
         if (event.button === 0 && event.target.closest(selector)) held.set(event.pointerId, place(event.clientX));
     });
     addEventListener("pointermove", (event) => {
+        if (event.buttons === 0) held.clear(); // let go outside the window
         if (!held.has(event.pointerId)) return;
         const before = [...held.values()];
         held.set(event.pointerId, place(event.clientX));
