@@ -2,15 +2,17 @@
 
 # The options of a command: _ambrel_options COMMAND [SUBCOMMAND]
 _ambrel_options() {
-    local collection='--service --only --without --location --save --outcome --strict --details --format --progress --quiet'
+    local collection='--service --only --without --location --save --outcome --strict --details --progress --quiet'
+    local output='--format --json --pretty --color --columns --type --name'
     case "$*" in
     '') echo --help --version ;;
-    scan | record) echo --help "$collection" ;;
-    watch) echo --help --every --threshold --changes "$collection" ;;
+    scan | record) echo --help "$collection" "$output" ;;
+    watch) echo --help --every --threshold --changes "$collection" "$output" ;;
     replay) echo --help --queries --quiet ;;
-    doctor) echo --help --only --without --location --format ;;
-    'store show' | 'store last' | 'store diff') echo --help --format ;;
-    'store list') echo --help --since --until --format ;;
+    doctor) echo --help --only --without --location --format --json --color ;;
+    'store show' | 'store last') echo --help "$output" ;;
+    'store diff') echo --help --format ;;
+    'store list') echo --help --since --until --format --json --color --columns ;;
     'store export') echo --help --since --until ;;
     report) echo --help --since --until --output ;;
     *) echo --help ;;
@@ -28,6 +30,16 @@ _ambrel_arguments() {
     esac
 }
 
+# What the values of an option have between commas: _ambrel_list OPTION COMMAND [SUBCOMMAND]
+_ambrel_list() {
+    case "$*" in
+    '--columns store list') echo timestamp local-time age peripherals services location address wi-fi ;;
+    --columns*) echo name identifier seen type address txt ;;
+    *doctor) echo bluetooth location network services address wifi lifecycle ;;
+    *) echo bluetooth location network ;;
+    esac
+}
+
 # The values of an option: _ambrel_values OPTION VALUE COMMAND [SUBCOMMAND]
 _ambrel_values() {
     local option=$1 value=$2 chosen name
@@ -36,8 +48,9 @@ _ambrel_values() {
     --outcome | --details | --output | -o) echo -f ;;
     --location) echo auto geoclue gpsd none ;;
     --since | --until) _ambrel_timestamps "$value" ;;
-    --service)
-        echo all _http._tcp _https._tcp _ipp._tcp _ipps._tcp _printer._tcp _pdl-datastream._tcp _uscan._tcp \
+    --service | --type)
+        [[ $option == --type ]] || echo all
+        echo _http._tcp _https._tcp _ipp._tcp _ipps._tcp _printer._tcp _pdl-datastream._tcp _uscan._tcp \
             _airplay._tcp _raop._tcp _googlecast._tcp _spotify-connect._tcp _hap._tcp _matter._tcp _matterc._udp \
             _mqtt._tcp _home-assistant._tcp _ssh._tcp _sftp-ssh._tcp _smb._tcp _nfs._tcp _workstation._tcp
         ;;
@@ -48,10 +61,11 @@ _ambrel_values() {
         *) echo json pretty table ;;
         esac
         ;;
-    --only | --without)
+    --color) echo auto always never ;;
+    --only | --without | --columns)
         chosen=
         [[ $value != *,* ]] || chosen=${value%,*},
-        for name in bluetooth location network $([[ $* != doctor ]] || echo services address wifi lifecycle); do
+        for name in $(_ambrel_list "$option" "$@"); do
             [[ ,$chosen == *,$name,* ]] || echo "$chosen$name"
         done
         ;;
@@ -68,7 +82,7 @@ _ambrel_timestamps() {
 }
 
 _ambrel() {
-    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(service|only|without|location|outcome|details|output|format|every|threshold|since|until))$'
+    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(service|only|without|location|outcome|details|output|format|color|columns|type|name|every|threshold|since|until))$'
     # Readline breaks words at = and :, and completes what is behind the last of them.
     local words=() joined='' raw=''
     for raw in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
@@ -105,7 +119,7 @@ _ambrel() {
     fi
     if [[ -n $option ]]; then
         text=$(_ambrel_values "$option" "$value" "${command[@]}")
-        [[ $option != --only && $option != --without ]] || compopt -o nospace
+        [[ $option != --only && $option != --without && $option != --columns ]] || compopt -o nospace
     else
         text=$(_ambrel_arguments "${path[@]}")
         [[ -n $ended || ( -n $text && $current != -* ) ]] || text+=" $(_ambrel_options "${command[@]}")"

@@ -4,7 +4,7 @@
 function __ambrel_path
     set -l words (commandline -opc)
     set -e words[1]
-    set -l valued -o --{service,only,without,location,outcome,details,output,format,every,threshold,since,until}
+    set -l valued -o --{service,only,without,location,outcome,details,output,format,color,columns,type,name,every,threshold,since,until}
     set -l skips no
     set -l ended no
     for word in $words
@@ -80,10 +80,11 @@ complete -c ambrel -n '__ambrel_at "store show" "store delete"' -k -a '(echo las
 complete -c ambrel -n '__ambrel_in "store diff"' -F -k -a '(echo last; __ambrel_timestamps)'
 
 set -l collects '__ambrel_in scan watch record'
-complete -c ambrel -n $collects -l service -x -d 'Look for this DNS-SD type' -a 'all
+set -l types '
     _http._tcp _https._tcp _ipp._tcp _ipps._tcp _printer._tcp _pdl-datastream._tcp _uscan._tcp
     _airplay._tcp _raop._tcp _googlecast._tcp _spotify-connect._tcp _hap._tcp _matter._tcp _matterc._udp
     _mqtt._tcp _home-assistant._tcp _ssh._tcp _sftp-ssh._tcp _smb._tcp _nfs._tcp _workstation._tcp'
+complete -c ambrel -n $collects -l service -x -d 'Look for this DNS-SD type' -a "all $types"
 complete -c ambrel -n $collects -l only -x -a '(__ambrel_list bluetooth location network)' -d 'Grant only these'
 complete -c ambrel -n $collects -l without -x -a '(__ambrel_list bluetooth location network)' -d 'Refuse these'
 complete -c ambrel -n $collects -l save -d 'Save what is delivered too'
@@ -101,9 +102,21 @@ complete -c ambrel -n '__ambrel_in doctor' -l only -x -a "(__ambrel_list $examin
 complete -c ambrel -n '__ambrel_in doctor' -l without -x -a "(__ambrel_list $examined)" -d 'Examine all but these'
 complete -c ambrel -n '__ambrel_in scan watch record doctor' -l location -x -a 'auto geoclue gpsd none' \
     -d 'Where a fix is from'
-complete -c ambrel -n '__ambrel_in scan watch record "store show" "store last"' -l format -x -a 'json pretty table' -d 'How it is written'
 complete -c ambrel -n '__ambrel_in "store diff"' -l format -x -a 'text json-patch' -d 'How it is written'
-complete -c ambrel -n '__ambrel_in doctor "store list"' -l format -x -a 'table json' -d 'How it is written'
+set -l prints '__ambrel_in scan watch record "store show" "store last"'
+set -l lists '__ambrel_in doctor "store list"'
+complete -c ambrel -n $prints -l format -x -a 'json pretty table' -d 'How it is written'
+complete -c ambrel -n $lists -l format -x -a 'table json' -d 'How it is written'
+for print in $prints $lists
+    complete -c ambrel -n $print -l json -d 'As JSON on one line'
+    complete -c ambrel -n $print -l color -x -a 'auto always never' -d 'Whether in colours'
+end
+complete -c ambrel -n $prints -l pretty -d 'As indented JSON'
+complete -c ambrel -n $prints -l columns -x -a '(__ambrel_list name identifier seen type address txt)' -d 'Print these columns alone'
+complete -c ambrel -n $prints -l type -x -a $types -d 'Print services of this type alone'
+complete -c ambrel -n $prints -l name -x -d 'Print what has this in its name alone'
+complete -c ambrel -n '__ambrel_in "store list"' -l columns -x -d 'Print these columns alone' \
+    -a '(__ambrel_list timestamp local-time age peripherals services location address wi-fi)'
 
 complete -c ambrel -n '__ambrel_in replay' -l queries -d 'Print the questions to the host too'
 complete -c ambrel -n '__ambrel_in replay' -l quiet -d 'Print the delivered dictionaries only'

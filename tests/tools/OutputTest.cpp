@@ -1,7 +1,10 @@
 #include "tools/ambrel/Terminal/Output.hpp"
+#include "tools/ambrel/Terminal/CollectionTables.hpp"
+#include "tools/ambrel/Terminal/TerminalText.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sstream>
 
 namespace Ambrel {
 namespace {
@@ -67,6 +70,57 @@ TEST_F(Output, ANameCanNotCommandTheTerminal) {
     }
 }
 
+/// Two services with names that terminals find hard, as they come out at a width.
+std::string services(std::size_t columns, const OutputOptions& options = {}) {
+    const auto data = dictionary(R"({"timestamp": 5, "nearbyDevices": [
+        {"name": "受付の👨‍👩‍👧プリンター", "protocolType": "_ipp._tcp.", "address": "192.0.2.7", "timestamp": 8,
+         "txtRecord": {"note": "beside the door", "rp": "ipp/print", "ty": "InkPrint 200"}},
+        {"name": "e\u0301\u202Eb\u3164", "protocolType": "_Ssh._tcp.", "timestamp": 5}]})");
+    const std::string text = collectionTables(data, options, {.columns = columns, .style = {}});
+    return text.substr(text.find("Services"));
+}
+
+TEST_F(Output, TablesFitTheTerminal) {
+    const std::string family = "👨‍👩‍👧";
+    const std::string wide = "Services: 2\n"
+                             "  NAME                TYPE       ADDRESS    SEEN       TXT\n"
+                             "  受付の" +
+                             family + "プリンター  _ipp._tcp  192.0.2.7  after 3 s  ";
+    const std::string last = "  e\u0301\\u202eb\\u3164      _Ssh._tcp  -          at once\n";
+    EXPECT_EQ(services(unlimited),
+              wide + "note=beside the door  rp=ipp/print  ty=InkPrint 200\n" + last);
+    EXPECT_EQ(services(85), wide + "note=beside the door\n" + std::string(55, ' ') +
+                                "rp=ipp/print  ty=InkPrint 200\n" + last);
+    EXPECT_EQ(services(36), "Services: 2\n"
+                            "  NAME          TYPE       ADDRESS\n"
+                            "  受付の" +
+                                family +
+                                "プ…   _ipp._tcp  192.0.2.7\n"
+                                "      note=beside the door\n"
+                                "      rp=ipp/print  ty=InkPrint 200\n"
+                                "  e\u0301\\u202eb\\u3…  _Ssh._tcp  -\n"
+                                "  no room for SEEN\n");
+    for (std::size_t columns = 1; columns < 120; ++columns) {
+        std::istringstream lines(services(columns));
+        for (std::string line; columns > 20 && std::getline(lines, line);) {
+            EXPECT_LE(displayWidth(line), columns) << line;
+        }
+    }
+}
+
+TEST_F(Output, PrintsWhatWasChosen) {
+    OutputOptions options;
+    options.columns = {"txt", "type", "nonsense"};
+    options.filter.setTypes({"_ssh._TCP."});
+    EXPECT_EQ(services(unlimited, options), "Services: 1 of 2 shown\n"
+                                            "  TYPE       TXT\n"
+                                            "  _Ssh._tcp\n");
+    options.filter.setNames({"\u00C9"}); // composed, in upper case
+    EXPECT_THAT(services(unlimited, options), HasSubstr("1 of 2"));
+    options.filter.setNames({"x"});
+    EXPECT_EQ(services(unlimited, options), "Services: none of 2 shown\n");
+}
+
 TEST_F(Output, TheTableShowsValuesOfOtherTypesAsTheyAre) {
     const struct {
         const char* json;
@@ -75,7 +129,8 @@ TEST_F(Output, TheTableShowsValuesOfOtherTypesAsTheyAre) {
         {R"({"timestamp": "now", "ip": 7})", "Collected     now\nIPv4 address  7\n"},
         {R"({"timestamp": 1e300, "ip": null})", "Collected     1e+300\nIPv4 address  none\n"},
         {R"({"timestamp": 1.5})", "Collected     1970-01-01 05:30:01+05:30\n"},
-        {"{}", "Collected     -\nIPv4 address  none\nWi-Fi         unknown\nLocation      none\n"},
+        {"{}",
+         "Collected     -\nIPv4 address  none\nWi-Fi         unknown\nLocation      no fix\n"},
         {R"({"bleScan": {"a": 1}})", "Bluetooth peripherals: {\"a\":1}\n"},
         {R"({"bleScan": [5, {"name": [1]}]})", "  5\n  [1]   -           -\n"},
         {R"({"timestamp": 2, "bleScan": [{"timestamp": 3.5}]})", "-           after 1 s\n"},
@@ -91,8 +146,9 @@ TEST_F(Output, TheTableShowsValuesOfOtherTypesAsTheyAre) {
         {R"({"wifiNetwork": {"connectedDevices": "all"}})", "Wi-Fi         all\n"},
         {R"({"ambrel_analytics": {"bluetooth_setting": false, "location_permission": false,
                                   "network_permission": true, "network_setting": true}})",
-         "Location      not asked for, without the permission\n"
-         "\nBluetooth peripherals: none, since bluetooth is off\n\nServices: none\n"},
+         "Location      not collected, since not permitted\n"
+         "\nBluetooth peripherals: none seen, since it was switched off\n"
+         "\nServices: none found\n"},
     };
     for (const auto& [json, shown] : cases) {
         EXPECT_THAT(formatted(dictionary(json), OutputFormat::table), HasSubstr(shown)) << json;

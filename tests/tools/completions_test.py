@@ -24,8 +24,9 @@ PATIENCE = 20
 LINES = {
     "scan --format pr": "etty", "scan --format=pr": "etty", "doctor --format=js": "on", "store list --format pr": "",
     "store show --format pr": "etty", "scan --only bl": "uetooth", "scan --only bluetooth,lo": "cation",
-    "watch --without=bluetooth,lo": "cation", "scan --only bluetooth,bl": "", "doctor --only wi": "fi",
-    "scan --only wi": "", "record file --location=gp": "sd", "scan --service _work": "station._tcp",
+    "watch --without=bluetooth,lo": "cation", "scan --only bluetooth,bl": "", "doctor --only wi": "fi", "watch --color=nev": "er",
+    "store list --columns age,wi": "-fi", "scan --columns name,ide": "ntifier",
+    "scan --only wi": "", "record file --location=gp": "sd", "scan --service _work": "station._tcp", "store last --type _work": "station._tcp",
     "watch --service all --service=al": "l", "help store exp": "ort", "scan --outcome scan --deta": "ils",
     "store show 17": "00000000.5", "store show la": "st", "store show -": "", "store show -- -": "3", "store export --since=17": "00000000.5",
     "store list --since 17": "00000000.5",

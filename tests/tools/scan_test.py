@@ -148,6 +148,11 @@ class CommandLine(unittest.TestCase):
             ("scan --location moon", '--location: "moon" is not one of auto, geoclue, gpsd, none'
                                      " (see ambrel scan --help)"),
             ("scan --format xml", '--format: "xml" is not one of json, pretty, table (see ambrel scan --help)'),
+            ("scan --columns name,x", '--columns: "x" is not one of name, identifier, seen, type, address, txt'
+                                      " (see ambrel scan --help)"),
+            ("scan --columns name --json", "--columns is for tables, not for json"),
+            ("scan --type ipp", '--type: "ipp" is not a service type, such as _ipp._tcp (see ambrel scan --help)'),
+            ("scan --json --pretty", "--json and --pretty are two formats: choose one"),
             ("watch --every 9.9", f'--every: "9.9" {interval}'),
             ("watch --every 367d", f'--every: "367d" {interval}'),
             ("watch --threshold 31", f'--threshold: "31" {threshold}'),
@@ -179,6 +184,11 @@ class CommandLine(unittest.TestCase):
             for name in named:
                 self.assertIn(name, result.stdout)
             self.assertLessEqual(max(map(len, result.stdout.splitlines())), 80, result.stdout)
+            terminal = Terminal(40)
+            ambrel("help", *command.split(), stdout=terminal.slave)
+            narrow = terminal.read_rest()
+            self.assertEqual(narrow.split(), result.stdout.split())
+            self.assertLessEqual(max(map(len, narrow.splitlines())), 40, narrow)
 
     def test_a_replay_says_why_it_ends(self):
         header, step = '{"ambrelReplay":1}\n', '{"at":1,"host":"startScanning"}\n'
@@ -224,7 +234,26 @@ class Refused(unittest.TestCase):
         pretty = ambrel("scan", *NOTHING, "--format", "json", "--format", "pretty").stdout  # the last one holds
         self.assertGreater(pretty.count("\n"), 5)
         self.assertEqual(json.loads(pretty).keys(), data.keys())
-        self.assertIn("Services: not asked for", ambrel("scan", *NOTHING, "--format", "table").stdout)
+        self.assertEqual(ambrel("scan", *NOTHING, "--pretty", "--name", "x").stdout.count("\n"), pretty.count("\n"))
+
+    def test_a_terminal_gets_tables(self):
+        for options, changes, services in [
+            ([], {}, "\x1b[1mServices\x1b[0m: \x1b[2mnot collected, since not permitted\x1b[0m\r\n"),
+            ([], {"NO_COLOR": "1"}, "Services: not collected, since not permitted\r\n"),
+            (["--color=always"], {"TERM": "dumb"}, "\x1b[1mServices\x1b[0m: "),
+            (["--json"], {}, '"nearbyDevices":[]'),
+        ]:
+            terminal = Terminal()
+            ambrel("scan", *NOTHING, *options, stdout=terminal.slave, **changes)
+            self.assertIn(services, terminal.read_rest())
+        terminal = Terminal(40)
+        watch = subprocess.Popen([AMBREL, "watch", *NOTHING, "--color=never"], env=environment(), stdout=terminal.slave,
+                                 stderr=subprocess.DEVNULL)
+        while "Services: not" not in terminal.text and select.select([terminal.master], [], [], PATIENCE)[0]:
+            terminal.text += os.read(terminal.master, 4096).decode()
+        watch.kill()
+        watch.wait()
+        self.assertRegex(terminal.read_rest(), r"^── 20\d\d-.* ─+\r\nIPv4 address ")
 
     def test_save_keeps_what_is_printed(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -26,7 +26,7 @@ struct DoctorArguments {
     Linux::LocationSourceKind location = Linux::LocationSourceKind::automatic;
     std::vector<std::string> only; ///< empty: every source
     std::vector<std::string> without;
-    std::string format;
+    OutputOptions output;
 };
 
 /// Whether one of `names`, as the command line has them, stands for the source.
@@ -74,9 +74,8 @@ std::string asJSON(const SourceDiagnosis& found) {
 }
 
 /// A row each; where it would not fit the terminal, its words go on in further lines.
-std::string asText(const std::vector<SourceDiagnosis>& found) {
-    Table table({{.heading = ""}, {.heading = ""}, {.heading = "", .least = 20, .gap = " "}},
-                page(STDOUT_FILENO));
+std::string asText(const std::vector<SourceDiagnosis>& found, const Page& page) {
+    Table table({{.heading = ""}, {.heading = ""}, {.heading = "", .least = 30, .gap = " "}}, page);
     for (const SourceDiagnosis& each : found) {
         const std::string remedy = each.remedy.empty() ? "" : ": " + each.remedy;
         table.add({Cell(each.source, Meaning::heading),
@@ -98,9 +97,8 @@ void addDoctorCommand(CLI::App& app, ExitStatus& status) {
     addListOption(*command, "--without", arguments->without, "examine all but these sources",
                   names);
     addLocationOption(*command, arguments->location);
-    command->add_option("--format", arguments->format, "table or json (one object a line)")
-        ->type_name("FORMAT")
-        ->check(oneOf({"table", "json"}));
+    addFormatOptions(*command, arguments->output, {"table", "json"});
+    addColorOption(*command, arguments->output);
     command->footer(
         "Sources are bluetooth, services, location, address, wifi and lifecycle; network\n"
         "stands for services, address and wifi.\n"
@@ -108,11 +106,11 @@ void addDoctorCommand(CLI::App& app, ExitStatus& status) {
         "usable.");
     command->callback([arguments, &status] {
         const auto found = examine(*arguments);
-        std::string text = arguments->format == "json" ? "" : asText(found);
-        if (arguments->format == "json") {
-            for (const SourceDiagnosis& source : found) {
-                text += asJSON(source);
-            }
+        const OutputOptions& output = arguments->output;
+        const bool isJSON = output.json || output.format == "json";
+        std::string text = isJSON ? "" : asText(found, page(STDOUT_FILENO, output.color));
+        for (const SourceDiagnosis& source : isJSON ? found : std::vector<SourceDiagnosis>{}) {
+            text += asJSON(source);
         }
         printResult(text);
         const bool usable = std::ranges::all_of(found, &SourceDiagnosis::usable);

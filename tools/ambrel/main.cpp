@@ -30,7 +30,7 @@ void addHelpCommand(CLI::App& app) {
             found = &commandNamed(*found, name);
             path += " " + name;
         }
-        printResult(app.get_formatter()->make_help(found, path, CLI::AppFormatMode::Normal));
+        printHelp(app.get_formatter()->make_help(found, path, CLI::AppFormatMode::Normal));
     });
 }
 
@@ -70,7 +70,7 @@ int run(int argc, char** argv) {
     } catch (const CLI::Success& request) { // --help, --version
         std::ostringstream text;
         app.exit(request, text);
-        printResult(text.str());
+        printHelp(text.str());
     } catch (const CLI::ParseError& error) {
         throw CommandError(badInput, usageProblem(app, error));
     }

@@ -34,17 +34,29 @@ Linux::PlatformServices services(const CollectionOptions& options) {
     return services;
 }
 
-/// Each of the files is written as a whole: in one, the last would be all that is left.
+/// Whether it can be printed as it is to be, and each of the files written as a whole: in one, the
+/// last would be all that is left.
 const CollectionOptions& checked(const CollectionOptions& options) {
     const auto checkTwo = [](const std::string& name, const std::string& other) {
         if (!name.empty() && nameOneFile(name, other)) {
             throw CommandError(badInput, "\"" + name + "\" can't hold two things: name two files");
         }
     };
+    (void)outputFormat(options.output);
     checkTwo(options.script, options.outcome);
     checkTwo(options.script, options.details);
     checkTwo(options.outcome, options.details);
     return options;
+}
+
+std::vector<std::string> deaf(const std::vector<SourceReport>& sources) {
+    std::vector<std::string> names;
+    for (const SourceReport& report : sources) {
+        if (report.collection.outcome == SourceOutcome::failed) {
+            names.emplace_back(code(report.source));
+        }
+    }
+    return names;
 }
 
 /// What stands in the way of writing a file is told.
@@ -161,8 +173,7 @@ void Collection::note(const std::string& text) {
 }
 
 ExitStatus Collection::handOver(const Delivery& delivery) {
-    return handOver(delivery,
-                    formatted(delivery.data, outputFormat(options_.format), page(STDOUT_FILENO)));
+    return handOver(delivery, presented(delivery.data, options_.output, deaf(delivery.sources)));
 }
 
 ExitStatus Collection::handOver(const Delivery& delivery, const std::string& result) {

@@ -58,8 +58,7 @@ void addSourceOptions(CLI::App& command, CollectionOptions& options) {
     addLocationOption(command, options.location);
 }
 
-void addCollectionOptions(CLI::App& command, CollectionOptions& options,
-                          const std::string& usualFormat) {
+void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
     addSourceOptions(command, options);
     command.add_flag("--save", options.save, "save what is delivered too: see ambrel store");
     command
@@ -73,9 +72,7 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
                     "write every report too, with what the result omits")
         ->type_name("FILE")
         ->check(checkFile);
-    command.add_option("--format", options.format, "json, pretty or table")
-        ->type_name("FORMAT")
-        ->check(oneOf({"json", "pretty", "table"}));
+    addOutputOptions(command, options.output);
     command.add_flag("--progress", options.progress,
                      "show the progress though the output is a pipe");
     command.add_flag("--quiet", options.quiet, "no progress, no notes");
@@ -83,9 +80,8 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options,
         "Without --service, the types are those that \"NSBonjourServices\" of the\n"
         "information dictionary lists ($AMBREL_INFO, else Info.json beside the program),\n"
         "else common ones.\n"
-        "Without --format, the result is " +
-        usualFormat +
-        ".\n"
+        "Without --format, the result is a table in a terminal, else json (on one line).\n"
+        "--columns, --type and --name choose what is printed, not what is collected.\n"
         "The address and the joined Wi-Fi are part of every collection.\n"
         "A note on standard error names each granted source that could not listen.");
 }

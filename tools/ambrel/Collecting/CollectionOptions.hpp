@@ -5,6 +5,7 @@
 #include "AmbrelKit/Platform/SourceReport.hpp"
 
 #include "tools/ambrel/Collecting/ResultFile.hpp"
+#include "tools/ambrel/Terminal/OutputOptions.hpp"
 
 #include <string>
 #include <vector>
@@ -21,7 +22,7 @@ struct CollectionOptions {
     std::vector<std::string> only;     ///< empty: every permission
     std::vector<std::string> without;
     AmbrelKit::Linux::LocationSourceKind location = AmbrelKit::Linux::LocationSourceKind::automatic;
-    std::string format;  ///< empty: by where the output goes
+    OutputOptions output;
     std::string script;  ///< the file that replays it; empty: none
     std::string details; ///< the file for every report; empty: none
     ResultFile::Earlier earlierDetails = ResultFile::Earlier::replaced;
@@ -34,10 +35,8 @@ struct CollectionOptions {
 };
 
 /// Adds the options of a collection to a command; parsing checks them and fills `options`, which
-/// has to live as long. The help calls `usualFormat` what is printed without --format.
-void addCollectionOptions(
-    CLI::App& command, CollectionOptions& options,
-    const std::string& usualFormat = "pretty in a terminal, else json (on one line)");
+/// has to live as long.
+void addCollectionOptions(CLI::App& command, CollectionOptions& options);
 
 /// Adds of them those that say what is to be seen.
 void addSourceOptions(CLI::App& command, CollectionOptions& options);

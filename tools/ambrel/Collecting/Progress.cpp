@@ -92,7 +92,7 @@ bool Progress::isPossible(const CollectionOptions& options) {
 Progress::Progress(std::shared_ptr<const CollectionCounts> counts,
                    std::shared_ptr<const SourceReports> sources, CollectionOptions options)
     : counts_(std::move(counts)), sources_(std::move(sources)), options_(std::move(options)),
-      start_(Clock::now()), due_(start_), style_(STDERR_FILENO, ColorChoice::automatic) {}
+      start_(Clock::now()), due_(start_), style_(STDERR_FILENO, options_.output.color) {}
 
 Progress::~Progress() { clear(); }
 

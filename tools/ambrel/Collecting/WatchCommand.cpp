@@ -49,18 +49,14 @@ std::string checkThreshold(const std::string& text) {
                : "\"" + text + "\" is not a number of seconds from 0 to 30";
 }
 
-/// What is printed of a dictionary.
-std::string result(const WatchOptions& options, Changes& changes, const Delivery& delivery) {
-    const OutputFormat format = outputFormat(options.collection.format);
-    const Page shown = page(STDOUT_FILENO);
-    if (!options.changes) {
-        return formatted(delivery.data, format, shown);
-    }
+/// The changes to a further collection as they are printed.
+std::string changesOf(const Delivery& delivery, Changes& changes, const OutputOptions& options) {
+    const bool isForPeople = outputFormat(options) != OutputFormat::json;
+    const Style style(STDOUT_FILENO, options.color);
     std::string text;
-    for (const Change& change : changes.next(delivery.data, delivery.sources)) {
-        text += (format == OutputFormat::json ? printableJSON(change.dump())
-                                              : line(change, shown.style)) +
-                "\n";
+    for (const Change& change :
+         changes.next(filtered(delivery.data, options.filter), delivery.sources)) {
+        text += (isForPeople ? line(change, style) : printableJSON(change.dump())) + "\n";
     }
     return text;
 }
@@ -92,7 +88,10 @@ ExitStatus watch(const WatchOptions& options) {
     while (true) {
         const auto delivery = collection.next();
         kit->completeScanning(); // the machine may go to sleep from here on
-        const ExitStatus status = collection.handOver(delivery, result(options, changes, delivery));
+        const ExitStatus status =
+            options.changes ? collection.handOver(
+                                  delivery, changesOf(delivery, changes, options.collection.output))
+                            : collection.handOver(delivery);
         if (options.collection.strict && status != done) {
             return status; // else, what can't be saved may be the next time
         }
@@ -108,6 +107,7 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
     CLI::App* command =
         app.add_subcommand("watch", "Takes one now, and when device or user come back");
     const auto options = std::make_shared<WatchOptions>();
+    options->collection.output.marksTime = true;
     options->collection.earlierDetails = ResultFile::Earlier::continued;
     command
         ->add_option_function<std::string>(
@@ -122,11 +122,11 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
         ->check(checkThreshold);
     command->add_flag("--changes", options->changes,
                       "print what appeared, changed or went, in place of each\ndictionary");
-    addCollectionOptions(*command, options->collection, "json (on one line)");
+    addCollectionOptions(*command, options->collection);
     command->callback([options, &status] {
         options->collection.awaitsReturn = !options->every;
-        if (!options->changes && options->collection.format.empty()) {
-            options->collection.format = "json";
+        if (options->changes && !options->collection.output.columns.empty()) {
+            throw CommandError(badInput, "--columns is for tables, not for --changes");
         }
         status = watch(*options);
     });

@@ -1,4 +1,3 @@
-#include "tools/ambrel/Arguments/Choices.hpp"
 #include "tools/ambrel/Arguments/PointInTime.hpp"
 #include "tools/ambrel/Arguments/TimeSpan.hpp"
 #include "tools/ambrel/Commands.hpp"
@@ -19,7 +18,6 @@
 #include <system_error>
 #include <unistd.h>
 #include <utility>
-#include <vector>
 
 namespace Ambrel {
 
@@ -34,7 +32,7 @@ constexpr std::size_t pieceSize = 1U << 16U; // bytes
 struct StoreArguments {
     std::string selection; ///< of one collection
     TimeSpan span;
-    std::string format;
+    OutputOptions output;
     std::string file = "-";
 };
 
@@ -69,7 +67,8 @@ ExitStatus printEach(const TimeSpan& span,
 /// The columns fit the first rows; later ones follow as they are read.
 ExitStatus printTable(const StoreArguments& arguments) {
     constexpr std::size_t pieceRows = 500;
-    Table table(Summary::columns(), page(STDOUT_FILENO));
+    Table table(Summary::columns(), page(STDOUT_FILENO, arguments.output.color));
+    table.choose(arguments.output.columns);
     std::size_t rows = 0;
     const auto status =
         forEach(arguments.span, [&, now = secondsNow()](const JSONDictionary& collection) {
@@ -86,7 +85,9 @@ ExitStatus printTable(const StoreArguments& arguments) {
 }
 
 ExitStatus runList(const StoreArguments& arguments) {
-    if (arguments.format != "json") {
+    OutputOptions output = arguments.output;
+    output.format = output.format.empty() ? "table" : output.format;
+    if (outputFormat(output) == OutputFormat::table) {
         return printTable(arguments);
     }
     return printEach(arguments.span, [](const JSONDictionary& collection) {
@@ -95,8 +96,8 @@ ExitStatus runList(const StoreArguments& arguments) {
 }
 
 ExitStatus runShow(const StoreArguments& arguments) {
-    printResult(formatted(selectedCollection(arguments.selection), outputFormat(arguments.format),
-                          page(STDOUT_FILENO)));
+    (void)outputFormat(arguments.output); // before anything is looked for
+    printResult(presented(selectedCollection(arguments.selection), arguments.output));
     return done;
 }
 
@@ -156,13 +157,6 @@ void addSelection(CLI::App& command, std::string& selection) {
     command.footer(selectionHelp());
 }
 
-void addFormat(CLI::App& command, std::string& format, const std::string& description,
-               std::vector<std::string> choices) {
-    command.add_option("--format", format, description)
-        ->type_name("FORMAT")
-        ->check(oneOf(std::move(choices)));
-}
-
 } // namespace
 
 void addStoreCommand(CLI::App& app, ExitStatus& status) {
@@ -177,20 +171,18 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
 
     CLI::App* command = add("list", "Lists the saved collections, oldest first", runList);
     addTimeSpan(*command, arguments->span);
-    addFormat(*command, arguments->format, "table (the default), or json for NDJSON",
-              {"table", "json"});
-    const auto addShown = [&](CLI::App& shown) {
-        addFormat(shown, arguments->format,
-                  "json (the default in a pipe), pretty (in a terminal), table",
-                  {"json", "pretty", "table"});
-    };
+    addFormatOptions(*command, arguments->output, {"table", "json"});
+    addColorOption(*command, arguments->output);
+    addColumnsOption(*command, arguments->output, columnNames(Summary::columns()));
     command = add("show", "Prints one saved collection", runShow);
     addSelection(*command, arguments->selection);
-    addShown(*command);
-    addShown(*add("last", "Prints the newest saved collection", [](StoreArguments given) {
-        given.selection = "last";
-        return runShow(given);
-    }));
+    addOutputOptions(*command, arguments->output);
+    addOutputOptions(*add("last", "Prints the newest saved collection",
+                          [](StoreArguments given) {
+                              given.selection = "last";
+                              return runShow(given);
+                          }),
+                     arguments->output);
     command = add("save", "Saves dictionaries, each as soon as it is read", runSave);
     command->add_option("FILE", arguments->file,
                         "one JSON object, or one a line (default: standard input)");

@@ -40,14 +40,14 @@ Summary::Summary(const JSONDictionary& collection)
 
 std::vector<Column> Summary::columns() {
     constexpr auto right = Column::Alignment::right;
-    return {{.heading = "TIMESTAMP", .usefulness = 3, .least = 10},
-            {.heading = "LOCAL TIME", .usefulness = 6, .least = 16},
+    return {{.heading = "TIMESTAMP", .usefulness = 2, .least = 10},
+            {.heading = "LOCAL TIME", .usefulness = 7, .least = 25},
             {.heading = "AGE", .usefulness = 5, .alignment = right},
             {.heading = "PERIPHERALS", .usefulness = 4, .least = 11, .alignment = right},
-            {.heading = "SERVICES", .usefulness = 4, .alignment = right},
+            {.heading = "SERVICES", .usefulness = 3, .alignment = right},
             {.heading = "LOCATION", .usefulness = 1},
             {.heading = "ADDRESS", .usefulness = 0, .least = 15},
-            {.heading = "WI-FI", .usefulness = 2}};
+            {.heading = "WI-FI", .usefulness = 6}};
 }
 
 std::vector<Cell> Summary::row(double now) const {
@@ -63,8 +63,8 @@ std::vector<Cell> Summary::row(double now) const {
     return {cell(timestamp),
             text(timed ? localTime(seconds) : std::nullopt),
             text(timed ? std::optional(age(seconds, now)) : std::nullopt),
-            std::to_string(peripherals),
-            std::to_string(services),
+            Cell(std::to_string(peripherals)),
+            Cell(std::to_string(services)),
             hasLocation ? Cell("yes") : Cell(),
             cell(address),
             names.empty() ? Cell() : Cell(names)};

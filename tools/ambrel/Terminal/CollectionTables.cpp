@@ -6,9 +6,11 @@
 #include "tools/ambrel/Terminal/TerminalText.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <functional>
 #include <nlohmann/json.hpp>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Ambrel {
@@ -31,10 +33,10 @@ Cell seen(const JSONValue& sighting, const JSONValue& start) {
         return cell(time);
     }
     if (std::abs(offset) < 1) {
-        return {"at once"};
+        return Cell("at once");
     }
-    const std::string time_ = age(0, std::abs(offset));
-    return {offset < 0 ? time_ + " before" : "after " + time_};
+    const std::string passed = age(0, std::abs(offset));
+    return Cell(offset < 0 ? passed + " before" : "after " + passed);
 }
 
 /// As a person writes it: without the dot of the root.
@@ -59,66 +61,139 @@ Cell pairs(const JSONValue& value) {
     return Cell(std::move(words));
 }
 
-/// Why nothing of a source is there, where the collection's host said so.
-std::string reason(const JSONDictionary& dictionary, const std::string& permission,
-                   const std::string& otherwise) {
-    const JSONValue& host = member(dictionary, "ambrel_analytics");
+const JSONValue& startOf(const JSONDictionary& dictionary) {
+    return member(dictionary, "timestamp");
+}
+
+/// A collection, and how it is printed.
+struct View {
+    const JSONDictionary& dictionary;
+    const OutputOptions& options;
+    const Page& page;
+    const std::vector<std::string>& deaf;
+};
+
+/// What is said where a source has nothing.
+std::string nothingOf(const View& view, const std::string& source, const std::string& text) {
+    const bool isDeaf = std::find(view.deaf.begin(), view.deaf.end(), source) != view.deaf.end();
+    return isDeaf ? "unknown, since nothing could listen" : text;
+}
+
+/// The same where the host may have refused the permission, or said that it is switched off.
+std::string nothingOf(const View& view, const std::string& source, const std::string& permission,
+                      const std::string& text) {
+    const JSONValue& host = member(view.dictionary, "ambrel_analytics");
     if (member(host, (permission + "_permission").c_str()) == false) {
-        return "not asked for, without the permission";
+        return "not collected, since not permitted";
     }
     if (member(host, (permission + "_setting").c_str()) == false) {
-        return "none, since " + permission + " is off";
+        return text + ", since it was switched off";
     }
-    return otherwise;
+    return nothingOf(view, source, text);
 }
 
 struct Part {
     const char* title;
+    const char* source;
     const char* permission;
-    const JSONValue& list;
+    const char* none;
+    const char* key; ///< of its list in the dictionary
     std::vector<Column> columns;
-    std::function<Row(const JSONValue&)> rowOf;
+    Row (*rowOf)(const JSONValue& sighting, const JSONValue& start);
 };
+
+const std::array<Part, 2>& parts() {
+    static const std::array<Part, 2> parts{
+        {{.title = "Bluetooth peripherals",
+          .source = "bluetooth",
+          .permission = "bluetooth",
+          .none = "none seen",
+          .key = "bleScan",
+          .columns = {{.heading = "NAME", .usefulness = 3, .least = 12},
+                      {.heading = "IDENTIFIER", .usefulness = 1, .least = 9},
+                      {.heading = "SEEN", .usefulness = 2, .least = 10}},
+          .rowOf =
+              [](const JSONValue& each, const JSONValue& start) {
+                  return Row{cell(member(each, "name")), cell(member(each, "address")),
+                             seen(each, start)};
+              }},
+         {.title = "Services",
+          .source = "services",
+          .permission = "network",
+          .none = "none found",
+          .key = "nearbyDevices",
+          .columns = {{.heading = "NAME", .usefulness = 4, .least = 12},
+                      {.heading = "TYPE", .usefulness = 3, .least = 10},
+                      {.heading = "ADDRESS", .usefulness = 2, .least = 15},
+                      {.heading = "SEEN", .usefulness = 1, .least = 10},
+                      {.heading = "TXT", .least = 30, .gap = "  "}},
+          .rowOf = [](const JSONValue& each, const JSONValue& start) {
+              return Row{cell(member(each, "name")), type(member(each, "protocolType")),
+                         cell(member(each, "address")), seen(each, start),
+                         pairs(member(each, "txtRecord"))};
+          }}}};
+    return parts;
+}
 
 /// A row for each dictionary of a list, those with a name first. What is of another type is shown
 /// as it is.
-std::string section(const JSONDictionary& dictionary, const Part& part, const Page& page) {
-    const JSONValue& list = part.list;
-    const auto heading = [&](const std::string& text) {
-        return "\n" + page.style(Meaning::heading, part.title) + ": " + text + "\n";
-    };
-    if (list.is_null() || (list.is_array() && list.empty())) {
-        return heading(page.style(Meaning::faint, reason(dictionary, part.permission, "none")));
-    }
-    if (!list.is_array()) {
-        return heading(shown(list));
-    }
+std::string rowsOf(const View& view, const Part& part, const std::vector<const JSONValue*>& list) {
+    const JSONValue& start = startOf(view.dictionary);
     std::vector<Row> rows;
-    for (const JSONValue& each : list) {
-        rows.push_back(each.is_object() ? part.rowOf(each) : Row{cell(each)});
+    rows.reserve(list.size());
+    for (const JSONValue* each : list) {
+        rows.push_back(each->is_object() ? part.rowOf(*each, start) : Row{cell(*each)});
     }
     std::stable_partition(rows.begin(), rows.end(),
                           [](const Row& row) { return row.front().meaning != Meaning::faint; });
     constexpr std::size_t indentation = 2;
-    Table table(part.columns, page, indentation);
+    Table table(part.columns, view.page, indentation);
+    table.choose(view.options.columns);
     for (Row& row : rows) {
         table.add(std::move(row));
     }
-    std::string text = heading(std::to_string(list.size())) + table.take();
+    const std::string text = table.take();
     return text + table.omissions();
 }
 
-std::string location(const JSONDictionary& dictionary) {
-    const JSONValue& fix = member(dictionary, "locationCollection");
-    if (!fix.is_object()) {
-        return fix.is_null() ? reason(dictionary, "location", "none") : shown(fix);
+std::string section(const View& view, const Part& part) {
+    const Page& page = view.page;
+    const JSONValue& list = member(view.dictionary, part.key);
+    const auto heading = [&](const std::string& text) {
+        return "\n" + page.style(Meaning::heading, part.title) + ": " + text + "\n";
+    };
+    if (list.is_null() || (list.is_array() && list.empty())) {
+        return heading(
+            page.style(Meaning::faint, nothingOf(view, part.source, part.permission, part.none)));
     }
-    return shown(member(fix, "lat")) + ", " + shown(member(fix, "lon")) + "  (" +
-           seen(fix, member(dictionary, "timestamp")).words.front() + ")";
+    if (!list.is_array()) {
+        return heading(shown(list));
+    }
+    std::vector<const JSONValue*> printed;
+    for (const JSONValue& each : list) {
+        if (view.options.filter.letsThrough(each)) {
+            printed.push_back(&each);
+        }
+    }
+    const std::string count = std::to_string(list.size());
+    if (printed.empty()) {
+        return heading("none of " + count + " shown");
+    }
+    const std::string some = std::to_string(printed.size()) + " of " + count + " shown";
+    return heading(printed.size() < list.size() ? some : count) + rowsOf(view, part, printed);
 }
 
-std::string networks(const JSONDictionary& dictionary) {
-    const JSONValue& network = member(dictionary, "wifiNetwork");
+std::string location(const View& view) {
+    const JSONValue& fix = member(view.dictionary, "locationCollection");
+    if (!fix.is_object()) {
+        return fix.is_null() ? nothingOf(view, "location", "location", "no fix") : shown(fix);
+    }
+    return shown(member(fix, "lat")) + ", " + shown(member(fix, "lon")) + " (" +
+           seen(fix, startOf(view.dictionary)).words.front() + ")";
+}
+
+std::string networks(const View& view) {
+    const JSONValue& network = member(view.dictionary, "wifiNetwork");
     const JSONValue& hosts = network.is_object() ? member(network, "connectedDevices") : network;
     if (!hosts.is_array()) {
         return hosts.is_null() ? "unknown" : shown(hosts);
@@ -128,54 +203,65 @@ std::string networks(const JSONDictionary& dictionary) {
         const JSONValue& name = host.is_object() ? member(host, "name") : host;
         names += (names.empty() ? "" : ", ") + (name.is_null() ? "(without a name)" : shown(name));
     }
-    return names.empty() ? "none" : names;
+    return names.empty() ? nothingOf(view, "wifi", "none joined") : names;
 }
 
-std::string facts(const JSONDictionary& dictionary, const Page& page) {
-    const JSONValue& start = member(dictionary, "timestamp");
-    const JSONValue& address = member(dictionary, "ip");
+std::string localTimeOf(const JSONDictionary& dictionary) {
+    const JSONValue& start = startOf(dictionary);
     const auto date = start.is_number() ? localTime(start.get<double>()) : std::nullopt;
-    Table table({{.heading = ""}, {.heading = "", .gap = " "}}, page);
+    return date.value_or(shown(start));
+}
+
+/// The time in a line across the page.
+std::string mark(const std::string& time, const Page& page) {
+    constexpr std::size_t usual = 80;
+    constexpr std::string_view dash = "─";
+    std::string line = "── " + time + " ";
+    const std::size_t width = page.columns == unlimited ? usual : page.columns;
+    for (std::size_t column = displayWidth(line); column < width; ++column) {
+        line += dash;
+    }
+    return page.style(Meaning::heading, line) + "\n";
+}
+
+std::string facts(const View& view) {
+    const JSONDictionary& dictionary = view.dictionary;
+    const JSONValue& address = member(dictionary, "ip");
+    Table table({{.heading = ""}, {.heading = "", .gap = " "}}, view.page);
     const auto add = [&](const char* name, const std::string& value) {
         table.add({Cell(name, Meaning::heading), Cell(wordsOf(value))});
     };
-    add("Collected", date.value_or(shown(start)));
-    add("IPv4 address", address.is_null() ? "none" : shown(address));
-    add("Wi-Fi", networks(dictionary));
-    add("Location", location(dictionary));
-    return table.take();
+    if (!view.options.marksTime) {
+        add("Collected", localTimeOf(dictionary));
+    }
+    add("IPv4 address", address.is_null() ? nothingOf(view, "address", "none") : shown(address));
+    add("Wi-Fi", networks(view));
+    add("Location", location(view));
+    return (view.options.marksTime ? mark(localTimeOf(dictionary), view.page) : "") + table.take();
 }
 
 } // namespace
 
-std::string collectionTables(const JSONDictionary& dictionary, const Page& page) {
-    const JSONValue& start = member(dictionary, "timestamp");
-    const Part peripherals{.title = "Bluetooth peripherals",
-                           .permission = "bluetooth",
-                           .list = member(dictionary, "bleScan"),
-                           .columns = {{.heading = "NAME", .usefulness = 3, .least = 12},
-                                       {.heading = "IDENTIFIER", .usefulness = 1, .least = 9},
-                                       {.heading = "SEEN", .usefulness = 2, .least = 10}},
-                           .rowOf = [&](const JSONValue& each) {
-                               return Row{cell(member(each, "name")), cell(member(each, "address")),
-                                          seen(each, start)};
-                           }};
-    const Part services{.title = "Services",
-                        .permission = "network",
-                        .list = member(dictionary, "nearbyDevices"),
-                        .columns = {{.heading = "NAME", .usefulness = 4, .least = 12},
-                                    {.heading = "TYPE", .usefulness = 3, .least = 10},
-                                    {.heading = "ADDRESS", .usefulness = 2, .least = 15},
-                                    {.heading = "SEEN", .usefulness = 1, .least = 10},
-                                    {.heading = "TXT", .least = 30, .gap = "  "}},
-                        .rowOf = [&](const JSONValue& each) {
-                            return Row{cell(member(each, "name")),
-                                       type(member(each, "protocolType")),
-                                       cell(member(each, "address")), seen(each, start),
-                                       pairs(member(each, "txtRecord"))};
-                        }};
-    return facts(dictionary, page) + section(dictionary, peripherals, page) +
-           section(dictionary, services, page);
+std::vector<std::string> collectionColumns() {
+    std::vector<std::string> names;
+    for (const Part& part : parts()) {
+        for (const std::string& name : columnNames(part.columns)) {
+            if (std::find(names.begin(), names.end(), name) == names.end()) {
+                names.push_back(name);
+            }
+        }
+    }
+    return names;
+}
+
+std::string collectionTables(const JSONDictionary& dictionary, const OutputOptions& options,
+                             const Page& page, const std::vector<std::string>& deaf) {
+    const View view{dictionary, options, page, deaf};
+    std::string text = facts(view);
+    for (const Part& part : parts()) {
+        text += section(view, part);
+    }
+    return text;
 }
 
 } // namespace Ambrel

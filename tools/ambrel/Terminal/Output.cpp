@@ -3,6 +3,7 @@
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Process/HeldSignals.hpp"
 #include "tools/ambrel/Terminal/CollectionTables.hpp"
+#include "tools/ambrel/Terminal/Terminal.hpp"
 #include "tools/ambrel/Terminal/TerminalText.hpp"
 
 #include <algorithm>
@@ -17,28 +18,40 @@ namespace {
 
 constexpr int indentation = 2;
 
-void writeLine(const std::string& text) {
-    const auto interruptible = HeldSignals::letThrough();
-    std::cerr << text + "\n";
-}
-
 } // namespace
 
-OutputFormat outputFormat(const std::string& name) {
-    if (name.empty()) {
-        return isatty(STDOUT_FILENO) == 1 ? OutputFormat::pretty : OutputFormat::json;
+OutputFormat outputFormat(const OutputOptions& options) {
+    if (options.json && options.pretty) {
+        throw CommandError(badInput, "--json and --pretty are two formats: choose one");
     }
+    const bool isForReading = isatty(STDOUT_FILENO) == 1 || !options.columns.empty();
+    const std::string name = options.json              ? "json"
+                             : options.pretty          ? "pretty"
+                             : !options.format.empty() ? options.format
+                             : isForReading            ? "table"
+                                                       : "json";
     if (name == "table") {
         return OutputFormat::table;
+    }
+    if (!options.columns.empty()) {
+        throw CommandError(badInput, "--columns is for tables, not for " + name);
     }
     return name == "pretty" ? OutputFormat::pretty : OutputFormat::json;
 }
 
-std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format,
-                      const Page& page) {
+std::string presented(const AmbrelKit::JSONDictionary& data, const OutputOptions& options,
+                      const std::vector<std::string>& deaf) {
+    const OutputFormat format = outputFormat(options);
+    if (format == OutputFormat::table) {
+        return collectionTables(data, options, page(STDOUT_FILENO, options.color), deaf);
+    }
+    return formatted(filtered(data, options.filter), format);
+}
+
+std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format) {
     switch (format) {
     case OutputFormat::table:
-        return collectionTables(data, page);
+        return collectionTables(data, {}, {});
     case OutputFormat::pretty:
         return AmbrelKit::printableJSON(AmbrelKit::JSONValue(data).dump(indentation)) + "\n";
     case OutputFormat::json:
@@ -47,17 +60,25 @@ std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format
     return AmbrelKit::printableJSON(AmbrelKit::JSONValue(data).dump()) + "\n";
 }
 
-void say(const std::string& text) { writeLine("ambrel: " + printable(text)); }
-
-void sayNote(const std::string& text) {
-    constexpr std::size_t nameWidth = 8; // of the program
-    const std::size_t columns = page(STDERR_FILENO).columns;
-    std::string note;
-    for (const std::string& line :
-         lines(wordsOf("note: " + printable(text)), " ", columns - std::min(columns, nameWidth))) {
-        note += (note.empty() ? "ambrel: " : "\n" + std::string(nameWidth, ' ')) + line;
+void say(const std::string& text) {
+    const std::string name = "ambrel: ";
+    const auto columns = terminalColumns(STDERR_FILENO);
+    std::string message = columns ? "" : name + printable(text);
+    if (columns) {
+        const std::size_t room = *columns - std::min(*columns - 1, name.size());
+        for (const std::string& line : lines(wordsOf(printable(text)), " ", room)) {
+            message += message.empty() ? name : "\n" + std::string(name.size(), ' ');
+            message += line;
+        }
     }
-    writeLine(note);
+    const auto interruptible = HeldSignals::letThrough();
+    std::cerr << message + "\n";
+}
+
+void sayNote(const std::string& text) { say("note: " + text); }
+
+void printHelp(const std::string& text) {
+    printResult(fittedHelp(text, terminalColumns(STDOUT_FILENO).value_or(unlimited)));
 }
 
 void printResult(const std::string& text) {

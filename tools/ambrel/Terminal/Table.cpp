@@ -28,21 +28,63 @@ Cell cell(const AmbrelKit::JSONValue& value) {
     return value.is_null() ? Cell() : Cell(shown(value));
 }
 
+std::vector<std::string> columnNames(const std::vector<Column>& columns) {
+    std::vector<std::string> names;
+    for (const Column& column : columns) {
+        std::string& name = names.emplace_back(column.heading);
+        std::transform(name.begin(), name.end(), name.begin(), [](char c) {
+            return c == ' ' ? '-' : c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        });
+    }
+    return names;
+}
+
 Table::Table(std::vector<Column> columns, Page page, std::size_t indentation)
     : columns_(std::move(columns)), page_(page), indentation_(indentation),
-      fitted_(columns_.size()) {}
+      fitted_(columns_.size()) {
+    places_.resize(columns_.size());
+    std::iota(places_.begin(), places_.end(), 0);
+}
+
+void Table::choose(const std::vector<std::string>& names) {
+    if (names.empty()) {
+        return;
+    }
+    const auto known = columnNames(columns_);
+    std::vector<Column> columns;
+    places_.clear();
+    for (const bool goesOn : {false, true}) {
+        for (const std::string& name : names) {
+            const auto place = static_cast<std::size_t>(
+                std::find(known.begin(), known.end(), name) - known.begin());
+            const bool isNew = std::find(places_.begin(), places_.end(), place) == places_.end();
+            if (place < known.size() && isNew && columns_[place].gap.empty() != goesOn) {
+                places_.push_back(place);
+                columns.push_back(columns_[place]);
+            }
+        }
+    }
+    columns_ = std::move(columns);
+    fitted_.resize(columns_.size());
+}
 
 void Table::add(std::vector<Cell> row) {
-    for (Cell& cell : row) {
+    std::vector<Cell> chosen;
+    for (const std::size_t place : places_) {
+        Cell& cell = chosen.emplace_back(place < row.size() ? std::move(row[place])
+                                                            : Cell(std::vector<std::string>{}));
         for (std::string& word : cell.words) {
             word = printable(word);
         }
     }
-    rows_.push_back(std::move(row));
+    rows_.push_back(std::move(chosen));
 }
 
 std::string Table::take() {
     std::string text;
+    if (columns_.empty()) {
+        return text;
+    }
     if (!std::exchange(isFitted_, true)) {
         fit();
         std::vector<Cell> headings;
@@ -50,7 +92,7 @@ std::string Table::take() {
             headings.emplace_back(wordsOf(column.heading), Meaning::heading);
         }
         if (wordsBelow_) {
-            headings.pop_back();
+            headings.back().words.clear();
         }
         const std::string line = written(headings);
         text += line == "\n" ? "" : line; // that has none
@@ -68,14 +110,18 @@ std::string Table::omissions() const {
             names += (names.empty() ? "" : ", ") + columns_[i].heading;
         }
     }
-    const std::string text = cut("no room for " + names, page_.columns - indentation_);
-    return names.empty()
-               ? ""
-               : std::string(indentation_, ' ') + page_.style(Meaning::faint, text) + "\n";
+    std::string text;
+    const std::size_t room = page_.columns - std::min(page_.columns - 1, indentation_);
+    for (const std::string& line : names.empty()
+                                       ? std::vector<std::string>{}
+                                       : lines(wordsOf("no room for " + names), " ", room)) {
+        text += std::string(indentation_, ' ') + page_.style(Meaning::faint, line) + "\n";
+    }
+    return text;
 }
 
 void Table::measure(const std::vector<Cell>& row) {
-    for (std::size_t i = 0; i < std::min(row.size(), columns_.size()); ++i) {
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
         fitted_[i].widest =
             std::max(fitted_[i].widest, displayWidth(joined(row[i], columns_[i].gap)));
     }
@@ -142,7 +188,7 @@ std::string Table::written(const std::vector<Cell>& row) const {
     std::size_t column = 0; // behind what is written
     std::size_t start = indentation_;
     std::string further;
-    for (std::size_t i = 0; i < std::min(row.size(), columns_.size()); ++i) {
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
         const Cell& cell = row[i];
         if (hasWords() && i + 1 == columns_.size()) {
             further = flowing(cell, wordsBelow_ ? indentation_ + belowWidth : start);

@@ -24,12 +24,14 @@ struct Column {
     std::string gap = {};
 };
 
+/// As the command line calls them: `local-time` for LOCAL TIME.
+std::vector<std::string> columnNames(const std::vector<Column>& columns);
+
 struct Cell {
     /// What is not there.
     Cell() : Cell("-", Meaning::faint) {}
-    Cell(std::string text, Meaning meaning = Meaning::plain)
+    explicit Cell(std::string text, Meaning meaning = Meaning::plain)
         : words{std::move(text)}, meaning(meaning) {}
-    Cell(const char* text, Meaning meaning = Meaning::plain) : Cell(std::string(text), meaning) {}
     /// For a column with a gap.
     explicit Cell(std::vector<std::string> words, Meaning meaning = Meaning::plain)
         : words(std::move(words)), meaning(meaning) {}
@@ -48,6 +50,10 @@ class Table {
 public:
     /// What cells hold may be any text. At most one column, the last, has a gap.
     Table(std::vector<Column> columns, Page page, std::size_t indentation = 0);
+
+    /// Of the columns only these, as `columnNames` has them, in this order, but that one with a gap
+    /// stays the last. No names: all. Before any row is added.
+    void choose(const std::vector<std::string>& names);
 
     /// May have fewer cells than there are columns.
     void add(std::vector<Cell> row);
@@ -69,12 +75,15 @@ private:
     void measure(const std::vector<Cell>& row);
     void fit();
     bool narrow(const std::vector<std::size_t>& leastUsefulFirst);
-    [[nodiscard]] bool hasWords() const { return !columns_.back().gap.empty(); }
+    [[nodiscard]] bool hasWords() const {
+        return !columns_.empty() && !columns_.back().gap.empty();
+    }
     [[nodiscard]] std::size_t taken() const;
     [[nodiscard]] std::string written(const std::vector<Cell>& row) const;
     [[nodiscard]] std::string flowing(const Cell& cell, std::size_t start) const;
 
     std::vector<Column> columns_;
+    std::vector<std::size_t> places_; ///< of the chosen columns' cells in their rows
     Page page_;
     std::size_t indentation_;
     std::vector<std::vector<Cell>> rows_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <utf8proc.h>
 
 namespace Ambrel {
@@ -141,6 +142,32 @@ std::vector<std::string> lines(const std::vector<std::string>& words, std::strin
             addBroken(result, word, columns);
         }
         column = displayWidth(result.back());
+    }
+    return result;
+}
+
+std::string fittedHelp(const std::string& text, std::size_t columns) {
+    constexpr std::size_t below = 8; // the indentation there
+    std::string result;
+    std::istringstream input(text);
+    for (std::string line; std::getline(input, line);) {
+        const std::size_t start = std::min(line.find_first_not_of(' '), line.size());
+        const std::size_t end = std::min(line.find("  ", start), line.size());
+        const std::size_t second = std::min(line.find_first_not_of(' ', end), line.size());
+        const bool hasRoom = second == line.size() || second <= columns / 2;
+        if (hasRoom && displayWidth(line) <= columns) {
+            result += line + "\n";
+            continue;
+        }
+        const bool hasTwo = second < line.size();
+        result += hasTwo ? line.substr(0, hasRoom ? second : end) + (hasRoom ? "" : "\n") : "";
+        const std::size_t indentation = !hasTwo ? start : hasRoom ? second : below;
+        bool goesOn = hasTwo && hasRoom; // behind the first column
+        for (const std::string& each : lines(wordsOf(line.substr(hasTwo ? second : start)), " ",
+                                             columns - std::min(columns - 1, indentation))) {
+            result += (goesOn ? "" : std::string(indentation, ' ')) + each + "\n";
+            goesOn = false;
+        }
     }
     return result;
 }

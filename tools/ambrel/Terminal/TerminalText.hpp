@@ -38,6 +38,10 @@ std::vector<std::string> wordsOf(std::string_view text);
 std::vector<std::string> lines(const std::vector<std::string>& words, std::string_view gap,
                                std::size_t columns);
 
+/// A help text, two columns in places, whose lines fit: on a narrow page what stands in the second
+/// column goes below.
+std::string fittedHelp(const std::string& text, std::size_t columns);
+
 } // namespace Ambrel
 
 #endif
