@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""What a store of many files costs: time and peak memory of `ambrel store list` and `export` beside
-`cat` of the same files, in one run, each three times.
+"""What a store of many files costs: time and peak memory of `ambrel store list` and `export`, and of
+`ambrel report`, beside `cat` of the same files, in one run, each three times.
 
     bench/store_scale.py AMBREL COLLECTIONS.ndjson [COUNT]
 
@@ -68,6 +68,7 @@ def main():
             "cat": ["sh", "-c", f"find {directory} -type f -print0 | xargs -0 cat"],
             "export": [ambrel, "store", "export"],
             "list": [ambrel, "store", "list"],
+            "report": [ambrel, "report"],
         }
         for name, command in commands.items():
             runs = [measure(command) for _ in range(3)]

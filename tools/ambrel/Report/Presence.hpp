@@ -39,7 +39,7 @@ public:
     /// collection may have seen both.
     void join(const Presence& other);
 
-    /// Leaves out the shortest absences, so that there are at most so many runs (one at least).
+    /// Leaves out the shortest absences, so that there are at most so many runs: 1 or more.
     void coarsen(std::size_t mostRuns);
 
     [[nodiscard]] std::int64_t first() const { return runs_.front().begin; }

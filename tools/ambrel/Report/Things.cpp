@@ -1,7 +1,6 @@
 #include "tools/ambrel/Report/Things.hpp"
 
 #include <algorithm>
-#include <numeric>
 #include <tuple>
 
 namespace Ambrel {
