@@ -5,7 +5,7 @@ _ambrel_options() {
     local collection='--service --only --without --location --save --outcome --strict --details --progress --quiet'
     local output='--format --json --pretty --color --columns --type --name'
     case "$*" in
-    '') echo --help --version ;;
+    '') echo --help --version --config --print-config ;;
     scan | record) echo --help "$collection" "$output" ;;
     watch) echo --help --every --threshold --changes "$collection" "$output" ;;
     replay) echo --help --queries --quiet ;;
@@ -45,7 +45,7 @@ _ambrel_values() {
     local option=$1 value=$2 chosen name
     shift 2
     case $option in
-    --outcome | --details | --output | -o) echo -f ;;
+    --outcome | --details | --config | --output | -o) echo -f ;;
     --location) echo auto geoclue gpsd none ;;
     --since | --until) _ambrel_timestamps "$value" ;;
     --service | --type)
@@ -82,7 +82,7 @@ _ambrel_timestamps() {
 }
 
 _ambrel() {
-    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(service|only|without|location|outcome|details|output|format|color|columns|type|name|every|threshold|since|until))$'
+    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(config|service|only|without|location|outcome|details|output|format|color|columns|type|name|every|threshold|since|until))$'
     # Readline breaks words at = and :, and completes what is behind the last of them.
     local words=() joined='' raw=''
     for raw in "${COMP_WORDS[@]:1:COMP_CWORD}"; do

@@ -4,7 +4,7 @@
 function __ambrel_path
     set -l words (commandline -opc)
     set -e words[1]
-    set -l valued -o --{service,only,without,location,outcome,details,output,format,color,columns,type,name,every,threshold,since,until}
+    set -l valued -o --{config,service,only,without,location,outcome,details,output,format,color,columns,type,name,every,threshold,since,until}
     set -l skips no
     set -l ended no
     for word in $words
@@ -60,6 +60,8 @@ end
 complete -c ambrel -f
 complete -c ambrel -s h -l help -d 'Print the help'
 complete -c ambrel -n '__ambrel_at ""' -l version -d 'Print the version'
+complete -c ambrel -n '__ambrel_at ""' -l config -rF -d 'Take what options leave open from this file'
+complete -c ambrel -n '__ambrel_at ""' -l print-config -d 'Print what holds for every option'
 
 for row in 'scan	Take one collection and print it' 'watch	Take one now, and when device or user come back' \
     'record	Take one, and write a script that replays it' 'replay	Run a script, and print what the kit did' \

@@ -21,6 +21,7 @@ protected:
         std::string folder = testing::TempDir() + "ambrel-tool-XXXXXX";
         directory = mkdtemp(folder.data());
         setenv("AMBREL_DOCUMENTS_DIR", directory.c_str(), 1);
+        setenv("AMBREL_CONFIG", "", 1);
         setenv("TZ", "IST-5:30", 1); // five and a half hours before Greenwich
     }
 

@@ -1,3 +1,4 @@
+#include "tools/ambrel/Arguments/Configuration.hpp"
 #include "tools/ambrel/Arguments/UsageProblem.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Process/StandardStreams.hpp"
@@ -52,6 +53,7 @@ int run(int argc, char** argv) {
     setHelp(app);
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.require_subcommand(1);
+    addConfiguration(app);
     ExitStatus status = done;
 #ifdef AMBREL_WITH_LINUX
     addScanCommand(app, status);

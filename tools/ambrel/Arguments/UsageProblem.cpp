@@ -104,6 +104,12 @@ const CLI::App& commandNamed(const CLI::App& command, const std::string& name) {
     throw CommandError(badInput, unknownCommand(command, name));
 }
 
+std::string unexpected(const std::string& typed, const CLI::App& command) {
+    return withHelp("not expected: " + typed +
+                        suggestion(typed.substr(0, typed.find(' ')), optionCandidates(command)),
+                    command);
+}
+
 std::string usageProblem(const CLI::App& app, const CLI::ParseError& error) {
     const CLI::App* command = &app;
     while (!command->get_subcommands().empty()) {
@@ -118,9 +124,7 @@ std::string usageProblem(const CLI::App& app, const CLI::ParseError& error) {
         return unknownCommand(*command, rest.front());
     }
     if (commandIsMissing || dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-        return withHelp("not expected: " + CLI::detail::join(rest, " ") +
-                            suggestion(rest.front(), optionCandidates(*command)),
-                        *command);
+        return unexpected(CLI::detail::join(rest, " "), *command);
     }
     std::string problem = error.what();
     constexpr std::string_view count = "1 required ";

@@ -10,6 +10,9 @@ namespace Ambrel {
 /// been meant.
 std::string usageProblem(const CLI::App& app, const CLI::ParseError& error);
 
+/// The same of an option that the command has not.
+std::string unexpected(const std::string& typed, const CLI::App& command);
+
 /// The command of `command` that goes by `name`. Throws `CommandError` where there is none,
 /// likewise.
 const CLI::App& commandNamed(const CLI::App& command, const std::string& name);

@@ -1,0 +1,307 @@
+#include "tools/ambrel/Arguments/Configuration.hpp"
+
+#include "tools/ambrel/Arguments/TOML.hpp"
+#include "tools/ambrel/Arguments/UsageProblem.hpp"
+#include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/Terminal/Output.hpp"
+
+#include "AmbrelKit/Platform/Descriptor.hpp"
+#include "AmbrelKit/Platform/PrintableText.hpp"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace Ambrel {
+
+namespace {
+
+constexpr std::size_t largestFile = 1U << 20U; // bytes
+
+struct Configuration {
+    std::string file = {}; ///< empty: there can be none
+    bool isNamed = false;  ///< by the command line or the environment
+    std::string refusal = {};
+    std::vector<Setting> settings = {};
+};
+
+std::string variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+std::string usualFile() {
+    const std::string folder = variable("XDG_CONFIG_HOME");
+    if (folder.starts_with('/')) {
+        return folder + "/ambrel/config.toml";
+    }
+    const std::string home = variable("HOME");
+    return home.starts_with('/') ? home + "/.config/ambrel/config.toml" : "";
+}
+
+[[noreturn]] void throwUnreadable(const std::string& file, const std::string& reason) {
+    throw CommandError(badInput, file + ": " + reason);
+}
+
+[[noreturn]] void throwWrong(const Configuration& configuration, std::size_t line,
+                             const std::string& reason) {
+    throwUnreadable(configuration.file + ":" + std::to_string(line), reason);
+}
+
+/// Whether somebody else could have written there.
+bool isOthers(const struct stat& status) {
+    return (status.st_uid != geteuid() && status.st_uid != 0) || (status.st_mode & S_IWOTH) != 0;
+}
+
+std::string contents(int file, const std::string& name) {
+    std::string text;
+    std::array<char, 4096> piece{};
+    ssize_t count = 0;
+    do {
+        count = read(file, piece.data(), piece.size());
+        text.append(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    } while ((count > 0 && text.size() <= largestFile) || (count < 0 && errno == EINTR));
+    if (count < 0) {
+        throwUnreadable(name, std::generic_category().message(errno));
+    }
+    if (text.size() > largestFile) {
+        throwUnreadable(name, "a configuration has 1 MiB at most");
+    }
+    return text;
+}
+
+/// The text of the file; empty where there is none that is to be read.
+std::string readText(Configuration& configuration) {
+    const std::string& file = configuration.file;
+    // What stands in the usual place is not waited for, as a pipe would be.
+    const int waits = configuration.isNamed ? 0 : O_NONBLOCK;
+    const AmbrelKit::Descriptor opened(open(file.c_str(), O_RDONLY | O_CLOEXEC | waits));
+    struct stat status {};
+    if (opened.get() < 0) {
+        const int error = errno;
+        const bool isThere = stat(file.c_str(), &status) == 0;
+        if (configuration.isNamed || isThere) {
+            throwUnreadable(file, std::generic_category().message(error));
+        }
+        return "";
+    }
+    struct stat folder {};
+    const auto above = std::filesystem::path(file).parent_path();
+    if (!configuration.isNamed && fstat(opened.get(), &status) == 0 &&
+        stat(above.c_str(), &folder) == 0) {
+        if (isOthers(status) || isOthers(folder)) {
+            configuration.refusal = file + " is not read: another user could have written it";
+            return "";
+        }
+        if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+            throwUnreadable(file, "this is no file");
+        }
+    }
+    return contents(opened.get(), file);
+}
+
+Configuration readConfiguration(const std::string& named) {
+    const char* inEnvironment = std::getenv("AMBREL_CONFIG");
+    Configuration configuration;
+    configuration.isNamed = !named.empty() || inEnvironment != nullptr;
+    configuration.file = !named.empty()             ? named
+                         : inEnvironment != nullptr ? std::string(inEnvironment)
+                                                    : usualFile();
+    if (configuration.file.empty()) {
+        return configuration;
+    }
+    try {
+        configuration.settings = readTOML(readText(configuration));
+    } catch (const TOMLError& error) {
+        throwWrong(configuration, error.line(), error.what());
+    }
+    return configuration;
+}
+
+std::vector<CLI::App*> commandsOf(CLI::App& command) {
+    return command.get_subcommands([](const CLI::App*) { return true; });
+}
+
+bool isConfigurable(const CLI::Option& option) {
+    return option.get_configurable() && !option.get_lnames().empty();
+}
+
+/// The option that a setting is for, and its command.
+std::pair<CLI::App*, CLI::Option*> placeOf(CLI::App& program, const Configuration& configuration,
+                                           const Setting& setting) {
+    try {
+        CLI::App* command = &program;
+        for (std::size_t i = 0; i + 1 < setting.path.size(); ++i) {
+            command = const_cast<CLI::App*>(&commandNamed(*command, setting.path[i]));
+        }
+        const std::string& name = setting.path.back();
+        for (CLI::Option* option : command->get_options()) {
+            const auto& names = option->get_lnames();
+            if (std::ranges::find(names, name) == names.end()) {
+                continue;
+            }
+            if (!isConfigurable(*option)) {
+                throw CommandError(badInput, "--" + name + " stands on the command line alone");
+            }
+            return {command, option};
+        }
+        throw CommandError(badInput, unexpected(name, *command));
+    } catch (const CommandError& error) {
+        throwWrong(configuration, setting.line, error.what());
+    }
+}
+
+bool isFlag(const CLI::Option& option) { return option.get_expected_max() == 0; }
+
+bool isList(const CLI::Option& option) { return option.get_expected_max() > 1; }
+
+/// As if it stood on the command line.
+void give(CLI::Option& option, const Configuration& configuration, const Setting& setting) {
+    const std::string name = setting.path.back();
+    const bool fits = isFlag(option)   ? setting.kind == Setting::Kind::flag
+                      : isList(option) ? setting.kind != Setting::Kind::flag
+                                       : setting.kind == Setting::Kind::text;
+    if (!fits) {
+        throwWrong(configuration, setting.line,
+                   name + (isFlag(option)   ? " is true or false"
+                           : isList(option) ? " is a list of texts"
+                                            : " is one text or number"));
+    }
+    if (setting.values.empty() || (isFlag(option) && setting.values.front() == "false")) {
+        return;
+    }
+    try {
+        option.clear();
+        for (const std::string& value : setting.values) {
+            option.add_result(value);
+        }
+        option.run_callback();
+    } catch (const CLI::ParseError& error) {
+        std::string problem = error.what();
+        const std::string option = "--" + name;
+        problem.erase(0, problem.starts_with(option) ? 2 : 0);
+        throwWrong(configuration, setting.line, problem);
+    }
+}
+
+/// Gives the command that is to run what its command line leaves open.
+void apply(CLI::App& program, const Configuration& configuration) {
+    CLI::App* command = &program;
+    while (!command->get_subcommands().empty()) {
+        command = command->get_subcommands().front();
+    }
+    std::vector<CLI::Option*> given;
+    for (CLI::Option* option : command->get_options()) {
+        if (option->count() > 0) {
+            given.push_back(option);
+        }
+    }
+    std::set<std::vector<std::string>> known;
+    for (const Setting& setting : configuration.settings) {
+        const auto [owner, option] = placeOf(program, configuration, setting);
+        if (!known.insert(setting.path).second) {
+            throwWrong(configuration, setting.line, setting.path.back() + " stands there twice");
+        }
+        if (owner == command && std::ranges::find(given, option) == given.end()) {
+            give(*option, configuration, setting);
+        }
+    }
+    for (CLI::Option* option : given) {
+        option->run_callback(); // over what another option of the file has set
+    }
+    const CLI::Option* quiet = command->get_option_no_throw("--quiet");
+    if (!configuration.refusal.empty() && (quiet == nullptr || quiet->count() == 0)) {
+        sayNote(configuration.refusal);
+    }
+}
+
+std::string valueOf(const Setting& setting) {
+    if (setting.kind == Setting::Kind::flag) {
+        return setting.values.front();
+    }
+    std::string text;
+    for (const std::string& value : setting.values) {
+        text += (text.empty() ? "" : ", ") + quotedForTOML(value);
+    }
+    return setting.kind == Setting::Kind::list ? "[" + text + "]" : text;
+}
+
+/// What an option has without the file.
+std::string templateOf(const CLI::Option& option) {
+    const std::string type = "\"" + option.get_type_name() + "\"";
+    return isFlag(option) ? "false" : isList(option) ? "[" + type + "]" : type;
+}
+
+std::string printed(CLI::App& program, CLI::App& command, const std::string& path,
+                    const Configuration& configuration) {
+    std::string table;
+    for (CLI::Option* option : command.get_options()) {
+        if (!isConfigurable(*option)) {
+            continue;
+        }
+        std::istringstream description(option->get_description());
+        for (std::string line; std::getline(description, line);) {
+            table += "# " + line + "\n";
+        }
+        const auto setting = std::ranges::find_if(configuration.settings, [&](const auto& each) {
+            return placeOf(program, configuration, each).second == option;
+        });
+        const bool isSet = setting != configuration.settings.end();
+        table += (isSet ? "" : "#") + option->get_lnames().front() + " = " +
+                 (isSet ? valueOf(*setting) : templateOf(*option)) + "\n";
+    }
+    std::string text = table.empty() ? "" : "\n[" + path + "]\n" + table;
+    for (CLI::App* one : commandsOf(command)) {
+        text += printed(program, *one, (path.empty() ? "" : path + ".") + one->get_name(),
+                        configuration);
+    }
+    return text;
+}
+
+std::string print(CLI::App& program, const Configuration& configuration) {
+    for (const Setting& setting : configuration.settings) {
+        give(*placeOf(program, configuration, setting).second, configuration, setting);
+    }
+    if (!configuration.refusal.empty()) {
+        sayNote(configuration.refusal);
+    }
+    const std::string& file = configuration.file;
+    return "# What holds where the command line says nothing else. What is set is from\n# " +
+           (file.empty() ? "no file" : AmbrelKit::printable(file)) +
+           ";\n# behind # stands what is not set, with what is to be put in capitals.\n" +
+           printed(program, program, "", configuration);
+}
+
+} // namespace
+
+void addConfiguration(CLI::App& program) {
+    const auto file = std::make_shared<std::string>();
+    program.add_option("--config", *file, "take what options leave open from this file")
+        ->type_name("FILE")
+        ->configurable(false);
+    program
+        .add_flag_callback(
+            "--print-config",
+            [&program, file] {
+                printResult(print(program, readConfiguration(*file)));
+                throw CLI::Success();
+            },
+            "print what holds for every option")
+        ->configurable(false);
+    program.parse_complete_callback([&program, file] { apply(program, readConfiguration(*file)); });
+}
+
+} // namespace Ambrel
