@@ -144,4 +144,25 @@ class Lines(unittest.TestCase):
                         self.assertFalse(form.is_valid(line | change))
 
 
+def words(path, pattern):
+    with open(f"{SOURCE}/{path}", encoding="utf-8") as file:
+        return set(re.findall(pattern, file.read()))
+
+
+class Pages(unittest.TestCase):
+    """The man pages of section 5 name every key that there is."""
+
+    def test_of_the_dictionary(self):
+        keys = words("docs/ambrel-data.schema.json", r'"(\w+)": \{') - {"properties", "items", "additionalProperties"}
+        keys -= words("docs/ambrel-data.schema.json", r'#/\$defs/(\w+)') - {"timestamp"}
+        self.assertIn("connectedDevices", keys)
+        self.assertEqual(keys - words("packaging/ambrel-record.5", r"\w+"), set())
+
+    def test_of_the_script(self):
+        grammar = [name for name in os.listdir(f"{SOURCE}/AmbrelKit/Simulated/Replay") if name.endswith("Grammar.cpp")]
+        keys = set().union(*(words(f"AmbrelKit/Simulated/Replay/{name}", r'"([A-Za-z]+)"') for name in grammar))
+        self.assertIn("onDelivery", keys)
+        self.assertEqual(keys - words("packaging/ambrel-replay.5", r"\w+"), set())
+
+
 unittest.main(argv=sys.argv[:1])
