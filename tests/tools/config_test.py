@@ -49,6 +49,13 @@ class Configuration(unittest.TestCase):
             with self.subTest(options=options, before=before, changes=changes):
                 self.assertEqual(self.trace(*options, before=before, **changes), lines)
 
+    def test_a_short_form_on_the_command_line_wins_over_the_format_of_the_file(self):
+        subprocess.run([AMBREL, "store", "save"], env=self.environment, input='{"timestamp":0,"ip":"192.0.2.7"}', text=True)
+        for setting, option, lines in [("format = 'pretty'", "--json", 1), ("json = true", "--pretty", 4), ("pretty = true", "--format=json", 1)]:
+            with self.subTest(setting):
+                self.file.write_text(f"[store.last]\n{setting}\n")
+                self.assertEqual(self.ambrel("store", "last", option).stdout.count("\n"), lines)
+
     def test_a_mistake_is_named_with_file_and_line(self):
         self.ambrel("store", "save", "script")
         for text, problem in [

@@ -197,16 +197,22 @@ void give(CLI::Option& option, const Configuration& configuration, const Setting
     }
 }
 
+/// What an option decides: --json and --pretty are short for a --format.
+std::string subjectOf(const CLI::Option& option) {
+    const std::string& name = option.get_lnames().front();
+    return name == "json" || name == "pretty" ? "format" : name;
+}
+
 /// Gives the command that is to run what its command line leaves open.
 void apply(CLI::App& program, const Configuration& configuration) {
     CLI::App* command = &program;
     while (!command->get_subcommands().empty()) {
         command = command->get_subcommands().front();
     }
-    std::vector<CLI::Option*> given;
-    for (CLI::Option* option : command->get_options()) {
-        if (option->count() > 0) {
-            given.push_back(option);
+    std::set<std::string> given;
+    for (const CLI::Option* option : command->get_options()) {
+        if (option->count() > 0 && isConfigurable(*option)) {
+            given.insert(subjectOf(*option));
         }
     }
     std::set<std::vector<std::string>> known;
@@ -215,12 +221,9 @@ void apply(CLI::App& program, const Configuration& configuration) {
         if (!known.insert(setting.path).second) {
             throwWrong(configuration, setting.line, setting.path.back() + " stands there twice");
         }
-        if (owner == command && std::ranges::find(given, option) == given.end()) {
+        if (owner == command && !given.contains(subjectOf(*option))) {
             give(*option, configuration, setting);
         }
-    }
-    for (CLI::Option* option : given) {
-        option->run_callback(); // over what another option of the file has set
     }
     const CLI::Option* quiet = command->get_option_no_throw("--quiet");
     if (!configuration.refusal.empty() && (quiet == nullptr || quiet->count() == 0)) {
