@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Platform/JSONText.hpp"
 #include "tools/ambrel/Store/Summary.hpp"
+#include "tools/ambrel/Terminal/CollectionTables.hpp"
 #include "tools/ambrel/Terminal/Output.hpp"
 
 #include <cstdint>
@@ -23,7 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto& dictionary = value.get_ref<const JSONDictionary&>();
     const Ambrel::Summary summary(dictionary);
     (void)summary.row(0);
-    (void)Ambrel::formatted(dictionary, Ambrel::OutputFormat::table);
+    for (const std::size_t columns : {Ambrel::unlimited, std::size_t{20}}) {
+        (void)Ambrel::collectionTables(dictionary, {}, {.columns = columns, .style = {}});
+    }
     const std::string pretty = Ambrel::formatted(dictionary, Ambrel::OutputFormat::pretty);
     if (readJSON(pretty) != value || readJSON(writeJSON(dictionary)) != value) {
         std::abort();

@@ -239,9 +239,9 @@ class Refused(unittest.TestCase):
 
     def test_a_terminal_gets_tables(self):
         for options, changes, services in [
-            ([], {}, "\x1b[1mServices\x1b[0m: \x1b[2mnot collected, since not permitted\x1b[0m\r\n"),
+            ([], {}, "\x1b[1mServices:\x1b[0m \x1b[2mnot collected, since not permitted\x1b[0m\r\n"),
             ([], {"NO_COLOR": "1"}, "Services: not collected, since not permitted\r\n"),
-            (["--color=always"], {"TERM": "dumb"}, "\x1b[1mServices\x1b[0m: "),
+            (["--color=always"], {"TERM": "dumb"}, "\x1b[1mServices:\x1b[0m "),
             (["--json"], {}, '"nearbyDevices":[]'),
         ]:
             terminal = Terminal()

@@ -159,12 +159,14 @@ std::string rowsOf(const View& view, const Part& part, const std::vector<const J
 std::string section(const View& view, const Part& part) {
     const Page& page = view.page;
     const JSONValue& list = member(view.dictionary, part.key);
-    const auto heading = [&](const std::string& text) {
-        return "\n" + page.style(Meaning::heading, part.title) + ": " + text + "\n";
+    const auto heading = [&](const std::string& text, Meaning meaning = Meaning::plain) {
+        const std::string title = part.title + std::string(":");
+        const bool fits = displayWidth(title) + 1 + displayWidth(text) <= page.columns;
+        std::string line = "\n" + page.style(Meaning::heading, title) + (fits ? " " : "\n  ");
+        return line + page.style(meaning, text) + "\n";
     };
     if (list.is_null() || (list.is_array() && list.empty())) {
-        return heading(
-            page.style(Meaning::faint, nothingOf(view, part.source, part.permission, part.none)));
+        return heading(nothingOf(view, part.source, part.permission, part.none), Meaning::faint);
     }
     if (!list.is_array()) {
         return heading(shown(list));
