@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cmath>
 #include <ctime>
+#include <nlohmann/json.hpp>
 
 namespace Ambrel {
 
@@ -73,6 +74,11 @@ std::optional<double> fixedPointInTime(const std::string& text) {
 double secondsNow() {
     const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
     return now.count();
+}
+
+std::string timestampText(double seconds) {
+    std::string text = nlohmann::json(seconds).dump();
+    return text.ends_with(".0") ? text.substr(0, text.size() - 2) : text;
 }
 
 std::optional<std::string> localTime(double seconds) {

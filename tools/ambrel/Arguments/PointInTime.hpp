@@ -21,6 +21,9 @@ std::optional<double> fixedPointInTime(const std::string& text);
 /// Now, in seconds since 1970.
 double secondsNow();
 
+/// The shortest of the first form, as in `1700000000`.
+std::string timestampText(double seconds);
+
 /// In local time with its offset, as in `2023-11-14 22:13:20+01:00`, which is one of those forms,
 /// too; nothing for a time beyond every calendar.
 std::optional<std::string> localTime(double seconds);

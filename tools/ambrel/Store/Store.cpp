@@ -15,18 +15,10 @@ using AmbrelKit::AmbrelStorage;
 
 bool withStore(const std::function<void(const AmbrelStorage& store)>& work) {
     const auto failed = std::make_shared<bool>(false);
-    const auto fail = [failed](const std::string& line) {
+    work(storeReportingTo([failed](const std::string& line) {
         *failed = true;
         say(line);
-    };
-    const AmbrelStorage* store = nullptr;
-    try {
-        store = &storeReportingTo(fail);
-    } catch (const CommandError& error) {
-        fail(error.what());
-        return false;
-    }
-    work(*store);
+    }));
     return !*failed;
 }
 
@@ -48,8 +40,12 @@ void save(const AmbrelKit::AmbrelStorage& store, const AmbrelKit::JSONDictionary
 }
 
 bool saveCollection(const AmbrelKit::JSONDictionary& collection) {
-    return withStore(
-        [&collection](const AmbrelKit::AmbrelStorage& store) { save(store, collection); });
+    try {
+        return withStore([&](const AmbrelStorage& store) { save(store, collection); });
+    } catch (const CommandError& error) {
+        say(error.what());
+        return false;
+    }
 }
 
 } // namespace Ambrel

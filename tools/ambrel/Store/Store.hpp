@@ -8,8 +8,8 @@
 namespace Ambrel {
 
 /// Lets `work` use the store, and writes each failure that the store reports meanwhile as one line
-/// to standard error; so it is, too, when there is no folder for a store. Returns whether there was
-/// no failure.
+/// to standard error. Returns whether there was none. Throws `CommandError` when there is no folder
+/// for a store.
 bool withStore(const std::function<void(const AmbrelKit::AmbrelStorage& store)>& work);
 
 /// The store, which gives each failure to `report` from here on. Throws `CommandError` when there
@@ -23,7 +23,7 @@ bool hasSaved();
 /// Saves one dictionary; an interruption waits until that is done.
 void save(const AmbrelKit::AmbrelStorage& store, const AmbrelKit::JSONDictionary& collection);
 
-/// The same in the store; false when that failed.
+/// The same in the store; false when that failed, also for want of a folder.
 bool saveCollection(const AmbrelKit::JSONDictionary& collection);
 
 } // namespace Ambrel

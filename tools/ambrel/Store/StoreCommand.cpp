@@ -1,8 +1,13 @@
+#include "tools/ambrel/Arguments/Choices.hpp"
 #include "tools/ambrel/Arguments/PointInTime.hpp"
 #include "tools/ambrel/Arguments/TimeSpan.hpp"
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/Store/CSV.hpp"
 #include "tools/ambrel/Store/DictionaryReader.hpp"
 #include "tools/ambrel/Store/DiffCommand.hpp"
+#include "tools/ambrel/Store/GeoJSON.hpp"
+#include "tools/ambrel/Store/PrintEach.hpp"
+#include "tools/ambrel/Store/Prune.hpp"
 #include "tools/ambrel/Store/Selection.hpp"
 #include "tools/ambrel/Store/Store.hpp"
 #include "tools/ambrel/Store/Summary.hpp"
@@ -12,7 +17,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iostream>
 #include <memory>
 #include <system_error>
@@ -26,43 +30,18 @@ namespace {
 using AmbrelKit::AmbrelStorage;
 using AmbrelKit::JSONDictionary;
 
-constexpr std::size_t pieceSize = 1U << 16U; // bytes
-
 /// What the subcommands are given; each uses its own part.
 struct StoreArguments {
     std::string selection; ///< of one collection
     TimeSpan span;
     OutputOptions output;
+    std::string exportFormat;
     std::string file = "-";
+    std::string keep; ///< one of `keptForms`
+    bool isRehearsal = false;
 };
 
 ExitStatus statusOf(bool whole) { return whole ? done : failed; }
-
-/// Has `take` take each collection from the oldest to the newest. A store that was never saved to
-/// is an empty one.
-ExitStatus forEach(const TimeSpan& span, const std::function<void(const JSONDictionary&)>& take) {
-    return statusOf(withStore([&](const AmbrelStorage& store) {
-        if (!hasSaved()) {
-            say("nothing has been saved in " + AmbrelStorage::path());
-            return;
-        }
-        store.forEachSavedCollection(span.since, span.until, take);
-    }));
-}
-
-/// Prints what `text` gives for each, in larger pieces.
-ExitStatus printEach(const TimeSpan& span,
-                     const std::function<std::string(const JSONDictionary&)>& text) {
-    std::string piece;
-    const auto status = forEach(span, [&](const JSONDictionary& collection) {
-        piece += text(collection);
-        if (piece.size() >= pieceSize) {
-            printResult(std::exchange(piece, {}));
-        }
-    });
-    printResult(piece);
-    return status;
-}
 
 /// The columns fit the first rows; later ones follow as they are read.
 ExitStatus printTable(const StoreArguments& arguments) {
@@ -70,8 +49,8 @@ ExitStatus printTable(const StoreArguments& arguments) {
     Table table(Summary::columns(), page(STDOUT_FILENO, arguments.output.color));
     table.choose(arguments.output.columns);
     std::size_t rows = 0;
-    const auto status =
-        forEach(arguments.span, [&, now = secondsNow()](const JSONDictionary& collection) {
+    const bool whole =
+        forEachStored(arguments.span, [&, now = secondsNow()](const JSONDictionary& collection) {
             table.add(Summary(collection).row(now));
             if (++rows % pieceRows == 0) {
                 printResult(table.take());
@@ -81,7 +60,7 @@ ExitStatus printTable(const StoreArguments& arguments) {
         const std::string rest = table.take();
         printResult(rest + table.omissions());
     }
-    return status;
+    return statusOf(whole);
 }
 
 ExitStatus runList(const StoreArguments& arguments) {
@@ -90,9 +69,9 @@ ExitStatus runList(const StoreArguments& arguments) {
     if (outputFormat(output) == OutputFormat::table) {
         return printTable(arguments);
     }
-    return printEach(arguments.span, [](const JSONDictionary& collection) {
-        return formatted(Summary(collection).json(), OutputFormat::json);
-    });
+    return statusOf(printEach(arguments.span, {[](const JSONDictionary& collection) {
+                                  return formatted(Summary(collection).json(), OutputFormat::json);
+                              }}));
 }
 
 ExitStatus runShow(const StoreArguments& arguments) {
@@ -101,10 +80,34 @@ ExitStatus runShow(const StoreArguments& arguments) {
     return done;
 }
 
+/// Each feature has a line of its own, so that one that is cut off is mended with the last line.
+ExitStatus exportPositions(const TimeSpan& span) {
+    std::size_t written = 0;
+    std::size_t leftOut = 0;
+    const auto text = [&](const JSONDictionary& collection) -> std::string {
+        const auto position = feature(collection);
+        ++(position ? written : leftOut);
+        return position ? (written > 1 ? "," : "") + formatted(*position, OutputFormat::json) : "";
+    };
+    const bool whole =
+        printEach(span, {text, "{\"type\":\"FeatureCollection\",\"features\":[\n", "]}\n"});
+    if (leftOut > 0) {
+        sayNote("left out for want of a position: " + std::to_string(leftOut) +
+                (leftOut == 1 ? " collection" : " collections"));
+    }
+    return statusOf(whole);
+}
+
 ExitStatus runExport(const StoreArguments& arguments) {
-    return printEach(arguments.span, [](const JSONDictionary& collection) {
-        return formatted(collection, OutputFormat::json);
-    });
+    if (arguments.exportFormat == "geojson") {
+        return exportPositions(arguments.span);
+    }
+    if (arguments.exportFormat == "csv") {
+        return statusOf(printEach(arguments.span, {csvLines, csvHeading()}));
+    }
+    return statusOf(printEach(arguments.span, {[](const JSONDictionary& collection) {
+                                  return formatted(collection, OutputFormat::json);
+                              }}));
 }
 
 ExitStatus saveFrom(std::istream& input, const std::string& source) {
@@ -143,6 +146,10 @@ ExitStatus runDelete(const StoreArguments& arguments) {
         }
         store.delete_(collection);
     }));
+}
+
+ExitStatus runPrune(const StoreArguments& arguments) {
+    return statusOf(prune(arguments.keep, arguments.isRehearsal));
 }
 
 ExitStatus runPath(const StoreArguments& /*arguments*/) {
@@ -189,8 +196,18 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
     command->footer("A saved dictionary with the same timestamp is replaced.");
     command = add("delete", "Deletes one saved collection", runDelete);
     addSelection(*command, arguments->selection);
-    command = add("export", "Prints the saved collections as NDJSON, oldest first", runExport);
+    command = add("export", "Prints the saved collections, oldest first", runExport);
     addTimeSpan(*command, arguments->span);
+    command
+        ->add_option(
+            "--format", arguments->exportFormat,
+            "ndjson (the default), csv: a line for each thing seen, or\ngeojson: the positions")
+        ->type_name("FORMAT")
+        ->check(oneOf({"ndjson", "csv", "geojson"}));
+    command = add("prune", "Removes old collections", runPrune);
+    command->add_option("--keep", arguments->keep, keptForms)->required()->check(checkKept);
+    command->add_flag("--dry-run", arguments->isRehearsal, "only say which would go");
+    command->footer("The newest collection always stays, and so does what the store did not make.");
     addDiffCommand(*store, status);
     add("path", "Prints the directory of the files", runPath);
 }

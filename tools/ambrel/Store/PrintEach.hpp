@@ -1,0 +1,31 @@
+#ifndef AMBREL_PRINTEACH_HPP
+#define AMBREL_PRINTEACH_HPP
+
+#include "tools/ambrel/Arguments/TimeSpan.hpp"
+
+#include <AmbrelKit/Platform/JSONDictionary.hpp>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace Ambrel {
+
+/// Has `take` take the stored collections of that span, from the oldest to the newest. A store that
+/// was never saved to is an empty one, which is said. Returns whether all of it could be read.
+bool forEachStored(const TimeSpan& span,
+                   const std::function<void(const AmbrelKit::JSONDictionary& collection)>& take);
+
+/// What is printed of collections one after the other.
+struct Listing {
+    std::function<std::string(const AmbrelKit::JSONDictionary& collection)> text;
+    std::string heading{};
+    std::string ending{};
+};
+
+/// Likewise prints them, in larger pieces. An ending is not missing in a regular file when an
+/// interruption ends the program.
+bool printEach(const TimeSpan& span, const Listing& listing);
+
+} // namespace Ambrel
+
+#endif
