@@ -13,7 +13,8 @@ _ambrel_options() {
     'store show' | 'store last') echo --help "$output" ;;
     'store diff') echo --help --format ;;
     'store list') echo --help --since --until --format --json --color --columns ;;
-    'store export') echo --help --since --until ;;
+    'store export') echo --help --since --until --format ;;
+    'store prune') echo --help --keep --dry-run ;;
     report) echo --help --since --until --output ;;
     *) echo --help ;;
     esac
@@ -23,7 +24,7 @@ _ambrel_options() {
 _ambrel_arguments() {
     case "$*" in
     '' | help) echo scan watch record replay store report doctor help ;;
-    store | 'help store') echo list show last save delete export diff path ;;
+    store | 'help store') echo list show last save delete export diff prune path ;;
     'store show' | 'store delete') echo last && _ambrel_timestamps "$current" ;;
     'store diff' | 'store diff '*) (($# > 3)) || echo last "$(_ambrel_timestamps "$current")" -f ;;
     record | replay | 'store save') echo -f ;;
@@ -47,6 +48,7 @@ _ambrel_values() {
     case $option in
     --outcome | --details | --config | --output | -o) echo -f ;;
     --location) echo auto geoclue gpsd none ;;
+    --keep) echo 1w 30d 100 ;;
     --since | --until) _ambrel_timestamps "$value" ;;
     --service | --type)
         [[ $option == --type ]] || echo all
@@ -58,6 +60,7 @@ _ambrel_values() {
         case "$*" in
         doctor | 'store list') echo table json ;;
         'store diff') echo text json-patch ;;
+        'store export') echo ndjson csv geojson ;;
         *) echo json pretty table ;;
         esac
         ;;
@@ -82,7 +85,7 @@ _ambrel_timestamps() {
 }
 
 _ambrel() {
-    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(config|service|only|without|location|outcome|details|output|format|color|columns|type|name|every|threshold|since|until))$'
+    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(config|service|only|without|location|outcome|details|output|format|color|columns|type|name|every|threshold|since|until|keep))$'
     # Readline breaks words at = and :, and completes what is behind the last of them.
     local words=() joined='' raw=''
     for raw in "${COMP_WORDS[@]:1:COMP_CWORD}"; do

@@ -4,7 +4,7 @@
 function __ambrel_path
     set -l words (commandline -opc)
     set -e words[1]
-    set -l valued -o --{config,service,only,without,location,outcome,details,output,format,color,columns,type,name,every,threshold,since,until}
+    set -l valued -o --{config,service,only,without,location,outcome,details,output,format,color,columns,type,name,every,threshold,since,until,keep}
     set -l skips no
     set -l ended no
     for word in $words
@@ -73,7 +73,8 @@ end
 for row in 'list	List the saved collections' 'show	Print one saved collection' \
     'last	Print the newest saved collection' 'save	Save dictionaries' \
     'delete	Delete one saved collection' 'export	Print the saved collections' \
-    'diff	Print what differs between two collections' 'path	Print the directory of the files'
+    'diff	Print what differs between two collections' 'prune	Remove old collections' \
+    'path	Print the directory of the files'
     set -l column (string split \t $row)
     complete -c ambrel -n '__ambrel_at store "help store"' -a $column[1] -d $column[2]
 end
@@ -120,6 +121,9 @@ complete -c ambrel -n $prints -l name -x -d 'Print what has this in its name alo
 complete -c ambrel -n '__ambrel_in "store list"' -l columns -x -d 'Print these columns alone' \
     -a '(__ambrel_list timestamp local-time age peripherals services location address wi-fi)'
 
+complete -c ambrel -n '__ambrel_in "store export"' -l format -x -a 'ndjson csv geojson' -d 'How it is written'
+complete -c ambrel -n '__ambrel_in "store prune"' -l keep -x -a '1w 30d 100' -d 'How old, or how many of the newest'
+complete -c ambrel -n '__ambrel_in "store prune"' -l dry-run -d 'Only say which would go'
 complete -c ambrel -n '__ambrel_in replay' -l queries -d 'Print the questions to the host too'
 complete -c ambrel -n '__ambrel_in replay' -l quiet -d 'Print the delivered dictionaries only'
 complete -c ambrel -n '__ambrel_in "store list" "store export" report' -l since -x -k -a '(__ambrel_timestamps)' -d 'Not those before this time'

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <unistd.h>
 
 namespace {
@@ -90,6 +91,88 @@ TEST_F(StoreCommandTests, ListsWhatEachCollectionHolds) {
                      "1700000200 +2023-11-15 03:46:40.05:30 +[0-9]+ y +0 +0 +- +7 +-\n"));
 }
 
+TEST_F(StoreCommandTests, ExportsWhatSpreadsheetsAndMapsTake) {
+    const std::string csv =
+        "timestamp,kind,seen,identifier,name,type,address,latitude,longitude,txt\r\n";
+    const std::string begin = "{\"type\":\"FeatureCollection\",\"features\":[\n";
+    EXPECT_EQ(store("export --format csv").output, csv);
+    EXPECT_EQ(store("export --format geojson").output, begin + "]}\n");
+    store(
+        "save",
+        R"({"timestamp":1,"ip":"192.0.2.7","locationCollection":{"lat":-33.5,"lon":18,"timestamp":2},
+        "bleScan":[{"address":"8B1F","name":"=cmd|'/C calc'!A0","timestamp":3},{"name":"a \"q\",\nb;=1"}],
+        "nearbyDevices":[{"name":"-p","protocolType":"_ipp._tcp.","address":"::1","txtRecord":{"a":"x,y"}}],
+        "wifiNetwork":{"connectedDevices":[{"name":"'\uff1dx"}]}})");
+    store("save", R"({"timestamp":2,"bleScan":7,"locationCollection":{"lat":"90","lon":0}})"
+                  "\n"
+                  R"({"timestamp":3,"locationCollection":{"lat":90,"lon":-180}})");
+    EXPECT_EQ(store("export --format csv --until 2").output,
+              csv + "1,collection,2,,,,192.0.2.7,-33.5,18,\r\n"
+                    "1,peripheral,3,8B1F,\"'=cmd|'/C calc'!A0\",,,,,\r\n"
+                    "1,peripheral,,,\"a \"\"q\"\",\uFFFDb;'=1\",,,,,\r\n"
+                    "1,service,,,'-p,_ipp._tcp.,::1,,,\"{\"\"a\"\":\"\"x,y\"\"}\"\r\n"
+                    "1,network,,,''\uFF1Dx,,,,,\r\n"
+                    "2,collection,,,,,,90,0,\r\n");
+    const Outcome positions = store("export --format geojson");
+    EXPECT_EQ(
+        positions.output,
+        begin +
+            R"({"geometry":{"coordinates":[18,-33.5],"type":"Point"},"properties":{"determined":2,)"
+            R"("networks":1,"peripherals":2,"services":1,"timestamp":1},"type":"Feature"})"
+            "\n,"
+            R"({"geometry":{"coordinates":[-180,90],"type":"Point"},"properties":{"determined":null,)"
+            R"("networks":0,"peripherals":0,"services":0,"timestamp":3},"type":"Feature"})"
+            "\n]}\n");
+    EXPECT_EQ(positions.errors, "ambrel: note: left out for want of a position: 1 collection\n");
+}
+
+TEST_F(StoreCommandTests, PrunesItsOwnFilesAndNeverTheNewest) {
+    for (int time = 1; time <= 5; ++time) {
+        store("save", R"({"timestamp":)" + std::to_string(time) + "}");
+    }
+    const auto collections = directory / "collections";
+    write("target", R"({"timestamp":0})");
+    std::filesystem::create_symlink(directory / "target", collections / "0.0");
+    write("collections/backup", R"({"timestamp":-1})");
+    write("collections/1.5", R"({"timestamp":1})");
+    write("collections/6.0", "cut");
+    std::filesystem::create_directory(collections / "-2.0");
+    const auto names = [&] {
+        std::set<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator(collections)) {
+            found.insert(entry.path().filename());
+        }
+        return found;
+    };
+    const std::set<std::string> others{"-2.0", "0.0", "1.5", "6.0", "backup"};
+    const struct {
+        const char* arguments;
+        std::set<std::string> left;
+    } cases[] = {
+        {"--keep 3 --dry-run", {"1.0", "2.0", "3.0", "4.0", "5.0"}},
+        {"--keep 9", {"1.0", "2.0", "3.0", "4.0", "5.0"}},
+        {"--keep 3", {"3.0", "4.0", "5.0"}},
+        {"--keep 1s", {"5.0"}},
+    };
+    for (auto [arguments, left] : cases) {
+        const Outcome outcome = store(std::string("prune ") + arguments);
+        left.insert(others.begin(), others.end());
+        EXPECT_EQ(names(), left) << arguments;
+        EXPECT_EQ(outcome.status, 1) << arguments; // what is not its own is told
+        EXPECT_THAT(outcome.errors, HasSubstr("6.0: no JSON")) << arguments;
+    }
+    EXPECT_EQ(contents("target"), R"({"timestamp":0})");
+    for (const std::string& name : others) {
+        std::filesystem::remove_all(collections / name);
+    }
+    store("save", R"({"timestamp":-7.5})");
+    const std::string lines = " -7.5 (1970-01-01 05:29:52+05:30)\n";
+    EXPECT_EQ(store("prune --keep 1 --dry-run").output,
+              "would remove" + lines + "would remove 1 collection\n");
+    EXPECT_EQ(store("prune --keep 1").output, "removed" + lines + "removed 1 collection\n");
+    EXPECT_EQ(store("prune --keep 1w").output, "removed 0 collections\n");
+}
+
 TEST_F(StoreCommandTests, SaysWhatIsWrong) {
     const struct {
         const char* arguments;
@@ -120,6 +203,10 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
         {"export --until 2023-11-14T22:13.5", "", 2, "is no point in time"},
         {"export --since ''", "", 2, "--since: \"\" is no point in time"},
         {"export --until nan", "", 2, "--until: \"nan\" is no point in time"},
+        {"prune", "", 2, "--keep is required"},
+        {"prune --keep 0", "", 2, "--keep: \"0\" is neither an age nor a number of 1 or more"},
+        {"prune --keep 1.5", "", 2, "is neither"},
+        {"prune --keep 5x", "", 2, "is neither"},
         {"list --format xml", "", 2, "xml"},
         {"", "", 2, "a command is missing"},
     };

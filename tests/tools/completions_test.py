@@ -29,7 +29,7 @@ LINES = {
     "scan --only wi": "", "record file --location=gp": "sd", "scan --service _work": "station._tcp", "store last --type _work": "station._tcp",
     "watch --service all --service=al": "l", "help store exp": "ort", "scan --outcome scan --deta": "ils",
     "store show 17": "00000000.5", "store show la": "st", "store show -": "", "store show -- -": "3", "store export --since=17": "00000000.5",
-    "store list --since 17": "00000000.5",
+    "store list --since 17": "00000000.5", "store export --format=ge": "ojson", "store prune --keep 30": "d",
     "store diff last --format=js": "on-patch", "store diff last 17": "00000000.5", "store diff la": "st",
     "record a:b:c --stri": "ct", "nonsense x": "", "scan --vers": "", "help scan exp": "",
 }

@@ -78,7 +78,10 @@ double secondsNow() {
 
 std::string timestampText(double seconds) {
     std::string text = nlohmann::json(seconds).dump();
-    return text.ends_with(".0") ? text.substr(0, text.size() - 2) : text;
+    if (text.ends_with(".0")) {
+        text.resize(text.size() - 2);
+    }
+    return text;
 }
 
 std::optional<std::string> localTime(double seconds) {
@@ -91,7 +94,7 @@ std::optional<std::string> localTime(double seconds) {
     }
     std::string text = buffer.data();
     constexpr std::size_t minutes = 2; // +0100 becomes +01:00
-    return text.insert(text.size() - minutes, ":");
+    return text.insert(text.size() - minutes, 1, ':');
 }
 
 std::string age(double seconds, double now) {

@@ -205,7 +205,10 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
         ->type_name("FORMAT")
         ->check(oneOf({"ndjson", "csv", "geojson"}));
     command = add("prune", "Removes old collections", runPrune);
-    command->add_option("--keep", arguments->keep, keptForms)->required()->check(checkKept);
+    command->add_option("--keep", arguments->keep, keptForms)
+        ->required()
+        ->type_name("AGE|N")
+        ->check(checkKept);
     command->add_flag("--dry-run", arguments->isRehearsal, "only say which would go");
     command->footer("The newest collection always stays, and so does what the store did not make.");
     addDiffCommand(*store, status);
