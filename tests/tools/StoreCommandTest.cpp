@@ -109,7 +109,7 @@ TEST_F(StoreCommandTests, ExportsWhatSpreadsheetsAndMapsTake) {
     EXPECT_EQ(store("export --format csv --until 2").output,
               csv + "1,collection,2,,,,192.0.2.7,-33.5,18,\r\n"
                     "1,peripheral,3,8B1F,\"'=cmd|'/C calc'!A0\",,,,,\r\n"
-                    "1,peripheral,,,\"a \"\"q\"\",\uFFFDb;'=1\",,,,,\r\n"
+                    "1,peripheral,,,\"a \"\"q\"\",\\u000ab;'=1\",,,,,\r\n"
                     "1,service,,,'-p,_ipp._tcp.,::1,,,\"{\"\"a\"\":\"\"x,y\"\"}\"\r\n"
                     "1,network,,,''\uFF1Dx,,,,,\r\n"
                     "2,collection,,,,,,90,0,\r\n");
