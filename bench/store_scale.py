@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""What a store of many files costs: time and peak memory of `ambrel store list` and `export`, and of
-`ambrel report`, beside `cat` of the same files, in one run, each three times.
+"""What a store of many files costs: time and peak memory of the commands of `ambrel store`, and of
+`ambrel report`, beside `cat` of the same files, in one run, each three times; a pruning that leaves one
+collection once, at the end.
 
     bench/store_scale.py AMBREL COLLECTIONS.ndjson [COUNT]
 
@@ -46,7 +47,7 @@ def measure(command):
     """Seconds, seconds of processor time, and the peak memory in MB of the greatest process."""
     with open(os.devnull, "wb") as nothing:
         begin = time.monotonic()
-        process = subprocess.Popen(command, stdout=nothing)
+        process = subprocess.Popen(command, stdout=nothing, stderr=nothing)
         _, status, usage = os.wait4(process.pid, 0)
         if status != 0:
             sys.exit(f"{command}: {status}")
@@ -64,16 +65,28 @@ def main():
     try:
         count = int(sys.argv[3]) if len(sys.argv) == 4 else 100_000
         fill_apart(directory, collections, count)
+        store = [ambrel, "store"]
+        newest = max(os.listdir(directory), key=float)
+        recent = str(float(newest) - 600 * count / 100)  # about a hundredth of them is later
         commands = {
             "cat": ["sh", "-c", f"find {directory} -type f -print0 | xargs -0 cat"],
-            "export": [ambrel, "store", "export"],
-            "list": [ambrel, "store", "list"],
+            "export": [*store, "export"],
+            "export --format csv": [*store, "export", "--format", "csv"],
+            "export --format geojson": [*store, "export", "--format", "geojson"],
+            "list": [*store, "list"],
+            "list --format json": [*store, "list", "--format", "json"],
+            "list --since, of 1 %": [*store, "list", "--since", recent],
+            "last": [*store, "last"],
+            "show last-9": [*store, "show", "last-9"],
+            "show TIMESTAMP": [*store, "show", newest],
             "report": [ambrel, "report"],
+            "prune --keep 1 --dry-run": [*store, "prune", "--keep", "1", "--dry-run"],
+            "prune --keep 1": [*store, "prune", "--keep", "1"],
         }
         for name, command in commands.items():
-            runs = [measure(command) for _ in range(3)]
+            runs = [measure(command) for _ in range(1 if name == "prune --keep 1" else 3)]
             seconds, processor, memory = (statistics.median(each) for each in zip(*runs))
-            print(f"{name:7}{seconds:7.2f} s  {processor:7.2f} s of processor  {memory:6.1f} MB")
+            print(f"{name:25}{seconds:7.2f} s  {processor:7.2f} s of processor  {memory:6.1f} MB", flush=True)
     finally:
         shutil.rmtree(documents)
 

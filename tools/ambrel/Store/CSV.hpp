@@ -7,7 +7,7 @@
 namespace Ambrel {
 
 // Collections as comma-separated values (RFC 4180), a line for each thing seen. A line stays one:
-// control characters are shown as in a table. So that no spreadsheet takes a stranger's name for a
+// control characters are shown as escapes. So that no spreadsheet takes a stranger's name for a
 // formula, a ' stands before = + - @ (also of full width) and before ' itself, where a text begins
 // with them, or where it would when cut at a semicolon; spaces may stand between. Numbers are as
 // they are.
