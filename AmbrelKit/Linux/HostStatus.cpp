@@ -78,6 +78,9 @@ void FollowingStatus::follow(const std::shared_ptr<EventLoop>& loop) {
     bus_ = loop->shared<SystemBus>();
     adapters_ = AdapterWatch::start(loop, changed);
     geoClue_ = GeoClueWatch::start(*loop, bus_, changed);
+    if (!adapters_ && !geoClue_) {
+        bus_.reset(); // which would be looked for over and over, for nobody in this build
+    }
     links_ = std::make_unique<LinkWatch>(*loop, changed);
     told_ = answers();
 }
