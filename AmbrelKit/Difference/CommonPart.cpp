@@ -10,6 +10,7 @@ namespace AmbrelKit::Differences {
 namespace {
 
 using Index = std::int32_t; // a value has fewer parts
+using Pair = std::pair<Index, Index>;
 using Places = std::vector<std::pair<std::size_t, std::size_t>>;
 
 constexpr Index greatestCost = 512; ///< how many elements are removed or added on one path
@@ -141,9 +142,8 @@ private:
         std::reverse(places_.begin() + static_cast<std::ptrdiff_t>(first), places_.end());
     }
 
-    /// What occurs once in each list, as far as it is in the same order: the longest ascending
-    /// sequence, found by patience.
-    [[nodiscard]] std::vector<std::pair<Index, Index>> landmarks(const Span& span) const {
+    /// The places of what occurs once in each list, in the order of the first.
+    [[nodiscard]] std::vector<Pair> onceInBoth(const Span& span) const {
         struct Occurrence {
             Index place = 0;
             int inA = 0;
@@ -158,37 +158,41 @@ private:
             ++occurrence.inB;
             occurrence.place = j;
         }
-        struct Card {
-            Index a, b;
-            std::ptrdiff_t before; ///< the card on the pile before
-        };
-        std::vector<Card> cards;
-        std::vector<std::ptrdiff_t> piles; // the topmost cards
+        std::vector<Pair> pairs;
         for (Index i = span.a; i < span.aEnd; ++i) {
             const auto& occurrence = occurrences[a_[static_cast<std::size_t>(i)]];
-            if (occurrence.inA != 1 || occurrence.inB != 1) {
-                continue;
+            if (occurrence.inA == 1 && occurrence.inB == 1) {
+                pairs.emplace_back(i, occurrence.place);
             }
-            const auto pile = std::lower_bound(
-                piles.begin(), piles.end(), occurrence.place, [&](std::ptrdiff_t top, Index place) {
-                    return cards[static_cast<std::size_t>(top)].b < place;
-                });
-            cards.push_back({i, occurrence.place, pile == piles.begin() ? -1 : *std::prev(pile)});
-            const auto card = std::ssize(cards) - 1;
-            pile == piles.end() ? piles.push_back(card) : void(*pile = card);
         }
-        std::vector<std::pair<Index, Index>> found;
+        return pairs;
+    }
+
+    /// The most of the pairs that are in the same order in both lists, found by patience: each is a
+    /// card, and goes onto the first pile whose topmost is not before it.
+    static std::vector<Pair> longestAscending(const std::vector<Pair>& cards) {
+        std::vector<std::ptrdiff_t> before; // for each card the one on the pile before; -1: none
+        std::vector<std::ptrdiff_t> piles;  // the topmost cards
+        for (const Pair& card : cards) {
+            const auto pile = std::lower_bound(
+                piles.begin(), piles.end(), card.second, [&](std::ptrdiff_t top, Index place) {
+                    return cards[static_cast<std::size_t>(top)].second < place;
+                });
+            const auto number = std::ssize(before);
+            before.push_back(pile == piles.begin() ? -1 : *std::prev(pile));
+            pile == piles.end() ? piles.push_back(number) : void(*pile = number);
+        }
+        std::vector<Pair> found;
         for (auto card = piles.empty() ? -1 : piles.back(); card >= 0;) {
-            const Card& one = cards[static_cast<std::size_t>(card)];
-            found.emplace_back(one.a, one.b);
-            card = one.before;
+            found.push_back(cards[static_cast<std::size_t>(card)]);
+            card = before[static_cast<std::size_t>(card)];
         }
         std::reverse(found.begin(), found.end());
         return found;
     }
 
     void betweenLandmarks(Span span) {
-        for (const auto& [a, b] : landmarks(span)) {
+        for (const auto& [a, b] : longestAscending(onceInBoth(span))) {
             takePieces({span.a, a, span.b, b});
             take(a, b);
             span.a = a + 1;

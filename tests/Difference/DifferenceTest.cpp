@@ -233,7 +233,7 @@ TEST(Difference, WhatIsTooDeepOrTooMuchIsSaid) {
     circle.next = &circle;
     EXPECT_EQ(difference(circle, circle), cut);
     const std::vector<bool> many((std::size_t{1} << 20U) + 1);
-    EXPECT_EQ(difference(many, many), cut);
+    EXPECT_THAT(difference(many, std::vector<bool>(), {.greatestLength = 50}), EndsWith(cut));
     const std::string endless(100, 'x');
     EXPECT_EQ(difference(endless, "y", {.greatestLength = 50}),
               "~ more than 50 bytes of text: the rest is left out\n");
