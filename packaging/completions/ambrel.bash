@@ -11,7 +11,7 @@ _ambrel_options() {
     replay) echo --help --queries --quiet ;;
     doctor) echo --help --only --without --location --format --json --color ;;
     'store show' | 'store last') echo --help "$output" ;;
-    'store diff') echo --help --format ;;
+    'store diff') echo --help --format --color ;;
     'store list') echo --help --since --until --format --json --color --columns ;;
     'store export') echo --help --since --until --format ;;
     'store prune') echo --help --keep --dry-run ;;

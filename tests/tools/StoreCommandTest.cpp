@@ -245,6 +245,7 @@ TEST_F(StoreCommandTests, ShowsWhatDiffersBetweenTwo) {
         {"last-1 last", "", 0, text},
         {"1700000000 - --format text", second, 0, text},
         {"last last", "", 0, ""},
+        {"1.json - --color always", "{}", 0, "\033[31m- timestamp: -3\033[0m\n"},
         {"last last --format json-patch", "", 0, "[]\n"},
         {"1.json ./1.json", "", 0, ""},
         {"1.json -", "{}", 0, "- timestamp: -3\n"},

@@ -4,6 +4,7 @@
 #include "tools/ambrel/Store/DictionaryReader.hpp"
 #include "tools/ambrel/Store/Selection.hpp"
 #include "tools/ambrel/Terminal/Output.hpp"
+#include "tools/ambrel/Terminal/OutputOptions.hpp"
 #include "tools/ambrel/Terminal/Terminal.hpp"
 
 #include <AmbrelKit/Difference.hpp>
@@ -29,7 +30,7 @@ using AmbrelKit::JSONValue;
 struct DiffArguments {
     std::string before;
     std::string after;
-    std::string format;
+    OutputOptions output;
 };
 
 JSONDictionary onlyDictionary(std::istream& input, const std::string& source) {
@@ -82,9 +83,11 @@ void run(const DiffArguments& arguments) {
     }
     const JSONDictionary before = named(arguments.before);
     const JSONDictionary after = named(arguments.after);
-    printResult(arguments.format == "json-patch"
+    const OutputOptions& output = arguments.output;
+    printResult(output.format == "json-patch"
                     ? AmbrelKit::printableJSON(JSONValue::diff(before, after).dump()) + "\n"
-                    : colored(AmbrelKit::difference(before, after), page(STDOUT_FILENO).style));
+                    : colored(AmbrelKit::difference(before, after),
+                              page(STDOUT_FILENO, output.color).style));
 }
 
 } // namespace
@@ -96,10 +99,11 @@ void addDiffCommand(CLI::App& store, ExitStatus& status) {
         ->required();
     command->add_option("AFTER", arguments->after, "likewise")->required();
     command
-        ->add_option("--format", arguments->format,
+        ->add_option("--format", arguments->output.format,
                      "text (the default), or json-patch (RFC 6902), which\nmakes AFTER of BEFORE")
         ->type_name("FORMAT")
         ->check(oneOf({"text", "json-patch"}));
+    addColorOption(*command, arguments->output);
     command->footer(selectionHelp() + "\nWhatever has a slash, or is nothing of these, is a file.");
     command->callback([arguments, &status] {
         run(*arguments);
