@@ -1,12 +1,9 @@
-// What a difference costs: its time, the length of its text and the memory that it takes at most.
+// What a difference costs, and how long its text is.
 
 #include <AmbrelKit/Difference.hpp>
 
-#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstdint>
-#include <cstdlib>
-#include <new>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <string>
@@ -14,47 +11,15 @@
 
 namespace {
 
-std::size_t allocated = 0; // bytes
-std::size_t peak = 0;
-
-constexpr std::size_t header = 16; // before each allocation: its size
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    auto* memory = static_cast<std::size_t*>(std::malloc(size + header));
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    *memory = size;
-    allocated += size;
-    peak = std::max(peak, allocated);
-    return reinterpret_cast<char*>(memory) + header;
-}
-
-void operator delete(void* memory) noexcept {
-    if (memory != nullptr) {
-        auto* begin = reinterpret_cast<std::size_t*>(static_cast<char*>(memory) - header);
-        allocated -= *begin;
-        std::free(begin);
-    }
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
-
-namespace {
-
 using namespace AmbrelKit;
 
 template <class Value>
 void measure(benchmark::State& bench, const Value& before, const Value& after) {
-    const std::size_t begin = peak = allocated;
     std::size_t length = 0;
     for (auto _ : bench) {
         length = difference(before, after).size();
     }
     bench.counters["text"] = static_cast<double>(length);
-    bench.counters["memory"] = static_cast<double>(peak - begin);
 }
 
 void BM_OnePeripheralGone(benchmark::State& bench) {
