@@ -7,6 +7,7 @@ _ambrel_options() {
     case "$*" in
     '') echo --help --version --config --print-config ;;
     scan | record) echo --help "$collection" "$output" ;;
+    live) echo --help --service --only --without --location --replay --speed ;;
     watch) echo --help --every --threshold --changes "$collection" "$output" ;;
     replay) echo --help --queries --quiet ;;
     doctor) echo --help --only --without --location --format --json --color ;;
@@ -23,7 +24,7 @@ _ambrel_options() {
 # What may stand at the next place that is no option's: words, and at their end `-f` for a file.
 _ambrel_arguments() {
     case "$*" in
-    '' | help) echo scan watch record replay store report doctor help ;;
+    '' | help) echo scan watch live record replay store report doctor help ;;
     store | 'help store') echo list show last save delete export diff prune path ;;
     'store show' | 'store delete') echo last && _ambrel_timestamps "$current" ;;
     'store diff' | 'store diff '*) (($# > 3)) || echo last "$(_ambrel_timestamps "$current")" -f ;;
@@ -46,7 +47,7 @@ _ambrel_values() {
     local option=$1 value=$2 chosen name
     shift 2
     case $option in
-    --outcome | --details | --config | --output | -o) echo -f ;;
+    --outcome | --details | --replay | --config | --output | -o) echo -f ;;
     --location) echo auto geoclue gpsd none ;;
     --keep) echo 1w 30d 100 ;;
     --since | --until) _ambrel_timestamps "$value" ;;
@@ -85,7 +86,7 @@ _ambrel_timestamps() {
 }
 
 _ambrel() {
-    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(config|service|only|without|location|outcome|details|output|format|color|columns|type|name|every|threshold|since|until|keep))$'
+    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(config|service|only|without|location|outcome|details|output|format|color|columns|type|name|every|threshold|since|until|replay|speed|keep))$'
     # Readline breaks words at = and :, and completes what is behind the last of them.
     local words=() joined='' raw=''
     for raw in "${COMP_WORDS[@]:1:COMP_CWORD}"; do

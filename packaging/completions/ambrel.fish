@@ -4,7 +4,7 @@
 function __ambrel_path
     set -l words (commandline -opc)
     set -e words[1]
-    set -l valued -o --{config,service,only,without,location,outcome,details,output,format,color,columns,type,name,every,threshold,since,until,keep}
+    set -l valued -o --{config,service,only,without,location,outcome,details,output,format,color,columns,type,name,every,threshold,since,until,replay,speed,keep}
     set -l skips no
     set -l ended no
     for word in $words
@@ -64,6 +64,7 @@ complete -c ambrel -n '__ambrel_at ""' -l config -rF -d 'Take what options leave
 complete -c ambrel -n '__ambrel_at ""' -l print-config -d 'Print what holds for every option'
 
 for row in 'scan	Take one collection and print it' 'watch	Take one now, and when device or user come back' \
+    'live	Show on the whole terminal what comes and goes' \
     'record	Take one, and write a script that replays it' 'replay	Run a script, and print what the kit did' \
     'store	Keep collections in files' 'report	Make one page of the saved collections' \
     'doctor	Say whether each source works here' 'help	Print the help of a command'
@@ -87,9 +88,10 @@ set -l types '
     _http._tcp _https._tcp _ipp._tcp _ipps._tcp _printer._tcp _pdl-datastream._tcp _uscan._tcp
     _airplay._tcp _raop._tcp _googlecast._tcp _spotify-connect._tcp _hap._tcp _matter._tcp _matterc._udp
     _mqtt._tcp _home-assistant._tcp _ssh._tcp _sftp-ssh._tcp _smb._tcp _nfs._tcp _workstation._tcp'
-complete -c ambrel -n $collects -l service -x -d 'Look for this DNS-SD type' -a "all $types"
-complete -c ambrel -n $collects -l only -x -a '(__ambrel_list bluetooth location network)' -d 'Grant only these'
-complete -c ambrel -n $collects -l without -x -a '(__ambrel_list bluetooth location network)' -d 'Refuse these'
+set -l sees '__ambrel_in scan watch live record'
+complete -c ambrel -n $sees -l service -x -d 'Look for this DNS-SD type' -a "all $types"
+complete -c ambrel -n $sees -l only -x -a '(__ambrel_list bluetooth location network)' -d 'Grant only these'
+complete -c ambrel -n $sees -l without -x -a '(__ambrel_list bluetooth location network)' -d 'Refuse these'
 complete -c ambrel -n $collects -l save -d 'Save what is delivered too'
 complete -c ambrel -n $collects -l outcome -rF -d 'Write how each source fared'
 complete -c ambrel -n $collects -l strict -d 'Exit status 3 when a source could not listen'
@@ -97,13 +99,15 @@ complete -c ambrel -n $collects -l details -rF -d 'Write every report too'
 complete -c ambrel -n $collects -l progress -d 'Show the progress though the output is a pipe'
 complete -c ambrel -n $collects -l quiet -d 'No progress, no notes'
 complete -c ambrel -n '__ambrel_in watch' -l every -x -d 'Also collect at this interval: 15m'
+complete -c ambrel -n '__ambrel_in live' -l replay -rF -d 'Show what a script has happen'
+complete -c ambrel -n '__ambrel_in live' -l speed -x -d 'So many times as fast: 4'
 complete -c ambrel -n '__ambrel_in watch' -l threshold -x -d 'Reuse a collection this young, 0 to 30 s'
 complete -c ambrel -n '__ambrel_in watch' -l changes -d 'Print what appeared, changed or went'
 
 set -l examined bluetooth services location address wifi lifecycle network
 complete -c ambrel -n '__ambrel_in doctor' -l only -x -a "(__ambrel_list $examined)" -d 'Examine only these'
 complete -c ambrel -n '__ambrel_in doctor' -l without -x -a "(__ambrel_list $examined)" -d 'Examine all but these'
-complete -c ambrel -n '__ambrel_in scan watch record doctor' -l location -x -a 'auto geoclue gpsd none' \
+complete -c ambrel -n '__ambrel_in scan watch live record doctor' -l location -x -a 'auto geoclue gpsd none' \
     -d 'Where a fix is from'
 complete -c ambrel -n '__ambrel_in "store diff"' -l format -x -a 'text json-patch' -d 'How it is written'
 set -l prints '__ambrel_in scan watch record "store show" "store last"'

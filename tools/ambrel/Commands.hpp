@@ -44,6 +44,7 @@ private:
 // One function a command: adds the subcommand with its options. Its callback runs the command and
 // leaves the exit status in `status`; it may throw `CommandError`.
 void addDoctorCommand(CLI::App& app, ExitStatus& status);
+void addLiveCommand(CLI::App& app, ExitStatus& status);
 void addRecordCommand(CLI::App& app, ExitStatus& status);
 void addReplayCommand(CLI::App& app, ExitStatus& status);
 void addReportCommand(CLI::App& app, ExitStatus& status);

@@ -1,14 +1,13 @@
 #include "AmbrelKit/Platform/PrintableText.hpp"
 #include "AmbrelKit/Simulated/Replay/Replay.hpp"
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/ReadingScript.hpp"
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <unistd.h>
 
 namespace Ambrel {
@@ -35,14 +34,7 @@ void print(std::string_view line) {
 }
 
 void run(std::istream& script, const std::string& name, TraceOptions options) {
-    try {
-        replay(script, options, print);
-    } catch (const ScriptError& error) {
-        throw CommandError(badInput,
-                           name + ":" + std::to_string(error.line()) + ": " + error.what());
-    } catch (const std::system_error& error) {
-        throw CommandError(failed, name + ": " + error.what());
-    }
+    readingScript(name, [&] { replay(script, options, print); });
     if (!std::cout) {
         throw CommandError(failed, "can't write the trace");
     }
@@ -53,10 +45,7 @@ void run(const ReplayArguments& arguments) {
         std::ios::sync_with_stdio(false); // else each character is asked for by itself
         return run(std::cin, "standard input", arguments.trace);
     }
-    std::ifstream file(arguments.file, std::ios::binary);
-    if (!file) {
-        throw CommandError(failed, arguments.file + ": " + std::generic_category().message(errno));
-    }
+    std::ifstream file = openScript(arguments.file);
     run(file, arguments.file, arguments.trace);
 }
 

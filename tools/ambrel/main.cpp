@@ -58,6 +58,7 @@ int run(int argc, char** argv) {
 #ifdef AMBREL_WITH_LINUX
     addScanCommand(app, status);
     addWatchCommand(app, status);
+    addLiveCommand(app, status);
     addRecordCommand(app, status);
 #endif
     addReplayCommand(app, status);

@@ -28,12 +28,6 @@ using namespace AmbrelKit;
 
 namespace {
 
-Linux::PlatformServices services(const CollectionOptions& options) {
-    auto services = Linux::platformServices(locationOptions(options.location));
-    services.bonjourServices = serviceTypes(options);
-    return services;
-}
-
 /// Whether it can be printed as it is to be, and each of the files written as a whole: in one, the
 /// last would be all that is left.
 const CollectionOptions& checked(const CollectionOptions& options) {
@@ -77,6 +71,12 @@ std::vector<std::string> serviceTypes(const CollectionOptions& options) {
                                     : Linux::usualServiceTypes(options.services);
 }
 
+Linux::PlatformServices servicesOf(const CollectionOptions& options) {
+    auto services = Linux::platformServices(locationOptions(options.location));
+    services.bonjourServices = serviceTypes(options);
+    return services;
+}
+
 Collection::Collection(const CollectionOptions& options, std::shared_ptr<CommandLineHost> host,
                        const std::shared_ptr<PlatformObserver>& observer)
     : options_(checked(options)),
@@ -91,7 +91,7 @@ Collection::Collection(const CollectionOptions& options, std::shared_ptr<Command
     if (const auto problem = Bundle::main().problem()) {
         note("the information dictionary is of no use: " + *problem);
     }
-    auto observedServices = services(options);
+    auto observedServices = servicesOf(options);
     // A report is told to them in this order: the recorder sets the time of it.
     for (const auto& each :
          std::initializer_list<std::shared_ptr<PlatformObserver>>{counts_, observer, details_}) {

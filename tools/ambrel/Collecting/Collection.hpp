@@ -21,6 +21,9 @@ namespace Ambrel {
 /// types are looked for too: who announces them need not answer the question for all.
 std::vector<std::string> serviceTypes(const CollectionOptions& options);
 
+/// This machine's platform as the options would have it.
+AmbrelKit::Linux::PlatformServices servicesOf(const CollectionOptions& options);
+
 /// The kit on this machine's platform, as a program in a terminal runs it: what it delivers is
 /// waited for, with the progress shown, until the user interrupts.
 class Collection {

@@ -1,10 +1,6 @@
 #include "tools/ambrel/Process/InterruptSignals.hpp"
 
-#include <cerrno>
 #include <csignal>
-#include <sys/signalfd.h>
-#include <system_error>
-#include <unistd.h>
 
 namespace Ambrel {
 
@@ -17,9 +13,7 @@ bool isIgnored(int signal) {
     return action.sa_handler == SIG_IGN;
 }
 
-} // namespace
-
-InterruptSignals::InterruptSignals() {
+sigset_t awaited() {
     sigset_t signals{};
     sigemptyset(&signals);
     for (const int signal : interruptions) {
@@ -27,21 +21,19 @@ InterruptSignals::InterruptSignals() {
             sigaddset(&signals, signal);
         }
     }
-    descriptor_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-    if (descriptor_ < 0) {
-        throw std::system_error(errno, std::generic_category(), "watch for signals");
-    }
+    return signals;
 }
 
-InterruptSignals::~InterruptSignals() { close(descriptor_); }
+} // namespace
+
+InterruptSignals::InterruptSignals() : descriptor_(awaited()) {}
 
 std::optional<int> InterruptSignals::take() {
-    signalfd_siginfo information{};
-    if (read(descriptor_, &information, sizeof information) != sizeof information) {
-        return std::nullopt;
+    const auto signal = descriptor_.take();
+    if (signal) {
+        held_.holdOn();
     }
-    held_.holdOn();
-    return static_cast<int>(information.ssi_signo);
+    return signal;
 }
 
 } // namespace Ambrel

@@ -2,6 +2,7 @@
 #define AMBREL_INTERRUPTSIGNALS_HPP
 
 #include "tools/ambrel/Process/HeldSignals.hpp"
+#include "tools/ambrel/Process/SignalDescriptor.hpp"
 
 #include <optional>
 
@@ -16,10 +17,10 @@ public:
     InterruptSignals(const InterruptSignals&) = delete;
     InterruptSignals& operator=(const InterruptSignals&) = delete;
     /// What came and was not taken takes effect now.
-    ~InterruptSignals();
+    ~InterruptSignals() = default;
 
     /// Readable once a signal has come.
-    [[nodiscard]] int fileDescriptor() const { return descriptor_; }
+    [[nodiscard]] int fileDescriptor() const { return descriptor_.number(); }
 
     /// The signal that has come, or nothing. After one, no other ends the process any more: it is
     /// about to end.
@@ -27,7 +28,7 @@ public:
 
 private:
     HeldSignals held_;
-    int descriptor_ = -1;
+    SignalDescriptor descriptor_;
 };
 
 } // namespace Ambrel

@@ -1,0 +1,105 @@
+#include "tools/ambrel/Live/ReplayFeed.hpp"
+
+#include "tools/ambrel/Collecting/ObservedPlatform.hpp"
+#include "tools/ambrel/ReadingScript.hpp"
+
+#include "AmbrelKit/Linux/PlatformServices.hpp"
+#include "AmbrelKit/Platform/RunLoop.hpp"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+namespace Ambrel {
+
+using namespace AmbrelKit;
+using namespace std::chrono_literals;
+using std::chrono::nanoseconds;
+
+namespace {
+
+nanoseconds scaled(nanoseconds time, double factor) {
+    return std::chrono::duration_cast<nanoseconds>(std::chrono::duration<double, std::nano>(time) *
+                                                   factor);
+}
+
+} // namespace
+
+ReplayFeed::ReplayFeed(const std::string& file, double speed)
+    : file_(file), speed_(speed), script_(openScript(file)),
+      reader_(readingScript(file, [this] { return Simulated::ScriptReader(script_); })),
+      platform_(reader_.header().platform),
+      sources_(platform_.sourceReports([this] { sourcesChanged(*sources_); })),
+      observer_(makeObserver()), observedNetwork_(observeNetwork(observer_)) {
+    platform_.setMakeSDK([observer = observer_](auto... parts) {
+        return Linux::create(observed(Linux::PlatformServices{std::move(parts)...}, observer));
+    });
+    runner_.emplace(platform_, reader_.header());
+    next_ = readingScript(file_, [this] { return reader_.next(); });
+    goOn();
+}
+
+Moment ReplayFeed::now() const {
+    return {.time = platform_.context()->now,
+            .date = std::chrono::system_clock::time_point(
+                std::chrono::floor<std::chrono::system_clock::duration>(
+                    platform_.context()->wallClock()))};
+}
+
+void ReplayFeed::pause() {
+    timer_.reset();
+    changed();
+}
+
+void ReplayFeed::goOn() {
+    last_ = Clock::now();
+    awaitNext();
+    changed();
+}
+
+void ReplayFeed::advance() {
+    const auto before = std::exchange(last_, Clock::now());
+    readingScript(file_,
+                  [&] { runUntil(platform_.clock().now() + scaled(last_ - before, speed_)); });
+    awaitNext();
+    changed();
+}
+
+void ReplayFeed::runUntil(nanoseconds time) {
+    constexpr int most = 10'000; // steps before keys are looked at
+    for (int count = 0; next_ && next_->at <= time; ++count) {
+        if (count == most) {
+            return;
+        }
+        runner_->run(*next_);
+        const bool ends = std::holds_alternative<Simulated::ScriptActions::End>(next_->action);
+        next_ = ends ? std::nullopt : reader_.next();
+    }
+    if (next_) {
+        platform_.clock().advanceTo(time);
+    }
+}
+
+/// The next step, or the next second, at which the kit may tick.
+void ReplayFeed::awaitNext() {
+    timer_.reset();
+    if (next_) {
+        constexpr double least = 0.02; // seconds
+        const nanoseconds now = platform_.clock().now();
+        const nanoseconds until =
+            std::min<nanoseconds>(next_->at, std::chrono::floor<std::chrono::seconds>(now) + 1s);
+        const std::chrono::duration<double> wait = scaled(until - now, 1 / speed_);
+        timer_ = RunLoop::current()->scheduledTimer(std::max(wait.count(), least), false,
+                                                    [this](Timer&) { advance(); });
+    }
+}
+
+std::string ReplayFeed::state() const {
+    if (!next_) {
+        return "the script has ended";
+    }
+    const auto passed = std::chrono::floor<std::chrono::seconds>(platform_.context()->now);
+    return (runs() ? "replay, " : "paused, ") + std::to_string(passed.count()) + " s";
+}
+
+} // namespace Ambrel
