@@ -161,15 +161,15 @@ class Live(unittest.TestCase):
     def test_it_stops_and_goes_on_with_the_job(self):
         terminal = self.terminal
         terminal.live()
-        terminal.press("C-z")
-        terminal.wait_for("Stopped")
-        self.check_restored(128 + signal.SIGSTOP)
-        terminal.type("fg\n")
-        terminal.wait_for("Kettle")
-        terminal.wait_for(r"ambrel live  replay, \d+ s")
+        for _ in range(2):
+            terminal.press("C-z")
+            terminal.wait_for("Stopped")
+            self.check_restored(128 + signal.SIGSTOP)
+            terminal.type("fg\n")
+            terminal.wait_until(terminal.is_on_other_screen, "the other screen")
+            terminal.wait_for("Kettle")
         terminal.type("q")
-        terminal.wait_for(r"ready> ?$")
-        self.assertFalse(terminal.is_on_other_screen())
+        self.check_restored(0)
 
     def test_what_is_no_terminal_is_told_in_one_line(self):
         for arguments, environment, status, problem in [

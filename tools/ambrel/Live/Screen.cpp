@@ -6,6 +6,7 @@
 #include <climits>
 #include <clocale>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <sys/ioctl.h>
@@ -191,6 +192,7 @@ void Screen::takeBack() {
             putp(text);
         }
     }
+    std::fflush(stdout); // ncurses writes by itself
     curs_set(1);
     curs_set(0);
     takeSize();
