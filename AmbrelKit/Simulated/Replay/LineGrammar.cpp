@@ -89,8 +89,9 @@ ScriptHeader headerOf(const ScriptValue& line) {
 ScriptStep stepOf(const ScriptValue& line) {
     const Members members = membersOf(line);
     ScriptStep step;
-    step.at = timeOf(required(members.at, "at"), "at");
-    if (members.at->real < 0) { // -1e-12 rounds to 0
+    const ScriptValue& at = required(members.at, "at");
+    step.at = timeOf(at, "at");
+    if (at.real < 0) { // -1e-12 rounds to 0
         throw LineError("\"at\" must not be less than 0");
     }
     step.action = actionOf(members);
