@@ -174,7 +174,7 @@ class CommandLine(unittest.TestCase):
 
     def test_help_fits_a_terminal_and_names_every_option(self):
         for command, named in [
-            ("", ["scan", "watch", "record", "replay", "store", "doctor", "help", "--version"]),
+            ("", ["scan", "watch", "live", "record", "replay", "store", "doctor", "help", "--version"]),
             ("scan", ["--service", "--only", "--without", "--location", "--details", "--format", "--save", "--progress", "--quiet"]),
             ("watch", ["--every", "--threshold"]),
             ("store export", ["Usage: ambrel store export", "--since"]),

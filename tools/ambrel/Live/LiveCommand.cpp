@@ -180,8 +180,8 @@ void checkPermissions(const CollectionOptions& options) {
 } // namespace
 
 void addLiveCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command = app.add_subcommand(
-        "live", "Shows what is around on the whole terminal, and what comes and goes");
+    CLI::App* command =
+        app.add_subcommand("live", "Shows on the whole terminal what comes and goes");
     const auto options = std::make_shared<LiveOptions>();
     addSourceOptions(*command, options->collection);
     CLI::Option* replay =
