@@ -7,7 +7,7 @@ _ambrel_options() {
     case "$*" in
     '') echo --help --version --config --print-config ;;
     scan | record) echo --help "$collection" "$output" ;;
-    live) echo --help --service --only --without --location --replay --speed ;;
+    live) echo --help --service --only --without --location --color --replay --speed ;;
     watch) echo --help --every --threshold --changes "$collection" "$output" ;;
     replay) echo --help --queries --quiet ;;
     doctor) echo --help --only --without --location --format --json --color ;;

@@ -114,7 +114,7 @@ set -l prints '__ambrel_in scan watch record "store show" "store last"'
 set -l lists '__ambrel_in doctor "store list"'
 complete -c ambrel -n $prints -l format -x -a 'json pretty table' -d 'How it is written'
 complete -c ambrel -n $lists -l format -x -a 'table json' -d 'How it is written'
-complete -c ambrel -n '__ambrel_in "store diff"' -l color -x -a 'auto always never' -d 'Whether in colours'
+complete -c ambrel -n '__ambrel_in live "store diff"' -l color -x -a 'auto always never' -d 'Whether in colours'
 for print in $prints $lists
     complete -c ambrel -n $print -l json -d 'As JSON on one line'
     complete -c ambrel -n $print -l color -x -a 'auto always never' -d 'Whether in colours'

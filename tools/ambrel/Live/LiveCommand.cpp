@@ -154,7 +154,7 @@ ExitStatus show(const LiveOptions& options, ScreenFlag& flag) {
     } else {
         feed = std::make_unique<ReplayFeed>(options.script, options.speed);
     }
-    Live(*feed, flag, Style(STDOUT_FILENO, ColorChoice::automatic).hasColors())
+    Live(*feed, flag, Style(STDOUT_FILENO, options.collection.output.color).hasColors())
         .run(interruptions, terminal);
     return done;
 }
@@ -184,6 +184,7 @@ void addLiveCommand(CLI::App& app, ExitStatus& status) {
         app.add_subcommand("live", "Shows on the whole terminal what comes and goes");
     const auto options = std::make_shared<LiveOptions>();
     addSourceOptions(*command, options->collection);
+    addColorOption(*command, options->collection.output);
     CLI::Option* replay =
         command->add_option("--replay", options->script, "show what a script has happen instead")
             ->type_name("FILE");
