@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
 """Opens pages of `ambrel report` in Chromium, without a network, and uses them as people do."""
 
+import importlib.util
 import json
 import pathlib
+import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -12,6 +15,9 @@ from collections import Counter
 sys.path.append(str(pathlib.Path(__file__).parents[1] / "support"))
 import isolation
 
+if not (shutil.which("chromedriver") and importlib.util.find_spec("selenium")):
+    print("skipped: Chromium's driver or Selenium for Python is not installed")
+    sys.exit(77)
 isolation.enter()
 
 from selenium import webdriver
@@ -24,7 +30,8 @@ from selenium.webdriver.support.ui import Select, WebDriverWait
 AMBREL = pathlib.Path(sys.argv.pop(1)).resolve()
 SAMPLE = pathlib.Path(__file__).parents[2] / "bench/sample_collections.py"
 MARKUP = "</script><script>document.title='x'</script><img src=x onerror=document.title='y'>"
-ODD_NAMES = {MARKUP: MARKUP, "evil\u202egnp.exe\u0007": "evil\\u{202E}gnp.exe\\u{7}"}  # and how they are shown
+ODD_NAMES = {MARKUP: MARKUP, "evil\u202egnp.exe\u0007": "evil\\u202egnp.exe\\u0007", "\u3164": "\\u3164",
+             " \u00a0": "Unnamed 3"}  # and how they are shown
 SIZES = [10, 1000, 10000]
 A_WEEK = 7 * 86400
 FLAGS = ["--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--disable-quic", "--no-first-run",
@@ -42,6 +49,7 @@ def setUpModule():
                    for week in range(10) for one in map(json.loads, lines.splitlines())][:SIZES[-1]]
     for collection in collections[:9]:
         collection["bleScan"] += [{"address": str(index), "name": name} for index, name in enumerate(ODD_NAMES)]
+        collection.setdefault("nearbyDevices", []).append({"protocolType": "__proto__._tcp.", "name": ""})  # no TXT record
     (folder / "collections").mkdir(mode=0o700)
     for collection in collections:
         (folder / f"collections/{collection['timestamp']}.0").write_text(json.dumps(collection))
@@ -105,18 +113,22 @@ class ReportPage(unittest.TestCase):
     def test_names_are_text(self):
         self.open()
         self.assertLess(set(ODD_NAMES.values()), set(self.texts("#peripherals tbody th")))
+        self.assertIn("Unnamed __proto__._tcp", self.texts("#services tbody th"))
         self.assertEqual(driver.title, "What was around: ambrel report")
         self.assertEqual(self.texts("img"), [])
 
     def test_tables_sort_and_filter(self):
         self.open(1000)
-        seen = lambda: [int(cell.split(" ")[0].replace(",", "")) for cell in self.texts("#peripherals tbody td:nth-child(3)")]
+        cells = lambda: [re.findall(r"\d+", cell.replace(",", "")) for cell in self.texts("#peripherals tbody td:nth-child(3)")]
+        seen = lambda: [int(count) for count, _ in cells()]
         counts = Counter(each["address"] for one in collections[:1000] for each in one["bleScan"])
         heading = self.find("#peripherals thead th", 2)
         for order in "descending", "ascending":
             heading.find_element(By.TAG_NAME, "button").click()
             self.assertEqual((heading.get_attribute("aria-sort"), seen()),
                              (order, sorted(counts.values(), reverse=order == "descending")[:25]))
+            for count, percent in cells():
+                self.assertAlmostEqual(int(percent), int(count) / 10, delta=0.5 + (count == "1"))  # "< 1 %"
         self.find("#filter").send_keys("EARBUDS")
         self.until(lambda: self.texts("#peripherals tbody th") == ["Earbuds"])
         self.assertEqual(seen(), [counts[self.texts("#peripherals tbody code")[0]]])
@@ -169,7 +181,7 @@ class ReportPage(unittest.TestCase):
         driver.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": True})
         self.addCleanup(driver.execute_cdp_cmd, "Emulation.setScriptExecutionDisabled", {"value": False})
         self.open(1000)
-        self.assertIn("1000 collections", self.find("header").text)
+        self.assertIn("Collections: 1000", self.find("header").text)
 
 
 unittest.main(verbosity=2)

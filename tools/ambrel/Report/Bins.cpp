@@ -17,24 +17,16 @@ void Bins::Bin::add(const Bin& other) {
     peripheralMax = std::max(peripheralMax, other.peripheralMax);
     serviceSum += other.serviceSum;
     serviceMax = std::max(serviceMax, other.serviceMax);
-    joined += other.joined;
-    located += other.located;
 }
 
 void Bins::add(std::int64_t time, const Counts& counts) {
-    constexpr std::int64_t most = 2'000;
+    constexpr std::size_t most = 2'000;
     if (bins_.empty()) {
         origin_ = beginOfWeek(time);
     }
-    const Bin bin{1,
-                  counts.peripherals,
-                  counts.peripherals,
-                  counts.services,
-                  counts.services,
-                  counts.joined ? 1U : 0U,
-                  counts.located ? 1U : 0U};
-    bins_[(time - origin_) / width_].add(bin);
-    while (bins_.rbegin()->first - bins_.begin()->first >= most) {
+    bins_[(time - origin_) / width_].add(
+        {1, counts.peripherals, counts.peripherals, counts.services, counts.services});
+    while (bins_.size() > most) {
         widen();
     }
 }
@@ -61,9 +53,7 @@ JSONDictionary Bins::model() const {
         {"peripheralSum", &Bin::peripheralSum},
         {"peripheralMax", &Bin::peripheralMax},
         {"serviceSum", &Bin::serviceSum},
-        {"serviceMax", &Bin::serviceMax},
-        {"joined", &Bin::joined},
-        {"located", &Bin::located}};
+        {"serviceMax", &Bin::serviceMax}};
     JSONValue numbers = JSONValue::array();
     for (const auto& [number, bin] : bins_) {
         numbers.push_back(number);

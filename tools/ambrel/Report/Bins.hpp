@@ -13,8 +13,6 @@ namespace Ambrel {
 struct Counts {
     std::size_t peripherals = 0;
     std::size_t services = 0;
-    bool joined = false;  ///< a Wi-Fi network
-    bool located = false; ///< it has a position
 };
 
 /// The collections counted over time, in bins of equal width: the least of some usual ones with
@@ -34,8 +32,6 @@ private:
         std::size_t peripheralMax = 0;
         std::size_t serviceSum = 0;
         std::size_t serviceMax = 0;
-        std::size_t joined = 0;
-        std::size_t located = 0;
 
         void add(const Bin& other);
     };

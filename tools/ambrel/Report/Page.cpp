@@ -1,6 +1,5 @@
 #include "tools/ambrel/Report/Page.hpp"
 
-#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "tools/ambrel/Arguments/PointInTime.hpp"
 #include "tools/ambrel/JSONMember.hpp"
 #include "tools/ambrel/Report/EmbeddedPage.hpp"
@@ -18,10 +17,10 @@ std::string inWords(const JSONDictionary& model) {
         const JSONValue& seconds = member(model, name);
         return seconds.is_number() ? localTime(seconds.get<double>()).value_or("-") : "-";
     };
-    std::string text = member(model, "collections").dump() + " collections, from " + time("first") +
-                       " to " + time("last");
+    std::string text = "Collections: " + member(model, "collections").dump() + ", from " +
+                       time("first") + " to " + time("last");
     for (const char* table : {"peripherals", "services", "networks", "addresses", "places"}) {
-        text += ", " + member(member(model, table), "distinct").dump() + " " + table;
+        text += std::string(", ") + table + ": " + member(member(model, table), "distinct").dump();
     }
     return text;
 }
@@ -29,7 +28,7 @@ std::string inWords(const JSONDictionary& model) {
 /// JSON in which nothing ends a script: "<" stands in its texts alone, and there has an escape.
 std::string scriptable(const JSONDictionary& model) {
     std::string text;
-    for (const char character : AmbrelKit::printableJSON(JSONValue(model).dump())) {
+    for (const char character : JSONValue(model).dump()) {
         if (character == '<') {
             text += "\\u003c";
         } else {

@@ -113,7 +113,6 @@ JSONDictionary Places::model(std::int64_t origin, std::int64_t newSince) {
     std::vector<Thing*> listed;
     std::size_t fresh = 0;
     std::size_t once = 0;
-    std::size_t sightings = 0;
     for (auto& [middle, thing] : places_) {
         const auto [east, north] = eastAndNorth(places_.front().middle, middle);
         thing.details = {{"lat", middle.latitude},
@@ -122,14 +121,12 @@ JSONDictionary Places::model(std::int64_t origin, std::int64_t newSince) {
                          {"y", std::llround(north)}};
         fresh += thing.presence.first() >= newSince ? 1 : 0;
         once += thing.presence.count() == 1 ? 1 : 0;
-        sightings += thing.presence.count();
         listed.push_back(&thing);
     }
     return {{"distinct", places_.size()},
             {"atMost", false},
             {"new", fresh},
             {"once", once},
-            {"sightings", sightings},
             {"radius", radius_},
             {"things", describe(listed, "networks", origin)}};
 }

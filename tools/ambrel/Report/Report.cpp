@@ -1,6 +1,6 @@
 #include "tools/ambrel/Report/Report.hpp"
 
-#include "tools/ambrel/Arguments/PointInTime.hpp"
+#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "tools/ambrel/JSONMember.hpp"
 
 #include <algorithm>
@@ -13,8 +13,8 @@ using AmbrelKit::JSONValue;
 
 namespace {
 
-/// A text, if it is one; what is too long for a page is cut.
-std::optional<std::string> shortText(const JSONValue& value) {
+/// A text as the page shows it, if it is one: what is too long is cut.
+std::optional<std::string> shownText(const JSONValue& value) {
     constexpr std::size_t mostCharacters = 256;
     if (!value.is_string()) {
         return std::nullopt;
@@ -24,10 +24,10 @@ std::optional<std::string> shortText(const JSONValue& value) {
     for (std::size_t i = 0; i < whole.size(); ++i) {
         const bool begins = (static_cast<unsigned char>(whole[i]) & 0xC0U) != 0x80U; // a character
         if (begins && ++characters > mostCharacters) {
-            return whole.substr(0, i) + "…";
+            return AmbrelKit::printable(whole.substr(0, i)) + "…";
         }
     }
-    return whole;
+    return AmbrelKit::printable(whole);
 }
 
 const JSONValue& listOf(const JSONValue& value) {
@@ -41,7 +41,7 @@ JSONValue pairsOf(const JSONValue& record) {
     JSONValue pairs = JSONValue::array();
     for (const auto& [key, value] : record.items()) {
         if (pairs.size() < most) {
-            pairs.push_back({shortText(key).value(), shortText(value).value_or("")});
+            pairs.push_back({shownText(key).value(), shownText(value).value_or("")});
         }
     }
     return pairs;
@@ -50,7 +50,7 @@ JSONValue pairsOf(const JSONValue& record) {
 std::vector<std::string> joinedNetworks(const JSONDictionary& collection) {
     std::vector<std::string> names;
     for (const auto& host : listOf(member(member(collection, "wifiNetwork"), "connectedDevices"))) {
-        if (auto name = shortText(member(host, "name"))) {
+        if (auto name = shownText(member(host, "name"))) {
             names.push_back(std::move(*name));
         }
     }
@@ -68,20 +68,18 @@ void Report::add(const JSONDictionary& collection) {
     }
     const Here here{{*time, collections_, hourOfWeek(*time)},
                     collection,
-                    shortText(member(collection, "ip")),
+                    shownText(member(collection, "ip")),
                     joinedNetworks(collection)};
     Counts counts;
     counts.peripherals = seePeripherals(here);
     counts.services = seeServices(here);
     seeNetworks(here);
-    counts.joined = !here.networks.empty();
-    counts.located = seePlace(here);
+    located_ += seePlace(here) ? 1 : 0;
 
     first_ = collections_ == 0 ? *time : first_;
     last_ = *time;
     ++collections_;
-    joined_ += counts.joined ? 1 : 0;
-    located_ += counts.located ? 1 : 0;
+    joined_ += here.networks.empty() ? 0 : 1;
     ++collectionsInWeek_.at(here.moment.hourOfWeek);
     peripheralsInWeek_.at(here.moment.hourOfWeek) += counts.peripherals;
     bins_.add(*time, counts);
@@ -90,13 +88,13 @@ void Report::add(const JSONDictionary& collection) {
 std::size_t Report::seePeripherals(const Here& here) {
     std::size_t count = 0;
     for (const auto& peripheral : listOf(member(here.collection, "bleScan"))) {
-        const auto identifier = shortText(member(peripheral, "address"));
+        const auto identifier = shownText(member(peripheral, "address"));
         Thing* seen = identifier ? peripherals_.see(*identifier, here.moment) : nullptr;
         if (seen == nullptr) {
             continue;
         }
         ++count;
-        if (const auto name = shortText(member(peripheral, "name"))) {
+        if (const auto name = shownText(member(peripheral, "name"))) {
             seen->label(*name);
         }
     }
@@ -106,8 +104,8 @@ std::size_t Report::seePeripherals(const Here& here) {
 std::size_t Report::seeServices(const Here& here) {
     std::size_t count = 0;
     for (const auto& service : listOf(member(here.collection, "nearbyDevices"))) {
-        const auto type = shortText(member(service, "protocolType"));
-        const auto name = shortText(member(service, "name"));
+        const auto type = shownText(member(service, "protocolType"));
+        const auto name = shownText(member(service, "name"));
         const std::string key = type && name ? JSONValue{*type, *name}.dump() : "";
         Thing* seen = key.empty() ? nullptr : services_.see(key, here.moment);
         if (seen == nullptr) {
@@ -116,11 +114,12 @@ std::size_t Report::seeServices(const Here& here) {
         ++count;
         seen->details["type"] = *type;
         seen->details["name"] = *name;
-        if (const auto address = shortText(member(service, "address"))) {
+        if (const auto address = shownText(member(service, "address"))) {
             seen->label(*address);
         }
+        JSONValue& pairs = seen->details.try_emplace("txt", JSONValue::array()).first->second;
         if (const auto& record = member(service, "txtRecord"); record.is_object()) {
-            seen->details["txt"] = pairsOf(record);
+            pairs = pairsOf(record);
         }
     }
     return count;

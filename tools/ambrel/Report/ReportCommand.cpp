@@ -24,14 +24,8 @@ using AmbrelKit::JSONValue;
 
 struct ReportArguments {
     TimeSpan span;
-    std::string file;
+    std::optional<std::string> file; ///< "-" is standard output, as none is
 };
-
-/// Where a report begins or ends; null where it was not asked to.
-JSONValue bound(double seconds) {
-    const auto time = calendarTime(seconds);
-    return time ? JSONValue(*time) : JSONValue();
-}
 
 /// The model of the page. A store that was never saved to is an empty one.
 JSONDictionary modelOf(const ReportArguments& arguments) {
@@ -49,22 +43,26 @@ JSONDictionary modelOf(const ReportArguments& arguments) {
         say("nothing has been saved in " + AmbrelStorage::path());
     }
     JSONDictionary model = report.model();
-    model["format"] = 1;
+    if (model.at("untimed") != 0) {
+        sayNote("collections left out: " + model.at("untimed").dump() +
+                " (without a time, with one beyond every calendar, or not in the order of their "
+                "files)");
+    }
     model["made"] = calendarTime(secondsNow()).value_or(0);
-    model["since"] = bound(arguments.span.since);
-    model["until"] = bound(arguments.span.until);
+    const auto since = calendarTime(arguments.span.since);
+    model["since"] = since ? JSONValue(*since) : JSONValue();
     model["unreadable"] = *unreadable;
     return model;
 }
 
 ExitStatus run(const ReportArguments& arguments) {
-    if (arguments.file.empty() && isatty(STDOUT_FILENO) == 1) {
+    if (!arguments.file && isatty(STDOUT_FILENO) == 1) {
         throw CommandError(badInput, "a report is for a browser: name its file, as in "
                                      "-o report.html (-o - prints it all the same)");
     }
     std::optional<ResultFile> file;
-    if (!arguments.file.empty() && arguments.file != "-") {
-        file.emplace(arguments.file);
+    if (arguments.file && *arguments.file != "-") {
+        file.emplace(*arguments.file);
     }
     const JSONDictionary model = modelOf(arguments);
     if (file) {

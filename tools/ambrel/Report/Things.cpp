@@ -73,7 +73,6 @@ Thing* Things::see(const std::string& key, const Moment& moment) {
         return nullptr;
     }
     thing.presence.see(moment);
-    ++sightings_;
     if (isNew) {
         firsts_.push_back(moment.time);
         while (firsts_.front() < moment.time - week) {
@@ -126,7 +125,6 @@ JSONDictionary Things::model(std::int64_t origin, std::int64_t newSince) {
             {"atMost", forgotten_ > 0},
             {"new", std::count_if(firsts_.begin(), firsts_.end(), isNew)},
             {"once", once},
-            {"sightings", sightings_},
             {"things", describe(listed, labelsName_, origin)}};
 }
 

@@ -59,7 +59,6 @@ private:
     std::string labelsName_;
     std::unordered_map<std::string, Thing> things_;
     std::deque<std::int64_t> firsts_; ///< of those that came in the last week
-    std::size_t sightings_ = 0;
     std::size_t forgotten_ = 0;
     std::size_t forgottenOnce_ = 0; ///< of these, seen in one collection
 };

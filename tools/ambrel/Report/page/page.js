@@ -4,12 +4,13 @@ function heading() {
     const { collections, first, last } = model;
     at("span").textContent = collections === 0 ? `No collections. Made ${moment(model.made)} (${offsetText(model.made)}).`
         : `${several(collections, "collection")}${first === last ? ", " : " from "}${between(first, last)} (${offsetText(last)})`;
-    const figures = [[collections, "collection"], ...["peripheral", "service", "network", "place"].map((kind) => [model[kinds[kind][0]].distinct, kind])];
-    at("figures").append(...figures.map(([count, word]) =>
-        make("div", {}, make("dt", {}, several(count, word).replace(/^\S+ /, "")), make("dd", { id: `${word}-figure` }, number(count)))));
-    const notes = [`Made ${moment(model.made)} (${offsetText(model.made)}) by ambrel report. Times are those of the machine that collected. This page holds everything it shows, and sends nothing.`,
+    const figures = [[collections, "collection", number(collections)], ...["peripheral", "service", "network", "place"].map((kind) =>
+        [model[kinds[kind][0]].distinct, kind, amount(kind)])];
+    at("figures").append(...figures.map(([count, word, text]) =>
+        make("div", {}, make("dt", {}, several(count, word).replace(/^\S+ /, "")), make("dd", { id: `${word}-figure` }, text))));
+    const notes = [`Made ${moment(model.made)} (${offsetText(model.made)}) by ambrel report. Times are local to the machine that made it. This page holds everything it shows, and sends nothing.`,
         model.unreadable > 0 ? `${several(model.unreadable, "file")} could not be read.` : "",
-        model.untimed > 0 ? `${several(model.untimed, "collection")} without a time ${model.untimed === 1 ? "is" : "are"} left out.` : ""];
+        model.untimed > 0 ? `${several(model.untimed, "collection")} without a time, with one beyond every calendar, or not in the order of their files ${model.untimed === 1 ? "is" : "are"} left out.` : ""];
     at("footer").textContent = notes.join(" ");
 }
 

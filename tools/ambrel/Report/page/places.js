@@ -45,7 +45,7 @@ function paintMap(map, list) {
         const radius = 6 + 20 * Math.sqrt(place.count / list[0].count);
         const dot = draw("circle", { class: "dot", cx: x(place.x).toFixed(1), cy: y(place.y).toFixed(1), r: radius.toFixed(1) });
         dot.addEventListener("pointermove", (event) =>
-            tip([place.label, visible(place.detail), several(place.count, "collection"), `Last there ${moment(place.last)}`].filter(Boolean), event.clientX, event.clientY));
+            tip([place.label, place.detail, several(place.count, "collection"), `Last there ${moment(place.last)}`].filter(Boolean), event.clientX, event.clientY));
         dot.addEventListener("pointerleave", () => tip(null));
         return [dot, index < 30 ? draw("text", { class: "mark", x: x(place.x).toFixed(1), y: (y(place.y) + 4).toFixed(1), "pointer-events": "none" }, index + 1) : null];
     });
@@ -61,7 +61,7 @@ function places() {
     const map = draw("svg", { class: "map", role: "img", "aria-label": `Map of ${several(list.length, "place")}, told in the table below` });
     painters.push(() => paintMap(map, list));
     at("places").append(map, table("Places", list, [
-        ["Place", (place) => place.label, (place) => things.place.findIndex((each) => each.first === place.first && each.lat === place.lat)],
+        ["Place", (place) => place.label, (place) => place.label],
         ["Network there", (place) => texts(place.networks), (place) => place.detail],
         ["From place 1", way, (place) => Math.hypot(place.x, place.y), "number"],
         ["Position", (place) => make("code", {}, `${place.lat.toFixed(4)}, ${place.lon.toFixed(4)}`), (place) => place.lat],

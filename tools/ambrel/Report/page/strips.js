@@ -71,19 +71,19 @@ function strips(size) {
     let drawn = [];
     function row(thing) {
         const path = draw("path");
-        const strip = draw("svg", { class: `strip plot ${thing.kind}`, role: "img", "aria-label": visible(summary(thing).join(" ")) }, path);
+        const strip = draw("svg", { class: `strip plot ${thing.kind}`, role: "img", "aria-label": summary(thing).join(" ") }, path);
         const label = make("button", { type: "button", class: `what ${thing.kind}` }, make("span", {}, isolated(thing.label)));
         label.addEventListener("click", () => chooseWeek(thing));
         label.addEventListener("focus", () => requestAnimationFrame(() => { // when it has been scrolled to
             if (!label.matches(":focus-visible")) return;
             const box = label.getBoundingClientRect();
-            tip([visible(thing.label), ...summary(thing)], box.left, box.bottom - 14);
+            tip([thing.label, ...summary(thing)], box.left, box.bottom - 14);
         }));
         label.addEventListener("blur", () => tip(null));
         strip.addEventListener("pointermove", (event) => {
             const box = strip.getBoundingClientRect();
             const time = view.from + (event.clientX - box.left) / box.width * (view.to - view.from);
-            tip([visible(thing.label), runText(thing, time)], event.clientX, event.clientY);
+            tip([thing.label, runText(thing, time)], event.clientX, event.clientY);
         });
         strip.addEventListener("pointerleave", () => tip(null));
         drawn.push([path, thing]);

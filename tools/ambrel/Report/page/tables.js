@@ -53,11 +53,10 @@ const matches = (thing) => wanted.every((word) => thing.search.includes(word));
 
 /// "The 2,000 seen most of 198,113": what a table leaves out.
 function leftOut(kind) {
-    const { distinct, atMost, once } = model[kinds[kind][0]];
+    const { distinct, once } = model[kinds[kind][0]];
     const shown = things[kind].length;
-    const about = atMost ? "about " : "";
-    const rest = once > 0 ? ` ${number(once)} were seen only once.` : "";
-    return distinct > shown ? `The ${number(shown)} seen most of ${about}${number(distinct)}.${rest}` : `${several(distinct, kind)}.${rest}`;
+    const rest = once > 0 && model.collections > 1 ? ` ${number(once)} of them in one collection only.` : "";
+    return distinct > shown ? `The ${number(shown)} seen most of ${amount(kind)}.${rest}` : `${several(distinct, kind)}.${rest}`;
 }
 
 function tables() {
@@ -70,13 +69,13 @@ function tables() {
     at("peripherals-hint").textContent = leftOut("peripheral");
     at("peripherals").append(table("Peripherals", things.peripheral, [
         ["Name", name, (thing) => thing.label],
-        ["Identifier", (thing) => make("code", {}, visible(thing.id)), (thing) => thing.id],
+        ["Identifier", (thing) => make("code", {}, thing.id), (thing) => thing.id],
         ...seenColumns,
     ]));
     at("services-hint").textContent = leftOut("service");
     at("services").append(table("Services", things.service, [
         ["Name", name, (thing) => thing.label],
-        ["Kind", (thing) => [typeText(thing.type), " ", make("code", {}, visible(thing.type.replace(/\.$/, "")))], (thing) => thing.detail],
+        ["Kind", (thing) => [typeText(thing.type), " ", make("code", {}, thing.type.replace(/\.$/, ""))], (thing) => thing.detail],
         ["Address", (thing) => texts(thing.addresses), (thing) => thing.addresses[0] ?? "", "address"],
         ["It says", (thing) => texts(thing.txt.map(([key, value]) => `${key}: ${value}`)), (thing) => thing.txt.flat().join(), "long"],
         ...seenColumns,

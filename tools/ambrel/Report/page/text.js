@@ -1,4 +1,5 @@
-// What the report knows, in words and elements. Names come from strangers: they are only ever text.
+// What the report knows, in words and elements. Names come from strangers: they are only ever text. What cannot be seen in them
+// is an escape already.
 const model = JSON.parse(document.getElementById("model").textContent);
 const at = (id) => document.getElementById(id);
 
@@ -23,12 +24,8 @@ function button(text, attributes, press) {
     return element;
 }
 
-/// What turns the direction of writing, commands or cannot be seen, as an escape.
-const visible = (text) =>
-    text.replace(/[\p{Cc}\p{Zl}\p{Zp}\p{Bidi_Control}\p{Cs}\u00ad\u200b\u2060\ufeff]/gu,
-        (character) => `\\u{${character.codePointAt(0).toString(16).toUpperCase()}}`);
-
-const isolated = (text) => make("bdi", {}, visible(text));
+/// A name, whose direction of writing ends with it.
+const isolated = (text) => make("bdi", {}, text);
 
 const number = new Intl.NumberFormat("en").format;
 const decimal = new Intl.NumberFormat("en", { maximumFractionDigits: 1 }).format;
@@ -38,12 +35,13 @@ function several(count, word) {
     return `${number(count)} ${count === 1 ? word : plural}`;
 }
 
+/// "100 %" only of all, and "0 %" only of nothing.
 function percent(share) {
-    const hundredths = share * 100;
-    return hundredths > 0 && hundredths < 1 ? "< 1 %" : `${Math.floor(hundredths)} %`;
+    if (share > 0 && share < 0.01) return "< 1 %";
+    return `${share < 1 ? Math.min(99, Math.round(share * 100)) : 100} %`;
 }
 
-/// Seconds east of UTC on the machine that collected.
+/// Seconds east of UTC on the machine that made the page.
 function offsetAt(time) {
     const zone = model.zones.findLast(([from]) => from <= time) ?? model.zones[0];
     return zone[1];
@@ -69,7 +67,7 @@ function offsetText(time) {
 
 /// "14 Nov 2023, 22:13 to 23:03", the day said again only where it is another.
 function between(from, to) {
-    if (from === to) return moment(from);
+    if (moment(from) === moment(to)) return moment(from);
     return `${moment(from)} to ${day(from) === day(to) ? clock(to) : moment(to)}`;
 }
 
@@ -94,6 +92,7 @@ function distance(metres) {
 }
 
 const typeWords = {
+    __proto__: null, // a type may be called so
     _airplay: "AirPlay screen", _raop: "AirPlay speaker", _googlecast: "Google Cast", _ipp: "Printer", _ipps: "Printer",
     _printer: "Printer", "_pdl-datastream": "Printer", _uscan: "Scanner", _uscans: "Scanner", _scanner: "Scanner",
     _ssh: "Remote login", "_sftp-ssh": "File transfer", _http: "Web page", _https: "Web page", _smb: "Shared files",
@@ -103,7 +102,7 @@ const typeWords = {
 };
 
 /// A service's type for people, as "Printer"; the type itself where nobody named it.
-const typeText = (type) => typeWords[type.split(".")[0].toLowerCase()] ?? visible(type.replace(/\.$/, ""));
+const typeText = (type) => typeWords[type.split(".")[0].toLowerCase()] ?? type.replace(/\.$/, "");
 
 /// What is to be seen of each thing, by kind: its name, what stands beside it, and all that the filter looks at.
 const kinds = {
@@ -113,9 +112,16 @@ const kinds = {
     address: ["addresses", (thing) => [thing.address, thing.networks[0] ?? "", thing.networks]],
     place: ["places", (thing, index) => [`Place ${index + 1}`, thing.networks[0] ?? "", thing.networks]],
 };
+
+/// How many of a kind there were, as well as it is known.
+function amount(kind) {
+    const { distinct, atMost } = model[kinds[kind][0]];
+    return atMost ? `at most ${number(distinct)}` : number(distinct);
+}
+
 const things = Object.fromEntries(Object.entries(kinds).map(([kind, [table, tell]]) => [kind,
     model[table].things.map((thing, index) => {
         const [name, detail, words] = tell(thing, index);
-        const label = name ? name : `Unnamed ${detail.slice(0, 8)}`;
+        const label = name?.trim() ? name : `Unnamed ${kind === "peripheral" ? detail.slice(0, 8) : detail}`;
         return { ...thing, kind, label, detail, search: [label, detail, words].flat(3).join("\n").toLowerCase() };
     })]));

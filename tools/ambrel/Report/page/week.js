@@ -30,7 +30,7 @@ function weekTable(thing) {
         return element;
     })));
     return make("table", { class: `week ${thing?.kind ?? "peripheral"}` },
-        make("caption", { class: "unseen" }, thing ? `How often ${visible(thing.label)} was there` : "How many peripherals were there"),
+        make("caption", { class: "unseen" }, thing ? `How often ${thing.label} was there` : "How many peripherals were there"),
         make("thead", {}, heading), make("tbody", {}, rows));
 }
 
@@ -56,7 +56,7 @@ function chooseWeek(thing) {
     const place = weekly.indexOf(thing);
     at("week-thing").value = place < 0 ? "all" : place;
     showWeek(weekly[place]);
-    if (place < 0) at("week-hint").textContent = `${visible(thing.label)} was seen too seldom to tell of its week: ${several(thing.count, "time")}.`;
+    if (place < 0) at("week-hint").textContent = `${thing.label} was seen too seldom to tell of its week: ${several(thing.count, "time")}.`;
     at("week-title").focus({ preventScroll: true });
     at("week").scrollIntoView({ block: "start" });
 }
@@ -102,13 +102,14 @@ function facts() {
         .sort((a, b) => b.count - a.count));
     const amounts = ["peripheral", "service", "network", "place"].map((kind) => [model[kinds[kind][0]].new, kind]).filter(([count]) => count > 0);
     at("new-hint").textContent = model.newSince === null ? "Collections of a week or more can tell."
-        : amounts.length === 0 ? `Nothing since ${day(model.newSince)}.`
-            : `First seen since ${day(model.newSince)}: ${amounts.map(([count, kind]) => several(count, kind)).join(", ")}.${fresh.length > 0 ? " Seen most:" : " Each was seen once."}`;
+        : `First seen in the week to ${moment(model.last)}${model.since === null ? "" : `, of what was stored since ${day(model.since)}`}: ${
+            amounts.map(([count, kind]) => several(count, kind)).join(", ") || "nothing"}.${
+            amounts.length === 0 ? "" : fresh.length > 0 ? " Seen most:" : " Each was seen once."}`;
     at("new").append(...fresh.slice(0, 8).map((thing) => fact(thing, `${several(thing.count, "time")}, first ${dayOfYear(thing.first)}`)));
 }
 
 function week() {
-    const option = (thing) => make("option", { value: weekly.indexOf(thing) }, visible(thing.label));
+    const option = (thing) => make("option", { value: weekly.indexOf(thing) }, thing.label);
     at("week-thing").append(make("option", { value: "all" }, "all peripherals"), ...["service", "peripheral", "network"].map((kind) =>
         make("optgroup", { label: `${kind[0].toUpperCase()}${kind.slice(1)}s` }, weekly.filter((thing) => thing.kind === kind).map(option))));
     at("week-thing").addEventListener("change", (event) => showWeek(weekly[event.target.value]));
