@@ -11,6 +11,7 @@ import unittest
 
 AMBREL = str(pathlib.Path(sys.argv.pop(1)).resolve())
 SCRIPT = '{"ambrelReplay":1}\n{"at":0,"statuses":{"networkPermissionStatus":"granted"}}\n{"at":1,"host":"startScanning"}\n{"at":20,"end":true}\n'
+VALUE = "a value is expected: true, false, a decimal number, a text in quotes, or a list"
 
 
 class Configuration(unittest.TestCase):
@@ -51,10 +52,11 @@ class Configuration(unittest.TestCase):
 
     def test_a_short_form_on_the_command_line_wins_over_the_format_of_the_file(self):
         subprocess.run([AMBREL, "store", "save"], env=self.environment, input='{"timestamp":0,"ip":"192.0.2.7"}', text=True)
-        for setting, option, lines in [("format = 'pretty'", "--json", 1), ("json = true", "--pretty", 4), ("pretty = true", "--format=json", 1)]:
+        for setting, option, lines in [("format = 'pretty'", "--json", 1), ("json = true", "--pretty", 4), ("pretty = true", "--format=json", 1),
+                                       ("columns = ['name']", "--json", 1), ("columns = ['name']", "", 1)]:
             with self.subTest(setting):
                 self.file.write_text(f"[store.last]\n{setting}\n")
-                self.assertEqual(self.ambrel("store", "last", option).stdout.count("\n"), lines)
+                self.assertEqual(self.ambrel("store", "last", *option.split()).stdout.count("\n"), lines)
 
     def test_a_mistake_is_named_with_file_and_line(self):
         self.ambrel("store", "save", "script")
@@ -68,10 +70,13 @@ class Configuration(unittest.TestCase):
             ("[replay]\nquiet = 'yes'", "2: quiet is true or false"),
             ("[replay]\nquiet = true\nquiet = false", "3: quiet stands there twice"),
             ("[replay]\nquiet", "2: a key and = are expected"),
-            ("[replay]\nquiet =", "2: a value is expected: true, false, a number, a text in quotes, or a list"),
+            ("[replay]\nquiet =", f"2: {VALUE}"), ("[replay]\nquiet = yes", f"2: {VALUE}"),
+            ("store.list.since = 0x10", f"1: {VALUE}"), ("store.list = { since = 1 }", f"1: {VALUE}"),
             ("[replay]\nquiet = true false", "2: nothing more is expected on this line"),
             ("[replay\nquiet = true", "1: the name of a table ends with ]"),
+            ("[" + "a." * 99999, "1: no setting lies as deep"),
             ("[store.list]\nformat = \"json\nsince = 1", "2: a text ends in its line with the quote that it begins with"),
+            ("[store.list]\nformat = '''json'''", "2: a text stands on one line, with one quote on either side"),
             ('[store.list]\nformat = "\\u0000"', "2: this is no text of TOML"),
             ("[scan]\nonly = [\n 'network'\n 'location']", "4: a list goes on with , or ends with ]"),
             ("[store.list]\nformat = [ 'json' ]", "2: format is one text or number"),
@@ -82,12 +87,18 @@ class Configuration(unittest.TestCase):
                 result = self.ambrel(*(["replay", "script"] if "[replay]" in text else ["store", "list"]))
                 self.assertEqual((result.returncode, result.stdout), (2, ""))
                 self.assertEqual(result.stderr, f"ambrel: {self.file}:{problem}\n")
-                self.assertEqual(self.ambrel("--version").returncode, 0)
+                self.assertEqual([self.ambrel(asked).returncode for asked in ("--version", "help")], [0, 0])
         self.file.unlink()
         self.file.mkdir()
-        for before, name, reason in [([], self.file, "Is a directory"), (["--config", "a"], "a", "No such file or directory")]:
+        for before, name, reason in [([], self.file, "Is a directory"), (["--config", "a"], "a", "No such file or directory"),
+                                     (["--config", "/dev/zero"], "/dev/zero", "a configuration has 1 MiB at most")]:
             result = self.ambrel(*before, "store", "path")
             self.assertEqual((result.returncode, result.stderr), (2, f"ambrel: {name}: {reason}\n"))
+
+    def test_what_an_option_needs_may_come_from_the_file(self):
+        self.file.write_text("\ufeff[store.prune]\nkeep = 1_000\ndry-run = true")
+        self.assertEqual(self.ambrel("store", "prune").returncode, 0)
+        self.assertEqual(self.ambrel("--config", "", "store", "prune").returncode, 2)
 
     def test_what_another_user_could_have_written_is_not_read(self):
         self.file.write_text("[replay]\nquiet = true\n")

@@ -184,6 +184,7 @@ void addConfiguration(CLI::App& program) {
     const auto file = std::make_shared<std::string>();
     program.add_option("--config", *file, "take what options leave open from this file")
         ->type_name("FILE")
+        ->check([](const std::string& name) { return name.empty() ? "FILE missing" : ""; })
         ->configurable(false);
     program
         .add_flag_callback(
@@ -194,7 +195,11 @@ void addConfiguration(CLI::App& program) {
             },
             "print what holds for every option")
         ->configurable(false);
-    program.parse_complete_callback([&program, file] { apply(program, readConfiguration(*file)); });
+    program.parse_complete_callback([&program, file] {
+        if (!program.got_subcommand("help")) { // which may tell what is wrong with the file
+            apply(program, readConfiguration(*file));
+        }
+    });
 }
 
 } // namespace Ambrel

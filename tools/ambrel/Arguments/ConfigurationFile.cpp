@@ -84,7 +84,7 @@ std::string readText(Configuration& configuration) {
             return "";
         }
         if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
-            throwUnreadable(file, "this is no file");
+            throwUnreadable(file, "this is no regular file");
         }
     }
     return contents(opened.get(), file);

@@ -16,7 +16,9 @@ namespace {
 
 constexpr std::string_view keyCharacters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-";
-constexpr std::string_view numberCharacters = "+-.:0123456789eETZ";
+constexpr std::string_view numberCharacters = "+-.:0123456789eETZtz_";
+constexpr std::string_view byteOrderMark = "\xef\xbb\xbf"; // some editors begin a text with it
+constexpr std::size_t deepest = 16;                        // keys; no command needs as many
 
 class Reader {
 public:
@@ -24,6 +26,7 @@ public:
 
     std::vector<Setting> read() {
         std::vector<std::string> table;
+        text_.remove_prefix(text_.starts_with(byteOrderMark) ? byteOrderMark.size() : 0);
         for (skipBlank(); !text_.empty(); skipBlank()) {
             if (take('[')) {
                 table = path();
@@ -95,6 +98,9 @@ private:
             if (keys.back().empty()) {
                 fail("a key is expected");
             }
+            if (keys.size() > deepest) {
+                fail("no setting lies as deep");
+            }
             takeAll(" \t");
         } while (take('.'));
         return keys;
@@ -128,11 +134,12 @@ private:
                 return std::string(flag);
             }
         }
-        const auto number = takeAll(numberCharacters);
-        if (number.empty()) {
-            fail("a value is expected: true, false, a number, a text in quotes, or a list");
+        std::string number(takeAll(numberCharacters));
+        if (number.find_first_of("0123456789") == number.npos || !takeAll(keyCharacters).empty()) {
+            fail("a value is expected: true, false, a decimal number, a text in quotes, or a list");
         }
-        return std::string(number);
+        std::erase(number, '_'); // between its digits
+        return number;
     }
 
     /// Its escapes are those of JSON.
@@ -148,6 +155,9 @@ private:
         const auto inQuotes = text_.substr(0, end + 1);
         text_.remove_prefix(inQuotes.size());
         const auto inner = inQuotes.substr(1, end - 1);
+        if (inner.empty() && isAt(quote)) {
+            fail("a text stands on one line, with one quote on either side");
+        }
         const JSONValue json = quote == '"' ? JSONValue::parse(inQuotes, nullptr, false)
                                             : JSONValue(std::string(inner));
         if (!json.is_string() || !AmbrelKit::isValidUTF8(inner) ||

@@ -149,6 +149,9 @@ ExitStatus runDelete(const StoreArguments& arguments) {
 }
 
 ExitStatus runPrune(const StoreArguments& arguments) {
+    if (arguments.keep.empty()) { // neither on the command line nor in the configuration
+        throw CommandError(badInput, "--keep is required (see ambrel store prune --help)");
+    }
     return statusOf(prune(arguments.keep, arguments.isRehearsal));
 }
 
@@ -205,10 +208,7 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
         ->type_name("FORMAT")
         ->check(oneOf({"ndjson", "csv", "geojson"}));
     command = add("prune", "Removes old collections", runPrune);
-    command->add_option("--keep", arguments->keep, keptForms)
-        ->required()
-        ->type_name("AGE|N")
-        ->check(checkKept);
+    command->add_option("--keep", arguments->keep, keptForms)->type_name("AGE|N")->check(checkKept);
     command->add_flag("--dry-run", arguments->isRehearsal, "only say which would go");
     command->footer("The newest collection always stays, and so does what the store did not make.");
     addDiffCommand(*store, status);

@@ -24,7 +24,7 @@ OutputFormat outputFormat(const OutputOptions& options) {
     if (options.json && options.pretty) {
         throw CommandError(badInput, "--json and --pretty are two formats: choose one");
     }
-    const bool isForReading = isatty(STDOUT_FILENO) == 1 || !options.columns.empty();
+    const bool isForReading = isatty(STDOUT_FILENO) == 1 || options.asksForTable;
     const std::string name = options.json              ? "json"
                              : options.pretty          ? "pretty"
                              : !options.format.empty() ? options.format
@@ -33,7 +33,7 @@ OutputFormat outputFormat(const OutputOptions& options) {
     if (name == "table") {
         return OutputFormat::table;
     }
-    if (!options.columns.empty()) {
+    if (options.asksForTable) {
         throw CommandError(badInput, "--columns is for tables, not for " + name);
     }
     return name == "pretty" ? OutputFormat::pretty : OutputFormat::json;

@@ -16,8 +16,8 @@ enum class OutputFormat {
     table,  ///< for reading
 };
 
-/// The format that the options ask for; without any, a table in a terminal or where its columns are
-/// chosen, else json. Throws `CommandError` where columns are chosen and it is no table.
+/// The format that the options ask for; without any, a table in a terminal or where one is asked
+/// for by its columns, else json. Throws `CommandError` where that is asked for and it is no table.
 OutputFormat outputFormat(const OutputOptions& options);
 
 /// A delivered dictionary as text with a line end, as the options have it, on standard output. What

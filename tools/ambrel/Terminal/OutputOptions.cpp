@@ -49,6 +49,9 @@ void addColumnsOption(CLI::App& command, OutputOptions& options,
                       const std::vector<std::string>& names) {
     addListOption(command, "--columns", options.columns, "print tables with these columns alone",
                   names);
+    // Before the configuration is applied, which may name columns for whenever there is a table.
+    command.parse_complete_callback(
+        [&options] { options.asksForTable = !options.columns.empty(); });
 }
 
 void addOutputOptions(CLI::App& command, OutputOptions& options) {

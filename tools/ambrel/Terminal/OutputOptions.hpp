@@ -20,6 +20,7 @@ struct OutputOptions {
     bool pretty = false;
     ColorChoice color = ColorChoice::automatic;
     std::vector<std::string> columns; ///< of tables; empty: all
+    bool asksForTable = false;        ///< by naming the columns on the command line
     Filter filter;
     bool marksTime = false; ///< a table begins with a line across the page that has its time
 };
