@@ -67,6 +67,14 @@ const Round rounds[] = {
      "b 2 -> 3, c - -> /\n"
      "+ 1970-01-01 05:30:30+05:30  network     home\n"
      "- 1970-01-01 05:30:30+05:30  address     192.0.2.7\n"},
+    {"an entry that goes is told by its key",
+     R"({"timestamp": 35, "wifiNetwork": {"connectedDevices": [{"name": "home"}]},
+        "bleScan": [{"address": "00000000-0000-4000-8000-00000000000A", "name": "a\u001b"}],
+        "nearbyDevices": [{"name": "Caf\u00E9", "protocolType": "_ipp._tcp.",
+                           "txtRecord": {"b": "3", "c": "/"}}]})",
+     {},
+     {},
+     "~ 1970-01-01 05:30:35+05:30  service     Café  _ipp._tcp.  a 1 -> -\n"},
     {"what goes, goes with what was known of it",
      R"({"timestamp": 40, "bleScan": [], "nearbyDevices": []})",
      {},

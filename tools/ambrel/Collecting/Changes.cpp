@@ -180,10 +180,9 @@ std::string differences(const JSONValue& before, const JSONValue& now) {
     for (const auto& [key, value] : both.items()) {
         const JSONValue& was = member(before, key.c_str());
         const JSONValue& is = member(now, key.c_str());
+        const std::string within = value.is_object() ? differences(was, is) : "";
         text += (text.empty() ? "" : ", ");
-        text += value.is_object() && !value.empty()
-                    ? differences(was, is)
-                    : printable(key) + " " + shown(was) + " -> " + shown(is);
+        text += within.empty() ? printable(key) + " " + shown(was) + " -> " + shown(is) : within;
     }
     return text;
 }

@@ -8,6 +8,8 @@
 #include "AmbrelKit/Platform/RunLoop.hpp"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -49,14 +51,30 @@ std::string checkThreshold(const std::string& text) {
                : "\"" + text + "\" is not a number of seconds from 0 to 30";
 }
 
+/// Whether the filter lets through what it was or what it is.
+bool isShown(const Change& change, const Filter& filter) {
+    if (change.at("kind") == "network" || change.at("kind") == "address") {
+        return true;
+    }
+    return std::ranges::any_of(std::array{"before", "now"}, [&](const char* part) {
+        JSONValue thing = change;
+        thing.update(thing.value(part, JSONValue::object()));
+        return change.contains(part) && filter.letsThrough(thing);
+    });
+}
+
 /// The changes to a further collection as they are printed.
 std::string changesOf(const Delivery& delivery, Changes& changes, const OutputOptions& options) {
-    const bool isForPeople = outputFormat(options) != OutputFormat::json;
+    const OutputFormat format = outputFormat(options);
     const Style style(STDOUT_FILENO, options.color);
     std::string text;
-    for (const Change& change :
-         changes.next(filtered(delivery.data, options.filter), delivery.sources)) {
-        text += (isForPeople ? line(change, style) : printableJSON(change.dump())) + "\n";
+    for (const Change& change : changes.next(delivery.data, delivery.sources)) {
+        if (isShown(change, options.filter)) {
+            text += format == OutputFormat::table
+                        ? line(change, style)
+                        : printableJSON(change.dump(format == OutputFormat::pretty ? 2 : -1));
+            text += "\n";
+        }
     }
     return text;
 }
@@ -125,7 +143,7 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
     addCollectionOptions(*command, options->collection);
     command->callback([options, &status] {
         options->collection.awaitsReturn = !options->every;
-        if (options->changes && !options->collection.output.columns.empty()) {
+        if (options->changes && options->collection.output.asksForTable) {
             throw CommandError(badInput, "--columns is for tables, not for --changes");
         }
         status = watch(*options);
