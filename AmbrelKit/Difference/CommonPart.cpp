@@ -1,7 +1,6 @@
 #include "AmbrelKit/Difference/CommonPart.hpp"
 
 #include <algorithm>
-#include <cstdint>
 #include <iterator>
 #include <unordered_map>
 
@@ -9,9 +8,8 @@ namespace AmbrelKit::Differences {
 
 namespace {
 
-using Index = std::int32_t; // a value has fewer parts
+using Index = std::ptrdiff_t;
 using Pair = std::pair<Index, Index>;
-using Places = std::vector<std::pair<std::size_t, std::size_t>>;
 
 constexpr Index greatestCost = 512; ///< how many elements are removed or added on one path
 
@@ -29,31 +27,25 @@ class CommonPart {
 public:
     CommonPart(const std::vector<Value>& a, const std::vector<Value>& b) : a_(a), b_(b) {}
 
-    Places find() {
-        Span span{0, static_cast<Index>(a_.size()), 0, static_cast<Index>(b_.size())};
+    std::vector<Pair> find() {
+        Span span{0, std::ssize(a_), 0, std::ssize(b_)};
         takeBeginning(span);
         const Index end = trimEnd(span);
         if (Span rest = span; !span.isEmpty() && !takePath(rest, false)) {
             betweenLandmarks(span);
         }
         for (Index i = 0; i < end; ++i) {
-            take(span.aEnd + i, span.bEnd + i);
+            places_.emplace_back(span.aEnd + i, span.bEnd + i);
         }
         return std::move(places_);
     }
 
 private:
-    [[nodiscard]] bool isSame(Index a, Index b) const {
-        return a_[static_cast<std::size_t>(a)] == b_[static_cast<std::size_t>(b)];
-    }
-
-    void take(Index a, Index b) {
-        places_.emplace_back(static_cast<std::size_t>(a), static_cast<std::size_t>(b));
-    }
+    [[nodiscard]] bool isSame(Index a, Index b) const { return a_.begin()[a] == b_.begin()[b]; }
 
     void takeBeginning(Span& span) {
         while (!span.isEmpty() && isSame(span.a, span.b)) {
-            take(span.a++, span.b++);
+            places_.emplace_back(span.a++, span.b++);
         }
     }
 
@@ -69,8 +61,7 @@ private:
 
     /// How far the cheapest way to the diagonal `k` leads in `a`, by a path of that cost.
     Index& furthest(Index cost, Index k) {
-        const auto row = static_cast<std::size_t>(cost);
-        return furthest_[row * row + static_cast<std::size_t>(cost + k)];
+        return furthest_.begin()[cost * (cost + 1) / 2 + (cost + k) / 2];
     }
 
     [[nodiscard]] bool comesFromAbove(Index cost, Index k) {
@@ -85,8 +76,7 @@ private:
         furthest_.clear();
         Index best = 0; // the diagonal that leads furthest at the last cost
         for (Index cost = 0; cost <= greatestCost; ++cost) {
-            const std::size_t rows = static_cast<std::size_t>(cost) + 1;
-            furthest_.resize(rows * rows);
+            furthest_.resize(static_cast<std::size_t>((cost + 1) * (cost + 2) / 2));
             Index reached = -1;
             for (Index k = -cost; k <= cost; k += 2) {
                 const Index x = extended(span, cost, k);
@@ -125,13 +115,13 @@ private:
 
     /// Takes what is common on the path that led there.
     void takeBack(const Span& span, Index cost, Index k) {
-        const std::size_t first = places_.size();
+        const Index first = std::ssize(places_);
         for (Index x = furthest(cost, k);; --cost) {
             const bool down = cost > 0 && comesFromAbove(cost, k);
             const Index before = cost == 0 ? 0 : furthest(cost - 1, down ? k + 1 : k - 1);
             const Index start = cost == 0 || down ? before : before + 1;
             for (; x > start; --x) {
-                take(span.a + x - 1, span.b + x - 1 - k);
+                places_.emplace_back(span.a + x - 1, span.b + x - 1 - k);
             }
             if (cost == 0) {
                 break;
@@ -139,7 +129,7 @@ private:
             k += down ? 1 : -1;
             x = before;
         }
-        std::reverse(places_.begin() + static_cast<std::ptrdiff_t>(first), places_.end());
+        std::reverse(places_.begin() + first, places_.end());
     }
 
     /// The places of what occurs once in each list, in the order of the first.
@@ -151,16 +141,16 @@ private:
         };
         std::unordered_map<Value, Occurrence> occurrences;
         for (Index i = span.a; i < span.aEnd; ++i) {
-            ++occurrences[a_[static_cast<std::size_t>(i)]].inA;
+            ++occurrences[a_.begin()[i]].inA;
         }
         for (Index j = span.b; j < span.bEnd; ++j) {
-            auto& occurrence = occurrences[b_[static_cast<std::size_t>(j)]];
+            auto& occurrence = occurrences[b_.begin()[j]];
             ++occurrence.inB;
             occurrence.place = j;
         }
         std::vector<Pair> pairs;
         for (Index i = span.a; i < span.aEnd; ++i) {
-            const auto& occurrence = occurrences[a_[static_cast<std::size_t>(i)]];
+            const auto& occurrence = occurrences[a_.begin()[i]];
             if (occurrence.inA == 1 && occurrence.inB == 1) {
                 pairs.emplace_back(i, occurrence.place);
             }
@@ -171,21 +161,20 @@ private:
     /// The most of the pairs that are in the same order in both lists, found by patience: each is a
     /// card, and goes onto the first pile whose topmost is not before it.
     static std::vector<Pair> longestAscending(const std::vector<Pair>& cards) {
-        std::vector<std::ptrdiff_t> before; // for each card the one on the pile before; -1: none
-        std::vector<std::ptrdiff_t> piles;  // the topmost cards
+        std::vector<Index> before; // for each card the one on the pile before; -1: none
+        std::vector<Index> piles;  // the topmost cards
         for (const Pair& card : cards) {
-            const auto pile = std::lower_bound(
-                piles.begin(), piles.end(), card.second, [&](std::ptrdiff_t top, Index place) {
-                    return cards[static_cast<std::size_t>(top)].second < place;
-                });
-            const auto number = std::ssize(before);
+            const auto pile =
+                std::lower_bound(piles.begin(), piles.end(), card.second,
+                                 [&](Index top, Index b) { return cards.begin()[top].second < b; });
+            const Index number = std::ssize(before);
             before.push_back(pile == piles.begin() ? -1 : *std::prev(pile));
             pile == piles.end() ? piles.push_back(number) : void(*pile = number);
         }
         std::vector<Pair> found;
-        for (auto card = piles.empty() ? -1 : piles.back(); card >= 0;) {
-            found.push_back(cards[static_cast<std::size_t>(card)]);
-            card = before[static_cast<std::size_t>(card)];
+        for (Index card = piles.empty() ? -1 : piles.back(); card >= 0;
+             card = before.begin()[card]) {
+            found.push_back(cards.begin()[card]);
         }
         std::reverse(found.begin(), found.end());
         return found;
@@ -194,7 +183,7 @@ private:
     void betweenLandmarks(Span span) {
         for (const auto& [a, b] : longestAscending(onceInBoth(span))) {
             takePieces({span.a, a, span.b, b});
-            take(a, b);
+            places_.emplace_back(a, b);
             span.a = a + 1;
             span.b = b + 1;
         }
@@ -208,13 +197,13 @@ private:
 
     const std::vector<Value>& a_;
     const std::vector<Value>& b_;
-    Places places_;
-    std::vector<Index> furthest_; ///< by cost and diagonal
+    std::vector<Pair> places_;
+    std::vector<Index> furthest_; ///< by cost and every second diagonal
 };
 
 } // namespace
 
-Places commonPart(const std::vector<Value>& a, const std::vector<Value>& b) {
+std::vector<Pair> commonPart(const std::vector<Value>& a, const std::vector<Value>& b) {
     return CommonPart(a, b).find();
 }
 

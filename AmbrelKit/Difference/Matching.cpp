@@ -86,13 +86,15 @@ Matches matchedByIdentity(ValueTable& table, const Node& before, const Node& aft
 }
 
 Matches matchedByPlace(const Node& before, const Node& after) {
-    const std::vector<Part>& a = before.parts;
-    const std::vector<Part>& b = after.parts;
+    const auto a = before.parts.begin();
+    const auto b = after.parts.begin();
+    const std::ptrdiff_t n = std::ssize(before.parts);
+    const std::ptrdiff_t m = std::ssize(after.parts);
     auto common = commonPart(valuesOf(before), valuesOf(after));
-    common.emplace_back(a.size(), b.size());
+    common.emplace_back(n, m);
     Matches matches;
-    std::size_t i = 0;
-    std::size_t j = 0;
+    std::ptrdiff_t i = 0;
+    std::ptrdiff_t j = 0;
     for (const auto& [nextInA, nextInB] : common) {
         while (nextInA - i == nextInB - j && i < nextInA) {
             matches.all.push_back({&a[i++], &b[j++]});
@@ -103,7 +105,7 @@ Matches matchedByPlace(const Node& before, const Node& after) {
         for (; j < nextInB; ++j) {
             matches.all.push_back({nullptr, &b[j]});
         }
-        if (i < a.size() && j < b.size()) {
+        if (i < n && j < m) {
             matches.all.push_back({&a[i++], &b[j++]});
         }
     }
