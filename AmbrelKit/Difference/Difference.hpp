@@ -16,22 +16,23 @@
 #include <type_traits>
 #include <utility>
 #include <variant>
+#include <vector>
 
 namespace AmbrelKit {
-
-namespace Differences {
-class Draft;
-} // namespace Differences
 
 struct DifferenceOptions {
     /// Show the parts that are equal too, beside those that are not.
     bool keepsEqualParts = false;
 
-    /// How many levels are shown, from 1 on. What differs further down is only said to.
+    /// How many levels stand below the outermost names. What differs further down is only said to.
     std::size_t greatestDepth = 64;
 
     /// How many bytes the lines may have; where there are more, another line says so.
     std::size_t greatestLength = std::size_t{1} << 24U;
+
+    /// How many parts of each value are compared, down to 512 levels. Where there is more, the last
+    /// line says so, also when no other does.
+    std::size_t greatestCount = std::size_t{1} << 20U;
 };
 
 /// The difference between two values as indented text (UTF-8, lines that end in a line break), for
@@ -50,14 +51,13 @@ struct DifferenceOptions {
 ///     +   [1]: 5.0
 ///
 /// A line with - is of `before`, with + of `after`, one with a space says where they stand, and one
-/// with ~ what no other shows: another order of a list, or that something is beyond the bounds.
+/// with ~ what no other shows: another order, or that something is beyond the bounds.
 ///
 /// - Equal is what nobody can tell apart. 1 and 1.0, 0.0 and -0.0, an absent value, null, and an
 ///   empty text are different; NaN is equal to NaN. Numbers have the fewest digits that read back
-///   as the same. Points in time are in UTC.
+///   as the same double. Points in time are in UTC.
 /// - In a text, what commands a terminal, is not to be seen, or is no UTF-8 stands as an escape, in
-///   a text that is not in Unicode's form NFC all that is not ASCII. So different texts look
-///   different.
+///   a text that is not in Unicode's form NFC all that is not ASCII: no two are written alike.
 /// - Fields and dictionaries are compared by name. In a list, elements that have an identity are
 ///   compared with the one of the same identity; those of dictionaries that have a text
 ///   "protocolType" and a text "name" have these, else those with a text "address" that, and a
@@ -67,15 +67,14 @@ struct DifferenceOptions {
 ///   As many removed as added at one place are compared one by one.
 /// - Costs time in proportion to what the values hold, and for a list of N and M elements at most
 ///   (N + M) * 1,024 comparisons of one machine word each.
-/// - Of each value the first 1,048,576 parts are compared, to a depth of 512 levels. Where there is
-///   more, the last line says so, also when no other does.
 ///
-/// Any thread; nothing is kept. Throws what `describe` throws.
+/// On any thread, in callbacks too; nothing is kept. Throws what `describe` throws.
 ///
-/// Takes numbers, booleans, enums, texts, JSON values, points in time (of the system's clock),
-/// durations, the values that are declared at the end of this header, and of all these optionals,
-/// pointers (null is absent; else what is there is compared), pairs, tuples, variants, maps and
-/// other ranges; not unordered sets. For a type of its own a host adds a function beside it:
+/// Takes numbers, booleans, enums, texts (what converts to one), JSON values, points in time (of
+/// the system's clock) and durations, both in whole numbers, the values that are declared at the
+/// end of this header, and of all these optionals, pointers (null is absent; else what is there is
+/// compared), pairs, tuples, variants, maps and other ranges; not unordered sets. For a type of its
+/// own a host adds a function beside it:
 ///
 ///     namespace Host {
 ///     struct Sensor {
@@ -122,7 +121,7 @@ public:
     /// It is the same as this value.
     template <class Value> void value(const Value& value) { write(value); }
 
-    /// It is this word, which stands without quotation marks.
+    /// It is this word, which stands without quotation marks: one of yours, no text from others.
     AMBRELKIT_API void word(std::string_view text);
 
     Description(const Description&) = delete;
@@ -133,9 +132,9 @@ private:
     template <class Before, class After> friend std::string
     difference(const Before& before, const After& after, const DifferenceOptions& options);
 
-    AMBRELKIT_API Description();
+    AMBRELKIT_API explicit Description(const DifferenceOptions& options);
     /// Of the two elements described.
-    [[nodiscard]] AMBRELKIT_API std::string differenceText(const DifferenceOptions& options);
+    [[nodiscard]] AMBRELKIT_API std::string differenceText();
 
     // The value that is open is described until it is closed, as a part of the one opened before.
     AMBRELKIT_API void label(std::string_view name, bool isKey);
@@ -143,12 +142,8 @@ private:
     AMBRELKIT_API void close();
     AMBRELKIT_API void closeAsLabel(); ///< of the value that is opened next
     AMBRELKIT_API void beginList();
-    AMBRELKIT_API void beginMap(bool isOrdered);
+    AMBRELKIT_API void sortParts(); ///< that come in no order of their own
 
-    AMBRELKIT_API void absent();
-    AMBRELKIT_API void boolean(bool truth);
-    AMBRELKIT_API void integer(std::int64_t number);
-    AMBRELKIT_API void natural(std::uint64_t number);
     AMBRELKIT_API void number(double number);
     AMBRELKIT_API void text(std::string_view text);
     AMBRELKIT_API void time(std::int64_t seconds, std::int64_t nanoseconds);
@@ -157,6 +152,7 @@ private:
     AMBRELKIT_API void json(const JSONValue& value);
     AMBRELKIT_API void json(const JSONDictionary& dictionary);
 
+    void absent() { word("absent"); }
     template <class Value> Description& add(const Value& value) {
         if (open()) {
             write(value);
@@ -168,6 +164,12 @@ private:
     template <class Value> void write(const Value& value) {
         if constexpr (std::same_as<Value, JSONValue> || std::same_as<Value, JSONDictionary>) {
             json(value);
+        } else if constexpr (std::same_as<Value, std::monostate> || std::is_null_pointer_v<Value>) {
+            absent();
+        } else if constexpr (std::same_as<Value, bool> ||
+                             std::same_as<Value, std::vector<bool>::reference> ||
+                             std::same_as<Value, std::vector<bool>::const_reference>) {
+            word(value ? "true" : "false");
         } else if constexpr (std::is_arithmetic_v<Value>) {
             writeNumber(value);
         } else if constexpr (std::is_convertible_v<const Value&, std::string_view>) {
@@ -181,7 +183,7 @@ private:
         } else if constexpr (std::is_convertible_v<const Value&, std::string>) { // a path
             text(static_cast<std::string>(value));
         } else if constexpr (std::is_enum_v<Value>) {
-            writeNumber(static_cast<std::underlying_type_t<Value>>(value));
+            write(static_cast<std::underlying_type_t<Value>>(value));
         } else {
             writeOfStandard(value);
         }
@@ -189,14 +191,10 @@ private:
 
     template <class Number> void writeNumber(Number value) {
         static_assert(sizeof(Number) <= sizeof(double), "it would lose digits");
-        if constexpr (std::same_as<Number, bool>) {
-            boolean(value);
-        } else if constexpr (std::is_floating_point_v<Number>) {
+        if constexpr (std::is_floating_point_v<Number>) {
             number(value);
-        } else if constexpr (std::is_signed_v<Number>) {
-            integer(value);
         } else {
-            natural(value);
+            word(std::to_string(value));
         }
     }
 
@@ -204,9 +202,7 @@ private:
     template <class Value> void writeOfStandard(const Value& value) {
         if constexpr (requires { typename std::variant_size<Value>::type; }) {
             label("alternative-" + std::to_string(value.index()), false);
-            std::visit([this](const auto& alternative) { add(alternative); }, value);
-        } else if constexpr (std::same_as<Value, std::monostate>) {
-            absent();
+            std::visit([this](const auto& one) { this->add(one); }, value);
         } else if constexpr (requires { typename Value::mapped_type; }) {
             writeMap(value);
         } else if constexpr (requires { std::begin(value) != std::end(value); }) {
@@ -218,7 +214,7 @@ private:
             }
         } else if constexpr (requires { std::tuple_size<Value>::value; }) {
             beginList();
-            std::apply([this](const auto&... each) { (add(each), ...); }, value);
+            std::apply([this](const auto&... each) { (this->add(each), ...); }, value);
         } else if constexpr (requires { static_cast<bool>(value), *value; }) {
             static_cast<bool>(value) ? write(*value) : absent();
         } else {
@@ -227,7 +223,6 @@ private:
     }
 
     template <class Map> void writeMap(const Map& map) {
-        beginMap(!requires { typename Map::hasher; });
         for (const auto& [key, value] : map) {
             if (open()) {
                 write(key);
@@ -235,33 +230,38 @@ private:
                 add(value);
             }
         }
+        if constexpr (requires { typename Map::hasher; }) {
+            sortParts();
+        }
     }
 
     template <class Duration>
     void writeTime(const std::chrono::time_point<std::chrono::system_clock, Duration>& time) {
-        static_assert(std::is_integral_v<typename Duration::rep>);
-        const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
-        this->time(seconds.time_since_epoch().count(),
-                   std::chrono::nanoseconds(time - seconds).count());
+        static_assert(std::is_integral_v<typename Duration::rep>, "whole numbers only");
+        const auto since = time.time_since_epoch();
+        const std::chrono::nanoseconds rest = since % std::chrono::seconds(1);
+        this->time(std::chrono::duration_cast<std::chrono::seconds>(since).count(), rest.count());
     }
 
     template <class Count, class Period>
     void writeTime(const std::chrono::duration<Count, Period>& time) {
-        static_assert(std::is_integral_v<Count>);
+        static_assert(std::is_integral_v<Count>, "whole numbers only");
         duration(time.count(), Period::num, Period::den);
     }
 
-    /// Add `void describe(AmbrelKit::Description&, const Value&)` beside the type.
-    template <class Value> void writeTime(const Value& value) = delete;
+    template <class Value> void writeTime(const Value& /*value*/) {
+        static_assert(sizeof(Value) == 0, "a describe(Description&, const Value&) is missing");
+    }
 
-    std::unique_ptr<Differences::Draft> draft_;
+    struct Draft;
+    std::unique_ptr<Draft> draft_;
 };
 
 template <class Before, class After>
 std::string difference(const Before& before, const After& after, const DifferenceOptions& options) {
-    Description both;
+    Description both(options);
     both.element(before).element(after);
-    return both.differenceText(options);
+    return both.differenceText();
 }
 
 class AmbrelError;

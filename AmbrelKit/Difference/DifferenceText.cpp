@@ -1,42 +1,56 @@
 #include "AmbrelKit/Difference/DifferenceText.hpp"
 
-#include "AmbrelKit/Difference/Draft.hpp"
+#include "AmbrelKit/Difference/Matching.hpp"
 #include "AmbrelKit/Difference/QuotedText.hpp"
+#include "AmbrelKit/Platform/PrintableText.hpp"
 
 #include <algorithm>
+#include <cstddef>
+#include <string_view>
 
 namespace AmbrelKit::Differences {
 
 namespace {
 
-/// The value on one line; of what has parts only that it has some.
-std::string inOneLine(const Node& node) {
-    switch (node.kind) {
-    case Node::Kind::word:
-        return node.text;
-    case Node::Kind::text:
-        return Differences::quoted(node.text); // rather than the standard library's
-    case Node::Kind::list:
-        return node.parts.empty() ? "[]" : "[...]";
-    case Node::Kind::fields:
-        break;
-    }
-    return node.parts.empty() ? "{}" : "{...}";
-}
+std::string inOneLine(const Node& node);
 
 std::string nameOf(const Node& label) {
     return label.kind == Node::Kind::text ? nameOrQuoted(label.text) : inOneLine(label);
 }
 
-/// What identifies an element of a list.
-std::string identification(const Node& element) {
-    std::string name;
-    for (const Part& key : element.parts) {
-        if (key.isKey) {
-            name += (name.empty() ? "[" : ", ") + nameOf(*key.label) + ": " + inOneLine(*key.value);
+/// The parts, or those that are keys, on one line.
+std::string inOneLine(const std::vector<Part>& parts, bool keysAlone) {
+    std::string line;
+    for (const Part& part : parts) {
+        if (part.isKey || !keysAlone) {
+            line += (line.empty() ? "" : ", ") +
+                    (part.label != nullptr ? nameOf(*part.label) + ": " : "") +
+                    inOneLine(*part.value);
         }
     }
-    return name + "]";
+    return line;
+}
+
+std::string inOneLine(const Node& node) {
+    switch (node.kind) {
+    case Node::Kind::word:
+        return printable(node.text);
+    case Node::Kind::text:
+        return Differences::quoted(node.text); // rather than the standard library's
+    case Node::Kind::list:
+        return "[" + inOneLine(node.parts, false) + "]";
+    case Node::Kind::fields:
+        break;
+    }
+    return "{" + inOneLine(node.parts, false) + "}";
+}
+
+/// Of what has parts only that it has some.
+std::string inShort(const Node& node) {
+    if (node.parts.empty()) {
+        return inOneLine(node);
+    }
+    return node.kind == Node::Kind::list ? "[...]" : "{...}";
 }
 
 bool isIdentifiedElement(const Part& part) {
@@ -51,7 +65,7 @@ std::string nameOf(const Match& match, const Node& before, const Node& after) {
         return nameOf(*part.label);
     }
     if (isIdentifiedElement(part)) {
-        return identification(*part.value);
+        return "[" + inOneLine(part.value->parts, true) + "]";
     }
     const auto index = [](const Part* part, const Node& list) {
         return part == nullptr ? "" : std::to_string(part - list.parts.data());
@@ -66,19 +80,43 @@ bool areFoundByIdentity(const Node& node) {
            std::any_of(node.parts.begin(), node.parts.end(), isIdentifiedElement);
 }
 
-} // namespace
+class DifferenceText {
+public:
+    DifferenceText(ValueTable& table, const DifferenceOptions& options)
+        : table_(table), options_(options) {}
 
-std::string DifferenceText::operator()(Value before, Value after, bool isCut) {
+    std::string operator()(Value before, Value after);
+
+private:
+    /// Where a part stands.
+    struct Place {
+        std::size_t depth = 0;
+        std::string name = {}; ///< nothing for the whole
+    };
+
+    void compare(const Place& place, const Part& before, const Part& after);
+    void compareParts(const Place& place, const Node& a, const Node& b);
+
+    /// The part with all that it holds.
+    void write(char mark, const Place& place, const Part& part);
+
+    /// The line above what a part holds; gives where that stands.
+    Place beginParts(char mark, const Place& place);
+    void writeLine(char mark, std::size_t depth, std::string_view content);
+
+    ValueTable& table_;
+    const DifferenceOptions& options_;
+    std::string text_;
+    bool isFull_ = false;
+};
+
+std::string DifferenceText::operator()(Value before, Value after) {
     if (before != after) {
         compare({}, {.label = nullptr, .value = before}, {.label = nullptr, .value = after});
     }
     if (isFull_) {
         text_ += "~ more than " + std::to_string(options_.greatestLength) +
                  " bytes of text: the rest is left out\n";
-    }
-    if (isCut) {
-        text_ += "~ more than " + std::to_string(Draft::greatestCount) + " values or " +
-                 std::to_string(Draft::greatestDepth) + " levels: the rest is not compared\n";
     }
     return std::move(text_);
 }
@@ -91,16 +129,14 @@ void DifferenceText::compare(const Place& place, const Part& before, const Part&
     } else if (before.value->kind != after.value->kind || !before.value->hasParts()) {
         write('-', place, before);
         write('+', place, after);
-    } else if (place.depth >= options_.greatestDepth) {
+    } else if (place.depth >= options_.greatestDepth && !place.name.empty()) {
         writeLine('~', place.depth, place.name + ": different, deeper than is shown");
     } else {
-        compareParts(place, before, after);
+        compareParts(place, *before.value, *after.value);
     }
 }
 
-void DifferenceText::compareParts(const Place& place, const Part& before, const Part& after) {
-    const Node& a = *before.value;
-    const Node& b = *after.value;
+void DifferenceText::compareParts(const Place& place, const Node& a, const Node& b) {
     Place inside = beginParts(' ', place);
     const auto matches = areFoundByIdentity(a) || areFoundByIdentity(b)
                              ? matchedByIdentity(table_, a, b)
@@ -122,7 +158,7 @@ void DifferenceText::compareParts(const Place& place, const Part& before, const 
             write('+', inside, *match.after);
         }
     }
-    if (a.kind == Node::Kind::list && !matches.inOrder) {
+    if (!matches.inOrder) {
         writeLine('~', inside.depth, "in another order");
     }
 }
@@ -133,7 +169,7 @@ void DifferenceText::write(char mark, const Place& place, const Part& part) {
     const auto isNamed = [&](const Part& one) { return one.isKey && keysAreNamed; };
     if (node.parts.empty() || place.depth >= options_.greatestDepth) {
         return writeLine(mark, place.depth,
-                         place.name + (place.name.empty() ? "" : ": ") + inOneLine(node));
+                         place.name + (place.name.empty() ? "" : ": ") + inShort(node));
     }
     if (std::all_of(node.parts.begin(), node.parts.end(), isNamed)) {
         return writeLine(mark, place.depth, place.name);
@@ -169,6 +205,13 @@ void DifferenceText::writeLine(char mark, std::size_t depth, std::string_view co
     text_.append(1 + indentation, ' ');
     text_ += content;
     text_ += '\n';
+}
+
+} // namespace
+
+std::string differenceText(ValueTable& table, Value before, Value after,
+                           const DifferenceOptions& options) {
+    return DifferenceText(table, options)(before, after);
 }
 
 } // namespace AmbrelKit::Differences
