@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sstream>
+#include <vector>
 
 namespace {
 
@@ -62,9 +64,10 @@ TEST(ScriptWriter, writesWhatIsReadAsTheSame) {
 }
 
 std::vector<AmbrelKit::JSONValue> trace(std::istream&& script) {
-    std::string text;
-    replay(script, {.queries = true}, [&](std::string_view line) { text += line; });
-    return traceLines(text);
+    std::vector<AmbrelKit::JSONValue> lines;
+    replay(script, {.queries = true},
+           [&](std::string_view line) { lines.push_back(AmbrelKit::JSONValue::parse(line)); });
+    return lines;
 }
 
 TEST(ScriptWriter, everyScriptRunsAlikeWhenRewritten) {
