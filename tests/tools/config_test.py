@@ -95,6 +95,10 @@ class Configuration(unittest.TestCase):
             result = self.ambrel(*before, "store", "path")
             self.assertEqual((result.returncode, result.stderr), (2, f"ambrel: {name}: {reason}\n"))
 
+    def test_only_on_the_command_line_wins_over_without_in_the_file(self):
+        self.file.write_text("[doctor]\nwithout = ['address']")
+        self.assertIn('"address"', self.ambrel("doctor", "--only=address", "--json").stdout)
+
     def test_what_an_option_needs_may_come_from_the_file(self):
         self.file.write_text("\ufeff[store.prune]\nkeep = 1_000\ndry-run = true")
         self.assertEqual(self.ambrel("store", "prune").returncode, 0)

@@ -105,6 +105,9 @@ void apply(CLI::App& program, const Configuration& configuration) {
             given.insert(subjectOf(*option));
         }
     }
+    if (given.contains("only")) { // which names all that is wanted
+        given.insert("without");
+    }
     std::set<std::vector<std::string>> known;
     for (const Setting& setting : configuration.settings) {
         const auto [owner, option] = placeOf(program, configuration, setting);
