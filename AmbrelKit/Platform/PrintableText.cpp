@@ -15,10 +15,31 @@ bool isTag(Character character) { return character >= 0xE0020 && character <= 0x
 
 bool isJoiner(Character character) { return character == 0x200C || character == 0x200D; }
 
+bool isSelector(Character character) {
+    return (character >= 0xFE00 && character <= 0xFE0F) ||
+           (character >= 0xE0100 && character <= 0xE01EF) ||
+           (character >= 0x180B && character <= 0x180F && character != 0x180E);
+}
+
+/// They have no width, though Unicode does not call them ignorable.
+bool isAnnotation(Character character) { return character >= 0xFFF9 && character <= 0xFFFB; }
+
 /// The alphabets that need no joiner end before the Hebrew one; emoji are behind it, too.
 bool joins(Character character) {
     constexpr Character hebrew = 0x0590;
     return character >= hebrew;
+}
+
+/// For a selector to choose from. No letter of the alphabets before has several.
+bool hasShapes(Character character) {
+    switch (utf8proc_category(character)) {
+    case UTF8PROC_CATEGORY_ND:
+    case UTF8PROC_CATEGORY_PO:
+    case UTF8PROC_CATEGORY_SO:
+        return true;
+    default:
+        return joins(character) && !isSelector(character);
+    }
 }
 
 /// Whether a character that is not seen by itself shapes its neighbours.
@@ -30,7 +51,7 @@ bool shapes(Character character, Character before, Character after) {
     if (isTag(character)) {
         return before == blackFlag || isTag(before);
     }
-    return utf8proc_category(character) == UTF8PROC_CATEGORY_MN;
+    return isSelector(character) && hasShapes(before);
 }
 
 bool isPrintable(Character character, Character before, Character after) {
@@ -43,7 +64,8 @@ bool isPrintable(Character character, Character before, Character after) {
     case UTF8PROC_CATEGORY_ZP:
         return false;
     default:
-        return utf8proc_get_property(character)->ignorable == 0 || shapes(character, before, after);
+        return (utf8proc_get_property(character)->ignorable == 0 && !isAnnotation(character)) ||
+               shapes(character, before, after);
     }
 }
 
