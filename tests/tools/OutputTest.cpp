@@ -1,4 +1,5 @@
 #include "tools/ambrel/Terminal/Output.hpp"
+#include "tools/ambrel/Store/Summary.hpp"
 #include "tools/ambrel/Terminal/CollectionTables.hpp"
 #include "tools/ambrel/Terminal/TerminalText.hpp"
 
@@ -108,6 +109,43 @@ TEST_F(Output, TablesFitTheTerminal) {
     }
 }
 
+TEST_F(Output, ANarrowListKeepsTheCountsAndCutsNoTimestamp) {
+    const Summary summary(dictionary(
+        R"({"timestamp": 1700000100.1234567, "bleScan": [1, 2], "ip": "192.0.2.7",
+            "wifiNetwork": {"connectedDevices": [{"name": "A long name"}]}})"));
+    const struct {
+        std::size_t columns;
+        const char* row;
+    } cases[] = {
+        {109, "1700000100.1234567  2023-11-15 03:45:00+05:30  2 min            2         0  -"
+              "         192.0.2.7  A long name\n"},
+        {80, "1700000100.1234567  2023-11-15 03:45  2 min            2         0  A long name\n"},
+        {56, "2023-11-15 03:45  2 min            2         0  A long…\n"},
+        {40, "2023-11-15 03:45            2         0\n"},
+    };
+    for (const auto& [columns, row] : cases) {
+        Table table(Summary::columns(), {.columns = columns, .style = {}});
+        table.add(summary.row(1700000220.5));
+        EXPECT_THAT(table.take(), testing::EndsWith(std::string("\n") + row)) << columns;
+    }
+}
+
+TEST_F(Output, NothingInANameIsUnseen) {
+    const struct {
+        const char* name;
+        const char* shown;
+    } cases[] = {
+        {"1\uFE0F\u20E3 ©\uFE0F ❤\uFE0F क्\u200Dष", "1\uFE0F\u20E3 ©\uFE0F ❤\uFE0F क्\u200Dष"},
+        {"a\uFE00b", R"(a\ufe00b)"},
+        {"❤\uFE0F\U000E0100", "❤\uFE0F\\U000e0100"},
+        {"\uFE0Fa\u200Db", R"(\ufe0fa\u200db)"},
+        {"a\u034F\u17B4\uFFF9b", R"(a\u034f\u17b4\ufff9b)"},
+    };
+    for (const auto& [name, shown] : cases) {
+        EXPECT_EQ(printable(name), shown);
+    }
+}
+
 TEST_F(Output, PrintsWhatWasChosen) {
     OutputOptions options;
     options.columns = {"txt", "type", "nonsense"};
@@ -143,6 +181,7 @@ TEST_F(Output, TheTableShowsValuesOfOtherTypesAsTheyAre) {
         {R"({"locationCollection": 3})", "Location      3\n"},
         {R"({"locationCollection": {"lat": "north"}})", "Location      north, - (-)\n"},
         {R"({"wifiNetwork": [1]})", "Wi-Fi         1\n"},
+        {R"({"wifiNetwork": ["two  spaces "]})", "Wi-Fi         two  spaces \n"},
         {R"({"wifiNetwork": {"connectedDevices": "all"}})", "Wi-Fi         all\n"},
         {R"({"ambrel_analytics": {"bluetooth_setting": false, "location_permission": false,
                                   "network_permission": true, "network_setting": true}})",

@@ -3,7 +3,6 @@
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Terminal/Output.hpp"
 #include "tools/ambrel/Terminal/Table.hpp"
-#include "tools/ambrel/Terminal/TerminalText.hpp"
 
 #include "AmbrelKit/Linux/Diagnosis/Diagnosis.hpp"
 #include "AmbrelKit/Platform/RunLoop.hpp"
@@ -80,7 +79,7 @@ std::string asText(const std::vector<SourceDiagnosis>& found, const Page& page) 
         const std::string remedy = each.remedy.empty() ? "" : ": " + each.remedy;
         table.add({Cell(each.source, Meaning::heading),
                    each.usable ? Cell("ok", Meaning::good) : Cell("no", Meaning::bad),
-                   Cell(wordsOf(each.finding + remedy))});
+                   Cell(each.finding + remedy)});
     }
     return table.take();
 }

@@ -40,14 +40,19 @@ Summary::Summary(const JSONDictionary& collection)
 
 std::vector<Column> Summary::columns() {
     constexpr auto right = Column::Alignment::right;
-    return {{.heading = "TIMESTAMP", .usefulness = 2, .least = 10},
-            {.heading = "LOCAL TIME", .usefulness = 7, .least = 25},
-            {.heading = "AGE", .usefulness = 5, .alignment = right},
-            {.heading = "PERIPHERALS", .usefulness = 4, .least = 11, .alignment = right},
-            {.heading = "SERVICES", .usefulness = 3, .alignment = right},
-            {.heading = "LOCATION", .usefulness = 1},
-            {.heading = "ADDRESS", .usefulness = 0, .least = 15},
-            {.heading = "WI-FI", .usefulness = 6}};
+    constexpr std::size_t whole = 18; // as one has to be that is copied
+    constexpr std::size_t minutes = 16;
+    constexpr std::size_t offset = 6;
+    constexpr std::size_t seconds = 3;
+    return {
+        {.heading = "TIMESTAMP", .usefulness = 2, .least = whole},
+        {.heading = "LOCAL TIME", .usefulness = 7, .least = minutes, .tails = {offset, seconds}},
+        {.heading = "AGE", .usefulness = 3, .alignment = right},
+        {.heading = "PERIPHERALS", .usefulness = 6, .least = 11, .alignment = right},
+        {.heading = "SERVICES", .usefulness = 5, .alignment = right},
+        {.heading = "LOCATION", .usefulness = 1},
+        {.heading = "ADDRESS", .usefulness = 0, .least = 15},
+        {.heading = "WI-FI", .usefulness = 4}};
 }
 
 std::vector<Cell> Summary::row(double now) const {

@@ -231,7 +231,7 @@ std::string facts(const View& view) {
     const JSONValue& address = member(dictionary, "ip");
     Table table({{.heading = ""}, {.heading = "", .gap = " "}}, view.page);
     const auto add = [&](const char* name, const std::string& value) {
-        table.add({Cell(name, Meaning::heading), Cell(wordsOf(value))});
+        table.add({Cell(name, Meaning::heading), Cell(value)});
     };
     if (!view.options.marksTime) {
         add("Collected", localTimeOf(dictionary));

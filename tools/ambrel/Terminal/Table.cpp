@@ -22,6 +22,16 @@ std::string joined(const Cell& cell, const std::string& gap) {
     return text;
 }
 
+/// Without as many of the tails as it takes to fit.
+std::string shortened(std::string text, const std::vector<std::size_t>& tails, std::size_t width) {
+    for (const std::size_t tail : tails) {
+        if (displayWidth(text) > width) {
+            text.resize(text.size() - std::min(tail, text.size()));
+        }
+    }
+    return text;
+}
+
 } // namespace
 
 Cell cell(const AmbrelKit::JSONValue& value) {
@@ -89,7 +99,9 @@ std::string Table::take() {
         fit();
         std::vector<Cell> headings;
         for (const Column& column : columns_) {
-            headings.emplace_back(wordsOf(column.heading), Meaning::heading);
+            std::vector<std::string> words{column.heading};
+            std::erase(words, "");
+            headings.emplace_back(std::move(words), Meaning::heading);
         }
         if (wordsBelow_) {
             headings.back().words.clear();
@@ -173,6 +185,13 @@ bool Table::narrow(const std::vector<std::size_t>& leastUsefulFirst) {
         fitted_[i].width = fitted_[i].widest;
     }
     for (const std::size_t i : leastUsefulFirst) {
+        for (const std::size_t tail : columns_[i].tails) {
+            if (taken() > page_.columns && fitted_[i].width >= columns_[i].least + tail) {
+                fitted_[i].width -= tail;
+            }
+        }
+    }
+    for (const std::size_t i : leastUsefulFirst) {
         if (taken() > page_.columns) {
             const std::size_t excess = taken() - page_.columns;
             const std::size_t least = std::min(columns_[i].least, fitted_[i].widest);
@@ -199,7 +218,9 @@ std::string Table::written(const std::vector<Cell>& row) const {
         }
         const std::size_t width = fitted_[i].width;
         const std::string whole = joined(cell, " ");
-        const std::string text = page_.columns == unlimited ? whole : cut(whole, width);
+        const std::string text = page_.columns == unlimited
+                                     ? whole
+                                     : cut(shortened(whole, columns_[i].tails, width), width);
         const bool right = columns_[i].alignment == Column::Alignment::right;
         const std::size_t begin = std::max(start + (right ? padding(text, width).size() : 0),
                                            column + (column > 0 ? gapWidth : 0));

@@ -22,6 +22,9 @@ struct Column {
     Alignment alignment = Alignment::left;
     /// What stands between words where cells go on in further lines; empty: they are cut.
     std::string gap = {};
+    /// How many characters at the end of cells, which are ASCII, tell the least: they go before any
+    /// cell is cut, one piece after the other.
+    std::vector<std::size_t> tails = {};
 };
 
 /// As the command line calls them: `local-time` for LOCAL TIME.
@@ -44,8 +47,8 @@ struct Cell {
 Cell cell(const AmbrelKit::JSONValue& value);
 
 /// Cells in columns that fit the page. Where a page is too narrow, cells that may go on in further
-/// lines do so, below their row if need be; then others are cut, the least useful column first, and
-/// at last left out.
+/// lines do so, below their row if need be; then those with tails lose them, others are cut, the
+/// least useful column first, and at last columns are left out.
 class Table {
 public:
     /// What cells hold may be any text. At most one column, the last, has a gap.

@@ -18,9 +18,9 @@ std::string_view variable(const char* name) {
 
 std::optional<std::size_t> columnsAsSet() {
     const std::string_view text = variable("COLUMNS");
-    std::size_t columns = 0;
+    unsigned short columns = 0; // as many as a terminal can have
     std::from_chars(text.data(), text.data() + text.size(), columns);
-    return columns > 0 ? std::optional(columns) : std::nullopt;
+    return columns > 0 ? std::optional<std::size_t>(columns) : std::nullopt;
 }
 
 } // namespace
