@@ -338,7 +338,7 @@ class Running(unittest.TestCase):
         self.assertEqual(sources["location"]["outcome"], "failed")
         self.assertTrue("not-asked" == sources["bluetooth"]["outcome"] or "left-out" == sources["bluetooth"]["code"])
 
-        drawn, note = self.terminal.read_rest().split(NOTE)
+        drawn, note = self.terminal.read_rest().split(NOTE.replace("note:", "\x1b[33mnote:\x1b[0m"))
         self.assertLessEqual(max(map(len, (NOTE + note).splitlines())), 60)
         self.assertIn(sources["location"]["reason"], " ".join(note.split()))
         self.assertNotIn("note", note)

@@ -99,10 +99,9 @@ void addDoctorCommand(CLI::App& app, ExitStatus& status) {
     addFormatOptions(*command, arguments->output, {"table", "json"});
     addColorOption(*command, arguments->output);
     command->footer(
-        "Sources are bluetooth, services, location, address, wifi and lifecycle; network\n"
-        "stands for services, address and wifi.\n"
-        "Asks for the location as a scan does. Exit status 3: one of the sources is not\n"
-        "usable.");
+        "Sources are bluetooth, services, location, address, wifi and lifecycle; network stands "
+        "for services, address and wifi.\n"
+        "Asks for the location as a scan does. Exit status 3: one of the sources is not usable.");
     command->callback([arguments, &status] {
         const auto found = examine(*arguments);
         const OutputOptions& output = arguments->output;

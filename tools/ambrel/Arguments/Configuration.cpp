@@ -5,6 +5,7 @@
 #include "tools/ambrel/Arguments/UsageProblem.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Terminal/Output.hpp"
+#include "tools/ambrel/Terminal/TerminalText.hpp"
 
 #include "AmbrelKit/Platform/PrintableText.hpp"
 
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <memory>
 #include <set>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -148,8 +148,8 @@ std::string printed(CLI::App& program, CLI::App& command, const std::string& pat
         if (!isConfigurable(*option)) {
             continue;
         }
-        std::istringstream description(option->get_description());
-        for (std::string line; std::getline(description, line);) {
+        constexpr std::size_t width = 76;
+        for (const std::string& line : lines({option->get_description()}, " ", width)) {
             table += "# " + line + "\n";
         }
         const auto setting = std::ranges::find_if(configuration.settings, [&](const auto& each) {

@@ -8,9 +8,8 @@ namespace Ambrel {
 
 /// The forms of a point in time on the command line, for its help.
 constexpr const char* pointInTimeForms =
-    "in seconds since 1970, or in ISO 8601: 2023-11-14T22:13:20Z, with\n"
-    "+01:00 for Z, or without a zone for local time; a date alone is its midnight;\n"
-    "or so long ago: 90s, 15m, 2h, 2d, 1w";
+    "in seconds since 1970, or in ISO 8601: 2023-11-14T22:13:20Z, with +01:00 for Z, or without a "
+    "zone for local time; a date alone is its midnight; or so long ago: 90s, 15m, 2h, 2d, 1w";
 
 /// Seconds since 1970 of a text in one of those forms; nothing for any other text.
 std::optional<double> pointInTime(const std::string& text);

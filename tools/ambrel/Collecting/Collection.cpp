@@ -168,7 +168,7 @@ void Collection::note(const std::string& text) {
         if (progress_) {
             progress_->clear();
         }
-        sayNote(text);
+        sayNote(text, options_.output.color);
     }
 }
 

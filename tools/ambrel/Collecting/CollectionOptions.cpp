@@ -77,10 +77,10 @@ void addCollectionOptions(CLI::App& command, CollectionOptions& options) {
                      "show the progress though the output is a pipe");
     command.add_flag("--quiet", options.quiet, "no progress, no notes");
     command.footer(
-        "Without --service, the types are those that \"NSBonjourServices\" of the\n"
-        "information dictionary lists ($AMBREL_INFO, else Info.json beside the program),\n"
-        "else common ones.\n"
-        "Without --format, the result is a table in a terminal, else json (on one line).\n"
+        "Without --service, the types are those that \"NSBonjourServices\" of the information "
+        "dictionary lists ($AMBREL_INFO, else Info.json beside the program), else common ones.\n"
+        "Without --format, the result is a table in a terminal, or with --columns, else json (on "
+        "one line).\n"
         "--columns, --type and --name choose what is printed, not what is collected.\n"
         "The address and the joined Wi-Fi are part of every collection.\n"
         "A note on standard error names each granted source that could not listen.");

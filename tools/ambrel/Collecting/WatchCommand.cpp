@@ -135,11 +135,11 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
         ->check(checkInterval);
     command
         ->add_option("--threshold", options->threshold,
-                     "reuse a collection this young, 0 to 30\n(default 30, with --every 0)")
+                     "reuse a collection this young, 0 to 30 (default 30, with --every 0)")
         ->type_name("SECONDS")
         ->check(checkThreshold);
     command->add_flag("--changes", options->changes,
-                      "print what appeared, changed or went, in place of each\ndictionary");
+                      "print what appeared, changed or went, in place of each dictionary");
     addCollectionOptions(*command, options->collection);
     command->callback([options, &status] {
         options->collection.awaitsReturn = !options->every;

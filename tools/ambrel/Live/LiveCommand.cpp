@@ -196,7 +196,7 @@ void addLiveCommand(CLI::App& app, ExitStatus& status) {
         ->check(checkSpeed)
         ->needs(replay);
     command->footer(
-        "Keys: up and down choose a row, enter shows all that is known of it, s sorts, /\n"
+        "Keys: up and down choose a row, enter shows all that is known of it, s sorts, / "
         "filters, space pauses, ? helps, q quits.");
     command->callback([options, &status] {
         checkPermissions(options->collection);

@@ -83,7 +83,7 @@ void addReportCommand(CLI::App& app, ExitStatus& status) {
     addTimeSpan(*command, arguments->span);
     command
         ->add_option("-o,--output", arguments->file,
-                     "the page's file; it is replaced when the new one is whole\n"
+                     "the page's file; it is replaced when the new one is whole "
                      "(default: standard output, if that is no terminal)")
         ->type_name("FILE");
     command->callback([arguments, &status] { status = run(*arguments); });

@@ -100,7 +100,7 @@ void addDiffCommand(CLI::App& store, ExitStatus& status) {
     command->add_option("AFTER", arguments->after, "likewise")->required();
     command
         ->add_option("--format", arguments->output.format,
-                     "text (the default), or json-patch (RFC 6902), which\nmakes AFTER of BEFORE")
+                     "text (the default), or json-patch (RFC 6902), which makes AFTER of BEFORE")
         ->type_name("FORMAT")
         ->check(oneOf({"text", "json-patch"}));
     addColorOption(*command, arguments->output);

@@ -37,7 +37,7 @@ std::optional<std::size_t> placeFromLast(std::string_view text) {
 std::string selectionHelp() {
     return "A collection is named by its time, or by last, last-1 (the one before), ...\nA time "
            "is " +
-           std::string(pointInTimeForms) + ",\nwhich names the newest that is so old.";
+           std::string(pointInTimeForms) + ", which names the newest that is so old.";
 }
 
 std::string checkSelection(const std::string& text) {

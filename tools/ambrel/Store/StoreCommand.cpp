@@ -204,7 +204,7 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
     command
         ->add_option(
             "--format", arguments->exportFormat,
-            "ndjson (the default), csv: a line for each thing seen, or\ngeojson: the positions")
+            "ndjson (the default), csv: a line for each thing seen, or geojson: the positions")
         ->type_name("FORMAT")
         ->check(oneOf({"ndjson", "csv", "geojson"}));
     command = add("prune", "Removes old collections", runPrune);

@@ -18,6 +18,23 @@ namespace {
 
 constexpr int indentation = 2;
 
+/// Behind the program's name, in as many lines as a terminal needs.
+std::string message(const std::string& text) {
+    const std::string name = "ambrel: ";
+    const std::size_t columns = terminalColumns(STDERR_FILENO).value_or(unlimited);
+    std::string message;
+    for (const std::string& line :
+         lines({printable(text)}, " ", columns - std::min(columns - 1, name.size()))) {
+        message += (message.empty() ? name : std::string(name.size(), ' ')) + line + "\n";
+    }
+    return message;
+}
+
+void print(const std::string& message) {
+    const auto interruptible = HeldSignals::letThrough();
+    std::cerr << message;
+}
+
 } // namespace
 
 OutputFormat outputFormat(const OutputOptions& options) {
@@ -60,25 +77,20 @@ std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format
     return AmbrelKit::printableJSON(AmbrelKit::JSONValue(data).dump()) + "\n";
 }
 
-void say(const std::string& text) {
-    const std::string name = "ambrel: ";
-    const auto columns = terminalColumns(STDERR_FILENO);
-    std::string message = columns ? "" : name + printable(text);
-    if (columns) {
-        const std::size_t room = *columns - std::min(*columns - 1, name.size());
-        for (const std::string& line : lines(wordsOf(printable(text)), " ", room)) {
-            message += message.empty() ? name : "\n" + std::string(name.size(), ' ');
-            message += line;
-        }
+void say(const std::string& text) { print(message(text)); }
+
+void sayNote(const std::string& text, ColorChoice color) {
+    const std::string label = "note:";
+    std::string note = message(label + " " + text);
+    if (const auto place = note.find(label); place != note.npos) { // as in any but a tiny terminal
+        note.replace(place, label.size(), Style(STDERR_FILENO, color)(Meaning::caution, label));
     }
-    const auto interruptible = HeldSignals::letThrough();
-    std::cerr << message + "\n";
+    print(note);
 }
 
-void sayNote(const std::string& text) { say("note: " + text); }
-
 void printHelp(const std::string& text) {
-    printResult(fittedHelp(text, terminalColumns(STDOUT_FILENO).value_or(unlimited)));
+    constexpr std::size_t most = 80; // columns
+    printResult(fittedHelp(text, std::min(terminalColumns(STDOUT_FILENO).value_or(most), most)));
 }
 
 void printResult(const std::string& text) {

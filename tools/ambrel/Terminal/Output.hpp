@@ -34,9 +34,9 @@ std::string formatted(const AmbrelKit::JSONDictionary& data, OutputFormat format
 void say(const std::string& text);
 
 /// Likewise what is no failure.
-void sayNote(const std::string& text);
+void sayNote(const std::string& text, ColorChoice color = ColorChoice::automatic);
 
-/// Writes the help of a command to standard output, fitted to the terminal.
+/// Writes the help of a command to standard output, fitted to the terminal, and to 80 columns.
 void printHelp(const std::string& text);
 
 /// Writes results to standard output, at once. Throws `CommandError` when they can't be written.
