@@ -124,9 +124,8 @@ std::string Table::omissions() const {
     }
     std::string text;
     const std::size_t room = page_.columns - std::min(page_.columns - 1, indentation_);
-    for (const std::string& line : names.empty()
-                                       ? std::vector<std::string>{}
-                                       : lines(wordsOf("no room for " + names), " ", room)) {
+    for (const std::string& line :
+         names.empty() ? std::vector<std::string>{} : lines({"no room for " + names}, " ", room)) {
         text += std::string(indentation_, ' ') + page_.style(Meaning::faint, line) + "\n";
     }
     return text;

@@ -76,6 +76,19 @@ void addBroken(std::vector<std::string>& lines, std::string_view word, std::size
     }
 }
 
+/// The parts of `text` between spaces.
+std::vector<std::string> wordsOf(std::string_view text) {
+    std::vector<std::string> words;
+    while (!text.empty()) {
+        const std::string_view word = text.substr(0, text.find(' '));
+        if (!word.empty()) {
+            words.emplace_back(word);
+        }
+        text.remove_prefix(std::min(word.size() + 1, text.size()));
+    }
+    return words;
+}
+
 } // namespace
 
 std::string shown(const AmbrelKit::JSONValue& value) {
@@ -107,18 +120,6 @@ std::string cut(std::string_view text, std::size_t columns) {
 std::string padding(std::string_view text, std::size_t width) {
     const std::size_t taken = displayWidth(text);
     return std::string(taken < width ? width - taken : 0, ' ');
-}
-
-std::vector<std::string> wordsOf(std::string_view text) {
-    std::vector<std::string> words;
-    while (!text.empty()) {
-        const std::string_view word = text.substr(0, text.find(' '));
-        if (!word.empty()) {
-            words.emplace_back(word);
-        }
-        text.remove_prefix(std::min(word.size() + 1, text.size()));
-    }
-    return words;
 }
 
 std::vector<std::string> lines(const std::vector<std::string>& words, std::string_view gap,

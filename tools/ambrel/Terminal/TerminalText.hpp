@@ -30,9 +30,6 @@ std::string cut(std::string_view text, std::size_t columns);
 /// The spaces that `text` lacks to `width` columns.
 std::string padding(std::string_view text, std::size_t width);
 
-/// The parts of `text` between spaces.
-std::vector<std::string> wordsOf(std::string_view text);
-
 /// Words on lines of so many columns, with `gap` between them. A word is broken only where it is
 /// longer than a line: at its spaces, and else anywhere.
 std::vector<std::string> lines(const std::vector<std::string>& words, std::string_view gap,
