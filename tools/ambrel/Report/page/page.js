@@ -63,7 +63,7 @@ function filter() {
             wanted = event.target.value.toLowerCase().split(/\s+/).filter(Boolean);
             for (const update of filters) update();
             const found = Object.values(things).flat().filter(matches).length;
-            at("found").textContent = wanted.length === 0 ? "Everything is shown." : `${number(found)} match.`;
+            at("found").textContent = wanted.length === 0 ? "Everything is shown." : `Matches: ${number(found)}.`;
         }, 80);
     });
 }
