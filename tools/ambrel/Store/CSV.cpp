@@ -46,7 +46,12 @@ std::string cell(const JSONValue& value) {
     if (value.is_null()) {
         return "";
     }
-    return value.is_number() ? value.dump() : quoted(withoutFormula(shown(value)));
+    if (value.is_number()) {
+        return value.dump();
+    }
+    const std::string text =
+        value.is_string() ? shown(value) : AmbrelKit::printableJSON(value.dump());
+    return quoted(withoutFormula(text));
 }
 
 /// What stands in a line behind the collection's time, in the order of the columns.
