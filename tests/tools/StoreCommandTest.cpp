@@ -1,6 +1,7 @@
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 #include "tests/tools/CommandFixture.hpp"
 
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -101,7 +102,7 @@ TEST_F(StoreCommandTests, ExportsWhatSpreadsheetsAndMapsTake) {
         "save",
         R"({"timestamp":1,"ip":"192.0.2.7","locationCollection":{"lat":-33.5,"lon":18,"timestamp":2},
         "bleScan":[{"address":"8B1F","name":"=cmd|'/C calc'!A0","timestamp":3},{"name":"a \"q\",\nb;=1"}],
-        "nearbyDevices":[{"name":"-p","protocolType":"_ipp._tcp.","address":"::1","txtRecord":{"a":"x,y"}}],
+        "nearbyDevices":[{"name":"-p","protocolType":"_ipp._tcp.","address":"::1","txtRecord":{"a":"x,\udb40\udc41"}}],
         "wifiNetwork":{"connectedDevices":[{"name":"'\uff1dx"}]}})");
     store("save", R"({"timestamp":2,"bleScan":7,"locationCollection":{"lat":"90","lon":0}})"
                   "\n"
@@ -110,7 +111,7 @@ TEST_F(StoreCommandTests, ExportsWhatSpreadsheetsAndMapsTake) {
               csv + "1,collection,2,,,,192.0.2.7,-33.5,18,\r\n"
                     "1,peripheral,3,8B1F,\"'=cmd|'/C calc'!A0\",,,,,\r\n"
                     "1,peripheral,,,\"a \"\"q\"\",\\u000ab;'=1\",,,,,\r\n"
-                    "1,service,,,'-p,_ipp._tcp.,::1,,,\"{\"\"a\"\":\"\"x,y\"\"}\"\r\n"
+                    "1,service,,,'-p,_ipp._tcp.,::1,,,\"{\"\"a\"\":\"\"x,\\udb40\\udc41\"\"}\"\r\n"
                     "1,network,,,''\uFF1Dx,,,,,\r\n"
                     "2,collection,,,,,,90,0,\r\n");
     const Outcome positions = store("export --format geojson");
@@ -124,6 +125,13 @@ TEST_F(StoreCommandTests, ExportsWhatSpreadsheetsAndMapsTake) {
             R"("networks":0,"peripherals":0,"services":0,"timestamp":3},"type":"Feature"})"
             "\n]}\n");
     EXPECT_EQ(positions.errors, "ambrel: note: left out for want of a position: 1 collection\n");
+    // Interrupted, it is whole all the same: here a signal waits already when it begins.
+    const Outcome interrupted = ambrel(
+        "store export --format geojson", "",
+        "python3 -c 'import os, signal, sys; signal.pthread_sigmask(signal.SIG_BLOCK, [15]); "
+        "os.kill(os.getpid(), 15); os.execv(sys.argv[1], sys.argv[1:])'");
+    EXPECT_EQ(interrupted.status, 128 + SIGTERM);
+    EXPECT_EQ(JSONValue::parse(interrupted.output)["features"].size(), 1U);
 }
 
 TEST_F(StoreCommandTests, PrunesItsOwnFilesAndNeverTheNewest) {
@@ -194,8 +202,8 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
         {"save .", "", 1, "Is a directory"},
         {"show 5", "", 1, "no collection of 5 is saved\n"},
         {"delete 5", "", 1, "no collection of 5 is saved\n"},
-        {"show last-9", "", 1, "no collection of last-9 is saved\n"},
-        {"delete last-9", "", 1, "no collection of last-9 is saved\n"},
+        {"show last-9", "", 1, "fewer than 10 collections are saved\n"},
+        {"delete 900w", "", 1, "no collection as old as 900w is saved\n"},
         {"show today", "", 2, "COLLECTION: \"today\" is no point in time"},
         {"show last-", "", 2, "COLLECTION: \"last-\" is no point in time, nor last or last-N"},
         {"export --since 2023-02-30", "", 2, "--since: \"2023-02-30\" is no point in time"},
@@ -225,6 +233,8 @@ TEST_F(StoreCommandTests, SaysWhatIsWrong) {
     EXPECT_THAT(partly.errors, HasSubstr("3.0: no JSON (byte 1)\n"));
     EXPECT_EQ(partly.status, 1);
     EXPECT_EQ(store("export >/dev/full").status, 1);
+    write("collections/notes", "of what was seen"); // what is wrong with it is not the answer
+    EXPECT_THAT(store("show 5").errors, StartsWith("ambrel: no collection of 5 can be read; /"));
 }
 
 TEST_F(StoreCommandTests, ShowsWhatDiffersBetweenTwo) {
@@ -256,7 +266,7 @@ TEST_F(StoreCommandTests, ShowsWhatDiffersBetweenTwo) {
          "\n"},
         {"last", "", 2, "", "AFTER is required"},
         {"last today", "", 1, "", "today: No such file"},
-        {"last last-2", "", 1, "", "no collection of last-2 is saved"},
+        {"last last-2", "", 1, "", "fewer than 3 collections are saved"},
         {"last .", "", 1, "", ".: Is a directory"},
         {"last - --format xml", "", 2, "", "xml"},
         {"- -", third, 2, "", "only one of the two can be standard input"},
@@ -284,6 +294,9 @@ TEST_F(StoreCommandTests, NeedsAFolder) {
         EXPECT_EQ(outcome.errors,
                   "ambrel: no folder for collections: HOME and AMBREL_DOCUMENTS_DIR are unset\n");
     }
+    write("collections", ""); // where nothing can be looked for, nobody says that nothing is there
+    EXPECT_EQ(store("delete last").errors,
+              "ambrel: " + (directory / "collections").string() + ": Not a directory\n");
 }
 
 TEST_F(StoreCommandTests, ATraceCanNotCommandTheTerminal) {

@@ -16,4 +16,11 @@ std::optional<double> takeNumber(std::string_view& text, std::string_view charac
     return length > 0 ? std::optional(number) : std::nullopt;
 }
 
+std::optional<std::size_t> wholeNumber(std::string_view text) {
+    constexpr std::size_t greatestLength = 9;
+    const bool isNumber = !text.empty() && text.size() <= greatestLength &&
+                          text.find_first_not_of("0123456789") == text.npos;
+    return isNumber ? std::optional<std::size_t>(std::stoul(std::string(text))) : std::nullopt;
+}
+
 } // namespace Ambrel

@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Platform/JSONFile.hpp"
 #include "tools/ambrel/Arguments/Duration.hpp"
+#include "tools/ambrel/Arguments/Number.hpp"
 #include "tools/ambrel/Arguments/PointInTime.hpp"
 #include "tools/ambrel/Store/Store.hpp"
 #include "tools/ambrel/Terminal/Output.hpp"
@@ -31,15 +32,12 @@ struct Kept {
 };
 
 std::optional<Kept> kept(const std::string& text) {
-    constexpr std::size_t greatestLength = 9; // of a number that no file system exceeds
-    if (text.find_first_not_of("0123456789") != std::string::npos) {
-        const auto age =
-            text.find_first_of("smhdw") != std::string::npos ? duration(text) : std::nullopt;
-        return age ? std::optional(Kept{1, secondsNow() - *age}) : std::nullopt;
+    if (const auto count = wholeNumber(text)) {
+        return *count > 0 ? std::optional(Kept{*count}) : std::nullopt;
     }
-    const bool isCount =
-        text.size() <= greatestLength && text.find_first_not_of('0') != std::string::npos;
-    return isCount ? std::optional(Kept{std::stoul(text)}) : std::nullopt;
+    const bool hasUnit = text.find_first_of("smhdw") != std::string::npos;
+    const auto age = hasUnit ? duration(text) : std::nullopt;
+    return age ? std::optional(Kept{1, secondsNow() - *age}) : std::nullopt;
 }
 
 std::string nameOf(double time) { return AmbrelStorage::fileName({{"timestamp", time}}).value(); }

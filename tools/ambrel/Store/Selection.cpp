@@ -1,10 +1,12 @@
 #include "tools/ambrel/Store/Selection.hpp"
 
+#include "tools/ambrel/Arguments/Number.hpp"
 #include "tools/ambrel/Arguments/PointInTime.hpp"
 #include "tools/ambrel/Commands.hpp"
 #include "tools/ambrel/Store/Store.hpp"
 
 #include <algorithm>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -25,11 +27,23 @@ std::optional<std::size_t> placeFromLast(std::string_view text) {
     if (!text.starts_with(newest) || text[newest.size()] != '-') {
         return std::nullopt;
     }
-    constexpr std::size_t greatestLength = 9; // of a number that no file system exceeds
-    const std::string digits(text.substr(newest.size() + 1));
-    const bool isNumber = !digits.empty() && digits.size() <= greatestLength &&
-                          digits.find_first_not_of("0123456789") == std::string::npos;
-    return isNumber ? std::optional<std::size_t>(std::stoul(digits)) : std::nullopt;
+    return wholeNumber(text.substr(newest.size() + 1));
+}
+
+/// The store, whose last problem stands in `problem` from here on. A reference would make g++ 14
+/// warn of the argument's end.
+const AmbrelStorage* storeNoting(const std::shared_ptr<std::string>& problem) {
+    return &storeReportingTo([problem](const std::string& line) { *problem = line; });
+}
+
+std::vector<double> savedTimes() {
+    const auto problem = std::make_shared<std::string>();
+    const AmbrelStorage* const store = storeNoting(problem);
+    auto times = hasSaved() ? store->savedTimestamps() : std::vector<double>{};
+    if (!problem->empty()) {
+        throw CommandError(failed, *problem);
+    }
+    return times;
 }
 
 } // namespace
@@ -46,11 +60,11 @@ std::string checkSelection(const std::string& text) {
                : "\"" + text + "\" is no point in time, nor last or last-N";
 }
 
-std::optional<double> selectedTime(const AmbrelStorage& store, const std::string& text) {
+std::optional<double> selectedTime(const std::string& text) {
     if (const auto time = fixedPointInTime(text)) {
         return time;
     }
-    const auto times = hasSaved() ? store.savedTimestamps() : std::vector<double>{};
+    const auto times = savedTimes();
     auto end = times.end();
     std::size_t behind = 0;
     if (const auto place = placeFromLast(text)) {
@@ -65,11 +79,10 @@ std::optional<double> selectedTime(const AmbrelStorage& store, const std::string
 }
 
 JSONDictionary selectedCollection(const std::string& text) {
-    std::string problem;
-    const AmbrelStorage* const store = // a reference makes g++ 14 warn of the argument's end
-        &storeReportingTo([&problem](const std::string& line) { problem = line; });
+    const auto time = selectedTime(text);
+    const auto problem = std::make_shared<std::string>();
+    const AmbrelStorage* const store = storeNoting(problem);
     std::optional<JSONDictionary> found;
-    const auto time = selectedTime(*store, text);
     if (time && hasSaved()) {
         store->forEachSavedCollection(*time, *time, [&found](JSONDictionary collection) {
             if (!found) {
@@ -77,14 +90,27 @@ JSONDictionary selectedCollection(const std::string& text) {
             }
         });
     }
+    if (!found && time && !problem->empty()) { // of its file, or of another in which it may stand
+        throw CommandError(failed, "no collection of " + timestampText(*time) + " can be read; " +
+                                       *problem);
+    }
     if (!found) {
-        problem.empty() ? throwNotSaved(text) : throw CommandError(failed, problem);
+        throwNotSaved(text, time);
     }
     return std::move(*found);
 }
 
-void throwNotSaved(const std::string& text) {
-    throw CommandError(failed, "no collection of " + text + " is saved");
+void throwNotSaved(const std::string& text, std::optional<double> time) {
+    const auto place = placeFromLast(text);
+    std::string reason = "no collection is saved";
+    if (time) {
+        reason = "no collection of " + timestampText(*time) + " is saved";
+    } else if (!place) {
+        reason = "no collection as old as " + text + " is saved";
+    } else if (*place > 0) {
+        reason = "fewer than " + std::to_string(*place + 1) + " collections are saved";
+    }
+    throw CommandError(failed, reason);
 }
 
 } // namespace Ambrel

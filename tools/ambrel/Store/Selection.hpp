@@ -1,7 +1,7 @@
 #ifndef AMBREL_SELECTION_HPP
 #define AMBREL_SELECTION_HPP
 
-#include <AmbrelKit/AmbrelStorage.hpp>
+#include <AmbrelKit/Platform/JSONDictionary.hpp>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -19,15 +19,16 @@ std::string selectionHelp();
 std::string checkSelection(const std::string& text);
 
 /// The timestamp of what `text` names; nothing when the store has too few collections. At a time it
-/// need not have one.
-std::optional<double> selectedTime(const AmbrelKit::AmbrelStorage& store, const std::string& text);
+/// need not have one. Throws `CommandError`: `badInput` when the text names none, else `failed`,
+/// when the store can't be listed.
+std::optional<double> selectedTime(const std::string& text);
 
 /// The collection that `text` names. Throws `CommandError`: `badInput` when the text names none,
 /// else `failed`, when it is not there or can't be read.
 AmbrelKit::JSONDictionary selectedCollection(const std::string& text);
 
-/// There is no such collection.
-[[noreturn]] void throwNotSaved(const std::string& text);
+/// There is no collection of what `text` names, or of that `time`, which it is.
+[[noreturn]] void throwNotSaved(const std::string& text, std::optional<double> time);
 
 } // namespace Ambrel
 

@@ -135,14 +135,17 @@ ExitStatus runSave(const StoreArguments& arguments) {
 }
 
 ExitStatus runDelete(const StoreArguments& arguments) {
+    const auto time = selectedTime(arguments.selection);
+    if (!time) {
+        throwNotSaved(arguments.selection, time);
+    }
     return statusOf(withStore([&](const AmbrelStorage& store) {
-        const auto time = selectedTime(store, arguments.selection);
-        const JSONDictionary collection{{"timestamp", time.value_or(0)}};
+        const JSONDictionary collection{{"timestamp", *time}};
         const auto file = AmbrelStorage::path() + "/" + AmbrelStorage::fileName(collection).value();
         std::error_code error; // any but that there is none is the store's to report
         const auto type = std::filesystem::symlink_status(file, error).type();
-        if (!time || type == std::filesystem::file_type::not_found) {
-            throwNotSaved(arguments.selection);
+        if (type == std::filesystem::file_type::not_found) {
+            throwNotSaved(arguments.selection, time);
         }
         store.delete_(collection);
     }));
@@ -210,7 +213,8 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
     command = add("prune", "Removes old collections", runPrune);
     command->add_option("--keep", arguments->keep, keptForms)->type_name("AGE|N")->check(checkKept);
     command->add_flag("--dry-run", arguments->isRehearsal, "only say which would go");
-    command->footer("The newest collection always stays, and so does what the store did not make.");
+    command->footer("An age is by the clock of this machine. The newest collection always stays,\n"
+                    "and so does what the store did not make.");
     addDiffCommand(*store, status);
     add("path", "Prints the directory of the files", runPath);
 }
