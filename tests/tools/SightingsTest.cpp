@@ -25,7 +25,9 @@ const std::vector<Report> reports{
     {2s, Source::services, "found", {{"protocolType", "_http._tcp."}, {"name", "Ärger"}}},
     {3s, Source::location, "fix", {{"lat", 48.137154}, {"lon", -0.5}, {"horizontalAccuracy", 4.6}}},
     {4s, Source::address, "address", {{"ip", "192.0.2.7"}, {"interface", "wlan0"}}},
-    {5s, Source::wifi, "networks",
+    {5s,
+     Source::wifi,
+     "networks",
      {{"connectedDevices", {{{"interface", "wlan0"}, {"name", "Net"}}}}}},
     {6s, Source::address, "address", {}}, // there is none any more
     {7s, Source::location, "fix", {{"lat", 1.0}, {"lon", 2.0}}},
