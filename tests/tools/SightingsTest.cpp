@@ -17,7 +17,7 @@ struct Report {
     JSONDictionary details;
 };
 
-const std::vector<Report> reports{
+const std::vector<Report> whatIsReported{
     {0s, Source::bluetooth, "state", {{"state", "powered-on"}}},
     {0s, Source::bluetooth, "peripheral", {{"address", "A"}, {"name", "lamp"}, {"rssi", -80}}},
     {1s, Source::bluetooth, "peripheral", {{"address", "B"}, {"rssi", -40}}},
@@ -36,7 +36,7 @@ const std::vector<Report> reports{
 
 Sightings after(std::chrono::seconds time) {
     Sightings sightings;
-    for (const Report& each : reports) {
+    for (const Report& each : whatIsReported) {
         if (each.at <= time) {
             sightings.update(each.source, each.report, each.details, {.time = each.at, .date = {}});
         }
