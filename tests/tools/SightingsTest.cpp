@@ -1,4 +1,5 @@
 #include "tools/ambrel/Live/Sightings.hpp"
+#include "tools/ambrel/Live/Pages.hpp"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -102,6 +103,17 @@ TEST(SightingsTest, WhatIsNotSeenAgainFadesAndGoes) {
     EXPECT_EQ(states(40s), "-------");
     EXPECT_EQ(states(64s), "----");
     EXPECT_EQ(states(69s), "");
+}
+
+TEST(SightingsTest, AWeakSignalIsWholeAndAJoinedPictureIsOneThatNcursesCounts) {
+    Sightings sightings;
+    sightings.update(
+        Source::bluetooth, "peripheral",
+        {{"name", "\u2764\ufe0f\U0001f44d\U0001f3fd\U0001f468\u200d\U0001f469"}, {"rssi", -100}},
+        {});
+    const auto rows = sightings.rows(SightingOrder::kind, "");
+    EXPECT_EQ(sightingLines(rows, 0, 1, 40, 0s).at(1).pieces.at(0).text,
+              "* \u2764\U0001f44d\U0001f468\U0001f469" + std::string(17, ' ') + "____ -100 now ");
 }
 
 } // namespace

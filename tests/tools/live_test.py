@@ -183,6 +183,8 @@ class Live(unittest.TestCase):
                 self.assertEqual((result.returncode, result.stdout, result.stderr), (status, "", problem))
         self.terminal.type(f"clear; TERM=nonsense '{AMBREL}' live; echo \"status $?\"\n")
         self.terminal.wait_for('ambrel: nothing is known of the terminal "nonsense" that TERM names\nstatus 1\n')
+        self.terminal.type(f"clear; TERM=dumb '{AMBREL}' live; echo \"status $?\"\n")
+        self.terminal.wait_for("ambrel: the terminal that TERM names can't be drawn on\nstatus 1\n")
 
 
 if __name__ == "__main__":

@@ -146,26 +146,27 @@ sigset_t terminalSignals() {
 }
 
 ExitStatus show(const LiveOptions& options, ScreenFlag& flag) {
-    InterruptSignals interruptions;
-    SignalDescriptor terminal(terminalSignals());
-    std::unique_ptr<Feed> feed;
+    std::unique_ptr<Feed> feed; // first: to open a script can wait for its writer
     if (options.script.empty()) {
         feed = std::make_unique<MachineFeed>(options.collection);
     } else {
         feed = std::make_unique<ReplayFeed>(options.script, options.speed);
     }
+    InterruptSignals interruptions;
+    SignalDescriptor terminal(terminalSignals());
     Live(*feed, flag, Style(STDOUT_FILENO, options.collection.output.color).hasColors())
         .run(interruptions, terminal);
     return done;
 }
 
 std::string checkSpeed(const std::string& text) {
+    constexpr double least = 0.001;
     constexpr double greatest = 1000;
     std::string_view rest = text;
     const auto speed = takeNumber(rest, plainNumber);
-    return speed && rest.empty() && *speed > 0 && *speed <= greatest
+    return speed && rest.empty() && *speed >= least && *speed <= greatest
                ? ""
-               : "\"" + text + "\" is not a number up to 1000, such as 4 or 0.5";
+               : "\"" + text + "\" is not a number from 0.001 to 1000, such as 4 or 0.5";
 }
 
 void checkPermissions(const CollectionOptions& options) {
@@ -197,7 +198,7 @@ void addLiveCommand(CLI::App& app, ExitStatus& status) {
         ->needs(replay);
     command->footer(
         "Keys: up and down choose a row, enter shows all that is known of it, s sorts, / "
-        "filters, space pauses, ? helps, q quits.");
+        "filters, space pauses, ? helps, q quits. * marks what is new, - what was not seen again.");
     command->callback([options, &status] {
         checkPermissions(options->collection);
         status = guarded([&](ScreenFlag& flag) { return show(*options, flag); });

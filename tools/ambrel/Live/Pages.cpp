@@ -48,8 +48,20 @@ std::string bar(int strength) {
     return text;
 }
 
+/// Without what joins characters to one picture: terminals take that for one or for several, and
+/// ncurses, which counts them one by one, would draw beside it.
+std::string unjoined(std::string text) {
+    for (const std::string_view joiner : {"\u200d", "\ufe0f", "\U0001f3fb", "\U0001f3fc",
+                                          "\U0001f3fd", "\U0001f3fe", "\U0001f3ff"}) {
+        for (auto at = text.find(joiner); at != text.npos; at = text.find(joiner, at)) {
+            text.erase(at, joiner.size());
+        }
+    }
+    return text;
+}
+
 std::string nameOf(const Sighting& sighting) {
-    return sighting.name.empty() ? "(no name)" : printable(sighting.name);
+    return sighting.name.empty() ? "(no name)" : unjoined(printable(sighting.name));
 }
 
 Meaning meaningOf(const Sighting& row, nanoseconds now) {
@@ -81,8 +93,8 @@ std::array<SightingColumn, 6> columnsFor(std::span<const Sighting* const> rows, 
     std::array<SightingColumn, 6> columns{{
         {"NAME", 0, nameOf},
         {"KIND", 10, [](const Sighting& row) { return std::string(name(row.kind)); }},
-        {"DETAIL", leastNote, [](const Sighting& row) { return printable(row.note); }},
-        {"SIGNAL", 8,
+        {"DETAIL", leastNote, [](const Sighting& row) { return unjoined(printable(row.note)); }},
+        {"SIGNAL", 9,
          [](const Sighting& row) {
              return row.strength ? bar(*row.strength) + " " + std::to_string(*row.strength) : "";
          }},
@@ -123,7 +135,7 @@ void addDetail(std::vector<Line>& lines, const std::string& name, const JSONValu
                std::size_t indentation, std::size_t columns) {
     const std::string margin(indentation, ' ');
     if (value.is_object()) {
-        lines.push_back({{{margin + printable(name), Meaning::heading}}});
+        lines.push_back({{{margin + unjoined(printable(name)), Meaning::heading}}});
         for (const auto& [key, each] : value.items()) {
             addDetail(lines, key, each, indentation + 2, columns);
         }
@@ -131,10 +143,10 @@ void addDetail(std::vector<Line>& lines, const std::string& name, const JSONValu
     }
     std::vector<std::string> words;
     for (const JSONValue& each : value.is_array() ? value : JSONValue::array({value})) {
-        words.push_back(shown(each));
+        words.push_back(unjoined(shown(each)));
     }
     constexpr std::size_t leastRoom = 8;
-    const std::string heading = margin + printable(name) + "  ";
+    const std::string heading = margin + unjoined(printable(name)) + "  ";
     const bool below = displayWidth(heading) + leastRoom > columns;
     const std::size_t start = below ? indentation + 2 : displayWidth(heading);
     const std::size_t room = std::max(columns, start + leastRoom) - start;

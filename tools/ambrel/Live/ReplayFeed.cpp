@@ -1,6 +1,7 @@
 #include "tools/ambrel/Live/ReplayFeed.hpp"
 
 #include "tools/ambrel/Collecting/ObservedPlatform.hpp"
+#include "tools/ambrel/Process/HeldSignals.hpp"
 #include "tools/ambrel/ReadingScript.hpp"
 
 #include "AmbrelKit/Linux/PlatformServices.hpp"
@@ -66,7 +67,8 @@ void ReplayFeed::advance() {
 }
 
 void ReplayFeed::runUntil(nanoseconds time) {
-    constexpr int most = 10'000; // steps before keys are looked at
+    constexpr int most = 10'000;                          // steps before keys are looked at
+    const auto interruptible = HeldSignals::letThrough(); // a pipe may have nothing to read
     for (int count = 0; next_ && next_->at <= time; ++count) {
         if (count == most) {
             return;

@@ -39,6 +39,10 @@ void checkTerminal() {
                                        : "nothing is known of the terminal \"" + std::string(name) +
                                              "\" that TERM names");
     }
+    const char* move = tigetstr("cup");
+    if (move == nullptr || move == reinterpret_cast<const char*>(-1)) {
+        throw CommandError(failed, "the terminal that TERM names can't be drawn on");
+    }
 }
 
 ScreenFlag& sharedFlag() {

@@ -88,6 +88,7 @@ void View::move(Key::Name key) {
     const auto rows = this->rows();
     std::size_t& place = isList ? index_ : scroll_;
     const std::size_t last = !isList ? unlimited : rows.empty() ? 0 : rows.size() - 1;
+    const std::size_t visible = height_ - std::min<std::size_t>(height_, isList ? 1 : 0);
     const auto up = [&](std::size_t count) { place -= std::min(place, count); };
     const auto down = [&](std::size_t count) { place += std::min(last - place, count); };
     switch (key) {
@@ -95,13 +96,13 @@ void View::move(Key::Name key) {
         up(1);
         break;
     case Key::Name::down:
-        down(1);
+        down(isList && !selected_ ? 0 : 1); // the first time, it chooses the first
         break;
     case Key::Name::pageUp:
-        up(height_);
+        up(visible);
         break;
     case Key::Name::pageDown:
-        down(height_);
+        down(visible);
         break;
     case Key::Name::home:
         up(unlimited);
@@ -159,7 +160,7 @@ std::vector<Line> View::list(std::size_t count, std::size_t columns) {
     auto lines = sightingLines(rows, top_, height, columns, feed_.now().time);
     if (rows.empty()) {
         lines.push_back(
-            {{{filter_.empty() ? "  nothing was seen yet" : "  nothing of what was seen",
+            {{{filter_.empty() ? "  nothing is seen" : "  nothing that is seen has this text",
                Meaning::faint}}});
     } else if (selected_) {
         lines[index_ - top_ + 1].isSelected = true;
