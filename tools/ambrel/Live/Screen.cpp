@@ -99,7 +99,12 @@ Screen::Screen(ScreenFlag& flag, bool hasColors) : flag_(flag) {
         flag_ = false;
         throw std::runtime_error("the terminal can't be drawn on");
     }
-    std::signal(SIGTSTP, SIG_DFL); // ncurses would draw in its handler; the guard restores
+    for (const int signal :
+         {SIGINT, SIGTERM, SIGTSTP}) { // ncurses' handlers draw; the guard restores
+        if (std::signal(signal, SIG_DFL) == SIG_IGN) {
+            std::signal(signal, SIG_IGN);
+        }
+    }
     hasColors_ = hasColors && start_color() == OK && use_default_colors() == OK;
     if (hasColors_) {
         init_pair(good, COLOR_GREEN, -1);
