@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 #include <cstdint>
 #include <cstring>
+#include <malloc.h>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -87,6 +88,58 @@ void BM_DiscoveryEventAfterCollections(benchmark::State& bench) {
     sendDiscoveries(bench, 1000, bench.range(0));
 }
 BENCHMARK(BM_DiscoveryEventAfterCollections)->Arg(0)->Arg(100'000);
+
+/// What is kept of a collection: beside the bytes of what is new in each, and of what repeats.
+void BM_KeptCollection(benchmark::State& bench) {
+    constexpr int collections = 1000;
+    const bool repeats = bench.range(0) == 1;
+    const auto heard = bench.range(1);
+    std::vector<NearbyDevice> services;
+    for (int i = 0; i < 10; ++i) {
+        services.push_back({.name = "Service number " + std::to_string(i),
+                            .protocolType = "_ipp._tcp.",
+                            .addressIPv4 = "192.168.1.23",
+                            .txtRecord = std::map<Text, Text>{{"txtvers", "1"}, {"ty", "Laser"}},
+                            .timestamp = start});
+    }
+    for (auto _ : bench) {
+        const auto store = storeWith({});
+        auto now = start;
+        Environment::shared().currentDate = [&now] { return now; };
+        const auto before = mallinfo2().uordblks;
+        auto list = peripherals(50);
+        for (int i = 0; i < collections; ++i) {
+            now += std::chrono::seconds(60);
+            store->sendEvent(DataEvents::scan{ScanningMode::once});
+            for (auto& peripheral : list) {
+                if (!repeats) {
+                    peripheral.identifier = UUID::random();
+                }
+                peripheral.timestamp = now;
+                for (std::int64_t time = 0; time < heard; ++time) {
+                    store->sendEvent(DataEvents::didDiscoverBluetoothPeripheral{
+                        {peripheral.identifier, Text(std::string(peripheral.name->string())),
+                         now}});
+                }
+            }
+            for (auto& service : services) {
+                store->sendEvent(DataEvents::didDiscoverNearbyDevice{
+                    {.name = std::string(service.name.string()),
+                     .protocolType = "_ipp._tcp.",
+                     .addressIPv4 = "192.168.1.23",
+                     .txtRecord = std::map<Text, Text>{{"txtvers", "1"}, {"ty", "Laser"}},
+                     .timestamp = now}});
+            }
+        }
+        bench.counters["bytes"] = static_cast<double>(mallinfo2().uordblks - before) / collections;
+    }
+}
+BENCHMARK(BM_KeptCollection)
+    ->ArgNames({"repeats", "heard"})
+    ->Args({0, 1})
+    ->Args({1, 1})
+    ->Args({1, 10})
+    ->Iterations(1);
 
 } // namespace
 
