@@ -12,6 +12,10 @@ namespace AmbrelKit {
 
 inline void describe(Description& into, const Text& text) { into.value(text.string()); }
 
+template <class Value> void describe(Description& into, const Shared<Value>& shared) {
+    into.value(*shared);
+}
+
 template <class Element, auto keyPath, class Order>
 void describe(Description& into, const GroupedList<Element, keyPath, Order>& list) {
     into.value(list.elements());

@@ -16,7 +16,7 @@ namespace AmbrelKit::Linux {
 namespace {
 
 std::optional<std::string> stringOf(const std::optional<Text>& text) {
-    return text ? std::optional(text->string()) : std::nullopt;
+    return text ? std::optional(std::string(text->string())) : std::nullopt;
 }
 
 std::optional<Text> textOf(const std::optional<std::string>& string) {
@@ -75,7 +75,7 @@ ProcessServices ProcessServices::current() {
             .availableNetworks = [query = NetworkEnvironment::shared().availableNetworks] {
                 std::vector<JoinedNetwork> networks;
                 for (const WifiNetworkHost& host : query()) {
-                    networks.push_back({.interface = host.interface.string(),
+                    networks.push_back({.interface = std::string(host.interface.string()),
                                         .ssid = stringOf(host.ssid),
                                         .bssid = stringOf(host.bssid)});
                 }

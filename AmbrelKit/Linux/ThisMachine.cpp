@@ -43,7 +43,8 @@ std::optional<std::string> addressIPv4(Interfaces& interfaces) {
 std::vector<WifiNetworkHost> availableNetworks(const std::vector<std::string>& stations) {
     auto networks = NetworkEnvironment::_availableNetworks();
     tell(Source::wifi,
-         networks.empty() ? withoutNetwork(stations) : listening(networks[0].interface.string()),
+         networks.empty() ? withoutNetwork(stations)
+                          : listening(std::string(networks[0].interface.string())),
          !networks.empty());
     return networks;
 }

@@ -42,6 +42,43 @@ TEST_F(Lists, AddingAgreesWithThePlainRuleAndLeavesTheOldListAsItWas) {
     }
 }
 
+TEST_F(Lists, PeripheralsAreMergedAsThePlainRuleSays) {
+    std::mt19937 random(5);
+    BluetoothScan list;
+    std::vector<BluetoothPeripheral> plain;
+    for (int i = 0; i < 600; ++i) {
+        const BluetoothPeripheral seen{uuid(static_cast<std::uint8_t>(random() % 150)),
+                                       std::to_string(i), at(i)};
+        list = list.appending(seen);
+        plain = plainMerge(
+            plain, seen, [](const auto& each) { return each.identifier; }, std::less<>());
+        ASSERT_EQ(list.elements(), plain) << i;
+    }
+}
+
+TEST_F(Lists, ARecordThatIsClosedSharesWhatItCanAndStaysAsItWas) {
+    const auto record = [](double time, const char* name) {
+        return AmbrelData::new_(UUID::random(), at(time))
+            .copyWithAddressIPv4(Text("192.0.2.1"))
+            .copyWithNetworkInfo(WifiNetwork{{{"wlan0", Text("Birch House"), {}}}})
+            .copyWithBluetoothScan(BluetoothScan({{uuid(1), Text(name), at(time)}}))
+            .copyWithNearbyDevices(NearbyDevices(
+                {{name, "_a._tcp.", {}, std::map<Text, Text>{{"k", name}}, at(time)}}));
+    };
+    const std::vector<AmbrelData> records{record(1, "Caf\u00E9"), record(2, "Caf\u00E9"),
+                                          record(3, "Cafe\u0301"), record(4, "")};
+    CollectedData list;
+    for (const AmbrelData& each : records) {
+        list = list.appending(each);
+    }
+    ASSERT_EQ(list.records(), records);
+    const auto scanned = [kept = list.records()](std::size_t i) {
+        return kept[i].bluetoothScan().elements()[0].name->string();
+    };
+    EXPECT_EQ(scanned(0).data(), scanned(1).data()) << "is in memory twice";
+    EXPECT_EQ(scanned(2), "Cafe\u0301") << "was taken for another spelling";
+}
+
 TEST_F(Lists, OneKeyMayComeFromTwoTypesAndFromTwoSpellings) {
     const auto list = NearbyDevices({{"c", "_ab", {}, {}, at(1)}, {"bc", "_a", {}, {}, at(2)}});
     ASSERT_EQ(list.elements().size(), 1U);

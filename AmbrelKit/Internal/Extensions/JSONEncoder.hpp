@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_INTERNAL_EXTENSIONS_JSONENCODER_HPP
 #define AMBRELKIT_INTERNAL_EXTENSIONS_JSONENCODER_HPP
 
+#include "AmbrelKit/Internal/Extensions/Shared.hpp"
 #include "AmbrelKit/Internal/Extensions/Text.hpp"
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 #include "AmbrelKit/Platform/UUID.hpp"
@@ -47,7 +48,7 @@ public:
         return std::chrono::duration<double>(time.time_since_epoch()).count();
     };
 
-    [[nodiscard]] JSONValue encode(const Text& text) const { return text.string(); }
+    [[nodiscard]] JSONValue encode(const Text& text) const { return std::string(text.string()); }
     [[nodiscard]] JSONValue encode(const UUID& uuid) const { return uuid.text(); }
     [[nodiscard]] JSONValue encode(std::same_as<bool> auto truth) const { return truth; }
     [[nodiscard]] JSONValue encode(double number) const;
@@ -55,12 +56,25 @@ public:
 
     [[nodiscard]] JSONValue encode(const std::map<Text, Text>& texts) const;
 
+    template <class Value> [[nodiscard]] JSONValue encode(const Shared<Value>& value) const {
+        return encode(*value);
+    }
+
     template <class Element>
     [[nodiscard]] JSONValue encode(const std::vector<Element>& list) const {
         JSONValue array = JSONValue::array();
         for (const Element& element : list) {
             array.push_back(encode(element));
         }
+        return array;
+    }
+
+    template <class List>
+    requires requires(const List& list) { list.countAtMost(); }
+    [[nodiscard]] JSONValue encode(const List& list) const {
+        JSONValue array = JSONValue::array();
+        array.get_ref<JSONValue::array_t&>().reserve(list.countAtMost());
+        list.forEach([&](const auto& element) { array.push_back(encode(element)); });
         return array;
     }
 

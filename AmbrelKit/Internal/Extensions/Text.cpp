@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <new>
 #include <utf8proc.h>
@@ -17,7 +18,7 @@ bool isASCII(std::string_view text) {
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-std::string composed(const std::string& text) {
+std::string composed(std::string_view text) {
     struct Free {
         void operator()(utf8proc_uint8_t* memory) const { std::free(memory); }
     };
@@ -35,17 +36,32 @@ std::string composed(const std::string& text) {
 
 } // namespace
 
-Text::Text(std::string bytes) : spelled_(std::move(bytes)) {
-    if (isASCII(spelled_)) {
+Text::Text(std::string_view bytes) {
+    std::string repaired;
+    std::string canonical;
+    if (!isASCII(bytes)) {
+        if (!isValidUTF8(bytes)) {
+            repaired = repairedUTF8(bytes);
+            bytes = repaired;
+        }
+        canonical = composed(bytes);
+        if (canonical == bytes) {
+            canonical.clear();
+        }
+    }
+    if (bytes.size() > std::numeric_limits<std::uint32_t>::max() ||
+        canonical.size() > std::numeric_limits<std::uint32_t>::max()) {
+        throw std::bad_alloc();
+    }
+    if (bytes.empty()) {
         return;
     }
-    if (!isValidUTF8(spelled_)) {
-        spelled_ = repairedUTF8(spelled_);
-    }
-    canonical_ = composed(spelled_);
-    if (canonical_ == spelled_) {
-        canonical_.clear();
-    }
+    const auto memory = std::make_shared_for_overwrite<char[]>(bytes.size() + canonical.size());
+    std::copy(canonical.begin(), canonical.end(),
+              std::copy(bytes.begin(), bytes.end(), memory.get()));
+    bytes_ = memory;
+    spelledSize_ = static_cast<std::uint32_t>(bytes.size());
+    canonicalSize_ = static_cast<std::uint32_t>(canonical.size());
 }
 
 } // namespace AmbrelKit

@@ -4,7 +4,9 @@
 #include "AmbrelKit/Platform/Export.hpp"
 
 #include <compare>
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -12,35 +14,39 @@ namespace AmbrelKit {
 
 /// A text of a record: always valid UTF-8, kept as it was spelled, compared by canonical
 /// equivalence. Two spellings of one text are equal, hash alike and sort as one; the order is that
-/// of the code points after normalisation (NFC).
+/// of the code points after normalisation (NFC). Copies share the bytes.
 class Text {
 public:
     Text() = default;
 
     // From what the kit is given texts in; ill-formed UTF-8 is replaced by U+FFFD.
     // NOLINTBEGIN(google-explicit-constructor): a record is written down with plain texts
-    AMBRELKIT_SEAM Text(std::string bytes);
-    Text(std::string_view bytes) : Text(std::string(bytes)) {}
-    Text(const char* bytes) : Text(std::string(bytes)) {}
+    AMBRELKIT_SEAM Text(std::string_view bytes);
+    Text(const std::string& bytes) : Text(std::string_view(bytes)) {}
+    Text(const char* bytes) : Text(std::string_view(bytes)) {}
     // NOLINTEND(google-explicit-constructor)
 
     /// The text as it was spelled.
-    [[nodiscard]] const std::string& string() const { return spelled_; }
+    [[nodiscard]] std::string_view string() const { return {bytes_.get(), spelledSize_}; }
 
     /// The text normalised to NFC: what it is compared by.
     [[nodiscard]] std::string_view canonical() const {
-        return canonical_.empty() ? spelled_ : canonical_;
+        return canonicalSize_ == 0 ? string()
+                                   : std::string_view(bytes_.get() + spelledSize_, canonicalSize_);
     }
 
-    friend bool operator==(const Text& a, const Text& b) { return a.canonical() == b.canonical(); }
+    friend bool operator==(const Text& a, const Text& b) {
+        return a.bytes_ == b.bytes_ || a.canonical() == b.canonical();
+    }
 
     friend std::weak_ordering operator<=>(const Text& a, const Text& b) {
         return a.canonical() <=> b.canonical();
     }
 
 private:
-    std::string spelled_;
-    std::string canonical_; ///< empty where it is what is spelled, as nearly always
+    std::shared_ptr<const char[]> bytes_; ///< as spelled, then NFC; null for the empty text
+    std::uint32_t spelledSize_ = 0;
+    std::uint32_t canonicalSize_ = 0; ///< 0 where it is what is spelled, as nearly always
 };
 
 } // namespace AmbrelKit

@@ -42,15 +42,25 @@ AmbrelData AmbrelData::copyWithNearbyDevices(NearbyDevices nearbyDevices) const 
     return copy(&Fields::nearbyDevices, std::move(nearbyDevices));
 }
 
+AmbrelData AmbrelData::compacted(KnownTexts& known) const {
+    const auto share = [&](const auto& element) { return known.sharing(element); };
+    Fields fields = *fields_;
+    fields.addressIPv4 = known.sharing(addressIPv4());
+    fields.networkInfo = known.sharing(networkInfo());
+    fields.bluetoothScan = bluetoothScan().mapped(share);
+    fields.nearbyDevices = nearbyDevices().mapped(share);
+    return AmbrelData(std::make_shared<const Fields>(std::move(fields)));
+}
+
 JSONValue AmbrelData::encode(const JSONEncoder& encoder) const {
     JSONContainer container(encoder);
     container.write("timestamp", createdAt());
     container.write("ip", addressIPv4());
     container.write("wifiNetwork", networkInfo());
-    container.write("bleScan", bluetoothScan().elements());
+    container.write("bleScan", bluetoothScan());
     container.write("locationCollection", location());
     container.write("ambrel_analytics", ambrelAnalytics());
-    container.write("nearbyDevices", nearbyDevices().elements());
+    container.write("nearbyDevices", nearbyDevices());
     return std::move(container).finish();
 }
 

@@ -4,6 +4,7 @@
 #include "AmbrelKit/Internal/Extensions/GroupedList.hpp"
 #include "AmbrelKit/Internal/Models/AmbrelAnalytics.hpp"
 #include "AmbrelKit/Internal/Models/Bluetooth.hpp"
+#include "AmbrelKit/Internal/Models/KnownTexts.hpp"
 #include "AmbrelKit/Internal/Models/Location.hpp"
 #include "AmbrelKit/Internal/Models/NearbyDevice.hpp"
 #include "AmbrelKit/Internal/Models/Network.hpp"
@@ -15,7 +16,7 @@
 namespace AmbrelKit {
 
 using BluetoothScan = GroupedList<BluetoothPeripheral, &BluetoothPeripheral::identifier>;
-using NearbyDevices = GroupedList<NearbyDevice, &NearbyDevice::protocolTypeWithName>;
+using NearbyDevices = GroupedList<NearbyDevice, &NearbyDevice::protocolTypeWithName, std::less<>>;
 
 /// One collected-data record: what one scan saw. An immutable value; copies share what they hold.
 class AmbrelData {
@@ -51,6 +52,10 @@ public:
     [[nodiscard]] AmbrelData copyWithBluetoothScan(BluetoothScan bluetoothScan) const;
     [[nodiscard]] AmbrelData copyWithLocation(const Location& location) const;
     [[nodiscard]] AmbrelData copyWithNearbyDevices(NearbyDevices nearbyDevices) const;
+
+    /// The same record in as little memory as it takes; what `known` knows is shared. No field and
+    /// no snapshot is new.
+    [[nodiscard]] AmbrelData compacted(KnownTexts& known) const;
 
     friend bool operator==(const AmbrelData& a, const AmbrelData& b) {
         return *a.fields_ == *b.fields_; // also for copies: no NaN is equal to itself

@@ -11,6 +11,15 @@ namespace {
 /// addition.
 constexpr std::size_t fewestCut = 64;
 
+/// A record that takes nothing in any more shares what it can with the one before it.
+AmbrelData closed(const AmbrelData& record, const AmbrelData* before) {
+    KnownTexts known;
+    if (before != nullptr) {
+        static_cast<void>(before->compacted(known)); // which tells what it has
+    }
+    return record.compacted(known);
+}
+
 } // namespace
 
 CollectedData CollectedData::appending(const std::optional<AmbrelData>& data) const {
@@ -23,7 +32,7 @@ CollectedData CollectedData::appending(const std::optional<AmbrelData>& data) co
         list.newest_ = data;
         return list;
     }
-    list.earlier_ = earlier_.appending(*newest_);
+    list.earlier_ = earlier_.appending(closed(*newest_, earlier_.recent()));
     list.newest_ = data;
     const bool outOfOrder = data->createdAt() < newest_->createdAt();
     const bool overgrown = limit_ && list.earlier_.countAtMost() / 2 > std::max(*limit_, fewestCut);

@@ -2,6 +2,7 @@
 #define AMBRELKIT_INTERNAL_MODELS_NEARBYDEVICE_HPP
 
 #include "AmbrelKit/Internal/Extensions/JSONEncoder.hpp"
+#include "AmbrelKit/Internal/Extensions/Shared.hpp"
 
 #include <compare>
 #include <map>
@@ -14,12 +15,12 @@ struct NearbyDevice {
     Text name;         ///< the instance name
     Text protocolType; ///< the service type, for example `_ipp._tcp.`
     std::optional<Text> addressIPv4;
-    std::optional<std::map<Text, Text>> txtRecord;
+    std::optional<Shared<std::map<Text, Text>>> txtRecord;
     std::chrono::system_clock::time_point timestamp; ///< when it was found
 
     /// What tells one service from another: type and name, joined without a separator.
     [[nodiscard]] Text protocolTypeWithName() const {
-        return {protocolType.string() + name.string()};
+        return {std::string(protocolType.string()).append(name.string())};
     }
 
     friend bool operator==(const NearbyDevice&, const NearbyDevice&) = default;

@@ -10,8 +10,12 @@ State State::copyWithCollectedData(CollectedData data) const {
             .finishedCollectedData = std::nullopt};
 }
 
-State State::copyWithIsTimeoutReached(bool reached) const {
-    return {.collectedData = collectedData,
+State State::copyWithIsTimeoutReached(bool reached) const& {
+    return State(*this).copyWithIsTimeoutReached(reached);
+}
+
+State State::copyWithIsTimeoutReached(bool reached) && {
+    return {.collectedData = std::move(collectedData),
             .isTimeoutReached = reached,
             .finishedCollectedData = std::nullopt};
 }

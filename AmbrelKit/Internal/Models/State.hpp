@@ -25,7 +25,8 @@ struct State {
 
     // Neither copy carries the finished record over.
     [[nodiscard]] State copyWithCollectedData(CollectedData data) const;
-    [[nodiscard]] State copyWithIsTimeoutReached(bool reached) const;
+    [[nodiscard]] State copyWithIsTimeoutReached(bool reached) const&;
+    [[nodiscard]] State copyWithIsTimeoutReached(bool reached) &&;
 
     friend bool operator==(const State&, const State&) = default;
 };
