@@ -23,7 +23,7 @@ struct ReplayArguments {
 
 /// Each line at once: a reader behind a pipe follows a long run, and gets the trace byte for byte.
 /// On a terminal no text of the script commands it.
-void print(std::string_view line) {
+void printLine(std::string_view line) {
     static const bool forPeople = isatty(STDOUT_FILENO) == 1;
     if (forPeople) {
         std::cout << AmbrelKit::printableJSON(line);
@@ -34,7 +34,7 @@ void print(std::string_view line) {
 }
 
 void run(std::istream& script, const std::string& name, TraceOptions options) {
-    readingScript(name, [&] { replay(script, options, print); });
+    readingScript(name, [&] { replay(script, options, printLine); });
     if (!std::cout) {
         throw CommandError(failed, "can't write the trace");
     }

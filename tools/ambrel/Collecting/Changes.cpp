@@ -112,10 +112,10 @@ void keepDifferences(JSONDictionary& before, JSONDictionary& now) {
     }
 }
 
-using Things = std::map<std::vector<Text>, JSONDictionary>;
+using ThingsByIdentity = std::map<std::vector<Text>, JSONDictionary>;
 
-Things thingsOf(const Kind& kind, const JSONDictionary& collection) {
-    Things things;
+ThingsByIdentity thingsOf(const Kind& kind, const JSONDictionary& collection) {
+    ThingsByIdentity things;
     for (const JSONValue& thing : kind.things(collection)) {
         std::vector<Text> identity;
         for (const char* key : kind.identity) {
@@ -145,7 +145,7 @@ Change change(const Heading& heading, const char* what, const JSONDictionary& th
     return line;
 }
 
-void tell(const Heading& heading, const Things& before, const Things& now,
+void tell(const Heading& heading, const ThingsByIdentity& before, const ThingsByIdentity& now,
           std::vector<Change>& changes) {
     const auto& rest = heading.kind.rest;
     for (const auto& [identity, thing] : before) {

@@ -47,7 +47,7 @@ void move(Position& mean, const Position& position, double part) {
 
 } // namespace
 
-Thing* Places::see(const Position& position, const Moment& moment) {
+Thing* Places::see(const Position& position, const CollectionMoment& moment) {
     constexpr double pole = 90;
     constexpr double turned = 180;
     if (!(std::abs(position.latitude) <= pole && std::abs(position.longitude) <= turned)) {

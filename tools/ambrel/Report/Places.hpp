@@ -22,7 +22,7 @@ struct Position {
 class Places {
 public:
     /// The place of a fix, until the next call. Null for what is no position.
-    Thing* see(const Position& position, const Moment& moment);
+    Thing* see(const Position& position, const CollectionMoment& moment);
 
     /// The table, as `Things::model` gives it, with the distances from the place seen most often.
     [[nodiscard]] AmbrelKit::JSONDictionary model(std::int64_t origin, std::int64_t newSince);

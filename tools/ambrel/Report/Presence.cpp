@@ -16,7 +16,7 @@ constexpr std::size_t mostRunsKept = 2'000;
 
 } // namespace
 
-void Presence::see(const Moment& moment) {
+void Presence::see(const CollectionMoment& moment) {
     if (count_ == 0) {
         firstHour_ = moment.hourOfWeek;
     } else if (!week_) {

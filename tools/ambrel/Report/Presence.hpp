@@ -14,7 +14,7 @@
 namespace Ambrel {
 
 /// When a collection was taken.
-struct Moment {
+struct CollectionMoment {
     std::int64_t time;      ///< in seconds since 1970
     std::size_t ordinal;    ///< of the collection
     std::size_t hourOfWeek; ///< in local time
@@ -28,10 +28,10 @@ using Week = std::array<std::size_t, hoursOfWeek>;
 class Presence {
 public:
     /// A collection has seen it; the collections come in the order of their times.
-    void see(const Moment& moment);
+    void see(const CollectionMoment& moment);
 
     /// Whether the collection has seen it already.
-    [[nodiscard]] bool wasSeenIn(const Moment& moment) const {
+    [[nodiscard]] bool wasSeenIn(const CollectionMoment& moment) const {
         return count_ > 0 && latest_.ordinal == moment.ordinal;
     }
 
@@ -60,7 +60,7 @@ private:
     void closeGaps(std::int64_t greatest);
 
     std::size_t count_ = 0;
-    Moment latest_{};
+    CollectionMoment latest_{};
     std::vector<Run> runs_;
     std::int64_t gap_ = 0;       ///< the greatest absence that the runs leave out
     std::size_t firstHour_ = 0;  ///< of the week; most things are seen but once

@@ -28,7 +28,7 @@ public:
 private:
     /// What the sightings of one collection share.
     struct Here {
-        Moment moment;
+        CollectionMoment moment;
         const AmbrelKit::JSONDictionary& collection;
         std::optional<std::string> address;
         std::vector<std::string> networks;

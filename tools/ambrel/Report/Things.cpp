@@ -63,7 +63,7 @@ JSONValue describe(const std::vector<Thing*>& things, const std::string& labelsN
     return list;
 }
 
-Thing* Things::see(const std::string& key, const Moment& moment) {
+Thing* Things::see(const std::string& key, const CollectionMoment& moment) {
     if (things_.size() >= 2 * mostThings) {
         forget();
     }

@@ -43,7 +43,7 @@ public:
 
     /// The thing of that key, which the collection saw, until the next call. Null when the
     /// collection has seen it already.
-    Thing* see(const std::string& key, const Moment& moment);
+    Thing* see(const std::string& key, const CollectionMoment& moment);
 
     /// The table. What was first seen at `newSince` or later, a week ago at most, is new.
     [[nodiscard]] AmbrelKit::JSONDictionary model(std::int64_t origin, std::int64_t newSince);

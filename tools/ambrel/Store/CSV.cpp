@@ -42,7 +42,7 @@ std::string quoted(const std::string& text) {
     return result + '"';
 }
 
-std::string cell(const JSONValue& value) {
+std::string field(const JSONValue& value) {
     if (value.is_null()) {
         return "";
     }
@@ -68,10 +68,10 @@ struct Seen {
 };
 
 std::string line(const JSONValue& timestamp, const Seen& seen) {
-    std::string text = cell(timestamp) + "," + seen.kind;
+    std::string text = field(timestamp) + "," + seen.kind;
     for (const JSONValue* each : {&seen.time, &seen.identifier, &seen.name, &seen.type,
                                   &seen.address, &seen.latitude, &seen.longitude, &seen.txt}) {
-        text += "," + cell(*each);
+        text += "," + field(*each);
     }
     return text + "\r\n";
 }

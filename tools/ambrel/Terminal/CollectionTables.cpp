@@ -66,7 +66,7 @@ const JSONValue& startOf(const JSONDictionary& dictionary) {
 }
 
 /// A collection, and how it is printed.
-struct View {
+struct Subject {
     const JSONDictionary& dictionary;
     const OutputOptions& options;
     const Page& page;
@@ -74,22 +74,23 @@ struct View {
 };
 
 /// What is said where a source has nothing.
-std::string nothingOf(const View& view, const std::string& source, const std::string& text) {
-    const bool isDeaf = std::find(view.deaf.begin(), view.deaf.end(), source) != view.deaf.end();
+std::string nothingOf(const Subject& subject, const std::string& source, const std::string& text) {
+    const bool isDeaf =
+        std::find(subject.deaf.begin(), subject.deaf.end(), source) != subject.deaf.end();
     return isDeaf ? "unknown, since nothing could listen" : text;
 }
 
 /// The same where the host may have refused the permission, or said that it is switched off.
-std::string nothingOf(const View& view, const std::string& source, const std::string& permission,
-                      const std::string& text) {
-    const JSONValue& host = member(view.dictionary, "ambrel_analytics");
+std::string nothingOf(const Subject& subject, const std::string& source,
+                      const std::string& permission, const std::string& text) {
+    const JSONValue& host = member(subject.dictionary, "ambrel_analytics");
     if (member(host, (permission + "_permission").c_str()) == false) {
         return "not collected, since not permitted";
     }
     if (member(host, (permission + "_setting").c_str()) == false) {
         return text + ", since it was switched off";
     }
-    return nothingOf(view, source, text);
+    return nothingOf(subject, source, text);
 }
 
 struct Part {
@@ -137,8 +138,9 @@ const std::array<Part, 2>& parts() {
 
 /// A row for each dictionary of a list, those with a name first. What is of another type is shown
 /// as it is.
-std::string rowsOf(const View& view, const Part& part, const std::vector<const JSONValue*>& list) {
-    const JSONValue& start = startOf(view.dictionary);
+std::string rowsOf(const Subject& subject, const Part& part,
+                   const std::vector<const JSONValue*>& list) {
+    const JSONValue& start = startOf(subject.dictionary);
     std::vector<Row> rows;
     rows.reserve(list.size());
     for (const JSONValue* each : list) {
@@ -147,8 +149,8 @@ std::string rowsOf(const View& view, const Part& part, const std::vector<const J
     std::stable_partition(rows.begin(), rows.end(),
                           [](const Row& row) { return row.front().meaning != Meaning::faint; });
     constexpr std::size_t indentation = 2;
-    Table table(part.columns, view.page, indentation);
-    table.choose(view.options.columns);
+    Table table(part.columns, subject.page, indentation);
+    table.choose(subject.options.columns);
     for (Row& row : rows) {
         table.add(std::move(row));
     }
@@ -156,9 +158,9 @@ std::string rowsOf(const View& view, const Part& part, const std::vector<const J
     return text + table.omissions();
 }
 
-std::string section(const View& view, const Part& part) {
-    const Page& page = view.page;
-    const JSONValue& list = member(view.dictionary, part.key);
+std::string section(const Subject& subject, const Part& part) {
+    const Page& page = subject.page;
+    const JSONValue& list = member(subject.dictionary, part.key);
     const auto heading = [&](const std::string& text, Meaning meaning = Meaning::plain) {
         const std::string title = part.title + std::string(":");
         const bool fits = displayWidth(title) + 1 + displayWidth(text) <= page.columns;
@@ -166,14 +168,14 @@ std::string section(const View& view, const Part& part) {
         return line + page.style(meaning, text) + "\n";
     };
     if (list.is_null() || (list.is_array() && list.empty())) {
-        return heading(nothingOf(view, part.source, part.permission, part.none), Meaning::faint);
+        return heading(nothingOf(subject, part.source, part.permission, part.none), Meaning::faint);
     }
     if (!list.is_array()) {
         return heading(shown(list));
     }
     std::vector<const JSONValue*> printed;
     for (const JSONValue& each : list) {
-        if (view.options.filter.letsThrough(each)) {
+        if (subject.options.filter.letsThrough(each)) {
             printed.push_back(&each);
         }
     }
@@ -182,20 +184,20 @@ std::string section(const View& view, const Part& part) {
         return heading("none of " + count + " shown");
     }
     const std::string some = std::to_string(printed.size()) + " of " + count + " shown";
-    return heading(printed.size() < list.size() ? some : count) + rowsOf(view, part, printed);
+    return heading(printed.size() < list.size() ? some : count) + rowsOf(subject, part, printed);
 }
 
-std::string location(const View& view) {
-    const JSONValue& fix = member(view.dictionary, "locationCollection");
+std::string location(const Subject& subject) {
+    const JSONValue& fix = member(subject.dictionary, "locationCollection");
     if (!fix.is_object()) {
-        return fix.is_null() ? nothingOf(view, "location", "location", "no fix") : shown(fix);
+        return fix.is_null() ? nothingOf(subject, "location", "location", "no fix") : shown(fix);
     }
     return shown(member(fix, "lat")) + ", " + shown(member(fix, "lon")) + " (" +
-           seen(fix, startOf(view.dictionary)).words.front() + ")";
+           seen(fix, startOf(subject.dictionary)).words.front() + ")";
 }
 
-std::string networks(const View& view) {
-    const JSONValue& network = member(view.dictionary, "wifiNetwork");
+std::string networks(const Subject& subject) {
+    const JSONValue& network = member(subject.dictionary, "wifiNetwork");
     const JSONValue& hosts = network.is_object() ? member(network, "connectedDevices") : network;
     if (!hosts.is_array()) {
         return hosts.is_null() ? "unknown" : shown(hosts);
@@ -205,7 +207,7 @@ std::string networks(const View& view) {
         const JSONValue& name = host.is_object() ? member(host, "name") : host;
         names += (names.empty() ? "" : ", ") + (name.is_null() ? "(without a name)" : shown(name));
     }
-    return names.empty() ? nothingOf(view, "wifi", "none joined") : names;
+    return names.empty() ? nothingOf(subject, "wifi", "none joined") : names;
 }
 
 std::string localTimeOf(const JSONDictionary& dictionary) {
@@ -226,20 +228,21 @@ std::string mark(const std::string& time, const Page& page) {
     return page.style(Meaning::heading, line) + "\n";
 }
 
-std::string facts(const View& view) {
-    const JSONDictionary& dictionary = view.dictionary;
+std::string facts(const Subject& subject) {
+    const JSONDictionary& dictionary = subject.dictionary;
     const JSONValue& address = member(dictionary, "ip");
-    Table table({{.heading = ""}, {.heading = "", .gap = " "}}, view.page);
+    Table table({{.heading = ""}, {.heading = "", .gap = " "}}, subject.page);
     const auto add = [&](const char* name, const std::string& value) {
         table.add({Cell(name, Meaning::heading), Cell(value)});
     };
-    if (!view.options.marksTime) {
+    if (!subject.options.marksTime) {
         add("Collected", localTimeOf(dictionary));
     }
-    add("IPv4 address", address.is_null() ? nothingOf(view, "address", "none") : shown(address));
-    add("Wi-Fi", networks(view));
-    add("Location", location(view));
-    return (view.options.marksTime ? mark(localTimeOf(dictionary), view.page) : "") + table.take();
+    add("IPv4 address", address.is_null() ? nothingOf(subject, "address", "none") : shown(address));
+    add("Wi-Fi", networks(subject));
+    add("Location", location(subject));
+    return (subject.options.marksTime ? mark(localTimeOf(dictionary), subject.page) : "") +
+           table.take();
 }
 
 } // namespace
@@ -258,10 +261,10 @@ std::vector<std::string> collectionColumns() {
 
 std::string collectionTables(const JSONDictionary& dictionary, const OutputOptions& options,
                              const Page& page, const std::vector<std::string>& deaf) {
-    const View view{dictionary, options, page, deaf};
-    std::string text = facts(view);
+    const Subject subject{dictionary, options, page, deaf};
+    std::string text = facts(subject);
     for (const Part& part : parts()) {
-        text += section(view, part);
+        text += section(subject, part);
     }
     return text;
 }
