@@ -1,15 +1,14 @@
 #include "tools/ambrel/Live/Sightings.hpp"
 
 #include "tools/ambrel/JSONMember.hpp"
+#include "tools/ambrel/Terminal/Filter.hpp"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <iomanip>
 #include <sstream>
 #include <tuple>
-#include <utf8proc.h>
 
 namespace Ambrel {
 
@@ -23,19 +22,6 @@ namespace {
 constexpr auto newFor = 10s;
 constexpr auto fadesAfter = 22s;
 constexpr auto goneAfter = 60s;
-
-std::string lowerCase(const std::string& text) {
-    utf8proc_uint8_t* mapped = nullptr;
-    const auto options =
-        static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_CASEFOLD);
-    const auto length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                     static_cast<utf8proc_ssize_t>(text.size()), &mapped, options);
-    std::string result = length < 0 ? text
-                                    : std::string(reinterpret_cast<const char*>(mapped),
-                                                  static_cast<std::size_t>(length));
-    std::free(mapped); // NOLINT(cppcoreguidelines-no-malloc)
-    return result;
-}
 
 std::string text(const JSONValue& value) {
     return value.is_string() ? value.get<std::string>() : "";
@@ -153,8 +139,7 @@ void Sightings::saw(Sighting seen, const JSONDictionary& details, const Moment& 
         known.note = std::move(seen.note);
     }
     if (renamed) {
-        known.key =
-            lowerCase(joined(joined(known.name, known.note), std::string(name(known.kind))));
+        known.key = folded(joined(joined(known.name, known.note), std::string(name(known.kind))));
     }
     known.strength = seen.strength ? seen.strength : known.strength;
     for (const auto& [key, value] : details) {
@@ -172,7 +157,7 @@ void Sightings::drop(nanoseconds now) {
 
 std::vector<const Sighting*> Sightings::rows(SightingOrder order, const std::string& filter) const {
     std::vector<const Sighting*> rows;
-    const std::string wanted = lowerCase(filter);
+    const std::string wanted = folded(filter);
     for (const auto& [key, sighting] : all_) {
         if (sighting.key.find(wanted) != std::string::npos) {
             rows.push_back(&sighting);

@@ -15,19 +15,6 @@ using AmbrelKit::JSONValue;
 
 namespace {
 
-/// The same for texts that differ in case or in how they are composed. As it is where ill-formed.
-std::string folded(const std::string& text) {
-    utf8proc_uint8_t* result = nullptr;
-    const auto length = utf8proc_map(
-        reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-        static_cast<utf8proc_ssize_t>(text.size()), &result,
-        static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_CASEFOLD));
-    const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owned(result, std::free);
-    return length < 0 ? text
-                      : std::string(reinterpret_cast<const char*>(result),
-                                    static_cast<std::size_t>(length));
-}
-
 std::string asType(const std::string& text) {
     std::string type = folded(text);
     if (type.ends_with('.')) {
@@ -42,6 +29,18 @@ std::string textOf(const JSONValue& sighting, const char* key) {
 }
 
 } // namespace
+
+std::string folded(const std::string& text) {
+    utf8proc_uint8_t* result = nullptr;
+    const auto length = utf8proc_map(
+        reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+        static_cast<utf8proc_ssize_t>(text.size()), &result,
+        static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_CASEFOLD));
+    const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owned(result, std::free);
+    return length < 0 ? text
+                      : std::string(reinterpret_cast<const char*>(result),
+                                    static_cast<std::size_t>(length));
+}
 
 void Filter::setTypes(std::vector<std::string> types) {
     types_ = std::move(types);

@@ -9,6 +9,9 @@
 
 namespace Ambrel {
 
+/// The same for texts that differ in case or in how they are composed; an ill-formed one as it is.
+std::string folded(const std::string& text);
+
 /// What is printed of the peripherals and services of a collection.
 class Filter {
 public:
