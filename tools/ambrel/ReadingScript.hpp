@@ -4,21 +4,10 @@
 #include "AmbrelKit/Simulated/Replay/Script.hpp"
 #include "tools/ambrel/Commands.hpp"
 
-#include <cerrno>
-#include <fstream>
 #include <string>
 #include <system_error>
 
 namespace Ambrel {
-
-/// Throws `CommandError` when the script can't be opened.
-inline std::ifstream openScript(const std::string& name) {
-    std::ifstream file(name, std::ios::binary);
-    if (!file) {
-        throw CommandError(failed, name + ": " + std::generic_category().message(errno));
-    }
-    return file;
-}
 
 /// Runs `body`, which reads or runs a script. Throws `CommandError` where that is wrong, with the
 /// line, or can't be read.

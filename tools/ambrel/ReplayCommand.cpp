@@ -1,10 +1,10 @@
 #include "AmbrelKit/Platform/PrintableText.hpp"
 #include "AmbrelKit/Simulated/Replay/Replay.hpp"
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/InputFile.hpp"
 #include "tools/ambrel/ReadingScript.hpp"
 
 #include <CLI/CLI.hpp>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -33,20 +33,12 @@ void printLine(std::string_view line) {
     std::cout.flush();
 }
 
-void run(std::istream& script, const std::string& name, TraceOptions options) {
-    readingScript(name, [&] { replay(script, options, printLine); });
+void run(const ReplayArguments& arguments) {
+    InputFile script(arguments.file);
+    readingScript(script.name(), [&] { replay(script.stream(), arguments.trace, printLine); });
     if (!std::cout) {
         throw CommandError(failed, "can't write the trace");
     }
-}
-
-void run(const ReplayArguments& arguments) {
-    if (arguments.file == "-") {
-        std::ios::sync_with_stdio(false); // else each character is asked for by itself
-        return run(std::cin, "standard input", arguments.trace);
-    }
-    std::ifstream file = openScript(arguments.file);
-    run(file, arguments.file, arguments.trace);
 }
 
 } // namespace

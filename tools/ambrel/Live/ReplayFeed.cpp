@@ -27,8 +27,8 @@ nanoseconds scaled(nanoseconds time, double factor) {
 } // namespace
 
 ReplayFeed::ReplayFeed(const std::string& file, double speed)
-    : file_(file), speed_(speed), script_(openScript(file)),
-      reader_(readingScript(file, [this] { return Simulated::ScriptReader(script_); })),
+    : file_(file), speed_(speed), script_(file),
+      reader_(readingScript(file, [this] { return Simulated::ScriptReader(script_.stream()); })),
       platform_(reader_.header().platform),
       sources_(platform_.sourceReports([this] { sourcesChanged(*sources_); })),
       observer_(makeObserver()), observedNetwork_(observeNetwork(observer_)) {

@@ -1,6 +1,7 @@
 #ifndef AMBREL_REPLAYFEED_HPP
 #define AMBREL_REPLAYFEED_HPP
 
+#include "tools/ambrel/InputFile.hpp"
 #include "tools/ambrel/Live/Feed.hpp"
 
 #include "AmbrelKit/Simulated/Platform.hpp"
@@ -9,7 +10,6 @@
 
 #include <AmbrelKit/Platform/Timer.hpp>
 #include <chrono>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,7 +38,7 @@ private:
 
     std::string file_;
     double speed_;
-    std::ifstream script_;
+    InputFile script_;
     AmbrelKit::Simulated::ScriptReader reader_;
     AmbrelKit::Simulated::Platform platform_;
     std::shared_ptr<AmbrelKit::SourceReports> sources_;

@@ -65,8 +65,10 @@ bool nextLine(std::istream& input, const std::string& source, std::size_t number
 } // namespace
 
 void readDictionaries(
-    std::istream& input, const std::string& source,
+    InputFile& file,
     const std::function<void(const JSONDictionary& dictionary, std::size_t line)>& take) {
+    std::istream& input = file.stream();
+    const std::string& source = file.name();
     bool isFirst = true;
     std::string line;
     for (std::size_t number = 1; nextLine(input, source, number, line); ++number) {

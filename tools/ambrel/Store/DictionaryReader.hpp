@@ -1,10 +1,11 @@
 #ifndef AMBREL_DICTIONARYREADER_HPP
 #define AMBREL_DICTIONARYREADER_HPP
 
+#include "tools/ambrel/InputFile.hpp"
+
 #include <AmbrelKit/Platform/JSONDictionary.hpp>
 #include <cstddef>
 #include <functional>
-#include <istream>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -12,9 +13,9 @@ namespace Ambrel {
 
 /// Reads dictionaries: one JSON object over any number of lines, or one on each line (NDJSON; blank
 /// lines are skipped). Calls `take` with each as soon as it is read, and with the number of its
-/// first line. Throws `CommandError` that names `source` and the line where no dictionary is.
+/// first line. Throws `CommandError` that names the file and the line where no dictionary is.
 void readDictionaries(
-    std::istream& input, const std::string& source,
+    InputFile& file,
     const std::function<void(const AmbrelKit::JSONDictionary& dictionary, std::size_t line)>& take);
 
 /// The command line or an input is wrong at that line.

@@ -10,14 +10,10 @@
 #include <AmbrelKit/Difference.hpp>
 #include <AmbrelKit/Platform/PrintableText.hpp>
 #include <CLI/CLI.hpp>
-#include <cerrno>
-#include <fstream>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
-#include <system_error>
 #include <unistd.h>
 
 namespace Ambrel {
@@ -33,34 +29,26 @@ struct DiffArguments {
     OutputOptions output;
 };
 
-JSONDictionary onlyDictionary(std::istream& input, const std::string& source) {
+JSONDictionary onlyDictionary(InputFile file) {
     std::optional<JSONDictionary> only;
-    readDictionaries(input, source, [&](const JSONDictionary& dictionary, std::size_t line) {
+    readDictionaries(file, [&](const JSONDictionary& dictionary, std::size_t line) {
         if (only) {
-            throwBadLine(source, line, "this is a second dictionary");
+            throwBadLine(file.name(), line, "this is a second dictionary");
         }
         only = dictionary;
     });
     if (!only) {
-        throw CommandError(badInput, source + ": this is no dictionary");
+        throw CommandError(badInput, file.name() + ": this is no dictionary");
     }
     return std::move(*only);
 }
 
 /// The dictionary that an argument names.
 JSONDictionary named(const std::string& text) {
-    if (text == "-") {
-        std::ios::sync_with_stdio(false); // else a failure to read looks like the end
-        return onlyDictionary(std::cin, "standard input");
-    }
     if (text.find('/') == std::string::npos && checkSelection(text).empty()) {
         return selectedCollection(text);
     }
-    std::ifstream file(text, std::ios::binary);
-    if (!file) {
-        throw CommandError(failed, text + ": " + std::generic_category().message(errno));
-    }
-    return onlyDictionary(file, text);
+    return onlyDictionary(InputFile(text));
 }
 
 /// The lines of a difference, each in the colour of the value of which it is.

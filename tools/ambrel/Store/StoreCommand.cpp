@@ -14,10 +14,7 @@
 #include "tools/ambrel/Terminal/Output.hpp"
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <memory>
 #include <system_error>
 #include <unistd.h>
@@ -110,28 +107,17 @@ ExitStatus runExport(const StoreArguments& arguments) {
                               }}));
 }
 
-ExitStatus saveFrom(std::istream& input, const std::string& source) {
+ExitStatus runSave(const StoreArguments& arguments) {
+    InputFile file(arguments.file);
     return statusOf(withStore([&](const AmbrelStorage& store) {
-        readDictionaries(input, source, [&](const JSONDictionary& dictionary, std::size_t line) {
+        readDictionaries(file, [&](const JSONDictionary& dictionary, std::size_t line) {
             if (!AmbrelStorage::fileName(dictionary)) {
-                throwBadLine(source, line,
+                throwBadLine(file.name(), line,
                              "\"timestamp\" is missing or is no number that a double holds");
             }
             save(store, dictionary);
         });
     }));
-}
-
-ExitStatus runSave(const StoreArguments& arguments) {
-    if (arguments.file == "-") {
-        std::ios::sync_with_stdio(false); // else a failure to read looks like the end
-        return saveFrom(std::cin, "standard input");
-    }
-    std::ifstream file(arguments.file, std::ios::binary);
-    if (!file) {
-        throw CommandError(failed, arguments.file + ": " + std::generic_category().message(errno));
-    }
-    return saveFrom(file, arguments.file);
 }
 
 ExitStatus runDelete(const StoreArguments& arguments) {
