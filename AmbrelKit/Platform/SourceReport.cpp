@@ -27,10 +27,6 @@ std::string spoken(std::chrono::nanoseconds time) {
     return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
 }
 
-std::string told(const SourceCondition& condition) {
-    return condition.reason + (condition.remedy.empty() ? "" : ": " + condition.remedy);
-}
-
 /// Nothing of an absence that is too short to be read.
 std::string told(const SourceAbsence& absence) {
     if (absence.until && spoken(*absence.until) == spoken(absence.from)) {
@@ -91,6 +87,10 @@ std::string_view code(SourceOutcome outcome) {
     return codeOf(codes, static_cast<std::size_t>(outcome));
 }
 
+std::string withRemedy(const std::string& reason, const std::string& remedy) {
+    return reason + (remedy.empty() ? "" : ": ") + remedy;
+}
+
 std::string shortfall(const SourceAccount& account) {
     std::string text;
     for (const SourceAbsence& absence : account.absences) {
@@ -99,8 +99,9 @@ std::string shortfall(const SourceAccount& account) {
     }
     if (account.outcome == SourceOutcome::failed) {
         text += text.empty() ? "" : ": ";
-        text += account.failure.reason.empty() ? "it had not answered when the collection ended"
-                                               : told(account.failure);
+        text += account.failure.reason.empty()
+                    ? "it had not answered when the collection ended"
+                    : withRemedy(account.failure.reason, account.failure.remedy);
     }
     return text;
 }

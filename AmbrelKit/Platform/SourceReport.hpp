@@ -84,6 +84,11 @@ struct SourceReport {
     SourceAccount collection;                    ///< the one that runs, else the last one
 };
 
+/// What stands in the way, and what would help, where that is known: "hci0 is switched off:
+/// bluetoothctl power on".
+[[nodiscard]] AMBRELKIT_API std::string withRemedy(const std::string& reason,
+                                                   const std::string& remedy);
+
 /// What people should know of a collection: "hci0 is switched off: bluetoothctl power on", "BlueZ
 /// was away from 3.1 s to 3.6 s". Empty when the source listened throughout, but for moments
 /// within a tenth of a second, or was not asked.

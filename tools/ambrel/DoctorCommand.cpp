@@ -76,10 +76,9 @@ std::string asJSON(const SourceDiagnosis& found) {
 std::string asText(const std::vector<SourceDiagnosis>& found, const Page& page) {
     Table table({{.heading = ""}, {.heading = ""}, {.heading = "", .least = 30, .gap = " "}}, page);
     for (const SourceDiagnosis& each : found) {
-        const std::string remedy = each.remedy.empty() ? "" : ": " + each.remedy;
         table.add({Cell(each.source, Meaning::heading),
                    each.usable ? Cell("ok", Meaning::good) : Cell("no", Meaning::bad),
-                   Cell(each.finding + remedy)});
+                   Cell(withRemedy(each.finding, each.remedy))});
     }
     return table.take();
 }

@@ -41,9 +41,7 @@ std::vector<std::pair<std::string, std::string>> Feed::shortfalls() const {
         const SourceCondition& condition = conditions_.at(static_cast<std::size_t>(source));
         if (source != Source::lifecycle && condition.state != SourceState::idle &&
             condition.state != SourceState::listening) {
-            found.emplace_back(code(source), condition.reason +
-                                                 (condition.remedy.empty() ? "" : ": ") +
-                                                 condition.remedy);
+            found.emplace_back(code(source), withRemedy(condition.reason, condition.remedy));
         }
     }
     return found;
