@@ -27,7 +27,7 @@ struct ReportArguments {
     std::optional<std::string> file; ///< "-" is standard output, as none is
 };
 
-/// The model of the page. A store that was never saved to is an empty one.
+/// The model of the page.
 JSONDictionary modelOf(const ReportArguments& arguments) {
     const auto unreadable = std::make_shared<std::size_t>(0);
     const AmbrelStorage& store = storeReportingTo([unreadable](const std::string& line) {
@@ -35,13 +35,8 @@ JSONDictionary modelOf(const ReportArguments& arguments) {
         say(line);
     });
     Report report;
-    if (hasSaved()) {
-        store.forEachSavedCollection(
-            arguments.span.since, arguments.span.until,
-            [&report](const JSONDictionary& collection) { report.add(collection); });
-    } else {
-        say("nothing has been saved in " + AmbrelStorage::path());
-    }
+    forEachStored(store, arguments.span,
+                  [&report](const JSONDictionary& collection) { report.add(collection); });
     JSONDictionary model = report.model();
     if (model.at("untimed") != 0) {
         sayNote("collections left out: " + model.at("untimed").dump() +

@@ -28,13 +28,7 @@ bool goesToFile() {
 } // namespace
 
 bool forEachStored(const TimeSpan& span, const std::function<void(const JSONDictionary&)>& take) {
-    return withStore([&](const AmbrelStorage& store) {
-        if (hasSaved()) {
-            store.forEachSavedCollection(span.since, span.until, take);
-        } else {
-            say("nothing has been saved in " + AmbrelStorage::path());
-        }
-    });
+    return withStore([&](const AmbrelStorage& store) { forEachStored(store, span, take); });
 }
 
 bool printEach(const TimeSpan& span, const Listing& listing) {

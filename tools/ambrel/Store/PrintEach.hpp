@@ -10,8 +10,8 @@
 
 namespace Ambrel {
 
-/// Has `take` take the stored collections of that span, from the oldest to the newest. A store that
-/// was never saved to is an empty one, which is said. Returns whether all of it could be read.
+/// As the function of Store.hpp, with each failure as one line on standard error. Returns whether
+/// there was none.
 bool forEachStored(const TimeSpan& span,
                    const std::function<void(const AmbrelKit::JSONDictionary& collection)>& take);
 

@@ -40,14 +40,10 @@ std::optional<Kept> kept(const std::string& text) {
     return age ? std::optional(Kept{1, secondsNow() - *age}) : std::nullopt;
 }
 
-std::string nameOf(double time) { return AmbrelStorage::fileName({{"timestamp", time}}).value(); }
-
-std::string pathOf(double time) { return AmbrelStorage::path() + "/" + nameOf(time); }
-
 /// Whether a collection, and nothing else, stands in the file that bears its time. What else stands
 /// there is reported; another process may have removed it.
 bool isCollection(const AmbrelStorage& store, double time) {
-    const std::string path = pathOf(time);
+    const std::string path = fileOf(time);
     std::error_code error;
     const auto type = std::filesystem::symlink_status(path, error).type();
     if (type == std::filesystem::file_type::not_found) {
@@ -58,8 +54,8 @@ bool isCollection(const AmbrelStorage& store, double time) {
             throw std::runtime_error(path + ": not a regular file");
         }
         const JSONValue value = AmbrelKit::readJSONFile(path);
-        if (!value.is_object() ||
-            AmbrelStorage::fileName(value.get_ref<const JSONDictionary&>()) != nameOf(time)) {
+        if (!value.is_object() || AmbrelStorage::fileName(value.get_ref<const JSONDictionary&>()) !=
+                                      AmbrelStorage::fileName({{"timestamp", time}})) {
             throw std::runtime_error(path + ": no collection of that time");
         }
         return true;
@@ -85,7 +81,7 @@ std::size_t countOfOld(const AmbrelStorage& store, const std::vector<double>& ti
 
 /// False when it is not there any more, or can't be removed, which is reported.
 bool remove(const AmbrelStorage& store, double time) {
-    const std::string path = pathOf(time);
+    const std::string path = fileOf(time);
     if (unlink(path.c_str()) == 0) {
         return true;
     }

@@ -34,6 +34,19 @@ const AmbrelStorage& storeReportingTo(std::function<void(const std::string& line
 
 bool hasSaved() { return access(AmbrelStorage::path().c_str(), F_OK) == 0 || errno != ENOENT; }
 
+std::string fileOf(double time) {
+    return AmbrelStorage::path() + "/" + AmbrelStorage::fileName({{"timestamp", time}}).value();
+}
+
+void forEachStored(const AmbrelStorage& store, const TimeSpan& span,
+                   const std::function<void(const AmbrelKit::JSONDictionary&)>& take) {
+    if (hasSaved()) {
+        store.forEachSavedCollection(span.since, span.until, take);
+    } else {
+        say("nothing has been saved in " + AmbrelStorage::path());
+    }
+}
+
 void save(const AmbrelKit::AmbrelStorage& store, const AmbrelKit::JSONDictionary& collection) {
     const HeldSignals held;
     store.save(collection);

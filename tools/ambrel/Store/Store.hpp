@@ -1,9 +1,12 @@
 #ifndef AMBREL_STORE_HPP
 #define AMBREL_STORE_HPP
 
+#include "tools/ambrel/Arguments/TimeSpan.hpp"
+
 #include <AmbrelKit/AmbrelStorage.hpp>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <string>
 
 namespace Ambrel {
 
@@ -19,6 +22,14 @@ storeReportingTo(std::function<void(const std::string& line)> report);
 
 /// Whether anything was ever saved.
 bool hasSaved();
+
+/// The file of a collection of that time, whether it is there or not.
+std::string fileOf(double time);
+
+/// Has `take` take the collections of that span, from the oldest to the newest. A store that was
+/// never saved to is an empty one, which is said.
+void forEachStored(const AmbrelKit::AmbrelStorage& store, const TimeSpan& span,
+                   const std::function<void(const AmbrelKit::JSONDictionary& collection)>& take);
 
 /// Saves one dictionary; an interruption waits until that is done.
 void save(const AmbrelKit::AmbrelStorage& store, const AmbrelKit::JSONDictionary& collection);

@@ -126,14 +126,12 @@ ExitStatus runDelete(const StoreArguments& arguments) {
         throwNotSaved(arguments.selection, time);
     }
     return statusOf(withStore([&](const AmbrelStorage& store) {
-        const JSONDictionary collection{{"timestamp", *time}};
-        const auto file = AmbrelStorage::path() + "/" + AmbrelStorage::fileName(collection).value();
         std::error_code error; // any but that there is none is the store's to report
-        const auto type = std::filesystem::symlink_status(file, error).type();
+        const auto type = std::filesystem::symlink_status(fileOf(*time), error).type();
         if (type == std::filesystem::file_type::not_found) {
             throwNotSaved(arguments.selection, time);
         }
-        store.delete_(collection);
+        store.delete_({{"timestamp", *time}});
     }));
 }
 
