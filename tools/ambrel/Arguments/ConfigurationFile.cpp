@@ -1,6 +1,7 @@
 #include "tools/ambrel/Arguments/ConfigurationFile.hpp"
 
 #include "tools/ambrel/Commands.hpp"
+#include "tools/ambrel/Process/Environment.hpp"
 
 #include "AmbrelKit/Platform/Descriptor.hpp"
 
@@ -19,11 +20,6 @@ namespace Ambrel {
 namespace {
 
 constexpr std::size_t largestFile = 1U << 20U; // bytes
-
-std::string variable(const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr ? value : "";
-}
 
 std::string usualFile() {
     const std::string folder = variable("XDG_CONFIG_HOME");

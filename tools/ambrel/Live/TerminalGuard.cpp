@@ -1,10 +1,11 @@
 #include "tools/ambrel/Live/TerminalGuard.hpp"
 
+#include "tools/ambrel/Process/Environment.hpp"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <new>
 #include <optional>
 #include <string>
@@ -33,11 +34,10 @@ void checkTerminal() {
     }
     int found = 0;
     if (setupterm(nullptr, STDOUT_FILENO, &found) != OK) {
-        const char* name = std::getenv("TERM");
-        throw CommandError(failed, name == nullptr || *name == '\0'
-                                       ? std::string("TERM does not say what terminal this is")
-                                       : "nothing is known of the terminal \"" + std::string(name) +
-                                             "\" that TERM names");
+        const std::string name = variable("TERM");
+        throw CommandError(failed, name.empty() ? "TERM does not say what terminal this is"
+                                                : "nothing is known of the terminal \"" + name +
+                                                      "\" that TERM names");
     }
     const char* move = tigetstr("cup");
     if (move == nullptr || move == reinterpret_cast<const char*>(-1)) {

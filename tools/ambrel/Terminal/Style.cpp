@@ -1,8 +1,7 @@
 #include "tools/ambrel/Terminal/Style.hpp"
 
+#include "tools/ambrel/Process/Environment.hpp"
 #include "tools/ambrel/Terminal/Terminal.hpp"
-
-#include <cstdlib>
 
 namespace Ambrel {
 
@@ -31,10 +30,9 @@ const char* sequence(Meaning meaning) {
 } // namespace
 
 Style::Style(int descriptor, ColorChoice choice) {
-    const char* refusal = std::getenv("NO_COLOR");
-    const bool refused = refusal != nullptr && *refusal != '\0';
-    hasColors_ = choice == ColorChoice::always ||
-                 (choice == ColorChoice::automatic && !refused && isDrawable(descriptor));
+    hasColors_ =
+        choice == ColorChoice::always || (choice == ColorChoice::automatic &&
+                                          variable("NO_COLOR").empty() && isDrawable(descriptor));
 }
 
 std::string Style::operator()(Meaning meaning, std::string_view text) const {

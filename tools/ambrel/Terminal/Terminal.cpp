@@ -1,8 +1,9 @@
 #include "tools/ambrel/Terminal/Terminal.hpp"
 
+#include "tools/ambrel/Process/Environment.hpp"
+
 #include <charconv>
-#include <cstdlib>
-#include <string_view>
+#include <string>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,13 +12,8 @@ namespace Ambrel {
 
 namespace {
 
-std::string_view variable(const char* name) {
-    const char* const value = std::getenv(name);
-    return value != nullptr ? value : "";
-}
-
 std::optional<std::size_t> columnsAsSet() {
-    const std::string_view text = variable("COLUMNS");
+    const std::string text = variable("COLUMNS");
     unsigned short columns = 0; // as many as a terminal can have
     std::from_chars(text.data(), text.data() + text.size(), columns);
     return columns > 0 ? std::optional<std::size_t>(columns) : std::nullopt;
@@ -32,7 +28,7 @@ std::optional<std::size_t> terminalColumns(int descriptor) {
 }
 
 bool isDrawable(int descriptor) {
-    const std::string_view kind = variable("TERM");
+    const std::string kind = variable("TERM");
     return isatty(descriptor) == 1 && !kind.empty() && kind != "dumb";
 }
 
