@@ -191,13 +191,7 @@ void Screen::takeBack() {
     }
     def_shell_mode();
     reset_prog_mode();
-    for (const char* name : {"smcup", "smkx"}) {
-        const char* text = tigetstr(name);
-        if (text != nullptr && text != reinterpret_cast<const char*>(-1)) {
-            putp(text);
-        }
-    }
-    std::fflush(stdout); // ncurses writes by itself
+    sendCapabilities({"smcup", "smkx"});
     curs_set(1);
     curs_set(0);
     takeSize();

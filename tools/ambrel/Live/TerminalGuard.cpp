@@ -27,6 +27,12 @@ namespace {
 
 constexpr int terminal = STDIN_FILENO;
 
+/// Null where the terminal has none of that name.
+const char* capability(const char* name) {
+    const char* text = tigetstr(name);
+    return text == reinterpret_cast<const char*>(-1) ? nullptr : text;
+}
+
 void checkTerminal() {
     if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0) {
         throw CommandError(badInput,
@@ -39,8 +45,7 @@ void checkTerminal() {
                                                 : "nothing is known of the terminal \"" + name +
                                                       "\" that TERM names");
     }
-    const char* move = tigetstr("cup");
-    if (move == nullptr || move == reinterpret_cast<const char*>(-1)) {
+    if (capability("cup") == nullptr) {
         throw CommandError(failed, "the terminal that TERM names can't be drawn on");
     }
 }
@@ -104,13 +109,7 @@ private:
         if (!flag_.exchange(false) || (foreground >= 0 && foreground != getpgrp())) {
             return; // the child has done so; or the terminal is another program's by now
         }
-        for (const char* name : {"rmkx", "sgr0", "cnorm", "rmcup"}) {
-            const char* text = tigetstr(name);
-            if (text != nullptr && text != reinterpret_cast<const char*>(-1)) {
-                putp(text);
-            }
-        }
-        std::fflush(stdout);
+        sendCapabilities({"rmkx", "sgr0", "cnorm", "rmcup"});
         tcsetattr(terminal, TCSANOW, &settings_);
     }
 
@@ -133,6 +132,15 @@ private:
 };
 
 } // namespace
+
+void sendCapabilities(std::initializer_list<const char*> names) {
+    for (const char* name : names) {
+        if (const char* text = capability(name)) {
+            putp(text);
+        }
+    }
+    std::fflush(stdout); // what ncurses writes does not go through it
+}
 
 ExitStatus guarded(const std::function<ExitStatus(ScreenFlag&)>& show) {
     checkTerminal();

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <functional>
+#include <initializer_list>
 
 namespace Ambrel {
 
@@ -19,6 +20,9 @@ using ScreenFlag = std::atomic<bool>;
 /// To be called before anything of the kit is made. Throws `CommandError` where standard input or
 /// output is no terminal, or one that nothing is known of.
 ExitStatus guarded(const std::function<ExitStatus(ScreenFlag& flag)>& show);
+
+/// Has the terminal do what it can of these, by their names in its description.
+void sendCapabilities(std::initializer_list<const char*> names);
 
 } // namespace Ambrel
 
