@@ -54,7 +54,7 @@ void View::takeFilterKey(const Key& key) {
         filter_ += key.text;
         break;
     case Key::Name::backspace:
-        while (!filter_.empty() && (static_cast<unsigned char>(filter_.back()) & 0xC0U) == 0x80U) {
+        while (!filter_.empty() && continuesCharacter(filter_.back())) {
             filter_.pop_back();
         }
         if (!filter_.empty()) {

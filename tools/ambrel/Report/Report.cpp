@@ -1,7 +1,7 @@
 #include "tools/ambrel/Report/Report.hpp"
 
-#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "tools/ambrel/JSONMember.hpp"
+#include "tools/ambrel/Terminal/TerminalText.hpp"
 
 #include <algorithm>
 #include <limits>
@@ -22,12 +22,11 @@ std::optional<std::string> shownText(const JSONValue& value) {
     const auto& whole = value.get_ref<const std::string&>();
     std::size_t characters = 0;
     for (std::size_t i = 0; i < whole.size(); ++i) {
-        const bool begins = (static_cast<unsigned char>(whole[i]) & 0xC0U) != 0x80U; // a character
-        if (begins && ++characters > mostCharacters) {
-            return AmbrelKit::printable(whole.substr(0, i)) + "…";
+        if (!continuesCharacter(whole[i]) && ++characters > mostCharacters) {
+            return printable(whole.substr(0, i)) + "…";
         }
     }
-    return AmbrelKit::printable(whole);
+    return printable(whole);
 }
 
 const JSONValue& listOf(const JSONValue& value) {

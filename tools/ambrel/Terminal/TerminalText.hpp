@@ -17,6 +17,11 @@ using AmbrelKit::printable;
 /// A value for a cell of a table: text as it is, "-" for null, anything else as JSON.
 std::string shown(const AmbrelKit::JSONValue& value);
 
+/// Whether a byte of UTF-8 belongs to the character of the byte before it.
+constexpr bool continuesCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
 // A terminal draws grapheme clusters: a letter with its accents, or an emoji of several characters.
 // What is measured here is to be printable.
 
