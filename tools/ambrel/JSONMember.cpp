@@ -18,4 +18,9 @@ const JSONValue& member(const JSONValue& value, const char* key) {
     return member(value.is_object() ? value.get_ref<const JSONDictionary&>() : none, key);
 }
 
+const std::string& textOf(const JSONValue& value) {
+    static const std::string none;
+    return value.is_string() ? value.get_ref<const std::string&>() : none;
+}
+
 } // namespace Ambrel

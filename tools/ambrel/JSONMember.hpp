@@ -4,6 +4,7 @@
 #include "AmbrelKit/Platform/JSONDictionary.hpp"
 
 #include <nlohmann/json.hpp>
+#include <string>
 
 namespace Ambrel {
 
@@ -14,6 +15,9 @@ const AmbrelKit::JSONValue& member(const AmbrelKit::JSONDictionary& dictionary, 
 
 /// The same; null also when `value` is no dictionary.
 const AmbrelKit::JSONValue& member(const AmbrelKit::JSONValue& value, const char* key);
+
+/// The text that a value is; empty where it is none.
+const std::string& textOf(const AmbrelKit::JSONValue& value);
 
 } // namespace Ambrel
 

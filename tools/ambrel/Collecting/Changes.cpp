@@ -119,8 +119,7 @@ ThingsByIdentity thingsOf(const Kind& kind, const JSONDictionary& collection) {
     for (const JSONValue& thing : kind.things(collection)) {
         std::vector<Text> identity;
         for (const char* key : kind.identity) {
-            const JSONValue& value = member(thing, key);
-            identity.emplace_back(value.is_string() ? value.get_ref<const std::string&>() : "");
+            identity.emplace_back(textOf(member(thing, key)));
         }
         auto told = only(thing, kind.identity);
         told.merge(only(thing, kind.rest));

@@ -23,10 +23,6 @@ constexpr auto newFor = 10s;
 constexpr auto fadesAfter = 22s;
 constexpr auto goneAfter = 60s;
 
-std::string text(const JSONValue& value) {
-    return value.is_string() ? value.get<std::string>() : "";
-}
-
 /// Where each stands, with a space between them.
 std::string joined(const std::string& a, const std::string& b) {
     return a + (a.empty() || b.empty() ? "" : " ") + b;
@@ -35,20 +31,20 @@ std::string joined(const std::string& a, const std::string& b) {
 Sighting peripheral(const JSONDictionary& details) {
     const JSONValue& strength = member(details, "rssi");
     return {.kind = SightingKind::peripheral,
-            .identity = text(member(details, "address")),
-            .name = text(member(details, "name")),
-            .note = text(member(details, "address")),
+            .identity = textOf(member(details, "address")),
+            .name = textOf(member(details, "name")),
+            .note = textOf(member(details, "address")),
             .strength = strength.is_number() ? std::optional(strength.get<int>()) : std::nullopt};
 }
 
 Sighting service(const JSONDictionary& details) {
-    const std::string type = text(member(details, "protocolType"));
-    const std::string name = text(member(details, "name"));
+    const std::string type = textOf(member(details, "protocolType"));
+    const std::string name = textOf(member(details, "name"));
     return {.kind = SightingKind::service,
             .identity = type + '\0' + name,
             .name = name,
             .note = joined(type.substr(0, type.find_last_not_of('.') + 1),
-                           text(member(details, "hostName")))};
+                           textOf(member(details, "hostName")))};
 }
 
 Sighting position(const JSONDictionary& details) {
@@ -65,24 +61,24 @@ Sighting position(const JSONDictionary& details) {
             .identity = "",
             .name = number("lat", metres) + ", " + number("lon", metres),
             .note = joined(accurate ? "±" + number("horizontalAccuracy", 0) + " m" : "",
-                           text(member(details, "determinedBy")))};
+                           textOf(member(details, "determinedBy")))};
 }
 
 Sighting address(const JSONDictionary& details) {
-    const std::string address = text(member(details, "ip"));
+    const std::string address = textOf(member(details, "ip"));
     return {.kind = SightingKind::address,
             .identity = address,
             .name = address,
-            .note = text(member(details, "interface"))};
+            .note = textOf(member(details, "interface"))};
 }
 
 Sighting network(const JSONDictionary& details) {
-    const std::string name = text(member(details, "name"));
-    const std::string interface = text(member(details, "interface"));
+    const std::string name = textOf(member(details, "name"));
+    const std::string interface = textOf(member(details, "interface"));
     return {.kind = SightingKind::network,
             .identity = interface + '\0' + name,
             .name = name,
-            .note = joined(interface, text(member(details, "bssid")))};
+            .note = joined(interface, textOf(member(details, "bssid")))};
 }
 
 constexpr std::array<std::string_view, 5> kindNames{"peripheral", "service", "position", "address",

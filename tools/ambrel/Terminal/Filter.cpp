@@ -23,11 +23,6 @@ std::string asType(const std::string& text) {
     return type;
 }
 
-std::string textOf(const JSONValue& sighting, const char* key) {
-    const JSONValue& value = member(sighting, key);
-    return value.is_string() ? value.get<std::string>() : "";
-}
-
 } // namespace
 
 std::string folded(const std::string& text) {
@@ -53,11 +48,12 @@ void Filter::setNames(const std::vector<std::string>& names) {
 }
 
 bool Filter::letsThrough(const JSONValue& sighting) const {
-    if (!types_.empty() && std::find(types_.begin(), types_.end(),
-                                     asType(textOf(sighting, "protocolType"))) == types_.end()) {
+    if (!types_.empty() &&
+        std::find(types_.begin(), types_.end(), asType(textOf(member(sighting, "protocolType")))) ==
+            types_.end()) {
         return false;
     }
-    const std::string name = names_.empty() ? "" : folded(textOf(sighting, "name"));
+    const std::string name = names_.empty() ? "" : folded(textOf(member(sighting, "name")));
     return names_.empty() || std::any_of(names_.begin(), names_.end(), [&](const auto& part) {
                return name.find(part) != name.npos;
            });
