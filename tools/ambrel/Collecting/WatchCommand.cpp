@@ -1,4 +1,5 @@
 #include "tools/ambrel/Arguments/Duration.hpp"
+#include "tools/ambrel/Arguments/Number.hpp"
 #include "tools/ambrel/Collecting/Changes.hpp"
 #include "tools/ambrel/Collecting/Collection.hpp"
 #include "tools/ambrel/Commands.hpp"
@@ -25,7 +26,7 @@ namespace {
 
 constexpr double shortestInterval = 10;          // seconds: what a collection takes
 constexpr double longestInterval = 366 * 86'400; // seconds
-constexpr int greatestThreshold = 30;            // seconds
+constexpr std::size_t greatestThreshold = 30;    // seconds
 
 /// The one that may be delivered again, and the one that is being collected.
 constexpr std::size_t keptRecords = 2;
@@ -45,8 +46,8 @@ std::string checkInterval(const std::string& text) {
 }
 
 std::string checkThreshold(const std::string& text) {
-    const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
-    return isNumber && text.size() <= 2 && std::stoi(text) <= greatestThreshold
+    const auto seconds = wholeNumber(text);
+    return seconds && *seconds <= greatestThreshold
                ? ""
                : "\"" + text + "\" is not a number of seconds from 0 to 30";
 }
@@ -134,8 +135,10 @@ void addWatchCommand(CLI::App& app, ExitStatus& status) {
         ->type_name("DURATION")
         ->check(checkInterval);
     command
-        ->add_option("--threshold", options->threshold,
-                     "reuse a collection this young, 0 to 30 (default 30, with --every 0)")
+        ->add_option_function<std::string>(
+            "--threshold",
+            [options](const std::string& text) { options->threshold = wholeNumber(text); },
+            "reuse a collection this young, 0 to 30 (default 30, with --every 0)")
         ->type_name("SECONDS")
         ->check(checkThreshold);
     command->add_flag("--changes", options->changes,
