@@ -79,7 +79,7 @@ _ambrel_values() {
 # The newest saved timestamps that begin with a text, by the names of the files: no file is read.
 _ambrel_timestamps() {
     local folder
-    folder=$("$tool" store path 2>/dev/null </dev/null) || return
+    folder=$("$tool" --config /dev/null store path 2>/dev/null </dev/null) || return
     command ls -f "$folder" 2>/dev/null | awk -v start="$1" '
         /^-?[0-9]+(\.[0-9]+)?(e[-+][0-9]+)?$/ { sub(/\.0$/, ""); if (index($0, start) == 1) print }
     ' | LC_ALL=C sort -rg | head -n 200

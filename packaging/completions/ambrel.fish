@@ -45,7 +45,7 @@ end
 # files, no file is read.
 function __ambrel_timestamps
     set -l tool (commandline -opc | string replace -r '^~/' "$HOME/")[1]
-    set -l folder ($tool store path 2>/dev/null); or return
+    set -l folder ($tool --config /dev/null store path 2>/dev/null); or return
     set -l saved (command ls -f $folder 2>/dev/null |
         awk -v start=(commandline -ct | string replace -r -- '^--[a-z]+=' '' | string collect -a) '
             /^-?[0-9]+(\.[0-9]+)?(e[-+][0-9]+)?$/ { sub(/\.0$/, ""); if (index($0, start) == 1) print }

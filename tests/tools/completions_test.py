@@ -102,6 +102,9 @@ class Completions(unittest.TestCase):
         self.assertEqual(complete("ambrel store show 1"), "ambrel store show 1")  # nothing is there
         subprocess.run([AMBREL, "store", "save"], env=self.environment, check=True, text=True,
                        input='{"timestamp":1700000000.5}\n{"timestamp":-3}')
+        config = self.home / ".config/ambrel/config.toml"
+        config.parent.mkdir(parents=True)
+        config.write_text("broken: what is completed does not depend on it")
         for line in offered():
             with self.subTest(line):
                 self.assertEqual(complete(line[:-1]), line)
