@@ -106,7 +106,8 @@ class Live(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
-        pathlib.Path(folder.name, "script").write_text(script(), encoding="utf-8")
+        self.folder = pathlib.Path(folder.name)
+        (self.folder / "script").write_text(script(), encoding="utf-8")
         self.terminal = Terminal(folder.name)
         self.addCleanup(self.terminal.ask, "kill-server")
 
@@ -140,6 +141,25 @@ class Live(unittest.TestCase):
         terminal.ask("resize-window", "-x", "100", "-y", "20")
         terminal.wait_for("FIRST")
         terminal.type(" q")
+        self.check_restored(0)
+
+    def test_a_pipe_without_its_next_line_leaves_the_keys_alone(self):
+        terminal = self.terminal
+        os.mkfifo(self.folder / "pipe")
+        terminal.type(f"clear; '{AMBREL}' live --replay '{self.folder}/pipe'\n")
+        *first, kettle, _ = script().splitlines(keepends=True)
+        with open(self.folder / "pipe", "w", encoding="utf-8") as pipe:
+            print(*first, "\n", kettle[:9], sep="", end="", flush=True, file=pipe)
+            terminal.wait_for("live  waiting for the script, 0 s")
+            terminal.type("/" + "x" * 120 + "Ket")
+            terminal.wait_for(r"(?m)^/…x{94}Ket▏$")
+            terminal.press("Escape")
+            terminal.wait_for("Printer(?s:.*)space: pause")
+            print(kettle[9:], end="", flush=True, file=pipe)
+            terminal.wait_for("Kettle")
+        terminal.wait_for("live  the script has ended")
+        terminal.wait_for_none("space:")
+        terminal.type("q")
         self.check_restored(0)
 
     def test_the_terminal_is_restored_on_every_way_out(self):
@@ -180,6 +200,7 @@ class Live(unittest.TestCase):
             ([], {}, 2, "ambrel: live needs a terminal: standard input and output have to be one\n"),
             (["--without", "bluetooth,location,network"], {}, 2,
              "ambrel: --only and --without leave no source to show\n"),
+            (["--replay", "-"], {}, 2, "ambrel: standard input is the keyboard: name the script's file\n"),
         ]:
             with self.subTest(arguments):
                 result = subprocess.run([AMBREL, "live", *arguments], capture_output=True, text=True, check=False,

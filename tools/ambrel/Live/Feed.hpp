@@ -27,8 +27,14 @@ public:
 
     /// Whether its time goes on: it has not been paused, and is not over.
     [[nodiscard]] virtual bool runs() const = 0;
+    [[nodiscard]] virtual bool isOver() const { return false; }
     virtual void pause() = 0;
     virtual void goOn() = 0;
+
+    /// What it waits for beside the run loop: to be read, whereupon `takeInput()` is to be called;
+    /// -1 where that is nothing.
+    [[nodiscard]] virtual int fileDescriptor() const { return -1; }
+    virtual void takeInput() {}
 
     /// In a few words, what is going on.
     [[nodiscard]] virtual std::string state() const = 0;

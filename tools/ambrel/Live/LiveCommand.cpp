@@ -49,14 +49,16 @@ public:
     /// Throws `EndBySignal` when something else ends it.
     void run(InterruptSignals& interruptions, SignalDescriptor& terminal) {
         const auto loop = AmbrelKit::RunLoop::current();
-        std::array<pollfd, 4> descriptors{{
+        std::array<pollfd, 5> descriptors{{
             {.fd = loop->fileDescriptor(), .events = POLLIN, .revents = 0},
             {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0},
             {.fd = interruptions.fileDescriptor(), .events = POLLIN, .revents = 0},
             {.fd = terminal.number(), .events = POLLIN, .revents = 0},
+            {.fd = -1, .events = POLLIN, .revents = 0},
         }};
         do {
             const int wait = draw();
+            descriptors[4].fd = feed_.fileDescriptor();
             if (poll(descriptors.data(), descriptors.size(), wait) < 0 && errno != EINTR) {
                 throw std::system_error(errno, std::generic_category(), "wait for events");
             }
@@ -71,6 +73,9 @@ public:
             }
             if (descriptors[0].revents != 0) {
                 loop->dispatch();
+            }
+            if (descriptors[4].revents != 0) {
+                feed_.takeInput();
             }
         } while (takeKeys());
     }
@@ -201,6 +206,9 @@ void addLiveCommand(CLI::App& app, ExitStatus& status) {
         "filters, space pauses, ? helps, q quits. * marks what is new, - what was not seen again.");
     command->callback([options, &status] {
         checkPermissions(options->collection);
+        if (options->script == "-") {
+            throw CommandError(badInput, "standard input is the keyboard: name the script's file");
+        }
         status = guarded([&](ScreenFlag& flag) { return show(*options, flag); });
     });
 }

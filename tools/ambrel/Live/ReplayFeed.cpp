@@ -1,7 +1,6 @@
 #include "tools/ambrel/Live/ReplayFeed.hpp"
 
 #include "tools/ambrel/Collecting/ObservedPlatform.hpp"
-#include "tools/ambrel/Process/HeldSignals.hpp"
 #include "tools/ambrel/ReadingScript.hpp"
 
 #include "AmbrelKit/Linux/PlatformServices.hpp"
@@ -9,7 +8,6 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
-#include <utility>
 
 namespace Ambrel {
 
@@ -36,7 +34,6 @@ ReplayFeed::ReplayFeed(const std::string& file, double speed)
         return Linux::create(observed(Linux::PlatformServices{std::move(parts)...}, observer));
     });
     runner_.emplace(platform_, reader_.header());
-    next_ = readingScript(file_, [this] { return reader_.next(); });
     goOn();
 }
 
@@ -48,44 +45,56 @@ Moment ReplayFeed::now() const {
 }
 
 void ReplayFeed::pause() {
+    isPaused_ = true;
     timer_.reset();
     changed();
 }
 
 void ReplayFeed::goOn() {
+    isPaused_ = false;
     last_ = Clock::now();
     awaitNext();
     changed();
 }
 
 void ReplayFeed::advance() {
-    const auto before = std::exchange(last_, Clock::now());
-    readingScript(file_,
-                  [&] { runUntil(platform_.clock().now() + scaled(last_ - before, speed_)); });
+    const nanoseconds before = platform_.clock().now();
+    runUntil(before + scaled(Clock::now() - last_, speed_));
+    last_ += scaled(platform_.clock().now() - before, 1 / speed_);
     awaitNext();
     changed();
 }
 
 void ReplayFeed::runUntil(nanoseconds time) {
-    constexpr int most = 10'000;                          // steps before keys are looked at
-    const auto interruptible = HeldSignals::letThrough(); // a pipe may have nothing to read
-    for (int count = 0; next_ && next_->at <= time; ++count) {
+    constexpr int most = 10'000; // steps before keys are looked at
+    for (int count = 0; knowsNext() && next_->at <= time; ++count) {
         if (count == most) {
             return;
         }
-        runner_->run(*next_);
-        const bool ends = std::holds_alternative<Simulated::ScriptActions::End>(next_->action);
-        next_ = ends ? std::nullopt : reader_.next();
+        readingScript(file_, [this] { runner_->run(*next_); });
+        isOver_ = std::holds_alternative<Simulated::ScriptActions::End>(next_->action);
+        next_.reset();
     }
     if (next_) {
         platform_.clock().advanceTo(time);
     }
 }
 
+/// Without waiting for it.
+bool ReplayFeed::knowsNext() {
+    if (!next_ && !isOver_ && script_.hasLine()) {
+        next_ = readingScript(file_, [this] { return reader_.next(); });
+        isOver_ = !next_;
+    }
+    return next_.has_value();
+}
+
+int ReplayFeed::fileDescriptor() const { return runs() && !next_ ? script_.fileDescriptor() : -1; }
+
 /// The next step, or the next second, at which the kit may tick.
 void ReplayFeed::awaitNext() {
     timer_.reset();
-    if (next_) {
+    if (knowsNext()) {
         constexpr double least = 0.02; // seconds
         const nanoseconds now = platform_.clock().now();
         const nanoseconds until =
@@ -97,11 +106,14 @@ void ReplayFeed::awaitNext() {
 }
 
 std::string ReplayFeed::state() const {
-    if (!next_) {
+    if (isOver_) {
         return "the script has ended";
     }
     const auto passed = std::chrono::floor<std::chrono::seconds>(platform_.context()->now);
-    return (runs() ? "replay, " : "paused, ") + std::to_string(passed.count()) + " s";
+    return (!runs() ? "paused, "
+            : next_ ? "replay, "
+                    : "waiting for the script, ") +
+           std::to_string(passed.count()) + " s";
 }
 
 } // namespace Ambrel

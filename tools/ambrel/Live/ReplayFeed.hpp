@@ -1,8 +1,8 @@
 #ifndef AMBREL_REPLAYFEED_HPP
 #define AMBREL_REPLAYFEED_HPP
 
-#include "tools/ambrel/InputFile.hpp"
 #include "tools/ambrel/Live/Feed.hpp"
+#include "tools/ambrel/Live/IncomingText.hpp"
 
 #include "AmbrelKit/Simulated/Platform.hpp"
 #include "AmbrelKit/Simulated/Replay/ScriptReader.hpp"
@@ -24,7 +24,10 @@ public:
     ReplayFeed(const std::string& file, double speed);
 
     [[nodiscard]] Moment now() const override;
-    [[nodiscard]] bool runs() const override { return timer_ != nullptr; }
+    [[nodiscard]] bool runs() const override { return !isPaused_ && !isOver_; }
+    [[nodiscard]] bool isOver() const override { return isOver_; }
+    [[nodiscard]] int fileDescriptor() const override;
+    void takeInput() override { advance(); }
     void pause() override;
     void goOn() override;
     [[nodiscard]] std::string state() const override;
@@ -34,19 +37,22 @@ private:
 
     void advance();
     void runUntil(std::chrono::nanoseconds time);
+    bool knowsNext();
     void awaitNext();
 
     std::string file_;
     double speed_;
-    InputFile script_;
+    IncomingText script_;
     AmbrelKit::Simulated::ScriptReader reader_;
     AmbrelKit::Simulated::Platform platform_;
     std::shared_ptr<AmbrelKit::SourceReports> sources_;
     std::shared_ptr<PlatformObserver> observer_;
     std::shared_ptr<void> observedNetwork_;
     std::optional<AmbrelKit::Simulated::ScriptRunner> runner_;
-    std::optional<AmbrelKit::Simulated::ScriptStep> next_; ///< nothing: the script has ended
-    Clock::time_point last_;                               ///< when the script's time went on
+    std::optional<AmbrelKit::Simulated::ScriptStep> next_; ///< nothing: not read yet
+    bool isOver_ = false;
+    bool isPaused_ = false;
+    Clock::time_point last_; ///< at which the script's time stood where it stands
     std::shared_ptr<AmbrelKit::Timer> timer_;
 };
 

@@ -148,7 +148,7 @@ std::vector<Line> View::lines(ScreenSize size) {
         lines.push_back(std::move(line));
     }
     lines.resize(taken - 1 + height_);
-    lines.push_back(bottom());
+    lines.push_back(bottom(size.columns));
     return lines;
 }
 
@@ -201,11 +201,13 @@ Line View::title() const {
              {"  " + counts}}};
 }
 
-Line View::bottom() const {
+Line View::bottom(std::size_t columns) const {
     switch (page_) {
     case Page::filter:
-        return {{{"/" + printable(filter_) + "▏", Meaning::heading},
-                 {"  enter: keep  escape: show all", Meaning::faint}}};
+        return {
+            {{"/" + ending(printable(filter_), columns - std::min<std::size_t>(columns, 2)) + "▏",
+              Meaning::heading},
+             {"  enter: keep  escape: show all", Meaning::faint}}};
     case Page::list:
         break;
     default:
@@ -215,9 +217,8 @@ Line View::bottom() const {
                {"  /", Meaning::faint}}};
     line.pieces.push_back(filter_.empty() ? StyledText{": filter", Meaning::faint}
                                           : StyledText{printable(filter_), Meaning::heading});
-    line.pieces.push_back(
-        {std::string("  space: ") + (feed_.runs() ? "pause" : "go on") + "  enter: details",
-         Meaning::faint});
+    const char* space = feed_.isOver() ? "" : feed_.runs() ? "  space: pause" : "  space: go on";
+    line.pieces.push_back({space + std::string("  enter: details"), Meaning::faint});
     return line;
 }
 

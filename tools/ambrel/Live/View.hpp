@@ -33,7 +33,7 @@ private:
     void open();
     [[nodiscard]] std::vector<const Sighting*> rows();
     [[nodiscard]] Line title() const;
-    [[nodiscard]] Line bottom() const;
+    [[nodiscard]] Line bottom(std::size_t columns) const;
     [[nodiscard]] std::vector<Line> list(std::size_t count, std::size_t columns);
     [[nodiscard]] std::vector<Line> page(std::size_t count, std::size_t columns);
 

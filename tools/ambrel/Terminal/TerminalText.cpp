@@ -117,6 +117,19 @@ std::string cut(std::string_view text, std::size_t columns) {
     return std::string(kept.substr(0, end == kept.npos ? 0 : end + 1)) + "…";
 }
 
+std::string ending(std::string_view text, std::size_t columns) {
+    std::size_t width = displayWidth(text);
+    if (width <= columns) {
+        return std::string(text);
+    }
+    while (width >= columns && !text.empty()) {
+        const Piece cluster = firstCluster(text);
+        width -= cluster.width;
+        text.remove_prefix(cluster.bytes);
+    }
+    return columns == 0 ? "" : "…" + std::string(text);
+}
+
 std::string padding(std::string_view text, std::size_t width) {
     const std::size_t taken = displayWidth(text);
     return std::string(taken < width ? width - taken : 0, ' ');

@@ -32,6 +32,9 @@ std::size_t displayWidth(std::string_view text);
 /// an ellipsis.
 std::string cut(std::string_view text, std::size_t columns);
 
+/// The same of its end, which begins with an ellipsis where that is not all of it.
+std::string ending(std::string_view text, std::size_t columns);
+
 /// The spaces that `text` lacks to `width` columns.
 std::string padding(std::string_view text, std::size_t width);
 
