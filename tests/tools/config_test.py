@@ -62,8 +62,8 @@ class Configuration(unittest.TestCase):
         self.ambrel("store", "save", "script")
         for text, problem in [
             ("# a\n\n[replay]\nquite = true", "4: not expected: quite; did you mean --quiet? (see ambrel replay --help)"),
-            ("[repaly]\nquiet = true", '2: "repaly" is no command; did you mean replay? (see ambrel --help)'),
-            ("[store.lsit]\nformat = 'json'", '2: "lsit" is no command; did you mean list? (see ambrel store --help)'),
+            ("[repaly]", '1: "repaly" is no command; did you mean replay? (see ambrel --help)'),
+            ("[store.lsit]\nformat = 'json'", '1: "lsit" is no command; did you mean list? (see ambrel store --help)'),
             ("quiet = true", "1: not expected: quiet (see ambrel --help)"),
             ("[replay]\nhelp = true", "2: --help stands on the command line alone"),
             ("config = 'a'", "1: --config stands on the command line alone"),

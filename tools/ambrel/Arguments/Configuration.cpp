@@ -29,13 +29,17 @@ bool isConfigurable(const CLI::Option& option) {
     return option.get_configurable() && !option.get_lnames().empty();
 }
 
-/// The option that a setting is for, and its command.
+/// The option that a setting is for, and its command; a table has no option.
 std::pair<CLI::App*, CLI::Option*> placeOf(CLI::App& program, const Configuration& configuration,
                                            const Setting& setting) {
     try {
         CLI::App* command = &program;
-        for (std::size_t i = 0; i + 1 < setting.path.size(); ++i) {
+        const bool isTable = setting.kind == Setting::Kind::table;
+        for (std::size_t i = 0; i + (isTable ? 0 : 1) < setting.path.size(); ++i) {
             command = const_cast<CLI::App*>(&commandNamed(*command, setting.path[i]));
+        }
+        if (isTable) {
+            return {command, nullptr};
         }
         const std::string& name = setting.path.back();
         for (CLI::Option* option : command->get_options()) {
@@ -111,6 +115,9 @@ void apply(CLI::App& program, const Configuration& configuration) {
     std::set<std::vector<std::string>> known;
     for (const Setting& setting : configuration.settings) {
         const auto [owner, option] = placeOf(program, configuration, setting);
+        if (option == nullptr) {
+            continue;
+        }
         if (!known.insert(setting.path).second) {
             throwWrong(configuration, setting.line, setting.path.back() + " stands there twice");
         }
@@ -169,7 +176,9 @@ std::string printed(CLI::App& program, CLI::App& command, const std::string& pat
 
 std::string print(CLI::App& program, const Configuration& configuration) {
     for (const Setting& setting : configuration.settings) {
-        give(*placeOf(program, configuration, setting).second, configuration, setting);
+        if (CLI::Option* option = placeOf(program, configuration, setting).second) {
+            give(*option, configuration, setting);
+        }
     }
     if (!configuration.refusal.empty()) {
         sayNote(configuration.refusal);

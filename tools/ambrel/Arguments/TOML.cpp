@@ -30,6 +30,8 @@ public:
         for (skipBlank(); !text_.empty(); skipBlank()) {
             if (take('[')) {
                 table = path();
+                settings_.push_back(
+                    {.path = table, .kind = Setting::Kind::table, .values = {}, .line = line_});
                 expect(']', "the name of a table ends with ]");
             } else {
                 settings_.push_back({.path = table, .values = {}, .line = line_});

@@ -9,11 +9,11 @@
 
 namespace Ambrel {
 
-/// A key with its value in a text of TOML.
+/// A key with its value in a text of TOML, or the heading of a table.
 struct Setting {
-    enum class Kind { flag, text, list };
+    enum class Kind { table, flag, text, list };
 
-    std::vector<std::string> path; ///< the tables that it stands in, and the key
+    std::vector<std::string> path; ///< the tables that it stands in, and the key, if it has one
     Kind kind = Kind::text;
     std::vector<std::string> values; ///< a flag's is "true" or "false"; but in a list, one
     std::size_t line = 0;            ///< from 1
