@@ -179,7 +179,8 @@ class Reports(unittest.TestCase):
         os.close(slave)
         self.assertIn("nowhere", self.ambrel("report", "-o", "nowhere/page", status=1).stderr)
         self.assertEqual(self.ambrel("report", "-o", "", status=2).stdout, "")
-        self.ambrel("report", "-o", "page")
+        (self.folder / "link").symlink_to("page")  # to what is not there
+        self.ambrel("report", "-o", "link")
         self.assertEqual(stat.S_IMODE((self.folder / "page").stat().st_mode), 0o600)
         self.assertIn("</html>", (self.folder / "page").read_text())
 

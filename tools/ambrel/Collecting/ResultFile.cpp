@@ -53,7 +53,7 @@ ResultFile::ResultFile(std::string name, Earlier earlier) : name_(std::move(name
         file_ = opened(continuing);
         opensAnew_ = fstat(file_.get(), &status) == 0 && S_ISREG(status.st_mode);
     } else if (exists && !S_ISREG(status.st_mode)) {
-        file_ = opened(O_TRUNC);
+        file_ = opened(O_TRUNC | O_CREAT); // behind a link there may be none yet
     } else {
         const HeldSignals held;
         const NewFile canBeMade(folderOf(name_), name_); // and goes: it is made when it is whole
