@@ -165,9 +165,10 @@ class Reports(unittest.TestCase):
                                       "wifiNetwork": {"connectedDevices": {}}, "locationCollection": {"lat": "0", "lon": 91}}])
         (self.folder / "collections/3.0").write_text("{")
         (self.folder / "collections/note").write_text('{"timestamp": "today"}')
+        (self.folder / "collections/1.5").write_text('{"timestamp": 5}')  # renamed, it hides none of the later ones
         model = self.model(status=1)
-        self.assertEqual([model[key] for key in ("collections", "unreadable", "untimed")], [2, 1, 1])
-        self.assertIn("left out: 1 ", self.ambrel("report", status=1).stderr)
+        self.assertEqual([model[key] for key in ("collections", "last", "unreadable", "untimed")], [2, 2, 1, 2])
+        self.assertIn("left out: 2 ", self.ambrel("report", status=1).stderr)
 
     def test_says_where_it_does_not_write(self):
         master, slave = pty.openpty()

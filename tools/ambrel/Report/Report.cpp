@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace Ambrel {
 
@@ -58,14 +59,24 @@ std::vector<std::string> joinedNetworks(const JSONDictionary& collection) {
 
 } // namespace
 
-void Report::add(const JSONDictionary& collection) {
+void Report::add(JSONDictionary collection) {
     const JSONValue& timestamp = member(collection, "timestamp");
     const auto time = timestamp.is_number() ? calendarTime(timestamp.get<double>()) : std::nullopt;
     if (!time || (collections_ > 0 && *time < last_)) {
         ++untimed_;
         return;
     }
-    const Here here{{*time, collections_, hourOfWeek(*time)},
+    if (newest_ && *time < newest_->time) {
+        ++untimed_;
+    } else if (newest_) {
+        count(*newest_);
+    }
+    newest_ = {*time, std::move(collection)};
+}
+
+void Report::count(const Timed& timed) {
+    const auto& [time, collection] = timed;
+    const Here here{{time, collections_, hourOfWeek(time)},
                     collection,
                     shownText(member(collection, "ip")),
                     joinedNetworks(collection)};
@@ -75,13 +86,13 @@ void Report::add(const JSONDictionary& collection) {
     seeNetworks(here);
     located_ += seePlace(here) ? 1 : 0;
 
-    first_ = collections_ == 0 ? *time : first_;
-    last_ = *time;
+    first_ = collections_ == 0 ? time : first_;
+    last_ = time;
     ++collections_;
     joined_ += here.networks.empty() ? 0 : 1;
     ++collectionsInWeek_.at(here.moment.hourOfWeek);
     peripheralsInWeek_.at(here.moment.hourOfWeek) += counts.peripherals;
-    bins_.add(*time, counts);
+    bins_.add(time, counts);
 }
 
 std::size_t Report::seePeripherals(const Here& here) {
@@ -155,6 +166,10 @@ bool Report::seePlace(const Here& here) {
 }
 
 JSONDictionary Report::model() {
+    if (newest_) {
+        count(*newest_);
+        newest_.reset();
+    }
     constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
     const bool isEmpty = collections_ == 0;
     const bool someIsNew = !isEmpty && last_ - first_ > week;

@@ -19,8 +19,9 @@ namespace Ambrel {
 /// that its size and the memory that it takes are bounded, however many they are.
 class Report {
 public:
-    /// Takes the next collection; they come in the order of their times.
-    void add(const AmbrelKit::JSONDictionary& collection);
+    /// Takes the next collection; they come in the order of their times. One that is out of order
+    /// by itself is left out, as its file was renamed.
+    void add(AmbrelKit::JSONDictionary collection);
 
     /// The members of the page's model that follow from the collections. Nothing is added after it.
     [[nodiscard]] AmbrelKit::JSONDictionary model();
@@ -34,11 +35,18 @@ private:
         std::vector<std::string> networks;
     };
 
+    struct Timed {
+        std::int64_t time;
+        AmbrelKit::JSONDictionary collection;
+    };
+
+    void count(const Timed& timed);
     std::size_t seePeripherals(const Here& here);
     std::size_t seeServices(const Here& here);
     void seeNetworks(const Here& here);
     bool seePlace(const Here& here);
 
+    std::optional<Timed> newest_; ///< not counted yet: the next one may be earlier
     std::size_t collections_ = 0;
     std::size_t untimed_ = 0;
     std::int64_t first_ = 0;

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <unistd.h>
+#include <utility>
 
 namespace Ambrel {
 
@@ -36,7 +37,7 @@ JSONDictionary modelOf(const ReportArguments& arguments) {
     });
     Report report;
     forEachStored(store, arguments.span,
-                  [&report](const JSONDictionary& collection) { report.add(collection); });
+                  [&report](JSONDictionary collection) { report.add(std::move(collection)); });
     JSONDictionary model = report.model();
     if (model.at("untimed") != 0) {
         sayNote("collections left out: " + model.at("untimed").dump() +

@@ -27,7 +27,7 @@ bool goesToFile() {
 
 } // namespace
 
-bool forEachStored(const TimeSpan& span, const std::function<void(const JSONDictionary&)>& take) {
+bool forEachStored(const TimeSpan& span, const AmbrelStorage::Visitor& take) {
     return withStore([&](const AmbrelStorage& store) { forEachStored(store, span, take); });
 }
 

@@ -3,6 +3,7 @@
 
 #include "tools/ambrel/Arguments/TimeSpan.hpp"
 
+#include <AmbrelKit/AmbrelStorage.hpp>
 #include <AmbrelKit/Platform/JSONDictionary.hpp>
 #include <functional>
 #include <nlohmann/json.hpp>
@@ -12,8 +13,7 @@ namespace Ambrel {
 
 /// As the function of Store.hpp, with each failure as one line on standard error. Returns whether
 /// there was none.
-bool forEachStored(const TimeSpan& span,
-                   const std::function<void(const AmbrelKit::JSONDictionary& collection)>& take);
+bool forEachStored(const TimeSpan& span, const AmbrelKit::AmbrelStorage::Visitor& take);
 
 /// What is printed of collections one after the other.
 struct Listing {

@@ -39,7 +39,7 @@ std::string fileOf(double time) {
 }
 
 void forEachStored(const AmbrelStorage& store, const TimeSpan& span,
-                   const std::function<void(const AmbrelKit::JSONDictionary&)>& take) {
+                   const AmbrelStorage::Visitor& take) {
     if (hasSaved()) {
         store.forEachSavedCollection(span.since, span.until, take);
     } else {

@@ -29,7 +29,7 @@ std::string fileOf(double time);
 /// Has `take` take the collections of that span, from the oldest to the newest. A store that was
 /// never saved to is an empty one, which is said.
 void forEachStored(const AmbrelKit::AmbrelStorage& store, const TimeSpan& span,
-                   const std::function<void(const AmbrelKit::JSONDictionary& collection)>& take);
+                   const AmbrelKit::AmbrelStorage::Visitor& take);
 
 /// Saves one dictionary; an interruption waits until that is done.
 void save(const AmbrelKit::AmbrelStorage& store, const AmbrelKit::JSONDictionary& collection);
