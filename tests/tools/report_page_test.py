@@ -152,6 +152,16 @@ class ReportPage(unittest.TestCase):
             label.send_keys("0")
             self.until(lambda: shown() == whole)
 
+    def test_a_clock_that_was_not_set_leaves_the_first_view_to_the_others(self):
+        (folder / "odd/collections").mkdir(parents=True, mode=0o700)
+        for time in 0, *(one["timestamp"] for one in collections[:10]):
+            (folder / f"odd/collections/{time}.0").write_text(json.dumps({"timestamp": time}))
+        subprocess.run([AMBREL, "report", "-o", folder / "odd.html"], env={"AMBREL_DOCUMENTS_DIR": f"{folder}/odd"}, check=True)
+        self.open("odd")
+        self.assertNotIn("1969", self.texts("#range")[0])  # where the margin begins
+        self.find("#zoom button", 4).click()
+        self.until(lambda: "1969" in self.texts("#range")[0])
+
     def test_keyboard_reaches_everything(self):
         self.open()
         all_of_it = "[...document.querySelectorAll('a[href], button:enabled, input, select, [tabindex=\"0\"]')]"

@@ -1,9 +1,25 @@
 // The stretch of time that every chart shows, and what moves it.
 const minute = 60, hour = 3600, aDay = 86400;
 const empty = model.first === null;
-const margin = empty ? 0 : Math.max((model.last - model.first) * 0.01, 10 * minute);
-const whole = { from: model.first - margin, to: model.last + margin };
-const view = { ...whole };
+
+function withMargin(first, last) {
+    const margin = empty ? 0 : Math.max((last - first) * 0.01, 10 * minute);
+    return { from: first - margin, to: last + margin };
+}
+
+/// Where the collections begin, but for a few so long before that the others would stand on one spot: taken before the clock was set.
+function beginning() {
+    const { at: places, collections, origin, width } = model.bins;
+    const few = Math.max(1, model.collections / 20);
+    let first = model.first;
+    for (let i = 1, before = collections[0]; i < places.length && before <= few; before += collections[i++]) {
+        if ((places[i] - places[i - 1]) * width > 0.9 * (model.last - first)) first = origin + places[i] * width;
+    }
+    return first;
+}
+
+const whole = withMargin(model.first, model.last);
+const view = withMargin(beginning(), model.last);
 const painters = [];
 let waiting = false;
 
