@@ -135,18 +135,20 @@ TEST_F(Lists, ALimitKeepsTheNewest) {
     EXPECT_EQ(CollectedData().limitedTo(0).limit(), 1U);
 }
 
-TEST_F(Lists, ManyAdditionsAreDestroyedWithoutRecursion) {
-    constexpr std::size_t count = 100'000; // a frame for each of them would exhaust the stack
-    std::vector<BluetoothPeripheral> first;
-    for (std::size_t i = 0; i < count; ++i) {
-        first.push_back({UUID::random(), {}, at(0)});
+TEST_F(Lists, TwoListsThatCameFromOneGoTheirOwnWays) {
+    for (const int held : {0, 3, 200}) { // nothing, notes alone, and notes behind what is in order
+        NearbyDevices list;
+        for (int i = 0; i < held; ++i) {
+            list = list.appending({std::to_string(i), "_a._tcp.", {}, {}, at(i)});
+        }
+        const auto before = list.elements();
+        const auto one = list.appending({"one", "_b._tcp.", {}, {}, at(1)});
+        const auto other = list.appending({"other", "_b._tcp.", {}, {}, at(2)});
+        EXPECT_EQ(list.elements(), before);
+        EXPECT_EQ(one.elements().back().name, Text("one"));
+        EXPECT_EQ(other.elements().back().name, Text("other"));
+        EXPECT_EQ(other.elements().size(), before.size() + 1);
     }
-    auto list = std::make_unique<BluetoothScan>(first);
-    for (std::size_t i = 1; i < count; ++i) {
-        *list = list->appending(first[i]);
-    }
-    EXPECT_EQ(list->countAtMost(), 2 * count - 1) << "all of them are notes still";
-    list.reset();
 }
 
 } // namespace

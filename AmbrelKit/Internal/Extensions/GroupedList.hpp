@@ -24,10 +24,11 @@ template <auto keyPath> struct ByKey {
 /// that are neither before nor after each other stand in the order of their adding. `keyPath` gives
 /// an element's key, `Order` its place.
 ///
-/// A value: adding makes a new list and leaves the old one as it was. The two share nearly all they
-/// hold, since an addition is only noted; the notes are put in order when the list is read, or have
-/// become as many as the elements in order. So adding costs the same however long the list is, and
-/// reading costs the sorting, of the notes alone where the order is that of the keys.
+/// A value: adding makes a new list and leaves the old one as it was. The two share all they hold,
+/// since an addition is only noted behind what both have; the notes are put in order when the list
+/// is read, or have become as many as the elements in order. So adding costs the same however long
+/// the list is, and reading costs the sorting, of the notes alone where the order is that of the
+/// keys. Only adding to a list that has been added to before costs as much as reading it.
 template <class Element, auto keyPath, class Order = ByKey<keyPath>> class GroupedList {
 public:
     GroupedList() = default;
@@ -39,42 +40,36 @@ public:
         for (const Element& element : list) {
             candidates.push_back(&element);
         }
-        ordered_ = std::make_shared<const Elements>(inOrder(std::move(candidates)));
+        content_ = std::make_shared<Content>(inOrder(std::move(candidates)));
     }
 
     [[nodiscard]] GroupedList appending(Element element) const {
-        GroupedList list;
-        list.ordered_ = ordered_;
-        list.notes_ = std::make_shared<Note>(std::move(element), notes_);
-        if (list.noteCount() >= std::max(fewestNotesInOrder, list.orderedCount())) {
-            list.ordered_ = std::make_shared<const Elements>(list.elements());
-            list.notes_ = nullptr;
-        }
+        GroupedList list = hasRoom() ? *this : GroupedList(InOrder{}, elements());
+        list.content_->notes.push_back(std::move(element));
+        ++list.noteCount_;
         return list;
     }
 
     /// At least as many as the list holds: an element added again may count twice.
-    [[nodiscard]] std::size_t countAtMost() const { return orderedCount() + noteCount(); }
+    [[nodiscard]] std::size_t countAtMost() const { return ordered().size() + noteCount(); }
 
     /// Calls `visit` with each element, in order.
     template <class Visit> void forEach(Visit visit) const {
-        if (notes_) {
+        if (noteCount() > 0) {
             const Elements all = elements();
             std::for_each(all.begin(), all.end(), visit);
-        } else if (ordered_) {
-            std::for_each(ordered_->begin(), ordered_->end(), visit);
+        } else {
+            std::for_each(ordered().begin(), ordered().end(), visit);
         }
     }
 
     /// The elements in order.
     [[nodiscard]] std::vector<Element> elements() const {
-        static const Elements none;
-        const Elements& ordered = ordered_ ? *ordered_ : none;
-        if (!notes_) {
-            return ordered;
+        if (noteCount() == 0) {
+            return ordered();
         }
         if constexpr (std::is_same_v<Order, ByKey<keyPath>>) {
-            return merged(ordered, newestNotes());
+            return merged(ordered(), newestNotes());
         } else {
             return inOrder(candidates());
         }
@@ -88,17 +83,15 @@ public:
         }
         std::transform(elements.begin(), elements.end(), elements.begin(), transform);
         elements.shrink_to_fit();
-        GroupedList list;
-        list.ordered_ = std::make_shared<const Elements>(std::move(elements));
-        return list;
+        return GroupedList(InOrder{}, std::move(elements));
     }
 
     /// The element that was noted last, else the last in order; null in an empty list.
     [[nodiscard]] const Element* recent() const {
-        if (notes_) {
-            return &notes_->element;
+        if (noteCount() > 0) {
+            return &content_->notes[noteCount() - 1];
         }
-        return orderedCount() > 0 ? &ordered_->back() : nullptr;
+        return ordered().empty() ? nullptr : &ordered().back();
     }
 
     friend bool operator==(const GroupedList& a, const GroupedList& b) {
@@ -109,38 +102,45 @@ private:
     using Elements = std::vector<Element>;
     using Pointers = std::vector<const Element*>;
 
-    struct Note {
-        Note(Element element, std::shared_ptr<Note> previous)
-            : element(std::move(element)), previous(std::move(previous)),
-              count(this->previous ? this->previous->count + 1 : 1) {}
-        Note(const Note&) = delete;
-        Note& operator=(const Note&) = delete;
-        ~Note() { // one after the other: a long chain would exhaust the stack
-            std::shared_ptr<Note> next = std::move(previous);
-            while (next.use_count() == 1) {
-                next = std::exchange(next->previous, nullptr);
-            }
-        }
+    struct InOrder {};
 
-        Element element;
-        std::shared_ptr<Note> previous;
-        std::size_t count; ///< of the chain that ends here
+    /// What lists share that came from one another. It only grows.
+    struct Content {
+        explicit Content(Elements ordered) : ordered(std::move(ordered)) {}
+        const Elements ordered;
+        Elements notes;
     };
 
     static constexpr std::size_t fewestNotesInOrder = 64;
 
+    GroupedList(InOrder /*tag*/, Elements elements)
+        : content_(std::make_shared<Content>(std::move(elements))) {}
+
+    [[nodiscard]] const Elements& ordered() const {
+        static const Elements none;
+        return content_ ? content_->ordered : none;
+    }
+
+    [[nodiscard]] std::size_t noteCount() const {
+        return content_ ? noteCount_ : 0; // a list that was moved from is empty
+    }
+
+    /// Whether a note may follow: the last of the content is this list's, and they are not too
+    /// many.
+    [[nodiscard]] bool hasRoom() const {
+        return content_ && content_->notes.size() == noteCount() &&
+               noteCount() < std::max(fewestNotesInOrder, content_->ordered.size());
+    }
+
     static decltype(auto) keyOf(const Element* element) { return std::invoke(keyPath, *element); }
     static bool inOrderOf(const Element* a, const Element* b) { return Order{}(*a, *b); }
-
-    [[nodiscard]] std::size_t orderedCount() const { return ordered_ ? ordered_->size() : 0; }
-    [[nodiscard]] std::size_t noteCount() const { return notes_ ? notes_->count : 0; }
 
     /// The last note of each key, in the order of the keys.
     [[nodiscard]] Pointers newestNotes() const {
         Pointers notes; // the newest first
         notes.reserve(noteCount());
-        for (const Note* note = notes_.get(); note != nullptr; note = note->previous.get()) {
-            notes.push_back(&note->element);
+        for (std::size_t i = noteCount(); i > 0; --i) {
+            notes.push_back(&content_->notes[i - 1]);
         }
         std::stable_sort(notes.begin(), notes.end(), inOrderOf);
         const auto isRepeated = [](const Element* a, const Element* b) { return !inOrderOf(a, b); };
@@ -168,13 +168,13 @@ private:
 
     /// What is in order, then what was added since, oldest first.
     [[nodiscard]] Pointers candidates() const {
-        Pointers candidates(orderedCount() + noteCount());
-        auto place = candidates.rbegin();
-        for (const Note* note = notes_.get(); note != nullptr; note = note->previous.get()) {
-            *place++ = &note->element;
+        Pointers candidates;
+        candidates.reserve(countAtMost());
+        for (const Element& element : ordered()) {
+            candidates.push_back(&element);
         }
-        for (std::size_t i = 0; i < orderedCount(); ++i) {
-            candidates[i] = &(*ordered_)[i];
+        for (std::size_t i = 0; i < noteCount(); ++i) {
+            candidates.push_back(&content_->notes[i]);
         }
         return candidates;
     }
@@ -192,8 +192,8 @@ private:
         return elements;
     }
 
-    std::shared_ptr<const Elements> ordered_; ///< null for none
-    std::shared_ptr<Note> notes_;
+    std::shared_ptr<Content> content_; ///< null for none
+    std::size_t noteCount_ = 0;        ///< how many of the content's notes are this list's
 };
 
 } // namespace AmbrelKit

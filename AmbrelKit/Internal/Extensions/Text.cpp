@@ -56,12 +56,14 @@ Text::Text(std::string_view bytes) {
     if (bytes.empty()) {
         return;
     }
-    const auto memory = std::make_shared_for_overwrite<char[]>(bytes.size() + canonical.size());
+    const Sizes sizes{static_cast<std::uint32_t>(bytes.size()),
+                      static_cast<std::uint32_t>(canonical.size())};
+    const auto memory =
+        std::make_shared_for_overwrite<char[]>(sizeof sizes + bytes.size() + canonical.size());
+    std::memcpy(memory.get(), &sizes, sizeof sizes);
     std::copy(canonical.begin(), canonical.end(),
-              std::copy(bytes.begin(), bytes.end(), memory.get()));
-    bytes_ = memory;
-    spelledSize_ = static_cast<std::uint32_t>(bytes.size());
-    canonicalSize_ = static_cast<std::uint32_t>(canonical.size());
+              std::copy(bytes.begin(), bytes.end(), memory.get() + sizeof sizes));
+    memory_ = memory;
 }
 
 } // namespace AmbrelKit

@@ -5,6 +5,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -27,16 +28,20 @@ public:
     // NOLINTEND(google-explicit-constructor)
 
     /// The text as it was spelled.
-    [[nodiscard]] std::string_view string() const { return {bytes_.get(), spelledSize_}; }
+    [[nodiscard]] std::string_view string() const {
+        return memory_ ? std::string_view(memory_.get() + sizeof(Sizes), sizes().spelled)
+                       : std::string_view();
+    }
 
     /// The text normalised to NFC: what it is compared by.
     [[nodiscard]] std::string_view canonical() const {
-        return canonicalSize_ == 0 ? string()
-                                   : std::string_view(bytes_.get() + spelledSize_, canonicalSize_);
+        const std::string_view spelled = string();
+        const std::uint32_t size = memory_ ? sizes().canonical : 0;
+        return size == 0 ? spelled : std::string_view(spelled.data() + spelled.size(), size);
     }
 
     friend bool operator==(const Text& a, const Text& b) {
-        return a.bytes_ == b.bytes_ || a.canonical() == b.canonical();
+        return a.memory_ == b.memory_ || a.canonical() == b.canonical();
     }
 
     friend std::weak_ordering operator<=>(const Text& a, const Text& b) {
@@ -44,9 +49,18 @@ public:
     }
 
 private:
-    std::shared_ptr<const char[]> bytes_; ///< as spelled, then NFC; null for the empty text
-    std::uint32_t spelledSize_ = 0;
-    std::uint32_t canonicalSize_ = 0; ///< 0 where it is what is spelled, as nearly always
+    struct Sizes {
+        std::uint32_t spelled;
+        std::uint32_t canonical; ///< 0 where it is what is spelled, as nearly always
+    };
+
+    [[nodiscard]] Sizes sizes() const {
+        Sizes sizes;
+        std::memcpy(&sizes, memory_.get(), sizeof sizes);
+        return sizes;
+    }
+
+    std::shared_ptr<const char[]> memory_; ///< sizes, bytes as spelled, NFC; null: the empty text
 };
 
 } // namespace AmbrelKit

@@ -19,7 +19,7 @@ void DataStore::sendEvent(const DataEvent& event) {
         try {
             environment_.startScan(started->mode);
         } catch (...) {
-            replaceState(before); // with its record open, the next request would be ignored
+            replaceState(State(before)); // with its record open, the next request would be ignored
             throw;
         }
     } else if (const auto* finished = std::get_if<Effects::scanFinished>(&effect)) {
@@ -30,7 +30,7 @@ void DataStore::sendEvent(const DataEvent& event) {
 }
 
 /// A limit that the host has set meanwhile stays.
-void DataStore::replaceState(State state) {
+void DataStore::replaceState(State&& state) {
     const auto limit = state_.collectedData.limit();
     state_ = std::move(state);
     if (state_.collectedData.limit() != limit) {

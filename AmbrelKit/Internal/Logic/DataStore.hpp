@@ -24,7 +24,7 @@ public:
     void limitHistory(std::optional<std::size_t> limit);
 
 private:
-    void replaceState(State state);
+    void replaceState(State&& state);
 
     State state_;
     std::shared_ptr<const DataReducer> reducer_;

@@ -8,7 +8,8 @@ namespace AmbrelKit {
 
 namespace {
 
-AmbrelPermissionStatus ask(AmbrelPermissionStatus (PermissionsHelperDelegate::*query)()) {
+template <AmbrelPermissionStatus (PermissionsHelperDelegate::*query)()>
+AmbrelPermissionStatus ask() {
     const auto delegate = PermissionsHelper::instance().delegate();
     return delegate ? (*delegate.*query)() : AmbrelPermissionStatus::unknown;
 }
@@ -25,31 +26,31 @@ void PermissionsHelper::setPermissionsDelegate(std::weak_ptr<PermissionsHelperDe
 }
 
 AmbrelPermissionStatus PermissionsHelper::bluetoothPermissionStatus() {
-    return ask(&PermissionsHelperDelegate::bluetoothPermissionStatus);
+    return ask<&PermissionsHelperDelegate::bluetoothPermissionStatus>();
 }
 
 AmbrelPermissionStatus PermissionsHelper::bluetoothSettingStatus() {
-    return ask(&PermissionsHelperDelegate::bluetoothSettingStatus);
+    return ask<&PermissionsHelperDelegate::bluetoothSettingStatus>();
 }
 
 AmbrelPermissionStatus PermissionsHelper::networkPermissionStatus() {
-    return ask(&PermissionsHelperDelegate::networkPermissionStatus);
+    return ask<&PermissionsHelperDelegate::networkPermissionStatus>();
 }
 
 AmbrelPermissionStatus PermissionsHelper::networkSettingStatus() {
-    return ask(&PermissionsHelperDelegate::networkSettingStatus);
+    return ask<&PermissionsHelperDelegate::networkSettingStatus>();
 }
 
 AmbrelPermissionStatus PermissionsHelper::locationPermissionStatus() {
-    return ask(&PermissionsHelperDelegate::locationPermissionStatus);
+    return ask<&PermissionsHelperDelegate::locationPermissionStatus>();
 }
 
 AmbrelPermissionStatus PermissionsHelper::locationPrecisePermissionStatus() {
-    return ask(&PermissionsHelperDelegate::locationPrecisePermissionStatus);
+    return ask<&PermissionsHelperDelegate::locationPrecisePermissionStatus>();
 }
 
 AmbrelPermissionStatus PermissionsHelper::locationSettingStatus() {
-    return ask(&PermissionsHelperDelegate::locationSettingStatus);
+    return ask<&PermissionsHelperDelegate::locationSettingStatus>();
 }
 
 AmbrelAnalytics::AmbrelAnalytics()

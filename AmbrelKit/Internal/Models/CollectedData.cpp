@@ -26,14 +26,15 @@ CollectedData CollectedData::appending(const std::optional<AmbrelData>& data) co
     if (!data) {
         return *this;
     }
-    CollectedData list = *this;
+    CollectedData list;
+    list.limit_ = limit_;
+    list.newest_ = data;
     if (!newest_ ||
         (newest_->uuid() == data->uuid() && newest_->createdAt() <= data->createdAt())) {
-        list.newest_ = data;
+        list.earlier_ = earlier_;
         return list;
     }
     list.earlier_ = earlier_.appending(closed(*newest_, earlier_.recent()));
-    list.newest_ = data;
     const bool outOfOrder = data->createdAt() < newest_->createdAt();
     const bool overgrown = limit_ && list.earlier_.countAtMost() / 2 > std::max(*limit_, fewestCut);
     return outOfOrder || overgrown ? list.rebuilt() : list;
