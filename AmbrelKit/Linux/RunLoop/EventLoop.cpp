@@ -1,7 +1,7 @@
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
+#include "AmbrelKit/Linux/RunLoop/LoopTimer.hpp"
 #include "AmbrelKit/Linux/RunLoop/OfThisThread.hpp"
-#include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <algorithm>
 #include <cassert>
@@ -22,6 +22,8 @@ namespace {
 /// Anything longer is added up by sd-event into a quarter of a second of delay for each timer.
 constexpr std::uint64_t accuracyMicroseconds = 1;
 
+constexpr std::uint64_t never = std::numeric_limits<std::uint64_t>::max();
+
 /// A loop that is polled by a host gives the host a turn after this many callbacks.
 constexpr int callbacksPerDispatch = 256;
 
@@ -37,54 +39,6 @@ std::uint64_t microseconds(std::chrono::steady_clock::time_point time) {
         std::chrono::ceil<std::chrono::microseconds>(time.time_since_epoch()).count();
     return count > 0 ? static_cast<std::uint64_t>(count) : 0;
 }
-
-/// An interval as a timer can keep it. One of no length would never let the loop sleep, one of
-/// centuries would overflow the clock; both come from a host's mistake and stay harmless.
-std::chrono::nanoseconds keepable(double seconds) {
-    constexpr double shortest = 1e-4;
-    constexpr double longest = 1e9;
-    const double kept = seconds >= shortest ? std::min(seconds, longest) : shortest; // also for NaN
-    return std::chrono::round<std::chrono::nanoseconds>(std::chrono::duration<double>(kept));
-}
-
-/// Rearmed from its own deadline, so that lateness never adds up.
-class LoopTimer final : public Timer {
-public:
-    LoopTimer(double interval, bool repeats, TimerTick tick)
-        : interval_(keepable(interval)), repeats_(repeats), tick_(std::move(tick)) {}
-
-    static std::shared_ptr<LoopTimer> schedule(EventLoop& loop, double interval, bool repeats,
-                                               TimerTick tick) {
-        auto timer = std::make_shared<LoopTimer>(interval, repeats, std::move(tick));
-        timer->due_ = std::chrono::steady_clock::now() + timer->interval_;
-        timer->deadline_ = loop.deadline(weakly(timer, &LoopTimer::fire));
-        timer->deadline_->arm(timer->due_);
-        return timer;
-    }
-
-    void invalidate() override { deadline_.reset(); }
-
-private:
-    void fire() {
-        if (repeats_) {
-            const auto now = std::chrono::steady_clock::now();
-            due_ += interval_;
-            if (due_ <= now) { // ticks that were slept through are not made up for
-                due_ += (now - due_) / interval_ * interval_ + interval_;
-            }
-            deadline_->arm(due_);
-        } else {
-            deadline_.reset();
-        }
-        tick_(*this);
-    }
-
-    std::chrono::nanoseconds interval_;
-    bool repeats_;
-    TimerTick tick_;
-    std::chrono::steady_clock::time_point due_;
-    std::shared_ptr<Deadline> deadline_;
-};
 
 } // namespace
 
@@ -113,30 +67,28 @@ int DescriptorWatch::run(sd_event_source* /*source*/, int /*descriptor*/, std::u
 }
 
 Deadline::Deadline(EventLoop& loop, std::function<void()> due)
-    : EventSource(loop), due_(std::move(due)) {
-    checked(sd_event_add_time(loop.native(), &source_, CLOCK_MONOTONIC,
-                              std::numeric_limits<std::uint64_t>::max(), accuracyMicroseconds, &run,
-                              this),
-            "schedule a timer");
-    sd_event_source_set_enabled(source_, SD_EVENT_OFF);
-}
+    : loop_(loop.weak_from_this()), due_(std::move(due)) {}
 
-void Deadline::arm(std::chrono::steady_clock::time_point time) {
-    checked(sd_event_source_set_time(source_, microseconds(time)), "arm a timer");
-    checked(sd_event_source_set_enabled(source_, SD_EVENT_ONESHOT), "arm a timer");
+void Deadline::arm(Time time, std::chrono::nanoseconds slack) {
     if (const auto loop = loop_.lock()) {
+        disarm();
+        armed_ = loop->deadlines_.emplace(time, this);
+        slack_ = slack;
         loop->touch();
     }
 }
 
-void Deadline::disarm() { sd_event_source_set_enabled(source_, SD_EVENT_OFF); }
-
-int Deadline::run(sd_event_source* /*source*/, std::uint64_t /*due*/, void* self) {
-    const auto keep = static_cast<Deadline*>(self)->shared_from_this();
-    if (const auto loop = keep->loop_.lock()) {
-        loop->guarded([&] { keep->due_(); });
+void Deadline::disarm() {
+    if (const auto loop = armed_ ? loop_.lock() : nullptr) {
+        loop->deadlines_.erase(*armed_);
     }
-    return 0;
+    armed_.reset();
+}
+
+void Deadline::run() {
+    const auto keep = shared_from_this();
+    disarm();
+    due_();
 }
 
 EventLoop::EventLoop() {
@@ -148,12 +100,10 @@ EventLoop::EventLoop() {
         }
         checked(sd_event_add_io(event_, &wakeSource_, wakeDescriptor_, EPOLLIN, &drainWake, this),
                 "watch an event descriptor");
-        // All timers share a descriptor: from here on one can be had without a further one.
-        checked(sd_event_add_time(event_, &clockSource_, CLOCK_MONOTONIC,
-                                  std::numeric_limits<std::uint64_t>::max(), accuracyMicroseconds,
-                                  nullptr, nullptr),
+        checked(sd_event_add_time(event_, &clockSource_, CLOCK_MONOTONIC, never,
+                                  accuracyMicroseconds, &runDue, this),
                 "prepare the timers");
-        checked(sd_event_source_set_enabled(clockSource_, SD_EVENT_OFF), "prepare the timers");
+        checked(sd_event_source_set_enabled(clockSource_, SD_EVENT_ON), "prepare the timers");
     } catch (...) {
         release();
         throw;
@@ -179,6 +129,33 @@ int EventLoop::drainWake(sd_event_source* /*source*/, int descriptor, std::uint3
     return 0;
 }
 
+/// Runs all that are due, one after the other, in one turn: a turn costs more than most of them.
+int EventLoop::runDue(sd_event_source* /*source*/, std::uint64_t /*due*/, void* self) {
+    auto& loop = *static_cast<EventLoop*>(self);
+    const auto& deadlines = loop.deadlines_;
+    while (!deadlines.empty() && deadlines.begin()->first <= std::chrono::steady_clock::now()) {
+        loop.guarded([&] { deadlines.begin()->second->run(); });
+        if (--loop.callbacksLeft_ <= 0 || loop.stopping_ || !loop.failures_.empty()) {
+            break;
+        }
+    }
+    return 0;
+}
+
+/// Only before the loop looks for events: so the kernel is told at most once for a sleep.
+void EventLoop::setClock() {
+    auto latest = Deadline::Time::max();
+    for (const auto& [time, deadline] : deadlines_) {
+        if (time >= latest) {
+            break;
+        }
+        latest = std::min(latest, time + deadline->slack_);
+    }
+    checked(sd_event_source_set_time(clockSource_,
+                                     latest < Deadline::Time::max() ? microseconds(latest) : never),
+            "arm the timers");
+}
+
 std::shared_ptr<EventLoop> EventLoop::current() {
     return ofThisThread([] { return std::shared_ptr<EventLoop>(new EventLoop); });
 }
@@ -187,7 +164,9 @@ void EventLoop::run() {
     const auto keep = enter();
     throwFailure();
     while (!std::exchange(stopping_, false)) {
-        turn([this] { return sd_event_run(event_, std::numeric_limits<std::uint64_t>::max()); });
+        callbacksLeft_ = callbacksPerDispatch;
+        setClock();
+        turn([this] { return sd_event_run(event_, never); });
         throwFailure();
     }
     touch(); // what the last callback changed is not armed yet, and the host may go on by poll()
@@ -210,7 +189,8 @@ int EventLoop::fileDescriptor() const {
 void EventLoop::dispatch() {
     const auto keep = enter();
     throwFailure();
-    for (int i = 0; i < callbacksPerDispatch; ++i) {
+    for (callbacksLeft_ = callbacksPerDispatch; callbacksLeft_ > 0; --callbacksLeft_) {
+        setClock();
         const bool due = checked(sd_event_prepare(event_), "prepare the event loop") > 0 ||
                          checked(sd_event_wait(event_, 0), "look for events") > 0;
         if (!due) { // and armed for the host's next poll

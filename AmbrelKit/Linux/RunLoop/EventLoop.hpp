@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <typeindex>
 #include <typeinfo>
@@ -53,19 +54,31 @@ private:
 };
 
 /// Runs its callback once each time it was armed, at the time it was armed for (accurate to a
-/// microsecond, never early).
-class Deadline final : public EventSource, public std::enable_shared_from_this<Deadline> {
+/// microsecond, never early). An owned handle, as an EventSource.
+class Deadline final : public std::enable_shared_from_this<Deadline> {
 public:
-    /// Replaces the time; one in the past runs at the loop's next turn.
-    void arm(std::chrono::steady_clock::time_point time);
+    using Time = std::chrono::steady_clock::time_point;
+
+    Deadline(const Deadline&) = delete;
+    Deadline& operator=(const Deadline&) = delete;
+    ~Deadline() { disarm(); }
+
+    /// Replaces the time; one in the past runs at the loop's next turn. With `slack` it runs by
+    /// then at the latest, and before as soon as another one wakes the loop after `time`.
+    void arm(Time time, std::chrono::nanoseconds slack = {});
     void disarm();
 
 private:
     friend class EventLoop;
-    Deadline(EventLoop& loop, std::function<void()> due);
-    static int run(sd_event_source*, std::uint64_t, void* self);
+    using Armed = std::multimap<Time, Deadline*>;
 
+    Deadline(EventLoop& loop, std::function<void()> due);
+    void run();
+
+    std::weak_ptr<EventLoop> loop_;
     std::function<void()> due_;
+    std::chrono::nanoseconds slack_{0};
+    std::optional<Armed::iterator> armed_;
 };
 
 /// The run loop on sd-event. Everything that Linux sources register goes through here, so that a
@@ -121,9 +134,12 @@ public:
     }
 
 private:
+    friend class Deadline;
     EventLoop();
     void release() noexcept;
     static int drainWake(sd_event_source*, int descriptor, std::uint32_t, void* self);
+    static int runDue(sd_event_source*, std::uint64_t, void* self);
+    void setClock();
     [[nodiscard]] std::shared_ptr<EventLoop> enter();
     template <class Step> void turn(Step step);
     void throwFailure();
@@ -135,6 +151,8 @@ private:
     int wakeDescriptor_ = -1;
     sd_event_source* wakeSource_ = nullptr;
     sd_event_source* clockSource_ = nullptr;
+    Deadline::Armed deadlines_; ///< one clock wakes for all, once for those due together
+    int callbacksLeft_ = 0;     ///< until the loop looks for other events, and the host has a turn
     bool turning_ = false;
     bool touched_ = false; ///< the wake descriptor is readable
     bool stopping_ = false;

@@ -11,8 +11,9 @@
 
 namespace AmbrelKit::Linux {
 
-/// Does something again after a while, and after twice as long each time until it is reset. Gone,
-/// it does it no more, also when it goes inside its own callback.
+/// Does something again after a while, and after twice as long each time until it is reset; after
+/// half of that already if something else wakes the loop then. Gone, it does it no more, also when
+/// it goes inside its own callback.
 class Retry {
 public:
     struct Delays {
@@ -32,7 +33,7 @@ public:
 
     void schedule() {
         pending_ = true;
-        deadline_->arm(std::chrono::steady_clock::now() + next_);
+        deadline_->arm(std::chrono::steady_clock::now() + next_ / 2, next_ / 2);
         next_ = std::min(next_ * 2, delays_.longest);
     }
 

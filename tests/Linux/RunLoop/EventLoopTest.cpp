@@ -222,6 +222,32 @@ TEST_F(EventLoopTest, MoreThanOneTurnsWorkOfDueTimersIsNotLeftLyingAround) {
     EXPECT_GT(dispatches, 2U) << "the host got no turn in between";
 }
 
+TEST_F(EventLoopTest, WhatIsDueTogetherWakesOnceYetStopsAndThrowsOneByOne) {
+    std::vector<std::string> ran;
+    const auto start = Clock::now();
+    const auto at = [&](auto from, auto slack, std::string name, auto body) {
+        auto deadline = loop->deadline([&ran, start, from, name, body] {
+            EXPECT_GE(Clock::now() - start, from);
+            ran.push_back(name);
+            body();
+        });
+        deadline->arm(start + from, slack);
+        return deadline;
+    };
+    const auto none = [] {};
+    const std::vector<std::shared_ptr<Deadline>> deadlines{
+        at(10ms, 2 * patience, "lenient", none), at(60s, 60s, "later", none),
+        at(20ms, 0s, "throws", [] { throw std::runtime_error("thrown"); }),
+        at(20ms, 0s, "stops", [&] { loop->stop(); }), at(20ms, 5ms, "last", none)};
+
+    EXPECT_EQ(thrownBy([&] { loop->run(); }), "thrown");
+    EXPECT_THAT(ran, ElementsAre("lenient", "throws"));
+    loop->run();
+    EXPECT_THAT(ran, ElementsAre("lenient", "throws", "stops"));
+    EXPECT_TRUE(pollUntil(*loop, [&] { return ran.size() == 4; }));
+    EXPECT_LT(Clock::now() - start, patience);
+}
+
 TEST_F(EventLoopTest, WhatTheLastCallbackOfARunChangedIsArmedForAHostThatPolls) {
     bool ran = false;
     const auto deadline = loop->deadline([&] { ran = true; });
