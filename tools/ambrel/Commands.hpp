@@ -41,16 +41,16 @@ private:
     int signal_;
 };
 
-// One function a command: adds the subcommand with its options. Its callback runs the command and
-// leaves the exit status in `status`; it may throw `CommandError`.
-void addDoctorCommand(CLI::App& app, ExitStatus& status);
-void addLiveCommand(CLI::App& app, ExitStatus& status);
-void addRecordCommand(CLI::App& app, ExitStatus& status);
-void addReplayCommand(CLI::App& app, ExitStatus& status);
-void addReportCommand(CLI::App& app, ExitStatus& status);
-void addScanCommand(CLI::App& app, ExitStatus& status);
-void addStoreCommand(CLI::App& app, ExitStatus& status);
-void addWatchCommand(CLI::App& app, ExitStatus& status);
+// One function a command: adds its options, and what it has besides. Its callback runs the command
+// and leaves the exit status in `status`; it may throw `CommandError`.
+void defineDoctorCommand(CLI::App& command, ExitStatus& status);
+void defineLiveCommand(CLI::App& command, ExitStatus& status);
+void defineRecordCommand(CLI::App& command, ExitStatus& status);
+void defineReplayCommand(CLI::App& command, ExitStatus& status);
+void defineReportCommand(CLI::App& command, ExitStatus& status);
+void defineScanCommand(CLI::App& command, ExitStatus& status);
+void defineStoreCommand(CLI::App& command, ExitStatus& status);
+void defineWatchCommand(CLI::App& command, ExitStatus& status);
 
 } // namespace Ambrel
 

@@ -85,23 +85,20 @@ std::string asText(const std::vector<SourceDiagnosis>& found, const Page& page) 
 
 } // namespace
 
-void addDoctorCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command =
-        app.add_subcommand("doctor", "Says whether each source works here, or what would help");
+void defineDoctorCommand(CLI::App& command, ExitStatus& status) {
     const auto arguments = std::make_shared<DoctorArguments>();
     auto names = Linux::Diagnosis::sources();
     names.emplace_back("network");
-    addListOption(*command, "--only", arguments->only, "examine only these sources", names);
-    addListOption(*command, "--without", arguments->without, "examine all but these sources",
-                  names);
-    addLocationOption(*command, arguments->location);
-    addFormatOptions(*command, arguments->output, {"table", "json"});
-    addColorOption(*command, arguments->output);
-    command->footer(
+    addListOption(command, "--only", arguments->only, "examine only these sources", names);
+    addListOption(command, "--without", arguments->without, "examine all but these sources", names);
+    addLocationOption(command, arguments->location);
+    addFormatOptions(command, arguments->output, {"table", "json"});
+    addColorOption(command, arguments->output);
+    command.footer(
         "Sources are bluetooth, services, location, address, wifi and lifecycle; network stands "
         "for services, address and wifi.\n"
         "Asks for the location as a scan does. Exit status 3: one of the sources is not usable.");
-    command->callback([arguments, &status] {
+    command.callback([arguments, &status] {
         const auto found = examine(*arguments);
         const OutputOptions& output = arguments->output;
         const bool isJSON = output.json || output.format == "json";

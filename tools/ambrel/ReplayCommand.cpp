@@ -43,16 +43,14 @@ void run(const ReplayArguments& arguments) {
 
 } // namespace
 
-void addReplayCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command =
-        app.add_subcommand("replay", "Runs a script, and prints what the kit did, call by call");
+void defineReplayCommand(CLI::App& command, ExitStatus& status) {
     const auto arguments = std::make_shared<ReplayArguments>();
-    command->add_option("FILE", arguments->file, "the script, or - for standard input")->required();
-    command->add_flag("--queries", arguments->trace.queries,
-                      "print the questions to the host's delegate too");
-    command->add_flag("--quiet", arguments->trace.quiet,
-                      "print the delivered dictionaries and nothing else");
-    command->callback([arguments, &status] {
+    command.add_option("FILE", arguments->file, "the script, or - for standard input")->required();
+    command.add_flag("--queries", arguments->trace.queries,
+                     "print the questions to the host's delegate too");
+    command.add_flag("--quiet", arguments->trace.quiet,
+                     "print the delivered dictionaries and nothing else");
+    command.callback([arguments, &status] {
         run(*arguments);
         status = done;
     });

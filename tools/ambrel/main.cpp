@@ -1,3 +1,4 @@
+#include "tools/ambrel/Arguments/Command.hpp"
 #include "tools/ambrel/Arguments/Configuration.hpp"
 #include "tools/ambrel/Arguments/UsageProblem.hpp"
 #include "tools/ambrel/Commands.hpp"
@@ -19,6 +20,25 @@ using namespace Ambrel;
 
 constexpr const char* description =
     "Takes a ten-second snapshot of what surrounds this device, as a JSON dictionary";
+
+struct {
+    const char* name;
+    const char* purpose;
+    void (*define)(CLI::App& command, ExitStatus& status);
+} const commands[]{
+#ifdef AMBREL_WITH_LINUX
+    {"scan", "Takes one collection, ten seconds long, and prints it", defineScanCommand},
+    {"watch", "Takes one now, and when device or user come back", defineWatchCommand},
+    {"live", "Shows on the whole terminal what comes and goes", defineLiveCommand},
+    {"record", "Takes one, and writes a script that replays it", defineRecordCommand},
+#endif
+    {"replay", "Runs a script, and prints what the kit did, call by call", defineReplayCommand},
+    {"store", "Keeps collections in files", defineStoreCommand},
+    {"report", "Makes one page of the saved collections, for a browser", defineReportCommand},
+#ifdef AMBREL_WITH_LINUX
+    {"doctor", "Says whether each source works here, or what would help", defineDoctorCommand},
+#endif
+};
 
 void addHelpCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("help", "Prints the help of a command");
@@ -55,18 +75,10 @@ int run(int argc, char** argv) {
     app.require_subcommand(1);
     addConfiguration(app);
     ExitStatus status = done;
-#ifdef AMBREL_WITH_LINUX
-    addScanCommand(app, status);
-    addWatchCommand(app, status);
-    addLiveCommand(app, status);
-    addRecordCommand(app, status);
-#endif
-    addReplayCommand(app, status);
-    addStoreCommand(app, status);
-    addReportCommand(app, status);
-#ifdef AMBREL_WITH_LINUX
-    addDoctorCommand(app, status);
-#endif
+    for (const auto& [name, purpose, define] : commands) {
+        addCommand(app, name, purpose,
+                   [&status, define = define](CLI::App& command) { define(command, status); });
+    }
     addHelpCommand(app);
     try {
         app.parse(argc, argv);

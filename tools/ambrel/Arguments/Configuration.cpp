@@ -1,5 +1,6 @@
 #include "tools/ambrel/Arguments/Configuration.hpp"
 
+#include "tools/ambrel/Arguments/Command.hpp"
 #include "tools/ambrel/Arguments/ConfigurationFile.hpp"
 #include "tools/ambrel/Arguments/TOML.hpp"
 #include "tools/ambrel/Arguments/UsageProblem.hpp"
@@ -21,10 +22,6 @@ namespace Ambrel {
 
 namespace {
 
-std::vector<CLI::App*> commandsOf(CLI::App& command) {
-    return command.get_subcommands([](const CLI::App*) { return true; });
-}
-
 bool isConfigurable(const CLI::Option& option) {
     return option.get_configurable() && !option.get_lnames().empty();
 }
@@ -36,7 +33,7 @@ std::pair<CLI::App*, CLI::Option*> placeOf(CLI::App& program, const Configuratio
         CLI::App* command = &program;
         const bool isTable = setting.kind == Setting::Kind::table;
         for (std::size_t i = 0; i + (isTable ? 0 : 1) < setting.path.size(); ++i) {
-            command = const_cast<CLI::App*>(&commandNamed(*command, setting.path[i]));
+            command = &commandNamed(*command, setting.path[i]);
         }
         if (isTable) {
             return {command, nullptr};
@@ -151,7 +148,7 @@ std::string templateOf(const CLI::Option& option) {
 std::string printed(CLI::App& program, CLI::App& command, const std::string& path,
                     const Configuration& configuration) {
     std::string table;
-    for (CLI::Option* option : command.get_options()) {
+    for (CLI::Option* option : defined(command).get_options()) {
         if (!isConfigurable(*option)) {
             continue;
         }

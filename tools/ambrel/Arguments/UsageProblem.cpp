@@ -1,5 +1,6 @@
 #include "tools/ambrel/Arguments/UsageProblem.hpp"
 
+#include "tools/ambrel/Arguments/Command.hpp"
 #include "tools/ambrel/Commands.hpp"
 
 #include <algorithm>
@@ -55,10 +56,6 @@ std::string suggestion(std::string_view typed, const Candidates& candidates) {
     return question;
 }
 
-std::vector<const CLI::App*> commandsOf(const CLI::App& command) {
-    return command.get_subcommands([](const CLI::App*) { return true; });
-}
-
 Candidates commandCandidates(const CLI::App& command, const std::string& path = "") {
     Candidates candidates;
     for (const CLI::App* one : commandsOf(command)) {
@@ -95,10 +92,10 @@ std::string unknownCommand(const CLI::App& command, const std::string& name) {
 
 } // namespace
 
-const CLI::App& commandNamed(const CLI::App& command, const std::string& name) {
-    for (const CLI::App* one : commandsOf(command)) {
+CLI::App& commandNamed(const CLI::App& command, const std::string& name) {
+    for (CLI::App* one : commandsOf(command)) {
         if (one->get_name() == name) {
-            return *one;
+            return defined(*one);
         }
     }
     throw CommandError(badInput, unknownCommand(command, name));

@@ -15,7 +15,7 @@ std::string unexpected(const std::string& typed, const CLI::App& command);
 
 /// The command of `command` that goes by `name`. Throws `CommandError` where there is none,
 /// likewise.
-const CLI::App& commandNamed(const CLI::App& command, const std::string& name);
+CLI::App& commandNamed(const CLI::App& command, const std::string& name);
 
 } // namespace Ambrel
 

@@ -34,13 +34,11 @@ ExitStatus record(const CollectionOptions& options) {
 
 } // namespace
 
-void addRecordCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command =
-        app.add_subcommand("record", "Takes one, and writes a script that replays it");
+void defineRecordCommand(CLI::App& command, ExitStatus& status) {
     const auto options = std::make_shared<CollectionOptions>();
-    command->add_option("FILE", options->script, "the script to be written")->required();
-    addCollectionOptions(*command, *options);
-    command->callback([options, &status] { status = record(*options); });
+    command.add_option("FILE", options->script, "the script to be written")->required();
+    addCollectionOptions(command, *options);
+    command.callback([options, &status] { status = record(*options); });
 }
 
 } // namespace Ambrel

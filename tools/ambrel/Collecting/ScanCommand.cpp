@@ -16,12 +16,10 @@ ExitStatus scan(const CollectionOptions& options) {
 
 } // namespace
 
-void addScanCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command =
-        app.add_subcommand("scan", "Takes one collection, ten seconds long, and prints it");
+void defineScanCommand(CLI::App& command, ExitStatus& status) {
     const auto options = std::make_shared<CollectionOptions>();
-    addCollectionOptions(*command, *options);
-    command->callback([options, &status] { status = scan(*options); });
+    addCollectionOptions(command, *options);
+    command.callback([options, &status] { status = scan(*options); });
 }
 
 } // namespace Ambrel

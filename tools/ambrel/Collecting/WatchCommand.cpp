@@ -122,29 +122,27 @@ ExitStatus watch(const WatchOptions& options) {
 
 } // namespace
 
-void addWatchCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command =
-        app.add_subcommand("watch", "Takes one now, and when device or user come back");
+void defineWatchCommand(CLI::App& command, ExitStatus& status) {
     const auto options = std::make_shared<WatchOptions>();
     options->collection.output.marksTime = true;
     options->collection.earlierDetails = ResultFile::Earlier::continued;
     command
-        ->add_option_function<std::string>(
+        .add_option_function<std::string>(
             "--every", [options](const std::string& text) { options->every = duration(text); },
             "also collect at this interval: 90 (seconds), 15m, 2h, 1d")
         ->type_name("DURATION")
         ->check(checkInterval);
     command
-        ->add_option_function<std::string>(
+        .add_option_function<std::string>(
             "--threshold",
             [options](const std::string& text) { options->threshold = wholeNumber(text); },
             "reuse a collection this young, 0 to 30 (default 30, with --every 0)")
         ->type_name("SECONDS")
         ->check(checkThreshold);
-    command->add_flag("--changes", options->changes,
-                      "print what appeared, changed or went, in place of each dictionary");
-    addCollectionOptions(*command, options->collection);
-    command->callback([options, &status] {
+    command.add_flag("--changes", options->changes,
+                     "print what appeared, changed or went, in place of each dictionary");
+    addCollectionOptions(command, options->collection);
+    command.callback([options, &status] {
         options->collection.awaitsReturn = !options->every;
         if (options->changes && options->collection.output.asksForTable) {
             throw CommandError(badInput, "--columns is for tables, not for --changes");

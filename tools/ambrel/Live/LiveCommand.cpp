@@ -185,26 +185,24 @@ void checkPermissions(const CollectionOptions& options) {
 
 } // namespace
 
-void addLiveCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command =
-        app.add_subcommand("live", "Shows on the whole terminal what comes and goes");
+void defineLiveCommand(CLI::App& command, ExitStatus& status) {
     const auto options = std::make_shared<LiveOptions>();
-    addSourceOptions(*command, options->collection);
-    addColorOption(*command, options->collection.output);
+    addSourceOptions(command, options->collection);
+    addColorOption(command, options->collection.output);
     CLI::Option* replay =
-        command->add_option("--replay", options->script, "show what a script has happen instead")
+        command.add_option("--replay", options->script, "show what a script has happen instead")
             ->type_name("FILE");
     for (const char* option : {"--service", "--only", "--without", "--location"}) {
-        replay->excludes(command->get_option(option));
+        replay->excludes(command.get_option(option));
     }
-    command->add_option("--speed", options->speed, "so many times as fast as it happened")
+    command.add_option("--speed", options->speed, "so many times as fast as it happened")
         ->type_name("N")
         ->check(checkSpeed)
         ->needs(replay);
-    command->footer(
+    command.footer(
         "Keys: up and down choose a row, enter shows all that is known of it, s sorts, / "
         "filters, space pauses, ? helps, q quits. * marks what is new, - what was not seen again.");
-    command->callback([options, &status] {
+    command.callback([options, &status] {
         checkPermissions(options->collection);
         if (options->script == "-") {
             throw CommandError(badInput, "standard input is the keyboard: name the script's file");

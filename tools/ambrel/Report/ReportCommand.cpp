@@ -72,17 +72,15 @@ ExitStatus run(const ReportArguments& arguments) {
 
 } // namespace
 
-void addReportCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command =
-        app.add_subcommand("report", "Makes one page of the saved collections, for a browser");
+void defineReportCommand(CLI::App& command, ExitStatus& status) {
     const auto arguments = std::make_shared<ReportArguments>();
-    addTimeSpan(*command, arguments->span);
+    addTimeSpan(command, arguments->span);
     command
-        ->add_option("-o,--output", arguments->file,
-                     "the page's file; it is replaced when the new one is whole "
-                     "(default: standard output, if that is no terminal)")
+        .add_option("-o,--output", arguments->file,
+                    "the page's file; it is replaced when the new one is whole "
+                    "(default: standard output, if that is no terminal)")
         ->type_name("FILE");
-    command->callback([arguments, &status] { status = run(*arguments); });
+    command.callback([arguments, &status] { status = run(*arguments); });
 }
 
 } // namespace Ambrel

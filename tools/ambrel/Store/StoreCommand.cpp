@@ -156,12 +156,11 @@ void addSelection(CLI::App& command, std::string& selection) {
 
 } // namespace
 
-void addStoreCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* store = app.add_subcommand("store", "Keeps collections in files");
-    store->require_subcommand(1);
+void defineStoreCommand(CLI::App& store, ExitStatus& status) {
+    store.require_subcommand(1);
     const auto arguments = std::make_shared<StoreArguments>();
     const auto add = [&](const char* name, const char* description, auto operation) {
-        CLI::App* command = store->add_subcommand(name, description);
+        CLI::App* command = store.add_subcommand(name, description);
         command->callback([arguments, operation, &status] { status = operation(*arguments); });
         return command;
     };
@@ -199,7 +198,7 @@ void addStoreCommand(CLI::App& app, ExitStatus& status) {
     command->add_flag("--dry-run", arguments->isRehearsal, "only say which would go");
     command->footer("An age is by the clock of this machine. The newest collection always stays,\n"
                     "and so does what the store did not make.");
-    addDiffCommand(*store, status);
+    addDiffCommand(store, status);
     add("path", "Prints the directory of the files", runPath);
 }
 
