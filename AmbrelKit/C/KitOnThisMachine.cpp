@@ -31,6 +31,15 @@ Linux::LocationSourceKind sourceOf(int source) {
     return sources.at(static_cast<std::size_t>(source));
 }
 
+Linux::MDNSStack mdnsOf(const ambrel_kit_options& options) {
+    using enum Linux::MDNSStack;
+    static constexpr std::array stacks{automatic, daemon, embedded};
+    C::require(options.reserved == 0, "a reserved member is not 0");
+    C::require(options.mdns >= 0 && static_cast<std::size_t>(options.mdns) < stacks.size(),
+               "an unknown mdns");
+    return stacks.at(static_cast<std::size_t>(options.mdns));
+}
+
 /// Nothing: what the bundle lists.
 std::optional<std::vector<std::string>> serviceTypesOf(const ambrel_kit_options& options) {
     C::require((options.flags & ~AMBREL_KIT_USUAL_SERVICES) == 0, "an unknown flag");
@@ -67,7 +76,7 @@ int ambrel_kit_new(const ambrel_kit_options* options, ambrel_kit** kit, ambrel_e
     return C::edge(error, [&] {
         auto& result = C::required(kit);
         const auto chosen = options != nullptr ? C::known(*options) : ambrel_kit_options{};
-        auto services = Linux::platformServices(locationOf(chosen));
+        auto services = Linux::platformServices(locationOf(chosen), mdnsOf(chosen));
         if (auto types = serviceTypesOf(chosen)) {
             services.bonjourServices = std::move(types);
         }

@@ -187,6 +187,13 @@ enum {
     AMBREL_LOCATION_NONE = 3       ///< nowhere: the location is restricted
 };
 
+/// Whose multicast DNS finds services.
+enum {
+    AMBREL_MDNS_AUTOMATIC = 0, ///< avahi-daemon's where it serves, else the embedded one
+    AMBREL_MDNS_DAEMON = 1,    ///< avahi-daemon's alone
+    AMBREL_MDNS_EMBEDDED = 2   ///< the one in this process alone; no daemon is asked
+};
+
 /// How exactly GeoClue is asked; the user's own setting may allow less. 0 is exact.
 enum {
     AMBREL_ACCURACY_COUNTRY = 1,
@@ -221,10 +228,12 @@ typedef struct ambrel_kit_options {
     int32_t location_source;   ///< AMBREL_LOCATION_...
     int32_t location_accuracy; ///< AMBREL_ACCURACY_...
     int32_t flags;             ///< AMBREL_KIT_..., or 0
+    int32_t mdns;              ///< AMBREL_MDNS_...
+    int32_t reserved;          ///< 0
 } ambrel_kit_options;
 
 #define AMBREL_KIT_OPTIONS_INIT                                                                    \
-    { sizeof(ambrel_kit_options), NULL, NULL, NULL, 0, 0, 0, 0 }
+    { sizeof(ambrel_kit_options), NULL, NULL, NULL, 0, 0, 0, 0, 0, 0 }
 
 /// A kit on this machine, driven by the calling thread's loop; `options` may be NULL. No daemon is
 /// asked anything yet. -EINVAL for an option that is out of its range, or an address that is not

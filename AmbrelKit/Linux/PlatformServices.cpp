@@ -16,13 +16,13 @@ namespace AmbrelKit {
 
 namespace Linux {
 
-PlatformServices platformServices(const LocationOptions& location) {
+PlatformServices platformServices(const LocationOptions& location, MDNSStack mdns) {
     answerForThisMachine();
     const auto loop = EventLoop::current();
     return {.bonjourServices = Bundle::main().bonjourServices(),
             .bluetoothManagerFactory = makeBluetoothManagerFactory(loop),
             .locationManagerFactory = makeLocationManagerFactory(loop, location),
-            .netServiceBrowserFactory = makeNetServiceBrowserFactory(loop),
+            .netServiceBrowserFactory = makeNetServiceBrowserFactory(loop, mdns),
             .timerFactory =
                 loop->shared<LoopBoard>()->collectionTimers(CollectionClock::shared().timerFactory(
                     [loop](double interval, bool repeats, TimerTick tick) {

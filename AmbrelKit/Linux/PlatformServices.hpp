@@ -2,6 +2,7 @@
 #define AMBRELKIT_LINUX_PLATFORMSERVICES_HPP
 
 #include "AmbrelKit/Linux/Location/LocationOptions.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/MDNSStack.hpp"
 #include "AmbrelKit/Platform/Export.hpp"
 
 #include <AmbrelKit/AmbrelSDK.hpp>
@@ -31,10 +32,11 @@ struct PlatformServices {
 /// also makes the kit's clock and network queries this machine's own, unless they have been
 /// replaced before. The timers are for collections: while one is scheduled, the clock is steady.
 /// What the application object has begun for a kit ends with the last kit that holds it. Nothing is
-/// asked of any daemon yet. `location` says where fixes come from, and to whom. Throws
-/// std::system_error when the system gives no descriptor for the loop, and std::invalid_argument
-/// for a gpsd address that is not numeric.
-AMBRELKIT_API PlatformServices platformServices(const LocationOptions& location = {});
+/// asked of any daemon yet. `location` says where fixes come from, and to whom, `mdns` by what
+/// services are found. Throws std::system_error when the system gives no descriptor for the loop,
+/// and std::invalid_argument for a gpsd address that is not numeric.
+AMBRELKIT_API PlatformServices platformServices(const LocationOptions& location = {},
+                                                MDNSStack mdns = MDNSStack::automatic);
 
 /// A facade on these services: the designated constructor with each of them.
 AMBRELKIT_API std::shared_ptr<AmbrelSDK> create(PlatformServices services);

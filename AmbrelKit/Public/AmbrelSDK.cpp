@@ -138,37 +138,39 @@ void Facade::didFindNearbyDevice(const NearbyDevice& device) {
     store()->sendEvent(DataEvents::didDiscoverNearbyDevice{device});
 }
 
-AmbrelPermissionStatus Facade::answer(AmbrelPermissionStatus (AmbrelSDKDelegate::*query)()) const {
-    const auto host = delegate();
-    return host ? (host.get()->*query)() : AmbrelPermissionStatus::unknown;
-}
-
 AmbrelPermissionStatus Facade::bluetoothSettingStatus() {
-    return answer(&AmbrelSDKDelegate::bluetoothSettingStatus);
+    const auto host = delegate();
+    return host ? host->bluetoothSettingStatus() : AmbrelPermissionStatus::unknown;
 }
 
 AmbrelPermissionStatus Facade::bluetoothPermissionStatus() {
-    return answer(&AmbrelSDKDelegate::bluetoothPermissionStatus);
+    const auto host = delegate();
+    return host ? host->bluetoothPermissionStatus() : AmbrelPermissionStatus::unknown;
 }
 
 AmbrelPermissionStatus Facade::locationSettingStatus() {
-    return answer(&AmbrelSDKDelegate::locationSettingStatus);
+    const auto host = delegate();
+    return host ? host->locationSettingStatus() : AmbrelPermissionStatus::unknown;
 }
 
 AmbrelPermissionStatus Facade::locationPermissionStatus() {
-    return answer(&AmbrelSDKDelegate::locationPermissionStatus);
+    const auto host = delegate();
+    return host ? host->locationPermissionStatus() : AmbrelPermissionStatus::unknown;
 }
 
 AmbrelPermissionStatus Facade::locationPrecisePermissionStatus() {
-    return answer(&AmbrelSDKDelegate::locationPrecisePermissionStatus);
+    const auto host = delegate();
+    return host ? host->locationPrecisePermissionStatus() : AmbrelPermissionStatus::unknown;
 }
 
 AmbrelPermissionStatus Facade::networkSettingStatus() {
-    return answer(&AmbrelSDKDelegate::networkSettingStatus);
+    const auto host = delegate();
+    return host ? host->networkSettingStatus() : AmbrelPermissionStatus::unknown;
 }
 
 AmbrelPermissionStatus Facade::networkPermissionStatus() {
-    return answer(&AmbrelSDKDelegate::networkPermissionStatus);
+    const auto host = delegate();
+    return host ? host->networkPermissionStatus() : AmbrelPermissionStatus::unknown;
 }
 
 std::shared_ptr<DataStore> Facade::store() {

@@ -2,15 +2,15 @@
 
 # The options of a command: _ambrel_options COMMAND [SUBCOMMAND]
 _ambrel_options() {
-    local collection='--service --only --without --location --save --outcome --strict --details --progress --quiet'
+    local collection='--service --mdns --only --without --location --save --outcome --strict --details --progress --quiet'
     local output='--format --json --pretty --color --columns --type --name'
     case "$*" in
     '') echo --help --version --config --print-config ;;
     scan | record) echo --help "$collection" "$output" ;;
-    live) echo --help --service --only --without --location --color --replay --speed ;;
+    live) echo --help --service --mdns --only --without --location --color --replay --speed ;;
     watch) echo --help --every --threshold --changes "$collection" "$output" ;;
     replay) echo --help --queries --quiet ;;
-    doctor) echo --help --only --without --location --format --json --color ;;
+    doctor) echo --help --only --without --mdns --location --format --json --color ;;
     'store show' | 'store last') echo --help "$output" ;;
     'store diff') echo --help --format --color ;;
     'store list') echo --help --since --until --format --json --color --columns ;;
@@ -49,6 +49,7 @@ _ambrel_values() {
     case $option in
     --outcome | --details | --replay | --config | --output | -o) echo -f ;;
     --location) echo auto geoclue gpsd none ;;
+    --mdns) echo auto daemon embedded ;;
     --keep) echo 1w 30d 100 ;;
     --since | --until) _ambrel_timestamps "$value" ;;
     --service | --type)
@@ -86,7 +87,7 @@ _ambrel_timestamps() {
 }
 
 _ambrel() {
-    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(config|service|only|without|location|outcome|details|output|format|color|columns|type|name|every|threshold|since|until|replay|speed|keep))$'
+    local IFS=$' \n' tool=${1/#\~\//$HOME/} breaks='^[=:]+$' valued='^(-o|--(config|service|mdns|only|without|location|outcome|details|output|format|color|columns|type|name|every|threshold|since|until|replay|speed|keep))$'
     # Readline breaks words at = and :, and completes what is behind the last of them.
     local words=() joined='' raw=''
     for raw in "${COMP_WORDS[@]:1:COMP_CWORD}"; do

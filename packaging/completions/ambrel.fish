@@ -4,7 +4,7 @@
 function __ambrel_path
     set -l words (commandline -opc)
     set -e words[1]
-    set -l valued -o --{config,service,only,without,location,outcome,details,output,format,color,columns,type,name,every,threshold,since,until,replay,speed,keep}
+    set -l valued -o --{config,service,mdns,only,without,location,outcome,details,output,format,color,columns,type,name,every,threshold,since,until,replay,speed,keep}
     set -l skips no
     set -l ended no
     for word in $words
@@ -109,6 +109,8 @@ complete -c ambrel -n '__ambrel_in doctor' -l only -x -a "(__ambrel_list $examin
 complete -c ambrel -n '__ambrel_in doctor' -l without -x -a "(__ambrel_list $examined)" -d 'Examine all but these'
 complete -c ambrel -n '__ambrel_in scan watch live record doctor' -l location -x -a 'auto geoclue gpsd none' \
     -d 'Where a fix is from'
+complete -c ambrel -n '__ambrel_in scan watch live record doctor' -l mdns -x -a 'auto daemon embedded' \
+    -d 'By whose mDNS services are found'
 complete -c ambrel -n '__ambrel_in "store diff"' -l format -x -a 'text json-patch' -d 'How it is written'
 set -l prints '__ambrel_in scan watch record "store show" "store last"'
 set -l lists '__ambrel_in doctor "store list"'

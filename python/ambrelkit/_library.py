@@ -53,7 +53,8 @@ LINE = ctypes.CFUNCTYPE(None, c_void_p, c_void_p, c_size_t)
 
 KitOptions = _struct(
     "KitOptions", ("service_types", TEXTS), ("desktop_id", c_char_p), ("gpsd_address", c_char_p), ("gpsd_port", c_int32),
-    ("location_source", c_int32), ("location_accuracy", c_int32), ("flags", c_int32))
+    ("location_source", c_int32), ("location_accuracy", c_int32), ("flags", c_int32),
+    ("mdns", c_int32), ("reserved", c_int32))
 CDelegate = _struct(
     "CDelegate", CONTEXT, ("destroy", DESTROY), ("did_receive_update_with_collected_data", RECEIVE), ("status", STATUS))
 Observer = _struct("Observer", CONTEXT, ("destroy", DESTROY), ("changed", CHANGED))

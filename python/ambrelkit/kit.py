@@ -13,6 +13,7 @@ from .records import Outcome, Record
 from .status import ANSWERS, QUESTIONS, SourceReports
 
 LocationSource = Literal["auto", "geoclue", "gpsd", "none"]
+MDNSStack = Literal["auto", "daemon", "embedded"]
 Accuracy = Literal["exact", "street", "neighborhood", "city", "country"]
 _ACCURACIES: dict[Accuracy, int] = {"exact": 8, "street": 6, "neighborhood": 5, "city": 4, "country": 1}
 
@@ -105,7 +106,8 @@ class Kit(LibraryObject):
 
     ``services``: the DNS-SD types to look for, such as ``_ipp._tcp``, or ``all`` for whatever the network says it has;
     an empty list for none. None: what ``ambrel`` looks for: the types that ``NSBonjourServices`` lists in the JSON file
-    that ``$AMBREL_INFO`` names, else common ones. ``location_source``: GeoClue, and gpsd where that is not there, or one of
+    that ``$AMBREL_INFO`` names, else common ones. ``mdns``: avahi-daemon where it serves, else mDNS in this process, or one
+    of them alone. ``location_source``: GeoClue, and gpsd where that is not there, or one of
     them alone, or neither. ``location_accuracy``: how exactly GeoClue is asked. ``desktop_id``: the name of the program's
     desktop file, without ``.desktop``, by which GeoClue knows it. ``gpsd_address``, numeric, and ``gpsd_port``: 127.0.0.1 and
     2947 unless given. Raises ValueError for what is none of these, OSError when the system gives no descriptor.
@@ -119,12 +121,15 @@ class Kit(LibraryObject):
         delegate: Delegate | None = None,
         *,
         services: Iterable[str] | None = None,
+        mdns: MDNSStack = "auto",
         location_source: LocationSource = "auto",
         location_accuracy: Accuracy = "exact",
         desktop_id: str | None = None,
         gpsd_address: str | None = None,
         gpsd_port: int | None = None,
     ) -> None:
+        if mdns not in get_args(MDNSStack):
+            raise ValueError(f"no mdns: {mdns!r}")
         if location_source not in get_args(LocationSource):
             raise ValueError(f"no location_source: {location_source!r}")
         if location_accuracy not in _ACCURACIES:
@@ -139,6 +144,7 @@ class Kit(LibraryObject):
             location_source=get_args(LocationSource).index(location_source),
             location_accuracy=_ACCURACIES[location_accuracy],
             flags=USUAL_SERVICES,
+            mdns=get_args(MDNSStack).index(mdns),
         )
         reports = SourceReports()
         self._begin(delegate, reports, "ambrel_kit_new", ctypes.byref(options))

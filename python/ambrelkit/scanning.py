@@ -9,7 +9,7 @@ from dataclasses import dataclass, field
 from datetime import timedelta
 from typing import Any
 
-from .kit import Delegate, Kit, LocationSource, reuse_threshold
+from .kit import Delegate, Kit, LocationSource, MDNSStack, reuse_threshold
 from .records import Record
 from .status import HostStatus, SourceReports
 
@@ -78,6 +78,7 @@ async def scan(
     location: bool = True,
     network: bool = True,
     services: Iterable[str] | None = None,
+    mdns: MDNSStack = "auto",
     location_source: LocationSource = "auto",
     desktop_id: str | None = None,
 ) -> Record:
@@ -89,7 +90,7 @@ async def scan(
 
         record = asyncio.run(ambrelkit.scan(location=False))
     """
-    options = {"services": services, "location_source": location_source, "desktop_id": desktop_id}
+    options = {"services": services, "mdns": mdns, "location_source": location_source, "desktop_id": desktop_id}
     with _hosting(bluetooth, location, network, **options) as (host, kit, _):
         kit.start_scanning_once()
         while (record := await host.next()) is None:
@@ -104,6 +105,7 @@ async def watch(
     location: bool = True,
     network: bool = True,
     services: Iterable[str] | None = None,
+    mdns: MDNSStack = "auto",
     location_source: LocationSource = "auto",
     desktop_id: str | None = None,
 ) -> AsyncGenerator[Record, None]:
@@ -118,7 +120,7 @@ async def watch(
     """
     if every is not None and not _SHORTEST <= every <= _LONGEST:
         raise ValueError(f"every is from 10 seconds to 366 days, not {every}")
-    options = {"services": services, "location_source": location_source, "desktop_id": desktop_id}
+    options = {"services": services, "mdns": mdns, "location_source": location_source, "desktop_id": desktop_id}
     with _hosting(bluetooth, location, network, **options) as (host, kit, reports), (reuse_threshold(kit, 0) if every else nullcontext()):
         kit.history_limit = _KEPT_RECORDS
         clock = asyncio.get_running_loop().time

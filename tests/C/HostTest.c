@@ -237,6 +237,8 @@ static void options_are_checked(void) {
         {{.size = sizeof(ambrel_kit_options), .location_accuracy = 2}, EINVAL},
         {{.size = sizeof(ambrel_kit_options), .gpsd_port = 65536}, EINVAL},
         {{.size = sizeof(ambrel_kit_options), .flags = 2}, EINVAL},
+        {{.size = sizeof(ambrel_kit_options), .mdns = 3}, EINVAL},
+        {{.size = sizeof(ambrel_kit_options), .reserved = 1}, EINVAL},
         {{.size = sizeof(ambrel_kit_options), .gpsd_address = "local\nhost\xff"},
          AMBREL_WITH_GPSD ? EINVAL : 0},
         {{.size = sizeof(size_t), .location_source = 4},
@@ -246,7 +248,8 @@ static void options_are_checked(void) {
           .gpsd_address = "::1",
           .gpsd_port = 1,
           .location_source = AMBREL_LOCATION_GPSD,
-          .location_accuracy = AMBREL_ACCURACY_CITY},
+          .location_accuracy = AMBREL_ACCURACY_CITY,
+          .mdns = AMBREL_MDNS_EMBEDDED},
          0},
     };
     for (size_t i = 0; i < sizeof cases / sizeof *cases; ++i) {

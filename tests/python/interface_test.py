@@ -78,7 +78,7 @@ def test_is_typed(tmp_path):
     use = tmp_path / "use.py"
     use.write_text(
         "import asyncio, ambrelkit\n"
-        "record = asyncio.run(ambrelkit.scan(services=['_ipp._tcp'], location_source='none'))\n"
+        "record = asyncio.run(ambrelkit.scan(services=['_ipp._tcp'], mdns='embedded', location_source='none'))\n"
         "reveal_type(record['bleScan'][0]['address'])\n"
         "ambrelkit.Store().save(record)\n"
         "asyncio.run(ambrelkit.scan(location_source='moon'))\n"

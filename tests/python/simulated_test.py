@@ -90,6 +90,7 @@ def test_what_is_wrong_is_told(platform):
         lambda: platform.kit(services=["_a\0._tcp"]),
         lambda: simulated.Platform(identifiers=["none"]),
         lambda: ambrelkit.Kit(location_source="moon"),
+        lambda: ambrelkit.Kit(mdns="moon"),
         lambda: ambrelkit.Kit(gpsd_address="localhost"),
         lambda: ambrelkit.Kit(gpsd_port=0),
         lambda: platform.feed({"bluetooth": {"state": float("nan")}}),

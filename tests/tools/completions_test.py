@@ -26,7 +26,7 @@ LINES = {
     "store show --format pr": "etty", "scan --only bl": "uetooth", "scan --only bluetooth,lo": "cation",
     "watch --without=bluetooth,lo": "cation", "scan --only bluetooth,bl": "", "doctor --only wi": "fi", "watch --color=nev": "er",
     "store list --columns age,wi": "-fi", "scan --columns name,ide": "ntifier",
-    "scan --only wi": "", "record file --location=gp": "sd", "scan --service _work": "station._tcp", "store last --type _work": "station._tcp",
+    "scan --only wi": "", "record file --location=gp": "sd", "live --mdns em": "bedded", "scan --service _work": "station._tcp", "store last --type _work": "station._tcp",
     "watch --service all --service=al": "l", "help store exp": "ort", "scan --outcome scan --deta": "ils",
     "store show 17": "00000000.5", "store show la": "st", "store show -": "", "store show -- -": "3", "store export --since=17": "00000000.5",
     "store list --since 17": "00000000.5", "store export --format=ge": "ojson", "store prune --keep 30": "d",

@@ -23,6 +23,7 @@ namespace {
 
 struct DoctorArguments {
     Linux::LocationSourceKind location = Linux::LocationSourceKind::automatic;
+    Linux::MDNSStack mdns = Linux::MDNSStack::automatic;
     std::vector<std::string> only; ///< empty: every source
     std::vector<std::string> without;
     OutputOptions output;
@@ -53,7 +54,7 @@ std::vector<SourceDiagnosis> examine(const DoctorArguments& arguments) {
             found = all;
             loop->stop();
         },
-        sources);
+        sources, arguments.mdns);
     loop->run();
     return found;
 }
@@ -91,6 +92,7 @@ void defineDoctorCommand(CLI::App& command, ExitStatus& status) {
     names.emplace_back("network");
     addListOption(command, "--only", arguments->only, "examine only these sources", names);
     addListOption(command, "--without", arguments->without, "examine all but these sources", names);
+    addMDNSOption(command, arguments->mdns);
     addLocationOption(command, arguments->location);
     addFormatOptions(command, arguments->output, {"table", "json"});
     addColorOption(command, arguments->output);

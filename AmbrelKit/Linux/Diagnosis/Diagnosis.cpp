@@ -33,13 +33,14 @@ public:
     explicit FullDiagnosis(std::function<void(const std::vector<SourceDiagnosis>&)> done)
         : done_(std::move(done)) {}
 
-    void begin(const LocationOptions& location, const std::vector<Source>& sources) {
+    void begin(const LocationOptions& location, MDNSStack mdns,
+               const std::vector<Source>& sources) {
         const auto loop = EventLoop::current();
         look_ = loop->deadline(weakly(weak_from_this(), &FullDiagnosis::look));
         changes_ = loop->shared<LoopBoard>()->reports([this] { lookSoon(); });
         for (const Source source : sources) {
             examinations_.push_back(Examination::start(
-                loop, location, source, weakly(weak_from_this(), &FullDiagnosis::lookSoon)));
+                loop, location, mdns, source, weakly(weak_from_this(), &FullDiagnosis::lookSoon)));
         }
         lookSoon();
     }
@@ -85,10 +86,10 @@ std::vector<std::string> Diagnosis::sources() {
 std::shared_ptr<Diagnosis>
 Diagnosis::start(const LocationOptions& options,
                  std::function<void(const std::vector<SourceDiagnosis>&)> done,
-                 const std::vector<std::string>& wanted) {
+                 const std::vector<std::string>& wanted, MDNSStack mdns) {
     const auto sources = named(wanted);
     auto diagnosis = std::make_shared<FullDiagnosis>(std::move(done));
-    diagnosis->begin(options, sources);
+    diagnosis->begin(options, mdns, sources);
     return diagnosis;
 }
 

@@ -2,6 +2,7 @@
 #define AMBRELKIT_LINUX_DIAGNOSIS_DIAGNOSIS_HPP
 
 #include "AmbrelKit/Linux/Location/LocationOptions.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/MDNSStack.hpp"
 #include "AmbrelKit/Platform/Export.hpp"
 #include "AmbrelKit/Platform/SourceReport.hpp"
 
@@ -35,12 +36,13 @@ public:
     /// does, until each has answered; so GeoClue may be asked for the location, and ask in turn.
     /// `done` is called once, from the run loop of the calling thread, after at most seven seconds,
     /// with an entry for each source that is wanted, in the order of `sources()`. It may drop the
-    /// handle. Throws as `platformServices(options)` does, and std::invalid_argument for an unknown
-    /// source.
+    /// handle. Throws as `platformServices(options, mdns)` does, and std::invalid_argument for an
+    /// unknown source.
     [[nodiscard]] static std::shared_ptr<Diagnosis>
     start(const LocationOptions& options,
           std::function<void(const std::vector<SourceDiagnosis>&)> done,
-          const std::vector<std::string>& wanted = sources());
+          const std::vector<std::string>& wanted = sources(),
+          MDNSStack mdns = MDNSStack::automatic);
 
 protected:
     Diagnosis() = default;

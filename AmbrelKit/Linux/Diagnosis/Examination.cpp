@@ -30,22 +30,22 @@ constexpr const char* avahiDaemon = "avahi-daemon"; ///< as a means
 
 } // namespace
 
-Examination::Examination(const std::shared_ptr<EventLoop>& loop, Source source,
+Examination::Examination(const std::shared_ptr<EventLoop>& loop, MDNSStack mdns, Source source,
                          std::function<void()> answered)
-    : source_(source), answered_(std::move(answered)), bus_(loop->shared<SystemBus>()),
+    : mdns_(mdns), source_(source), answered_(std::move(answered)), bus_(loop->shared<SystemBus>()),
       board_(loop->shared<LoopBoard>()),
       end_(Clock::now() + (source == Source::location ? fixPatience : daemonPatience)) {}
 
 std::shared_ptr<Examination> Examination::start(const std::shared_ptr<EventLoop>& loop,
-                                                const LocationOptions& location, Source source,
-                                                std::function<void()> answered) {
-    auto examination = std::make_shared<Examination>(loop, source, std::move(answered));
+                                                const LocationOptions& location, MDNSStack mdns,
+                                                Source source, std::function<void()> answered) {
+    auto examination = std::make_shared<Examination>(loop, mdns, source, std::move(answered));
     examination->ask(location);
     return examination;
 }
 
 void Examination::ask(const LocationOptions& location) {
-    const auto services = platformServices(location);
+    const auto services = platformServices(location, mdns_);
     switch (source_) {
     case Source::bluetooth: {
         const auto manager = services.bluetoothManagerFactory();
@@ -149,7 +149,8 @@ SourceDiagnosis Examination::judged(const SourceCondition& condition) const {
         if (!condition.reason.empty()) {
             found.finding += "; " + condition.reason;
         } else if (source_ == Source::services && condition.means != avahiDaemon) {
-            found.finding += ", since no avahi-daemon serves here";
+            found.finding += mdns_ == MDNSStack::embedded ? ", as chosen"
+                                                          : ", since no avahi-daemon serves here";
         }
     } else if (found.finding.empty()) {
         found.finding = "it has not answered";

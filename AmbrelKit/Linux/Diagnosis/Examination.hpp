@@ -21,10 +21,10 @@ public:
     /// `answered` is called from the loop when `look` may find more; the board is the caller's to
     /// follow.
     static std::shared_ptr<Examination> start(const std::shared_ptr<EventLoop>& loop,
-                                              const LocationOptions& location, Source source,
-                                              std::function<void()> answered);
+                                              const LocationOptions& location, MDNSStack mdns,
+                                              Source source, std::function<void()> answered);
 
-    Examination(const std::shared_ptr<EventLoop>& loop, Source source,
+    Examination(const std::shared_ptr<EventLoop>& loop, MDNSStack mdns, Source source,
                 std::function<void()> answered);
 
     /// Finds something once nothing more is to be expected, at `end()` at the latest, and lets the
@@ -45,6 +45,7 @@ private:
     void probe(const BusMethod& method);
     void probed(sd_bus_message* reply);
 
+    MDNSStack mdns_;
     Source source_;
     std::function<void()> answered_;
     std::shared_ptr<SystemBus> bus_;

@@ -3,9 +3,9 @@
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
+#include "AmbrelKit/Linux/Sources/Standings.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
-#include <algorithm>
 #include <iterator>
 #include <optional>
 #include <utility>
@@ -17,48 +17,12 @@ namespace {
 
 using Status = LocationAuthorizationStatus;
 
-/// What the managers of a loop say of their sources: the board shows what the newest one says that
-/// listens, or, where none does, the newest one.
-class Standings {
-public:
-    explicit Standings(std::shared_ptr<SourceBoard> board) : board_(std::move(board)) {}
-
-    static std::shared_ptr<Standings> make(const std::shared_ptr<EventLoop>& loop) {
-        return std::make_shared<Standings>(loop->shared<LoopBoard>());
+/// What the managers of a loop say of their sources.
+struct LocationStandings final : Standings {
+    using Standings::Standings;
+    static std::shared_ptr<LocationStandings> make(const std::shared_ptr<EventLoop>& loop) {
+        return std::make_shared<LocationStandings>(loop->shared<LoopBoard>(), Source::location);
     }
-
-    void say(const LocationManager& who, SourceCondition condition) {
-        const auto said = std::ranges::find(said_, &who, &Said::who);
-        (said != said_.end() ? *said : said_.emplace_back(Said{.who = &who})).condition =
-            std::move(condition);
-        publish();
-    }
-
-    void leave(const LocationManager& who) {
-        if (std::erase_if(said_, [&who](const Said& said) { return said.who == &who; }) > 0) {
-            publish();
-        }
-    }
-
-    void count(std::size_t fixes) { board_->count(Source::location, fixes); }
-
-private:
-    struct Said {
-        const LocationManager* who;
-        SourceCondition condition = {};
-    };
-
-    void publish() {
-        auto shown = std::find_if(said_.rbegin(), said_.rend(), [](const Said& said) {
-            return said.condition.state == SourceState::listening;
-        });
-        shown = shown == said_.rend() ? said_.rbegin() : shown;
-        board_->publish(Source::location, said_.empty() ? atRest_ : shown->condition);
-    }
-
-    std::shared_ptr<SourceBoard> board_;
-    SourceCondition atRest_ = board_->condition(Source::location); ///< idle, or left out
-    std::vector<Said> said_;                                       ///< oldest first
 };
 
 class Manager final : public LocationManager,
@@ -74,7 +38,7 @@ public:
 
     Manager(const Manager&) = delete;
     Manager& operator=(const Manager&) = delete;
-    ~Manager() override { standings_->leave(*this); }
+    ~Manager() override { standings_->leave(this); }
 
     static std::shared_ptr<Manager> make(EventLoop& loop, std::shared_ptr<Standings> standings,
                                          ChosenSource chosen) {
@@ -119,7 +83,7 @@ void Manager::setDelegate(std::weak_ptr<LocationManagerDelegate> delegate) {
     delegate_ = std::move(delegate);
     told_.reset();
     if (!makeSource_) { // it is not asked for more than this
-        delegate_.expired() ? standings_->leave(*this) : begin();
+        delegate_.expired() ? standings_->leave(this) : begin();
     }
     reportSoon();
 }
@@ -135,7 +99,7 @@ void Manager::startUpdatingLocation() {
 void Manager::stopUpdatingLocation() {
     updating_ = false;
     source_.reset();
-    standings_->leave(*this);
+    standings_->leave(this);
     failure_.clear();
     fixes_.clear();
 }
@@ -143,9 +107,9 @@ void Manager::stopUpdatingLocation() {
 void Manager::begin() {
     if (makeSource_ && !source_) {
         source_ = makeSource_(weak_from_this());
-        standings_->say(*this, source_->condition());
+        standings_->say(this, source_->condition());
     } else if (!makeSource_ && instead_.state != SourceState::idle) {
-        standings_->say(*this, instead_);
+        standings_->say(this, instead_);
     }
 }
 
@@ -160,7 +124,7 @@ void Manager::sourceDidChange(LocationSource& source) {
     if (condition.state == SourceState::refused || condition.state == SourceState::unavailable) {
         failure_ = condition.reason;
     }
-    standings_->say(*this, std::move(condition));
+    standings_->say(this, std::move(condition));
     reportSoon();
 }
 
@@ -202,7 +166,7 @@ void Manager::tell(LocationManagerDelegate& delegate) {
 LocationManagerFactory makeLocationManagerFactory(const std::shared_ptr<EventLoop>& loop,
                                                   const LocationOptions& options) {
     auto chosen = chosenSource(loop, options);
-    return [loop, standings = loop->shared<Standings>(), chosen = std::move(chosen)] {
+    return [loop, standings = loop->shared<LocationStandings>(), chosen = std::move(chosen)] {
         return Manager::make(*loop, standings, chosen);
     };
 }

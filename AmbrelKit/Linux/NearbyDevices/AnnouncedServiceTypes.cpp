@@ -18,9 +18,9 @@ class FollowedTypes final : public AnnouncedServiceTypes,
                             public StackChoice::Client,
                             public std::enable_shared_from_this<FollowedTypes> {
 public:
-    FollowedTypes(const std::shared_ptr<EventLoop>& loop, Appeared appeared, std::string domain)
+    FollowedTypes(Appeared appeared, std::string domain, std::shared_ptr<StackChoice> discovery)
         : appeared_(std::move(appeared)), domain_(std::move(domain)),
-          discovery_(loop->shared<StackChoice>()) {}
+          discovery_(std::move(discovery)) {}
 
     void follow() {
         discovery_->add(weak_from_this());
@@ -58,10 +58,10 @@ private:
 
 } // namespace
 
-std::shared_ptr<AnnouncedServiceTypes> AnnouncedServiceTypes::start(Appeared appeared,
-                                                                    const std::string& domain) {
-    const auto types = std::make_shared<FollowedTypes>(EventLoop::current(), std::move(appeared),
-                                                       avahiDomain(domain));
+std::shared_ptr<AnnouncedServiceTypes>
+AnnouncedServiceTypes::start(Appeared appeared, const std::string& domain, MDNSStack mdns) {
+    const auto types = std::make_shared<FollowedTypes>(std::move(appeared), avahiDomain(domain),
+                                                       StackChoice::of(EventLoop::current(), mdns));
     types->follow();
     return types;
 }

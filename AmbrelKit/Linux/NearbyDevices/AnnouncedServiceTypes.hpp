@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_LINUX_NEARBYDEVICES_ANNOUNCEDSERVICETYPES_HPP
 #define AMBRELKIT_LINUX_NEARBYDEVICES_ANNOUNCEDSERVICETYPES_HPP
 
+#include "AmbrelKit/Linux/NearbyDevices/MDNSStack.hpp"
 #include "AmbrelKit/Platform/Export.hpp"
 
 #include <cstddef>
@@ -28,13 +29,13 @@ public:
     /// `type` is such as `_ipp._tcp`, without a trailing dot.
     using Appeared = std::function<void(const std::string& type)>;
 
-    /// Begins to ask in `domain`, by default the platform's own. `appeared` is called from the
-    /// loop, once for each type, in the order in which they appear; types that differ in ASCII case
-    /// are one, and what is not a well-formed type is passed over. It may do anything, also drop
-    /// this. Without a network, or in a build without DNS-SD, nothing appears. Throws
+    /// Begins to ask in `domain`, by default the platform's own, by `mdns`. `appeared` is called
+    /// from the loop, once for each type, in the order in which they appear; types that differ in
+    /// ASCII case are one, and what is not a well-formed type is passed over. It may do anything,
+    /// also drop this. Without a network, or in a build without DNS-SD, nothing appears. Throws
     /// std::system_error when the system gives no descriptor for the loop.
     [[nodiscard]] static std::shared_ptr<AnnouncedServiceTypes>
-    start(Appeared appeared, const std::string& domain = {});
+    start(Appeared appeared, const std::string& domain = {}, MDNSStack mdns = MDNSStack::automatic);
 
     AnnouncedServiceTypes() = default;
     AnnouncedServiceTypes(const AnnouncedServiceTypes&) = delete;

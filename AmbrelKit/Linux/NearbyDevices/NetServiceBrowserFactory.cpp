@@ -4,9 +4,10 @@
 
 namespace AmbrelKit::Linux {
 
-NetServiceBrowserFactory makeNetServiceBrowserFactory(const std::shared_ptr<EventLoop>& loop) {
-    return [loop, browsers = std::make_shared<ServiceBrowser::Siblings>()] {
-        const auto browser = std::make_shared<ServiceBrowser>(loop, browsers);
+NetServiceBrowserFactory makeNetServiceBrowserFactory(const std::shared_ptr<EventLoop>& loop,
+                                                      MDNSStack mdns) {
+    return [loop, mdns, browsers = std::make_shared<ServiceBrowser::Siblings>()] {
+        const auto browser = std::make_shared<ServiceBrowser>(loop, mdns, browsers);
         browsers->add(browser);
         return browser;
     };

@@ -26,12 +26,14 @@ private:
 
 } // namespace
 
-NetServiceBrowserFactory makeNetServiceBrowserFactory(const std::shared_ptr<EventLoop>& /*loop*/) {
+NetServiceBrowserFactory makeNetServiceBrowserFactory(const std::shared_ptr<EventLoop>& /*loop*/,
+                                                      MDNSStack /*mdns*/) {
     return [] { return std::make_shared<SilentBrowser>(); };
 }
 
 std::shared_ptr<AnnouncedServiceTypes> AnnouncedServiceTypes::start(Appeared /*appeared*/,
-                                                                    const std::string& /*domain*/) {
+                                                                    const std::string& /*domain*/,
+                                                                    MDNSStack /*mdns*/) {
     return std::make_shared<AnnouncedServiceTypes>();
 }
 

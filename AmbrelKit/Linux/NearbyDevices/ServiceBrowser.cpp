@@ -4,9 +4,9 @@
 
 namespace AmbrelKit::Linux {
 
-ServiceBrowser::ServiceBrowser(std::shared_ptr<EventLoop> loop,
+ServiceBrowser::ServiceBrowser(std::shared_ptr<EventLoop> loop, MDNSStack mdns,
                                std::shared_ptr<const Siblings> siblings)
-    : loop_(std::move(loop)), siblings_(std::move(siblings)) {}
+    : loop_(std::move(loop)), mdns_(mdns), siblings_(std::move(siblings)) {}
 
 std::shared_ptr<NetServiceBrowserDelegate> ServiceBrowser::delegate() const {
     return delegate_.lock();
@@ -22,7 +22,7 @@ void ServiceBrowser::searchForServicesOfType(const std::string& type, const std:
     domain_ = avahiDomain(domain);
     if (type == allServiceTypes) {
         announced_ = AnnouncedServiceTypes::start(
-            weakly(weak_from_this(), &ServiceBrowser::typeAppeared), domain);
+            weakly(weak_from_this(), &ServiceBrowser::typeAppeared), domain, mdns_);
     } else if (const auto bare = avahiServiceType(type)) {
         search(*bare);
     }
@@ -34,7 +34,8 @@ void ServiceBrowser::search(const std::string& type) {
             delegate->netServiceBrowserDidFindService(self, service, false);
         }
     };
-    searches_.push_back(TypeSearch::start(loop_, type, domain_, weakly(weak_from_this(), found)));
+    searches_.push_back(
+        TypeSearch::start(loop_, mdns_, type, domain_, weakly(weak_from_this(), found)));
 }
 
 void ServiceBrowser::typeAppeared(const std::string& type) {

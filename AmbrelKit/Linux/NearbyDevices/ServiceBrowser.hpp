@@ -18,7 +18,8 @@ public:
     using Siblings = WeakList<ServiceBrowser>;
 
     /// `siblings` are those of its factory.
-    ServiceBrowser(std::shared_ptr<EventLoop> loop, std::shared_ptr<const Siblings> siblings);
+    ServiceBrowser(std::shared_ptr<EventLoop> loop, MDNSStack mdns,
+                   std::shared_ptr<const Siblings> siblings);
 
     [[nodiscard]] std::shared_ptr<NetServiceBrowserDelegate> delegate() const override;
     void setDelegate(std::weak_ptr<NetServiceBrowserDelegate> delegate) override;
@@ -29,6 +30,7 @@ private:
     void typeAppeared(const std::string& type);
 
     std::shared_ptr<EventLoop> loop_;
+    MDNSStack mdns_;
     std::shared_ptr<const Siblings> siblings_;
     std::weak_ptr<NetServiceBrowserDelegate> delegate_;
     std::string domain_;

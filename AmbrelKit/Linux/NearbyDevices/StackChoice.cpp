@@ -2,8 +2,10 @@
 
 #include "AmbrelKit/Linux/NearbyDevices/EmbeddedAvahi.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/MulticastNetwork.hpp"
+#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
+#include <array>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -23,20 +25,48 @@ constexpr std::chrono::seconds returnPatience{1};
 
 } // namespace
 
-StackChoice::StackChoice(const std::shared_ptr<EventLoop>& loop)
-    : loop_(loop), bus_(SystemBus::make(loop)), board_(loop->shared<LoopBoard>()),
+/// The choices that a loop has now, held by them.
+class StackChoice::OfLoop final : public Standings {
+public:
+    using Standings::Standings;
+    static std::shared_ptr<OfLoop> make(const std::shared_ptr<EventLoop>& loop) {
+        return std::make_shared<OfLoop>(loop->shared<LoopBoard>(), Source::services);
+    }
+
+    std::array<std::weak_ptr<StackChoice>, 3> choices; ///< by what the host allows
+};
+
+StackChoice::StackChoice(const std::shared_ptr<EventLoop>& loop, MDNSStack allowed,
+                         std::shared_ptr<OfLoop> ofLoop)
+    : loop_(loop), allowed_(allowed), standings_(std::move(ofLoop)),
       network_(*loop, networkDoesMulticast, true, [this] { publish(); }) {}
 
-StackChoice::~StackChoice() { board_->publish(Source::services, {}); }
+StackChoice::~StackChoice() { standings_->leave(this); }
 
-std::shared_ptr<StackChoice> StackChoice::make(const std::shared_ptr<EventLoop>& loop) {
-    std::shared_ptr<StackChoice> discovery(new StackChoice(loop));
-    discovery->patience_ = loop->deadline(weakly(discovery, &StackChoice::useEmbedded));
-    discovery->patience_->arm(std::chrono::steady_clock::now() + busPatience);
-    discovery->owner_ = NameWatch::start(discovery->bus_, "org.freedesktop.Avahi",
-                                         weakly(discovery, &StackChoice::ownerChanged));
-    discovery->publish();
-    return discovery;
+std::shared_ptr<StackChoice> StackChoice::of(const std::shared_ptr<EventLoop>& loop,
+                                             MDNSStack allowed) {
+    auto ofLoop = loop->shared<OfLoop>();
+    auto& kept = ofLoop->choices.at(static_cast<std::size_t>(allowed));
+    auto choice = kept.lock();
+    if (!choice) {
+        choice.reset(new StackChoice(loop, allowed, std::move(ofLoop)));
+        kept = choice;
+        choice->begin();
+    }
+    return choice;
+}
+
+void StackChoice::begin() {
+    patience_ = loop_->deadline(weakly(weak_from_this(), &StackChoice::missDaemon));
+    if (allowed_ == MDNSStack::embedded) {
+        useEmbedded();
+        return;
+    }
+    bus_ = SystemBus::make(loop_);
+    patience_->arm(std::chrono::steady_clock::now() + busPatience);
+    owner_ = NameWatch::start(bus_, "org.freedesktop.Avahi",
+                              weakly(weak_from_this(), &StackChoice::ownerChanged));
+    publish();
 }
 
 void StackChoice::ownerChanged(const std::string& owner) {
@@ -56,7 +86,7 @@ void StackChoice::ownerChanged(const std::string& owner) {
         patience_->arm(std::chrono::steady_clock::now() + returnPatience);
         publish();
     } else {
-        useEmbedded();
+        missDaemon();
     }
 }
 
@@ -66,6 +96,15 @@ void StackChoice::daemonStands(Standing standing) {
     }
     daemon_ = standing;
     if (standing == Standing::silent || standing == Standing::refusing) {
+        missDaemon();
+    } else {
+        publish();
+    }
+}
+
+/// There is none, it has not come back, or it is of no use.
+void StackChoice::missDaemon() {
+    if (allowed_ == MDNSStack::automatic) {
         useEmbedded();
     } else {
         publish();
@@ -94,7 +133,9 @@ SourceCondition StackChoice::condition() const {
                      : daemon_     ? daemonCondition()
                      : daemonWent_ ? owner_->absence(SourceReason::avahiStopped)
                      : lacks_      ? because(*lacks_)
-                                   : SourceCondition{.state = SourceState::starting};
+                     : allowed_ == MDNSStack::daemon
+                         ? owner_->absence(SourceReason::avahiNotRunning)
+                         : SourceCondition{.state = SourceState::starting};
     const bool canHear = network_.isUp().value_or(true);
     return canHear || condition.state != SourceState::listening
                ? condition

@@ -3,24 +3,26 @@
 
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/AvahiDaemon.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/MDNSStack.hpp"
 #include "AmbrelKit/Linux/Network/LinkWatch.hpp"
-#include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 #include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
+#include "AmbrelKit/Linux/Sources/Standings.hpp"
 #include "AmbrelKit/Platform/WeakList.hpp"
 
 #include <optional>
 
 namespace AmbrelKit::Linux {
 
-/// The choice between avahi-daemon and the embedded stack, one for each loop:
-/// `loop->shared<StackChoice>()`. Held by browsers that search and services that they found,
-/// so each collection chooses anew.
+/// The choice between avahi-daemon and the embedded stack, one for each loop and what the host
+/// allows. Held by browsers that search and services that they found, so each collection chooses
+/// anew.
 ///
-/// The daemon is used when its name has an owner. When there is none, or it refuses or is silent
-/// for two seconds, the embedded stack is used, and is kept if a daemon comes later: it finds as
-/// much beside one, and a change would only interrupt the search. A daemon that goes is given a
-/// second to come back before the embedded stack takes the port, which a daemon may want for itself
-/// when it starts. Where the embedded stack cannot run, a daemon that is silent is waited for.
+/// Where the host allows both, the daemon is used when its name has an owner. When there is none,
+/// or it refuses or is silent for two seconds, the embedded stack is used, and is kept if a daemon
+/// comes later: it finds as much beside one, and a change would only interrupt the search. A daemon
+/// that goes is given a second to come back before the embedded stack takes the port, which a
+/// daemon may want for itself when it starts. Where the embedded stack cannot run, a daemon that is
+/// silent is waited for.
 ///
 /// What it knows it says on the loop's board, for as long as it lives.
 ///
@@ -40,7 +42,8 @@ public:
         virtual void stackChanged() = 0;
     };
 
-    static std::shared_ptr<StackChoice> make(const std::shared_ptr<EventLoop>& loop);
+    [[nodiscard]] static std::shared_ptr<StackChoice> of(const std::shared_ptr<EventLoop>& loop,
+                                                         MDNSStack allowed);
     ~StackChoice();
     StackChoice(const StackChoice&) = delete;
     StackChoice& operator=(const StackChoice&) = delete;
@@ -52,29 +55,35 @@ public:
 
     /// A service tells the kit of an answer: that is what counts as a report, not that it was
     /// found.
-    void countAnswer() { board_->count(Source::services); }
+    void countAnswer() { standings_->count(); }
 
 private:
-    explicit StackChoice(const std::shared_ptr<EventLoop>& loop);
+    class OfLoop;
+
+    StackChoice(const std::shared_ptr<EventLoop>& loop, MDNSStack allowed,
+                std::shared_ptr<OfLoop> ofLoop);
+    void begin();
     void ownerChanged(const std::string& owner);
     void daemonStands(AvahiDaemon::Standing standing);
+    void missDaemon();
     void useEmbedded();
     void use(std::shared_ptr<DiscoveryStack> stack);
     [[nodiscard]] SourceCondition condition() const;
     [[nodiscard]] SourceCondition embeddedCondition() const;
     [[nodiscard]] SourceCondition daemonCondition() const;
-    void publish() { board_->publish(Source::services, condition()); }
+    void publish() { standings_->say(this, condition()); }
 
     std::shared_ptr<EventLoop> loop_;
-    std::shared_ptr<SystemBus> bus_;
-    std::shared_ptr<NameWatch> owner_;
+    MDNSStack allowed_;
+    std::shared_ptr<SystemBus> bus_;   ///< null where no daemon is to be asked
+    std::shared_ptr<NameWatch> owner_; ///< likewise
     std::shared_ptr<Deadline> patience_;
     std::shared_ptr<DiscoveryStack> stack_;
     bool embedded_ = false;                       ///< is the stack
     std::optional<AvahiDaemon::Standing> daemon_; ///< of the one that is there, or was given up
     std::optional<SourceReason> lacks_;           ///< for the embedded stack, which could not start
     bool daemonWent_ = false;                     ///< and may come back
-    std::shared_ptr<LoopBoard> board_;
+    std::shared_ptr<Standings> standings_;
     LinkWatch network_;
     WeakList<Client> clients_;
 };

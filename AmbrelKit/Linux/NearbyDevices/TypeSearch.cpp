@@ -4,15 +4,15 @@
 
 namespace AmbrelKit::Linux {
 
-TypeSearch::TypeSearch(std::shared_ptr<EventLoop> loop, std::string type, std::string domain,
-                       Found found)
+TypeSearch::TypeSearch(std::shared_ptr<EventLoop> loop, MDNSStack mdns, std::string type,
+                       std::string domain, Found found)
     : loop_(std::move(loop)), type_(std::move(type)), domain_(std::move(domain)),
-      found_(std::move(found)), discovery_(loop_->shared<StackChoice>()) {}
+      found_(std::move(found)), discovery_(StackChoice::of(loop_, mdns)) {}
 
-std::shared_ptr<TypeSearch> TypeSearch::start(std::shared_ptr<EventLoop> loop, std::string type,
-                                              std::string domain, Found found) {
-    std::shared_ptr<TypeSearch> search(
-        new TypeSearch(std::move(loop), std::move(type), std::move(domain), std::move(found)));
+std::shared_ptr<TypeSearch> TypeSearch::start(std::shared_ptr<EventLoop> loop, MDNSStack mdns,
+                                              std::string type, std::string domain, Found found) {
+    std::shared_ptr<TypeSearch> search(new TypeSearch(std::move(loop), mdns, std::move(type),
+                                                      std::move(domain), std::move(found)));
     search->discovery_->add(search);
     search->stackChanged();
     return search;

@@ -17,8 +17,9 @@ public:
     using Found = std::function<void(const std::shared_ptr<NetService>&)>;
 
     /// `type` and `domain` in Avahi's notation.
-    [[nodiscard]] static std::shared_ptr<TypeSearch>
-    start(std::shared_ptr<EventLoop> loop, std::string type, std::string domain, Found found);
+    [[nodiscard]] static std::shared_ptr<TypeSearch> start(std::shared_ptr<EventLoop> loop,
+                                                           MDNSStack mdns, std::string type,
+                                                           std::string domain, Found found);
 
     [[nodiscard]] const std::string& type() const { return type_; }
 
@@ -31,7 +32,8 @@ private:
         bool present = false;                 // stays true when places are forgotten with a stack
     };
 
-    TypeSearch(std::shared_ptr<EventLoop> loop, std::string type, std::string domain, Found found);
+    TypeSearch(std::shared_ptr<EventLoop> loop, MDNSStack mdns, std::string type,
+               std::string domain, Found found);
     void sighted(const Sighting& sighting);
 
     std::shared_ptr<EventLoop> loop_;

@@ -59,6 +59,8 @@ constexpr std::array table{
 
     Row{servicesLeftOut, leftOut, "left-out", "DNS-SD is not in this build",
         "build with -DAMBREL_WITH_AVAHI=ON"},
+    Row{avahiNotRunning, unavailable, "no-daemon", "avahi-daemon is not running",
+        "systemctl enable --now avahi-daemon, once it is installed, or choose the embedded mDNS"},
     Row{avahiStopped, unavailable, "no-daemon", "avahi-daemon has stopped",
         "systemctl start avahi-daemon (journalctl -u avahi-daemon says why it stopped)"},
     Row{avahiRefuses, refused, "not-allowed", "avahi-daemon does not serve this program",

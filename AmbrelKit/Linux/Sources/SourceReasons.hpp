@@ -32,6 +32,7 @@ enum class SourceReason : std::uint8_t {
     adapterBlockedByHardware, ///< {adapter}
 
     servicesLeftOut,
+    avahiNotRunning,
     avahiStopped,
     avahiRefuses,
     noNetlinkForServices,

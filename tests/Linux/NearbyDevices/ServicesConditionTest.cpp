@@ -136,6 +136,41 @@ TEST_F(ServicesConditionTest, WithoutADaemon) {
     EXPECT_TRUE(becomes("listening: avahi-daemon"));
 }
 
+TEST_F(ServicesConditionTest, WhatTheHostChoseIsNeverReplacedByTheOther) {
+    const auto searchBy = [&](Linux::MDNSStack mdns) {
+        return collector->search(Linux::makeNetServiceBrowserFactory(driver.loop(), mdns),
+                                 "_ipp._tcp.");
+    };
+    browser = searchBy(Linux::MDNSStack::embedded);
+    EXPECT_EQ(condition(), "listening: embedded mDNS") << "without a turn of the loop";
+    drain();
+    EXPECT_THAT(daemon->calls, testing::Each("Nothing"));
+    browser.reset();
+
+    daemon->held = {"GetState", "ServiceBrowserPrepare"};
+    browser = searchBy(Linux::MDNSStack::daemon);
+    EXPECT_TRUE(becomes("unavailable: daemon-silent"));
+    driver.during(1200ms);
+    EXPECT_FALSE(embeddedRuns()) << "when it had been silent for two seconds";
+    daemon.reset();
+    EXPECT_TRUE(becomes("unavailable: no-daemon"));
+    driver.during(1200ms);
+    EXPECT_FALSE(embeddedRuns()) << "when it had not come back";
+    startDaemon({{"Printer"}});
+    EXPECT_TRUE(resolvedCount(1));
+    browser.reset();
+    collector->services.clear();
+    daemon.reset();
+    drain();
+
+    browser = searchBy(Linux::MDNSStack::daemon);
+    EXPECT_TRUE(becomes("unavailable: no-daemon"));
+    auto other = searchBy(Linux::MDNSStack::embedded);
+    EXPECT_EQ(condition(), "listening: embedded mDNS");
+    other.reset();
+    EXPECT_EQ(condition(), "unavailable: no-daemon");
+}
+
 TEST_F(ServicesConditionTest, TheEmbeddedStackDoesNotWaitForABusThatHangs) {
     bus.freeze();
     search();

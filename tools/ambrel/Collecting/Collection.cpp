@@ -72,7 +72,7 @@ std::vector<std::string> serviceTypes(const CollectionOptions& options) {
 }
 
 Linux::PlatformServices servicesOf(const CollectionOptions& options) {
-    auto services = Linux::platformServices(locationOptions(options.location));
+    auto services = Linux::platformServices(locationOptions(options.location), options.mdns);
     services.bonjourServices = serviceTypes(options);
     return services;
 }

@@ -14,6 +14,7 @@ namespace Ambrel {
 
 using AmbrelKit::Source;
 using AmbrelKit::Linux::LocationSourceKind;
+using AmbrelKit::Linux::MDNSStack;
 
 namespace {
 
@@ -37,6 +38,13 @@ const std::map<std::string, LocationSourceKind>& locationSources() {
     return sources;
 }
 
+const std::map<std::string, MDNSStack>& mdnsStacks() {
+    static const std::map<std::string, MDNSStack> stacks{{"auto", MDNSStack::automatic},
+                                                         {"daemon", MDNSStack::daemon},
+                                                         {"embedded", MDNSStack::embedded}};
+    return stacks;
+}
+
 bool contains(const std::vector<std::string>& names, const std::string& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
@@ -50,6 +58,7 @@ void addSourceOptions(CLI::App& command, CollectionOptions& options) {
         ->type_name("TYPE")
         ->allow_extra_args(false)
         ->check(checkServiceType);
+    addMDNSOption(command, options.mdns);
     const std::vector<std::string> permissions{"bluetooth", "location", "network"};
     addListOption(command, "--only", options.only, "grant only these of bluetooth,location,network",
                   permissions);
@@ -94,6 +103,15 @@ void addLocationOption(CLI::App& command, LocationSourceKind& location) {
             "where a fix is from: auto (default), geoclue, gpsd, none")
         ->type_name("SOURCE")
         ->check(oneOf({"auto", "geoclue", "gpsd", "none"}));
+}
+
+void addMDNSOption(CLI::App& command, MDNSStack& mdns) {
+    command
+        .add_option_function<std::string>(
+            "--mdns", [&mdns](const std::string& text) { mdns = mdnsStacks().at(text); },
+            "by whose mDNS services are found: auto (default), daemon, embedded")
+        ->type_name("STACK")
+        ->check(oneOf({"auto", "daemon", "embedded"}));
 }
 
 AmbrelKit::Linux::LocationOptions locationOptions(LocationSourceKind location) {

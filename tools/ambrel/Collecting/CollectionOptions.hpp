@@ -2,6 +2,7 @@
 #define AMBREL_COLLECTIONOPTIONS_HPP
 
 #include "AmbrelKit/Linux/Location/LocationOptions.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/MDNSStack.hpp"
 #include "AmbrelKit/Platform/SourceReport.hpp"
 
 #include "tools/ambrel/Collecting/ResultFile.hpp"
@@ -22,6 +23,7 @@ struct CollectionOptions {
     std::vector<std::string> only;     ///< empty: every permission
     std::vector<std::string> without;
     AmbrelKit::Linux::LocationSourceKind location = AmbrelKit::Linux::LocationSourceKind::automatic;
+    AmbrelKit::Linux::MDNSStack mdns = AmbrelKit::Linux::MDNSStack::automatic;
     OutputOptions output;
     std::string script;  ///< the file that replays it; empty: none
     std::string details; ///< the file for every report; empty: none
@@ -43,6 +45,9 @@ void addSourceOptions(CLI::App& command, CollectionOptions& options);
 
 /// Adds the choice of where a fix may come from.
 void addLocationOption(CLI::App& command, AmbrelKit::Linux::LocationSourceKind& location);
+
+/// Adds the choice of by whose mDNS services are found.
+void addMDNSOption(CLI::App& command, AmbrelKit::Linux::MDNSStack& mdns);
 
 /// The tool's own use of the location.
 AmbrelKit::Linux::LocationOptions locationOptions(AmbrelKit::Linux::LocationSourceKind location);

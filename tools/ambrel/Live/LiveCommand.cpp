@@ -192,7 +192,7 @@ void defineLiveCommand(CLI::App& command, ExitStatus& status) {
     CLI::Option* replay =
         command.add_option("--replay", options->script, "show what a script has happen instead")
             ->type_name("FILE");
-    for (const char* option : {"--service", "--only", "--without", "--location"}) {
+    for (const char* option : {"--service", "--mdns", "--only", "--without", "--location"}) {
         replay->excludes(command.get_option(option));
     }
     command.add_option("--speed", options->speed, "so many times as fast as it happened")
