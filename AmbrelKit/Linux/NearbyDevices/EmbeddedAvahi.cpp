@@ -97,7 +97,7 @@ std::shared_ptr<EmbeddedAvahi> EmbeddedAvahi::start(const std::shared_ptr<EventL
     }
     avahi_set_log_function([](AvahiLogLevel, const char*) {}); // else standard error is used
     std::shared_ptr<EmbeddedAvahi> stack(new EmbeddedAvahi(loop));
-    stack->nextReport_ = loop->deadline(weakly(stack, &EmbeddedAvahi::reportNext));
+    stack->nextReport_ = loop->deferral(weakly(stack, &EmbeddedAvahi::reportNext));
     AvahiServerConfig config{};
     avahi_server_config_init(&config);
     config.disable_publishing = 1;
@@ -119,14 +119,14 @@ EmbeddedAvahi::~EmbeddedAvahi() {
 
 void EmbeddedAvahi::queue(std::function<void()> report) {
     reports_.push_back(std::move(report));
-    nextReport_->arm(std::chrono::steady_clock::now());
+    nextReport_->schedule();
 }
 
 void EmbeddedAvahi::reportNext() {
     const auto report = std::move(reports_.front());
     reports_.pop_front();
     if (!reports_.empty()) {
-        nextReport_->arm(std::chrono::steady_clock::now());
+        nextReport_->schedule();
     }
     report();
 }

@@ -42,7 +42,7 @@ private:
     AvahiPoll poll_;
     AvahiServer* server_ = nullptr;
     std::deque<std::function<void()>> reports_;
-    std::shared_ptr<Deadline> nextReport_;
+    std::shared_ptr<Deferral> nextReport_;
 };
 
 } // namespace AmbrelKit::Linux

@@ -91,6 +91,27 @@ void Deadline::run() {
     due_();
 }
 
+Deferral::Deferral(EventLoop& loop, std::function<void()> run)
+    : EventSource(loop), run_(std::move(run)) {
+    checked(sd_event_add_defer(loop.native(), &source_, &Deferral::run, this), "defer a call");
+    sd_event_source_set_enabled(source_, SD_EVENT_OFF);
+}
+
+void Deferral::schedule() {
+    checked(sd_event_source_set_enabled(source_, SD_EVENT_ONESHOT), "defer a call");
+    if (const auto loop = loop_.lock()) {
+        loop->touch();
+    }
+}
+
+int Deferral::run(sd_event_source* /*source*/, void* self) {
+    const auto keep = static_cast<Deferral*>(self)->shared_from_this();
+    if (const auto loop = keep->loop_.lock()) {
+        loop->guarded([&] { keep->run_(); });
+    }
+    return 0;
+}
+
 EventLoop::EventLoop() {
     checked(sd_event_new(&event_), "make an event loop");
     try {
@@ -247,6 +268,10 @@ std::shared_ptr<DescriptorWatch> EventLoop::watch(int descriptor, std::uint32_t 
 
 std::shared_ptr<Deadline> EventLoop::deadline(std::function<void()> due) {
     return std::shared_ptr<Deadline>(new Deadline(*this, std::move(due)));
+}
+
+std::shared_ptr<Deferral> EventLoop::deferral(std::function<void()> run) {
+    return std::shared_ptr<Deferral>(new Deferral(*this, std::move(run)));
 }
 
 } // namespace AmbrelKit::Linux

@@ -81,6 +81,20 @@ private:
     std::optional<Armed::iterator> armed_;
 };
 
+/// Runs its callback once each time it was scheduled, in a turn of the loop of its own. Unlike a
+/// deadline that is due it costs no timer.
+class Deferral final : public EventSource, public std::enable_shared_from_this<Deferral> {
+public:
+    void schedule();
+
+private:
+    friend class EventLoop;
+    Deferral(EventLoop& loop, std::function<void()> run);
+    static int run(sd_event_source*, void* self);
+
+    std::function<void()> run_;
+};
+
 /// The run loop on sd-event. Everything that Linux sources register goes through here, so that a
 /// change made from outside a turn of the loop makes the descriptor readable, and what a callback
 /// throws never crosses a C frame.
@@ -103,6 +117,9 @@ public:
 
     /// A deadline that is not armed yet.
     [[nodiscard]] std::shared_ptr<Deadline> deadline(std::function<void()> due);
+
+    /// A deferral that is not scheduled yet.
+    [[nodiscard]] std::shared_ptr<Deferral> deferral(std::function<void()> run);
 
     /// Runs `body` and keeps what it throws, to be thrown again by `run()` or `dispatch()` once the
     /// C frames below are left. Every callback that a C library makes into ours goes through here.
