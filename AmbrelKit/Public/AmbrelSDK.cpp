@@ -138,39 +138,37 @@ void Facade::didFindNearbyDevice(const NearbyDevice& device) {
     store()->sendEvent(DataEvents::didDiscoverNearbyDevice{device});
 }
 
-AmbrelPermissionStatus Facade::bluetoothSettingStatus() {
+AmbrelPermissionStatus Facade::answer(AmbrelPermissionStatus (AmbrelSDKDelegate::*query)()) const {
     const auto host = delegate();
-    return host ? host->bluetoothSettingStatus() : AmbrelPermissionStatus::unknown;
+    return host ? (host.get()->*query)() : AmbrelPermissionStatus::unknown;
+}
+
+AmbrelPermissionStatus Facade::bluetoothSettingStatus() {
+    return answer(&AmbrelSDKDelegate::bluetoothSettingStatus);
 }
 
 AmbrelPermissionStatus Facade::bluetoothPermissionStatus() {
-    const auto host = delegate();
-    return host ? host->bluetoothPermissionStatus() : AmbrelPermissionStatus::unknown;
+    return answer(&AmbrelSDKDelegate::bluetoothPermissionStatus);
 }
 
 AmbrelPermissionStatus Facade::locationSettingStatus() {
-    const auto host = delegate();
-    return host ? host->locationSettingStatus() : AmbrelPermissionStatus::unknown;
+    return answer(&AmbrelSDKDelegate::locationSettingStatus);
 }
 
 AmbrelPermissionStatus Facade::locationPermissionStatus() {
-    const auto host = delegate();
-    return host ? host->locationPermissionStatus() : AmbrelPermissionStatus::unknown;
+    return answer(&AmbrelSDKDelegate::locationPermissionStatus);
 }
 
 AmbrelPermissionStatus Facade::locationPrecisePermissionStatus() {
-    const auto host = delegate();
-    return host ? host->locationPrecisePermissionStatus() : AmbrelPermissionStatus::unknown;
+    return answer(&AmbrelSDKDelegate::locationPrecisePermissionStatus);
 }
 
 AmbrelPermissionStatus Facade::networkSettingStatus() {
-    const auto host = delegate();
-    return host ? host->networkSettingStatus() : AmbrelPermissionStatus::unknown;
+    return answer(&AmbrelSDKDelegate::networkSettingStatus);
 }
 
 AmbrelPermissionStatus Facade::networkPermissionStatus() {
-    const auto host = delegate();
-    return host ? host->networkPermissionStatus() : AmbrelPermissionStatus::unknown;
+    return answer(&AmbrelSDKDelegate::networkPermissionStatus);
 }
 
 std::shared_ptr<DataStore> Facade::store() {

@@ -61,6 +61,10 @@ private:
     /// Every public call begins with it.
     [[nodiscard]] std::shared_ptr<const Facade> entered() const;
 
+    /// The host's; unknown without one.
+    [[nodiscard]] AmbrelPermissionStatus
+        answer(AmbrelPermissionStatus (AmbrelSDKDelegate::*query)()) const;
+
     // Made on first use, then kept.
     std::shared_ptr<DataStore> store();
     std::shared_ptr<ScanningBackgroundSuspender> scanningSuspender();

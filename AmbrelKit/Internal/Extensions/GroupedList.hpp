@@ -45,7 +45,11 @@ public:
 
     [[nodiscard]] GroupedList appending(Element element) const {
         GroupedList list = hasRoom() ? *this : GroupedList(InOrder{}, elements());
-        list.content_->notes.push_back(std::move(element));
+        Elements& notes = list.content_->notes;
+        if (notes.empty()) {
+            notes.reserve(list.room());
+        }
+        notes.push_back(std::move(element));
         ++list.noteCount_;
         return list;
     }
@@ -128,8 +132,12 @@ private:
     /// Whether a note may follow: the last of the content is this list's, and they are not too
     /// many.
     [[nodiscard]] bool hasRoom() const {
-        return content_ && content_->notes.size() == noteCount() &&
-               noteCount() < std::max(fewestNotesInOrder, content_->ordered.size());
+        return content_ && content_->notes.size() == noteCount() && noteCount() < room();
+    }
+
+    /// How many notes there may be before they are put in order.
+    [[nodiscard]] std::size_t room() const {
+        return std::max(fewestNotesInOrder, ordered().size());
     }
 
     static decltype(auto) keyOf(const Element* element) { return std::invoke(keyPath, *element); }
@@ -151,7 +159,7 @@ private:
     /// Both of them, a note in the place of what has its key.
     static Elements merged(const Elements& ordered, const Pointers& notes) {
         Elements all;
-        all.reserve(ordered.size() + notes.size());
+        all.reserve(std::max(ordered.size(), notes.size()));
         auto next = ordered.begin();
         for (const Element* note : notes) {
             for (; next != ordered.end() && Order{}(*next, *note); ++next) {

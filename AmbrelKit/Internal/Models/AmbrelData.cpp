@@ -3,53 +3,51 @@
 namespace AmbrelKit {
 
 AmbrelData AmbrelData::new_(const UUID& uuid, TimePoint createdAt) {
-    return AmbrelData(std::make_shared<const Fields>(Fields{
-        .uuid = uuid,
-        .createdAt = createdAt,
-        .addressIPv4 = std::nullopt,
-        .networkInfo = WifiNetwork{},
-        .bluetoothScan = {},
-        .location = std::nullopt,
-        .nearbyDevices = {},
-        .ambrelAnalytics = {},
-    }));
+    return AmbrelData(Fields{.rest = std::make_shared<const Rest>(Rest{
+                                 .uuid = uuid,
+                                 .createdAt = createdAt,
+                                 .addressIPv4 = std::nullopt,
+                                 .networkInfo = WifiNetwork{},
+                                 .location = std::nullopt,
+                             }),
+                             .bluetoothScan = {},
+                             .nearbyDevices = {},
+                             .ambrelAnalytics = {}});
 }
 
-template <class Value> AmbrelData AmbrelData::copy(Value Fields::*field, Value value) const {
-    auto fields = std::make_shared<Fields>(*fields_);
-    (*fields).*field = std::move(value);
-    fields->ambrelAnalytics = AmbrelAnalytics();
-    return AmbrelData(std::move(fields));
+template <class Value> AmbrelData AmbrelData::copy(Value Rest::*field, Value value) const {
+    auto rest = std::make_shared<Rest>(*fields_->rest);
+    (*rest).*field = std::move(value);
+    return AmbrelData(Fields{std::move(rest), bluetoothScan(), nearbyDevices(), {}});
 }
 
 AmbrelData AmbrelData::copyWithAddressIPv4(std::optional<Text> addressIPv4) const {
-    return copy(&Fields::addressIPv4, std::move(addressIPv4));
+    return copy(&Rest::addressIPv4, std::move(addressIPv4));
 }
 
 AmbrelData AmbrelData::copyWithNetworkInfo(std::optional<WifiNetwork> networkInfo) const {
-    return copy(&Fields::networkInfo, std::move(networkInfo));
+    return copy(&Rest::networkInfo, std::move(networkInfo));
 }
 
 AmbrelData AmbrelData::copyWithBluetoothScan(BluetoothScan bluetoothScan) const {
-    return copy(&Fields::bluetoothScan, std::move(bluetoothScan));
+    return AmbrelData(Fields{fields_->rest, std::move(bluetoothScan), nearbyDevices(), {}});
 }
 
 AmbrelData AmbrelData::copyWithLocation(const Location& location) const {
-    return copy(&Fields::location, std::optional(location));
+    return copy(&Rest::location, std::optional(location));
 }
 
 AmbrelData AmbrelData::copyWithNearbyDevices(NearbyDevices nearbyDevices) const {
-    return copy(&Fields::nearbyDevices, std::move(nearbyDevices));
+    return AmbrelData(Fields{fields_->rest, bluetoothScan(), std::move(nearbyDevices), {}});
 }
 
 AmbrelData AmbrelData::compacted(KnownTexts& known) const {
     const auto share = [&](const auto& element) { return known.sharing(element); };
-    Fields fields = *fields_;
-    fields.addressIPv4 = known.sharing(addressIPv4());
-    fields.networkInfo = known.sharing(networkInfo());
-    fields.bluetoothScan = bluetoothScan().mapped(share);
-    fields.nearbyDevices = nearbyDevices().mapped(share);
-    return AmbrelData(std::make_shared<const Fields>(std::move(fields)));
+    auto rest = std::make_shared<Rest>(*fields_->rest);
+    rest->addressIPv4 = known.sharing(addressIPv4());
+    rest->networkInfo = known.sharing(networkInfo());
+    return AmbrelData(Fields{std::move(rest), bluetoothScan().mapped(share),
+                             nearbyDevices().mapped(share), ambrelAnalytics()});
 }
 
 JSONValue AmbrelData::encode(const JSONEncoder& encoder) const {

@@ -32,15 +32,19 @@ public:
 
     /// The canonical text of the record's identifier.
     [[nodiscard]] std::string id() const { return uuid().text(); }
-    [[nodiscard]] const UUID& uuid() const { return fields_->uuid; }
+    [[nodiscard]] const UUID& uuid() const { return fields_->rest->uuid; }
     /// When the record was opened.
-    [[nodiscard]] TimePoint createdAt() const { return fields_->createdAt; }
-    [[nodiscard]] const std::optional<Text>& addressIPv4() const { return fields_->addressIPv4; }
+    [[nodiscard]] TimePoint createdAt() const { return fields_->rest->createdAt; }
+    [[nodiscard]] const std::optional<Text>& addressIPv4() const {
+        return fields_->rest->addressIPv4;
+    }
     [[nodiscard]] const std::optional<WifiNetwork>& networkInfo() const {
-        return fields_->networkInfo;
+        return fields_->rest->networkInfo;
     }
     [[nodiscard]] const BluetoothScan& bluetoothScan() const { return fields_->bluetoothScan; }
-    [[nodiscard]] const std::optional<Location>& location() const { return fields_->location; }
+    [[nodiscard]] const std::optional<Location>& location() const {
+        return fields_->rest->location;
+    }
     [[nodiscard]] const NearbyDevices& nearbyDevices() const { return fields_->nearbyDevices; }
     [[nodiscard]] const AmbrelAnalytics& ambrelAnalytics() const {
         return fields_->ambrelAnalytics;
@@ -58,28 +62,36 @@ public:
     [[nodiscard]] AmbrelData compacted(KnownTexts& known) const;
 
     friend bool operator==(const AmbrelData& a, const AmbrelData& b) {
-        return *a.fields_ == *b.fields_; // also for copies: no NaN is equal to itself
+        return *a.fields_->rest == *b.fields_->rest && // also for copies: no NaN is equal to itself
+               a.bluetoothScan() == b.bluetoothScan() && a.nearbyDevices() == b.nearbyDevices() &&
+               a.ambrelAnalytics() == b.ambrelAnalytics();
     }
 
     /// The record's dictionary; the identifier is not part of it.
     [[nodiscard]] JSONValue encode(const JSONEncoder& encoder) const;
 
 private:
-    struct Fields {
+    /// What no sighting replaces.
+    struct Rest {
         UUID uuid;
         TimePoint createdAt;
         std::optional<Text> addressIPv4;
         std::optional<WifiNetwork> networkInfo;
-        BluetoothScan bluetoothScan;
         std::optional<Location> location;
-        NearbyDevices nearbyDevices;
-        AmbrelAnalytics ambrelAnalytics;
 
-        bool operator==(const Fields&) const = default;
+        bool operator==(const Rest&) const = default;
     };
 
-    explicit AmbrelData(std::shared_ptr<const Fields> fields) : fields_(std::move(fields)) {}
-    template <class Value> [[nodiscard]] AmbrelData copy(Value Fields::*field, Value value) const;
+    struct Fields {
+        std::shared_ptr<const Rest> rest;
+        BluetoothScan bluetoothScan;
+        NearbyDevices nearbyDevices;
+        AmbrelAnalytics ambrelAnalytics;
+    };
+
+    explicit AmbrelData(Fields fields)
+        : fields_(std::make_shared<const Fields>(std::move(fields))) {}
+    template <class Value> [[nodiscard]] AmbrelData copy(Value Rest::*field, Value value) const;
 
     std::shared_ptr<const Fields> fields_;
 };
