@@ -55,7 +55,7 @@ private:
     };
 
     [[nodiscard]] Sizes sizes() const {
-        Sizes sizes;
+        Sizes sizes{};
         std::memcpy(&sizes, memory_.get(), sizeof sizes);
         return sizes;
     }

@@ -95,8 +95,9 @@ public:
         const bool isTimeoutReached = current == nullptr && !state_.collectedData.empty();
         const auto record =
             current != nullptr ? std::optional(updated(*current, event)) : std::nullopt;
-        State next = state_.copyWithCollectedData(state_.collectedData.appending(record))
-                         .copyWithIsTimeoutReached(isTimeoutReached);
+        State next{.collectedData = state_.collectedData.appending(record),
+                   .isTimeoutReached = isTimeoutReached,
+                   .finishedCollectedData = std::nullopt};
         Effect after = effect(next);
         return {std::move(next), std::move(after)};
     }

@@ -10,12 +10,8 @@ State State::copyWithCollectedData(CollectedData data) const {
             .finishedCollectedData = std::nullopt};
 }
 
-State State::copyWithIsTimeoutReached(bool reached) const& {
-    return State(*this).copyWithIsTimeoutReached(reached);
-}
-
-State State::copyWithIsTimeoutReached(bool reached) && {
-    return {.collectedData = std::move(collectedData),
+State State::copyWithIsTimeoutReached(bool reached) const {
+    return {.collectedData = collectedData,
             .isTimeoutReached = reached,
             .finishedCollectedData = std::nullopt};
 }

@@ -25,8 +25,7 @@ struct State {
 
     // Neither copy carries the finished record over.
     [[nodiscard]] State copyWithCollectedData(CollectedData data) const;
-    [[nodiscard]] State copyWithIsTimeoutReached(bool reached) const&;
-    [[nodiscard]] State copyWithIsTimeoutReached(bool reached) &&;
+    [[nodiscard]] State copyWithIsTimeoutReached(bool reached) const;
 
     friend bool operator==(const State&, const State&) = default;
 };
