@@ -1,146 +1,102 @@
-// What an event costs: beside an ordered map in the same run, and against itself with more to hold.
+// What an event costs, beside an ordered map and against itself with more to hold; what a record's
+// dictionary costs, beside the same built by hand; what is kept of a collection.
 
-#include "AmbrelKit/Internal/Environment.hpp"
-#include "AmbrelKit/Internal/Logic/DataStore.hpp"
+#include "bench/Bounds.hpp"
+#include "bench/CoreWork.hpp"
 
-#include <benchmark/benchmark.h>
-#include <cstdint>
-#include <cstring>
 #include <malloc.h>
-#include <map>
-#include <memory>
-#include <nlohmann/json.hpp>
-#include <random>
-#include <string>
-#include <vector>
 
 namespace {
 
 using namespace AmbrelKit;
+using namespace AmbrelKit::Bench;
 
-const std::chrono::system_clock::time_point start{std::chrono::seconds(1'700'000'000)};
+constexpr double noBound = std::numeric_limits<double>::infinity();
 
-std::vector<BluetoothPeripheral> peripherals(std::int64_t count) {
-    std::mt19937_64 random(1);
-    std::vector<BluetoothPeripheral> list;
-    for (std::int64_t i = 0; i < count; ++i) {
-        UUID::Bytes bytes{};
-        for (std::size_t half = 0; half < bytes.size(); half += sizeof(std::uint64_t)) {
-            const std::uint64_t word = random();
-            std::memcpy(bytes.data() + half, &word, sizeof word);
-        }
-        list.push_back({UUID(bytes), "Peripheral number " + std::to_string(i), start});
-    }
-    return list;
+/// Arguments: peripherals held, earlier collections, the greatest ratio.
+void BM_Event(benchmark::State& bench) {
+    const auto held = static_cast<std::size_t>(bench.range(0));
+    OpenCollection collection(held, static_cast<std::size_t>(bench.range(1)));
+    OrderedMap map(held);
+    beside(
+        bench, static_cast<double>(bench.range(2)), 10'000, [&] { collection.see(); },
+        [&] { map.see(); });
+}
+BENCHMARK(BM_Event)
+    ->ArgNames({"held", "earlier", "bound"})
+    ->Args({10, 0, 8})
+    ->Args({100, 0, 5})
+    ->Args({1000, 0, 3})
+    ->Args({10'000, 0, 3})
+    ->Args({1000, 10'000, 3})
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+
+void BM_Dictionary(benchmark::State& bench) {
+    const AmbrelData record = fullRecord();
+    const ByHand byHand;
+    beside(
+        bench, 1.1, 1, [&] { benchmark::DoNotOptimize(JSONEncoder::serialize(record)); },
+        [&] { benchmark::DoNotOptimize(byHand.dictionary()); });
+}
+BENCHMARK(BM_Dictionary)->UseManualTime()->Unit(benchmark::kMicrosecond);
+
+constexpr std::size_t keptPeripherals = 50;
+constexpr std::size_t keptServices = 10;
+
+/// What each collection has that the one before it does not have, where all texts repeat: the
+/// identifiers and points in time, and a pointer in the place of each text and TXT record.
+constexpr std::size_t distinctContent() {
+    constexpr std::size_t identifier = 16;
+    constexpr std::size_t time = 8;
+    constexpr std::size_t pointer = 8;
+    constexpr std::size_t answers = 7;
+    return identifier + time + answers + keptPeripherals * (identifier + pointer + time) +
+           keptServices * (4 * pointer + time);
 }
 
-/// A store with so many earlier collections, and one open that holds the peripherals.
-std::shared_ptr<DataStore> storeWith(const std::vector<BluetoothPeripheral>& list,
-                                     std::int64_t earlierCollections = 0) {
-    State state = State::initialState();
-    for (std::int64_t i = 0; i < earlierCollections; ++i) {
-        state.collectedData = state.collectedData.appending(AmbrelData::new_(
-            UUID::random(), start - std::chrono::seconds(20 * (earlierCollections - i))));
-    }
-    auto store = std::make_shared<DataStore>(
-        state, std::make_shared<DataReducer>(),
-        DataEnvironment{[](ScanningMode) {}, [] {}, [](const JSONDictionary&) {}});
-    Environment::shared().currentDate = [] { return start; };
-    store->sendEvent(DataEvents::scan{ScanningMode::once});
-    for (const auto& peripheral : list) {
-        store->sendEvent(DataEvents::didDiscoverBluetoothPeripheral{peripheral});
-    }
-    return store;
-}
+/// The same texts, as a source would hand them over: in memory of their own.
+Text again(const Text& text) { return std::string(text.string()); }
 
-void sendDiscoveries(benchmark::State& bench, std::int64_t held, std::int64_t earlier) {
-    const auto list = peripherals(held);
-    const auto store = storeWith(list, earlier);
-    std::vector<DataEvent> events;
-    events.reserve(list.size());
-    for (const auto& peripheral : list) {
-        events.emplace_back(DataEvents::didDiscoverBluetoothPeripheral{peripheral});
-    }
-    std::mt19937 random(2);
-    for (auto _ : bench) {
-        store->sendEvent(events[random() % events.size()]);
-    }
-}
-
-void BM_OrderedMapUpsert(benchmark::State& bench) {
-    const auto list = peripherals(bench.range(0));
-    std::map<UUID, BluetoothPeripheral> map;
-    for (const auto& peripheral : list) {
-        map.insert_or_assign(peripheral.identifier, peripheral);
-    }
-    std::mt19937 random(2);
-    for (auto _ : bench) {
-        const auto& peripheral = list[random() % list.size()];
-        map.insert_or_assign(peripheral.identifier, peripheral);
-    }
-}
-BENCHMARK(BM_OrderedMapUpsert)->Arg(100)->Arg(1000)->Arg(10'000);
-
-void BM_DiscoveryEvent(benchmark::State& bench) { sendDiscoveries(bench, bench.range(0), 0); }
-BENCHMARK(BM_DiscoveryEvent)->Arg(100)->Arg(1000)->Arg(10'000);
-
-void BM_DiscoveryEventAfterCollections(benchmark::State& bench) {
-    sendDiscoveries(bench, 1000, bench.range(0));
-}
-BENCHMARK(BM_DiscoveryEventAfterCollections)->Arg(0)->Arg(100'000);
-
-/// What is kept of a collection: beside the bytes of what is new in each, and of what repeats.
 void BM_KeptCollection(benchmark::State& bench) {
     constexpr int collections = 1000;
     const bool repeats = bench.range(0) == 1;
     const auto heard = bench.range(1);
-    std::vector<NearbyDevice> services;
-    for (int i = 0; i < 10; ++i) {
-        services.push_back({.name = "Service number " + std::to_string(i),
-                            .protocolType = "_ipp._tcp.",
-                            .addressIPv4 = "192.168.1.23",
-                            .txtRecord = std::map<Text, Text>{{"txtvers", "1"}, {"ty", "Laser"}},
-                            .timestamp = start});
-    }
-    for (auto _ : bench) {
-        const auto store = storeWith({});
-        auto now = start;
-        Environment::shared().currentDate = [&now] { return now; };
+    auto seen = peripherals(keptPeripherals);
+    for ([[maybe_unused]] auto _ : bench) {
+        ClockedStore store;
         const auto before = mallinfo2().uordblks;
-        auto list = peripherals(50);
         for (int i = 0; i < collections; ++i) {
-            now += std::chrono::seconds(60);
-            store->sendEvent(DataEvents::scan{ScanningMode::once});
-            for (auto& peripheral : list) {
+            store.now += std::chrono::seconds(60);
+            store.scan();
+            for (auto& each : seen) {
+                each.timestamp = store.now;
                 if (!repeats) {
-                    peripheral.identifier = UUID::random();
+                    each.identifier = UUID::random();
+                    each.name = "Stranger " + each.identifier.text().substr(0, 8);
                 }
-                peripheral.timestamp = now;
                 for (std::int64_t time = 0; time < heard; ++time) {
-                    store->sendEvent(DataEvents::didDiscoverBluetoothPeripheral{
-                        {peripheral.identifier, Text(std::string(peripheral.name->string())),
-                         now}});
+                    store.see({each.identifier, again(*each.name), each.timestamp});
                 }
             }
-            for (auto& service : services) {
-                store->sendEvent(DataEvents::didDiscoverNearbyDevice{
-                    {.name = std::string(service.name.string()),
-                     .protocolType = "_ipp._tcp.",
-                     .addressIPv4 = "192.168.1.23",
-                     .txtRecord = std::map<Text, Text>{{"txtvers", "1"}, {"ty", "Laser"}},
-                     .timestamp = now}});
+            for (NearbyDevice device : services(keptServices)) {
+                device.timestamp = store.now;
+                store.find(device);
             }
         }
-        bench.counters["bytes"] = static_cast<double>(mallinfo2().uordblks - before) / collections;
+        const auto bytes = static_cast<double>(mallinfo2().uordblks - before) / collections;
+        bench.counters["bytes"] = bytes;
+        bench.counters["content"] = distinctContent();
+        hold(bench, "ratio", bytes / static_cast<double>(distinctContent()), repeats ? 2 : noBound);
     }
 }
 BENCHMARK(BM_KeptCollection)
     ->ArgNames({"repeats", "heard"})
-    ->Args({0, 1})
     ->Args({1, 1})
     ->Args({1, 10})
+    ->Args({0, 1})
     ->Iterations(1);
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int count, char** arguments) { return runBenchmarks(count, arguments); }
