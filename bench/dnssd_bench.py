@@ -24,7 +24,6 @@ SECONDS = 10
 LOSSY_BEDS = 4
 HERE = pathlib.Path(__file__).resolve().parent
 GAPS = {3: 0.5, 200: 1.5, 1000: 2.5}  # seconds in which a scan of so many does most of its work
-SERVICES = [argument for kind in network.TYPES for argument in ("--service", kind)]
 SCANNERS = ["embedded", "daemon", "zeroconf", "browse"]
 
 # How many services were found whole, when the last of them (the rest is not measured then), and what that took.
@@ -48,7 +47,7 @@ class Bench:
     async def kit(self, bed, timed, bus=network.NO_BUS):
         details = bed.net.folder / "details"  # tell the time, and cost some
         output, notes, usage = await self.measure(
-            bed, [self.programs / "ambrel", "scan", "--only", "network", "--format", "json", *SERVICES,
+            bed, [self.programs / "ambrel", "scan", "--only", "network", "--format", "json", *network.services(),
                   *(["--details", details] if timed else [])], bus)
         last = None
         if timed:

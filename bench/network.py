@@ -48,8 +48,9 @@ class Network:
                 f"ip -n {side} addr add 10.77.0.{host}/16 dev v0; ip -n {side} addr add fd77::{host}/64 dev v0",
                 f"ip -n {side} link set lo up; ip -n {side} link set v0 up")
 
-    async def start(self, side, command, **options):
-        return await asyncio.create_subprocess_exec("ip", "netns", "exec", side, *map(str, command), **options)
+    async def start(self, side, command, env=None, **options):
+        env = {**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": NO_BUS, **(env or {})}
+        return await asyncio.create_subprocess_exec("ip", "netns", "exec", side, *map(str, command), env=env, **options)
 
     async def crowd(self, count, *options):
         """Responders, one for each service."""
@@ -80,7 +81,7 @@ class Network:
         with open(log, "w", encoding="utf-8") as file:
             daemon = await self.start(side, ["sh", "-ec", f"""mount -t tmpfs run /run; {mounts}
                 exec avahi-daemon -f {self.folder}/{name}.conf --no-drop-root --no-chroot --no-rlimits --no-proc-title"""],
-                stderr=file, env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": bus})
+                stderr=file, env={"DBUS_SYSTEM_BUS_ADDRESS": bus})
         await reached(log, "startup complete")
         await rested(daemon)
         return daemon
@@ -100,7 +101,7 @@ class Network:
         """What the command has written, and what it used; it is ended after so many seconds."""
         report = self.folder / "usage"
         process = await self.start(self.near, [programs / "Usage", report, seconds, *command], stdout=subprocess.PIPE,
-                                   stderr=subprocess.PIPE, env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": bus})
+                                   stderr=subprocess.PIPE, env={"DBUS_SYSTEM_BUS_ADDRESS": bus})
         output, errors = await process.communicate()
         return output.decode(), errors.decode(), json.loads(report.read_text())
 
@@ -108,6 +109,11 @@ class Network:
 def run(*scripts):
     for script in scripts:
         subprocess.run(["sh", "-ec", script], check=True)
+
+
+def services():
+    """The options of a scan that is to look for those of the neighbours."""
+    return [argument for kind in TYPES for argument in ("--service", kind)]
 
 
 async def reached(log, text, count=1):
