@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
-#include <chrono>
+#include <ctime>
 #include <limits>
 #include <string>
 
@@ -25,15 +25,15 @@ inline void hold(benchmark::State& bench, const std::string& name, double value,
     }
 }
 
-/// The least time of several runs: the one that was disturbed least.
+/// The least CPU time of several runs: the one that was disturbed least.
 class LeastTime {
 public:
     template <class Work> void run(int times, Work& work) {
-        const auto start = std::chrono::steady_clock::now();
+        const std::clock_t start = std::clock();
         for (int i = 0; i < times; ++i) {
             work();
         }
-        last_ = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        last_ = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
         least_ = std::min(least_, last_);
     }
 
