@@ -60,6 +60,10 @@ class Installation(unittest.TestCase):
         if os.path.exists(tool):
             self.assertEqual(run(tool, "--version"), f"ambrel {VERSION}\n")
 
+    def test_libraries_of_sources_are_loaded_by_who_uses_them_alone(self):
+        for binary in filter(os.path.exists, (f"{self.prefix}/bin/ambrel", f"{self.library}/libambrelkit.so")):
+            self.assertNotRegex(run("ldd", binary), "systemd|avahi|libnl|curses", binary)
+
     def test_shared_libraries_show_what_the_headers_declare_and_nothing_else(self):
         installed = glob.glob(f"{self.prefix}/include/**/*.h*", recursive=True)
         seam = glob.glob(f"{SOURCE}/AmbrelKit/**/*.hpp", recursive=True)

@@ -219,6 +219,15 @@ class CommandLine(unittest.TestCase):
                 if one["source"] in ("bluetooth", "lifecycle"):
                     self.assertIn((one["state"], one["code"]), [("unavailable", "no-bus"), ("left-out", "left-out")])
 
+    def test_a_library_that_is_missing_is_named(self):
+        known = subprocess.run(["ldconfig", "-p"], capture_output=True, text=True, check=True).stdout
+        library = os.path.realpath(re.search(r"libavahi-core\.so\.7 .*=> (\S+)", known)[1])
+        subprocess.run(["mount", "--bind", "/dev/null", library], check=True)
+        self.addCleanup(subprocess.run, ["umount", library], check=True)
+        result = ambrel("doctor", "--only", "services", **NO_BUS)
+        self.assertEqual(result.returncode, 3)
+        self.assertRegex(result.stdout, "libavahi-core can't be loaded|not in this build")
+
 
 class Refused(unittest.TestCase):
     """With every permission refused the empty record is there at once."""

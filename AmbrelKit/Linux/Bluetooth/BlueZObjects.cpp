@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Bluetooth/BlueZObjects.hpp"
 
 #include "AmbrelKit/Linux/Bluetooth/Discovery.hpp"
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <utility>

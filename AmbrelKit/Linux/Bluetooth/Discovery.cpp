@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Bluetooth/Discovery.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 

@@ -1,11 +1,12 @@
 #include "AmbrelKit/Linux/Bluetooth/PeripheralIdentifier.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
+
 #include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cstddef>
 #include <system_error>
-#include <systemd/sd-id128.h>
 
 namespace AmbrelKit::Linux {
 

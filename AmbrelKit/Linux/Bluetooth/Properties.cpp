@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Bluetooth/Properties.hpp"
 
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 
 #include <string>
 

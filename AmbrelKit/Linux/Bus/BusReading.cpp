@@ -1,5 +1,7 @@
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
+
 #include <byteswap.h>
 #include <cstddef>
 #include <cstdint>
@@ -112,6 +114,19 @@ void readProperties(sd_bus_message* message,
         sd_bus_message_read_basic(message, 's', &interface); // where it is not read yet
         return walkProperties(message, read);
     });
+}
+
+const char* firstText(sd_bus_message* message) {
+    return sd_bus_message_enter_container(message, 'a', "s") > 0 ? nextText(message) : nullptr;
+}
+
+const char* nextText(sd_bus_message* message) {
+    const char* text = nullptr;
+    if (sd_bus_message_read_basic(message, 's', &text) > 0) {
+        return text;
+    }
+    sd_bus_message_exit_container(message);
+    return nullptr;
 }
 
 } // namespace AmbrelKit::Linux

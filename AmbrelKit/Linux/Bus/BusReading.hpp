@@ -31,16 +31,16 @@ template <class Read> void readBody(sd_bus_message* message, const Read& read) {
 void readProperties(sd_bus_message* message,
                     const std::function<bool(std::string_view name, std::string_view type)>& read);
 
+/// The first text of an array of texts, which is entered, and the one after it; null when there is
+/// none, and the array is left.
+const char* firstText(sd_bus_message* message);
+const char* nextText(sd_bus_message* message);
+
 /// Calls `read` for each text of an array of texts.
 template <class Read> void eachText(sd_bus_message* message, const Read& read) {
-    if (sd_bus_message_enter_container(message, 'a', "s") <= 0) {
-        return;
-    }
-    const char* text = nullptr;
-    while (sd_bus_message_read_basic(message, 's', &text) > 0) {
+    for (const char* text = firstText(message); text != nullptr; text = nextText(message)) {
         read(std::string_view(text));
     }
-    sd_bus_message_exit_container(message);
 }
 
 } // namespace AmbrelKit::Linux

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Bus/NameWatch.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <utility>

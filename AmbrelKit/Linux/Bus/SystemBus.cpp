@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Bus/SystemBus.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <utility>
@@ -43,6 +44,21 @@ struct SystemBus::Reply {
         return 0;
     }
 };
+
+bool isError(sd_bus_message* reply, const char* name) {
+    return sd_bus_message_is_method_error(reply, name) > 0;
+}
+
+std::string errorText(sd_bus_message* reply) {
+    const sd_bus_error* const error = sd_bus_message_get_error(reply);
+    if (error == nullptr) {
+        return {};
+    }
+    const bool hasMessage = error->message != nullptr && *error->message != '\0';
+    return hasMessage ? error->message : error->name;
+}
+
+PendingCall::~PendingCall() { sd_bus_slot_unref(slot_); }
 
 SignalMatch::SignalMatch(std::weak_ptr<SystemBus> bus, std::string rule, BusReceiver received)
     : bus_(std::move(bus)), rule_(std::move(rule)), received_(std::move(received)) {}
@@ -180,8 +196,8 @@ bool SystemBus::transmit(const BusMethod& method, const BusArguments& arguments,
                                        method.interface.c_str(), method.member.c_str()) < 0) {
         return false;
     }
-    const std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)> message(
-        raw, &sd_bus_message_unref);
+    const std::unique_ptr<sd_bus_message, decltype(&::sd_bus_message_unref)> message(
+        raw, sd_bus_message_unref);
     // Daemons are used where they run; asking must not start one.
     sd_bus_message_set_auto_start(raw, 0);
     if (arguments && arguments(raw) < 0) {

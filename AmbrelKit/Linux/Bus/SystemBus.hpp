@@ -33,25 +33,16 @@ using BusArguments = std::function<int(sd_bus_message*)>;
 using BusReceiver = std::function<void(sd_bus_message*)>;
 
 /// Whether a reply is an error: the one of this name, if one is given.
-inline bool isError(sd_bus_message* reply, const char* name = nullptr) {
-    return sd_bus_message_is_method_error(reply, name) > 0;
-}
+bool isError(sd_bus_message* reply, const char* name = nullptr);
 
 /// What a reply that is an error says, for people; empty when it is none.
-inline std::string errorText(sd_bus_message* reply) {
-    const sd_bus_error* const error = sd_bus_message_get_error(reply);
-    if (error == nullptr) {
-        return {};
-    }
-    const bool hasMessage = error->message != nullptr && *error->message != '\0';
-    return hasMessage ? error->message : error->name;
-}
+std::string errorText(sd_bus_message* reply);
 
 /// A call that waits for its reply. Dropping it means that the reply is not delivered.
 class PendingCall {
 public:
     explicit PendingCall(sd_bus_slot* slot) : slot_(slot) {}
-    ~PendingCall() { sd_bus_slot_unref(slot_); }
+    ~PendingCall();
     PendingCall(const PendingCall&) = delete;
     PendingCall& operator=(const PendingCall&) = delete;
 

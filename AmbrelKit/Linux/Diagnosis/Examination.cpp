@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Diagnosis/Examination.hpp"
 
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Linux/Network/Interfaces.hpp"
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
 #include "AmbrelKit/Linux/PlatformServices.hpp"

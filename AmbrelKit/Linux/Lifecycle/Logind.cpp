@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Lifecycle/Logind.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
 #include "AmbrelKit/Platform/NotificationCenter.hpp"

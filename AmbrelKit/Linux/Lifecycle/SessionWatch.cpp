@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Lifecycle/SessionWatch.hpp"
 
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 
 #include <cstdlib>
 #include <string_view>

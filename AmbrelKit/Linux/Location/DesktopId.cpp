@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Location/DesktopId.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
@@ -10,7 +11,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <systemd/sd-login.h>
 #include <unistd.h>
 
 namespace AmbrelKit::Linux {

@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/Location/GeoClue.hpp"
 
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Linux/Location/DesktopId.hpp"
 #include "AmbrelKit/Linux/Location/GeoClueFix.hpp"
 #include "AmbrelKit/Linux/Location/GeoClueWatch.hpp"

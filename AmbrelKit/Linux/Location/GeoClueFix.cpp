@@ -1,13 +1,13 @@
 #include "AmbrelKit/Linux/Location/GeoClueFix.hpp"
 
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Linux/Location/LocationSource.hpp"
 
 #include <chrono>
 #include <cmath>
 #include <map>
 #include <string_view>
-#include <systemd/sd-bus.h>
 
 namespace AmbrelKit::Linux {
 

@@ -1,6 +1,7 @@
 #include "AmbrelKit/Linux/NearbyDevices/AvahiAnswers.hpp"
 
 #include "AmbrelKit/Linux/Bus/SystemBus.hpp"
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 
 #include <utility>
 

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/NearbyDevices/AvahiDaemon.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/AvahiAnswers.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
@@ -15,7 +16,9 @@ namespace {
 constexpr int mostUnderWay = 100;
 constexpr int mostPreparedAtOnce = 25;
 
-constexpr std::chrono::seconds pulseInterval{1};
+// A collection's tick comes as often: by their slack the beats join it.
+constexpr std::chrono::milliseconds pulseSlack{200};
+constexpr auto leastPulseInterval = std::chrono::seconds(1) - pulseSlack;
 
 // Avahi's numbers, the same in its protocol as in its headers.
 constexpr std::int32_t anyInterface = -1;
@@ -96,7 +99,7 @@ std::shared_ptr<AvahiDaemon> AvahiDaemon::start(const std::shared_ptr<EventLoop>
     daemon->daemon_.hear("interface='" + std::string(browserInterface) + "'",
                          weakly(daemon, &AvahiDaemon::itemSignal));
     daemon->pulse_ = loop->deadline(weakly(daemon, &AvahiDaemon::pulse));
-    daemon->pulse_->arm(std::chrono::steady_clock::now() + pulseInterval);
+    daemon->pulse_->arm(std::chrono::steady_clock::now() + leastPulseInterval, pulseSlack);
     return daemon;
 }
 
@@ -123,7 +126,7 @@ void AvahiDaemon::askByItself(const Daemon::Method& method, const BusArguments& 
 /// A daemon that is stopped keeps its name, and its silence is that of a quiet network. Beats are
 /// counted instead of time, so that it is not blamed for a host that was busy itself.
 void AvahiDaemon::pulse() {
-    pulse_->arm(std::chrono::steady_clock::now() + pulseInterval);
+    pulse_->arm(std::chrono::steady_clock::now() + leastPulseInterval, pulseSlack);
     const bool answers = std::exchange(answersSince_, false);
     if (unanswered_ == 0) {
         askByItself({"/", serverInterface, "GetState"}, {}, [](sd_bus_message*) {});

@@ -1,11 +1,10 @@
 #include "AmbrelKit/Linux/NearbyDevices/EmbeddedAvahi.hpp"
 
+#include "AmbrelKit/Linux/Libraries/AvahiCore.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/MulticastNetwork.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
-#include <avahi-core/log.h>
-#include <avahi-core/lookup.h>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -92,7 +91,7 @@ EmbeddedAvahi::EmbeddedAvahi(const std::shared_ptr<EventLoop>& loop)
     : loop_(loop), poll_(avahiPollOn(*loop)) {}
 
 std::shared_ptr<EmbeddedAvahi> EmbeddedAvahi::start(const std::shared_ptr<EventLoop>& loop) {
-    if (missingSockets()) {
+    if (missingSockets() || !avahiLibrary.isThere()) {
         return nullptr;
     }
     avahi_set_log_function([](AvahiLogLevel, const char*) {}); // else standard error is used
@@ -145,12 +144,12 @@ std::shared_ptr<Lookup> EmbeddedAvahi::browse(const std::string& type, const std
         }
     };
     auto browse = std::make_shared<Browse>(shared_from_this(), std::move(sighted),
-                                           &avahi_s_service_browser_free);
+                                           avahi_s_service_browser_free);
     return browse->started(
         avahi_s_service_browser_prepare(server_, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, type.c_str(),
                                         domain.empty() ? nullptr : domain.c_str(),
                                         AvahiLookupFlags{}, changed, browse.get()),
-        &avahi_s_service_browser_start);
+        avahi_s_service_browser_start);
 }
 
 std::shared_ptr<Lookup> EmbeddedAvahi::resolve(const ServiceName& service, int interface,
@@ -175,7 +174,7 @@ std::shared_ptr<Lookup> EmbeddedAvahi::resolve(const ServiceName& service, int i
         served(std::move(record));
     };
     auto resolve =
-        std::make_shared<Resolve>(shared_from_this(), receiver, &avahi_s_service_resolver_free);
+        std::make_shared<Resolve>(shared_from_this(), receiver, avahi_s_service_resolver_free);
     int flags = AVAHI_LOOKUP_NO_ADDRESS;
     if (!withTXT) {
         flags |= AVAHI_LOOKUP_NO_TXT;
@@ -184,7 +183,7 @@ std::shared_ptr<Lookup> EmbeddedAvahi::resolve(const ServiceName& service, int i
                                 server_, interface, AVAHI_PROTO_UNSPEC, service.name.c_str(),
                                 service.type.c_str(), service.domain.c_str(), AVAHI_PROTO_UNSPEC,
                                 static_cast<AvahiLookupFlags>(flags), answered, resolve.get()),
-                            &avahi_s_service_resolver_start);
+                            avahi_s_service_resolver_start);
 }
 
 std::shared_ptr<Lookup> EmbeddedAvahi::findAddress(const std::string& host, int interface,
@@ -201,11 +200,11 @@ std::shared_ptr<Lookup> EmbeddedAvahi::findAddress(const std::string& host, int 
         });
     };
     auto find = std::make_shared<Find>(shared_from_this(), std::move(addressed),
-                                       &avahi_s_host_name_resolver_free);
+                                       avahi_s_host_name_resolver_free);
     return find->started(avahi_s_host_name_resolver_prepare(
                              server_, interface, AVAHI_PROTO_UNSPEC, host.c_str(),
                              avahi_af_to_proto(family), AvahiLookupFlags{}, answered, find.get()),
-                         &avahi_s_host_name_resolver_start);
+                         avahi_s_host_name_resolver_start);
 }
 
 } // namespace AmbrelKit::Linux

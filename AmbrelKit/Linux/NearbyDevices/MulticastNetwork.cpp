@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/NearbyDevices/MulticastNetwork.hpp"
 
+#include "AmbrelKit/Linux/Libraries/AvahiCore.hpp"
 #include "AmbrelKit/Linux/Network/LinkWatch.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 
@@ -56,6 +57,9 @@ std::optional<SourceReason> missingSockets() {
 std::optional<SourceReason> embeddedStackLacks() {
     if (const auto missing = missingSockets()) {
         return missing;
+    }
+    if (!avahiLibrary.isThere()) {
+        return SourceReason::noAvahiLibrary;
     }
     if (!networkDoesMulticast().value_or(true)) {
         return SourceReason::noMulticastInterface;

@@ -1,12 +1,12 @@
 #include "AmbrelKit/Linux/Network/Association.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Netlink.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <linux/nl80211.h>
-#include <netlink/attr.h>
 
 namespace AmbrelKit::Linux {
 

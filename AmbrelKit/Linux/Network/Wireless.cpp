@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Netlink.hpp"
 #include "AmbrelKit/Linux/RunLoop/OfThisThread.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 
@@ -11,9 +12,6 @@
 #include <map>
 #include <memory>
 #include <net/if.h>
-#include <netlink/genl/ctrl.h>
-#include <netlink/genl/genl.h>
-#include <netlink/netlink.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -71,7 +69,7 @@ private:
 
 std::unique_ptr<NL80211> NL80211::open() {
     // Asking for nl80211 where it is not would make the kernel load it, and wait for that.
-    if (access("/sys/class/ieee80211", F_OK) != 0) {
+    if (access("/sys/class/ieee80211", F_OK) != 0 || !netlinkLibrary.isThere()) {
         return nullptr;
     }
     std::unique_ptr<NL80211> kernel(new NL80211);

@@ -1,3 +1,4 @@
+#include "AmbrelKit/Linux/Libraries/Netlink.hpp"
 #include "AmbrelKit/Linux/Network/Wireless.hpp"
 #include "AmbrelKit/Linux/Sources/KernelDevices.hpp"
 #include "AmbrelKit/Linux/Sources/SourceReasons.hpp"
@@ -46,6 +47,9 @@ SourceCondition withoutNetwork(const std::vector<std::string>& stations) {
     }
     if (!kernelHas("ieee80211")) {
         return because(SourceReason::noWifiAdapter);
+    }
+    if (!netlinkLibrary.isThere()) {
+        return because(SourceReason::noNetlinkLibrary);
     }
     return Descriptor(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_GENERIC)).get() < 0
                ? because(reasonFor(errno, SourceReason::noNetlinkForWifi))

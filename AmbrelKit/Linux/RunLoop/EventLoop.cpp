@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
+#include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Linux/RunLoop/LoopTimer.hpp"
 #include "AmbrelKit/Linux/RunLoop/OfThisThread.hpp"
 
@@ -11,7 +12,6 @@
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <system_error>
-#include <systemd/sd-event.h>
 #include <unistd.h>
 #include <utility>
 

@@ -66,6 +66,8 @@ constexpr std::array table{
     Row{avahiRefuses, refused, "not-allowed", "avahi-daemon does not serve this program",
         "allow it in /etc/dbus-1/system.d (avahi-dbus.conf, there or in /usr/share/dbus-1, is the "
         "example)"},
+    Row{noAvahiLibrary, unavailable, "no-library", "libavahi-core can't be loaded",
+        "install it (Debian: libavahi-core7), or use avahi-daemon"},
     Row{noNetlinkForServices, refused, "no-netlink",
         "this process may not ask the kernel for its interfaces",
         "let it use AF_NETLINK sockets (RestrictAddressFamilies= of its unit), or use "
@@ -126,6 +128,8 @@ constexpr std::array table{
     Row{wifiBlockedBySoftware, off, "blocked", "{0} is blocked by software", "rfkill unblock wifi"},
     Row{wifiBlockedByHardware, off, "blocked-by-hardware",
         "a switch or key of this device blocks {0}", "turn it on there"},
+    Row{noNetlinkLibrary, unavailable, "no-library", "libnl-genl can't be loaded",
+        "install it (Debian: libnl-genl-3-200)"},
     Row{noNetlinkForWifi, refused, "no-netlink", "this program may not ask nl80211",
         "let it use AF_NETLINK sockets (RestrictAddressFamilies= of its unit)"},
 

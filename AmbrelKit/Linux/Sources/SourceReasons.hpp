@@ -35,6 +35,7 @@ enum class SourceReason : std::uint8_t {
     avahiNotRunning,
     avahiStopped,
     avahiRefuses,
+    noAvahiLibrary,
     noNetlinkForServices,
     noMulticastInterface,
     mdnsPortTaken,
@@ -63,6 +64,7 @@ enum class SourceReason : std::uint8_t {
     noWifiAdapter,
     wifiBlockedBySoftware, ///< {interface}
     wifiBlockedByHardware, ///< {interface}
+    noNetlinkLibrary,
     noNetlinkForWifi,
 
     noLogind,

@@ -1,5 +1,6 @@
 #include "tools/ambrel/Live/Screen.hpp"
 
+#include "tools/ambrel/Live/Curses.hpp"
 #include "tools/ambrel/Terminal/TerminalText.hpp"
 
 #include <array>
@@ -12,9 +13,6 @@
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
-
-#define NCURSES_NOMACROS
-#include <curses.h>
 
 namespace Ambrel {
 
@@ -123,8 +121,8 @@ void Screen::takeKeys() {
     nonl();
     constexpr int escapeDelay = 25; // milliseconds
     set_escdelay(escapeDelay);
-    keypad(stdscr, TRUE);
-    nodelay(stdscr, TRUE);
+    keypad(wholeScreen(), TRUE);
+    nodelay(wholeScreen(), TRUE);
     curs_set(0);
     termios settings{};
     if (tcgetattr(STDIN_FILENO, &settings) == 0) {
@@ -144,37 +142,38 @@ Screen::~Screen() {
 }
 
 ScreenSize Screen::size() const {
-    return {static_cast<std::size_t>(getmaxy(stdscr)), static_cast<std::size_t>(getmaxx(stdscr))};
+    return {static_cast<std::size_t>(getmaxy(wholeScreen())),
+            static_cast<std::size_t>(getmaxx(wholeScreen()))};
 }
 
 void Screen::show(const std::vector<Line>& lines) const {
     const auto [rows, columns] = size();
     for (std::size_t row = 0; row < rows; ++row) {
         // Also takes away what the line above has left here, if ncurses finds it wider.
-        wmove(stdscr, static_cast<int>(row), 0);
-        wclrtoeol(stdscr);
+        wmove(wholeScreen(), static_cast<int>(row), 0);
+        wclrtoeol(wholeScreen());
         const Line nothing;
         const Line& line = row < lines.size() ? lines[row] : nothing;
         const attr_t all = line.isSelected ? A_REVERSE : A_NORMAL;
         std::size_t column = 0;
         for (const StyledText& piece : line.pieces) {
             const std::string text = cut(piece.text, columns - column);
-            wattrset(stdscr, static_cast<int>(attributes(piece.meaning, hasColors_) | all));
-            waddstr(stdscr, text.c_str());
+            wattrset(wholeScreen(), static_cast<int>(attributes(piece.meaning, hasColors_) | all));
+            waddstr(wholeScreen(), text.c_str());
             column += displayWidth(text);
         }
-        wattrset(stdscr, static_cast<int>(all));
+        wattrset(wholeScreen(), static_cast<int>(all));
         if (line.isSelected) {
-            waddstr(stdscr, std::string(columns - column, ' ').c_str());
+            waddstr(wholeScreen(), std::string(columns - column, ' ').c_str());
         }
     }
-    wattrset(stdscr, A_NORMAL);
-    wrefresh(stdscr);
+    wattrset(wholeScreen(), A_NORMAL);
+    wrefresh(wholeScreen());
 }
 
 std::optional<Key> Screen::takeKey() {
     wint_t code = 0;
-    const int status = wget_wch(stdscr, &code);
+    const int status = wget_wch(wholeScreen(), &code);
     return status == ERR ? std::nullopt : std::optional(keyOf(status, code));
 }
 
@@ -195,8 +194,8 @@ void Screen::takeBack() {
     curs_set(1);
     curs_set(0);
     takeSize();
-    clearok(curscr, TRUE);
-    wrefresh(stdscr);
+    clearok(shownScreen(), TRUE);
+    wrefresh(wholeScreen());
 }
 
 } // namespace Ambrel

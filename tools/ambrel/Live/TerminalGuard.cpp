@@ -1,5 +1,6 @@
 #include "tools/ambrel/Live/TerminalGuard.hpp"
 
+#include "tools/ambrel/Live/Curses.hpp"
 #include "tools/ambrel/Process/Environment.hpp"
 
 #include <array>
@@ -17,13 +18,13 @@
 #include <termios.h>
 #include <unistd.h>
 
-#define NCURSES_NOMACROS
-#include <curses.h>
 #include <term.h>
 
 namespace Ambrel {
 
 namespace {
+
+AMBRELKIT_LATE(cursesLibrary, setupterm);
 
 constexpr int terminal = STDIN_FILENO;
 
