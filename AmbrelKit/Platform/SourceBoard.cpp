@@ -176,7 +176,7 @@ void SourceBoard::Entry::take(const SourceCondition& now, Time sinceBegin) {
         comeBack(sinceBegin);
         listened = true;
         account.means = now.means;
-        account.failure = {};
+        account.failure = now.isPartial ? now : SourceCondition();
         return;
     }
     if (listened && condition.state == SourceState::listening) {

@@ -97,7 +97,7 @@ std::string shortfall(const SourceAccount& account) {
         const std::string away = told(absence);
         text += (text.empty() || away.empty() ? "" : ", ") + away;
     }
-    if (account.outcome == SourceOutcome::failed) {
+    if (account.outcome == SourceOutcome::failed || account.failure.isPartial) {
         text += text.empty() ? "" : ": ";
         text += account.failure.reason.empty()
                     ? "it had not answered when the collection ended"
@@ -112,7 +112,7 @@ JSONDictionary dictionary(const SourceReport& report) {
                           {"reports", account.reports},
                           {"now", dictionary(report.condition, report.since)}};
     addText(result, "means", account.means);
-    if (account.outcome == SourceOutcome::failed) {
+    if (account.outcome == SourceOutcome::failed || account.failure.isPartial) {
         addReason(result, account.failure);
     }
     if (!account.absences.empty()) {

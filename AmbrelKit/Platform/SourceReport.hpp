@@ -52,6 +52,7 @@ struct SourceCondition {
     std::string code = {};   ///< of the reason, for programs: it stays as it is
     std::string reason = {}; ///< what stands in the way, or is not as it could be
     std::string remedy = {}; ///< what would help
+    bool isPartial = false;  ///< it listens, and for this reason may not hear of all that is there
 
     bool operator==(const SourceCondition&) const = default;
 };
@@ -72,7 +73,7 @@ struct SourceAccount {
     std::string means = {};                   ///< by what it listened last
     std::size_t reports = 0;                  ///< that it gave to the kit
     std::vector<SourceAbsence> absences = {}; ///< in their order
-    SourceCondition failure = {};             ///< what it said last when it was not listening
+    SourceCondition failure = {}; ///< what it said last when not listening, or hearing a part
 
     bool operator==(const SourceAccount&) const = default;
 };
@@ -90,8 +91,8 @@ struct SourceReport {
                                                    const std::string& remedy);
 
 /// What people should know of a collection: "hci0 is switched off: bluetoothctl power on", "BlueZ
-/// was away from 3.1 s to 3.6 s". Empty when the source listened throughout, but for moments
-/// within a tenth of a second, or was not asked.
+/// was away from 3.1 s to 3.6 s". Empty when the source listened to all throughout, but for
+/// moments within a tenth of a second, or was not asked.
 [[nodiscard]] AMBRELKIT_API std::string shortfall(const SourceAccount& account);
 
 /// The report as a dictionary, without the name of its source: one of those that

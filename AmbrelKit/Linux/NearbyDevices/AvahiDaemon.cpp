@@ -45,9 +45,10 @@ class AvahiDaemon::Browse final : public Lookup, public std::enable_shared_from_
 public:
     Browse(std::shared_ptr<AvahiDaemon> daemon, std::string type, std::string domain,
            Sighted sighted)
-        : type(std::move(type)), domain(std::move(domain)), sighted(std::move(sighted)),
+        : type(std::move(type)), domain(std::move(domain)), sighted_(std::move(sighted)),
           daemon_(std::move(daemon)) {}
     ~Browse() override {
+        daemon_->cache_.forget(counted_);
         if (!path_.empty()) {
             daemon_->browses_.erase(path_);
             daemon_->daemon_.send({path_, browserInterface, "Free"}, {});
@@ -62,13 +63,22 @@ public:
         daemon_->daemon_.send({path_, browserInterface, "Start"}, {});
     }
 
+    void tell(const Sighting& sighting) {
+        const bool isCrowded = daemon_->cache_.count(sighting, counted_);
+        sighted_(sighting);
+        if (isCrowded) {
+            daemon_->stand(Standing::crowded);
+        }
+    }
+
     std::string type;
     std::string domain;
-    Sighted sighted;
 
 private:
+    Sighted sighted_;
     std::shared_ptr<AvahiDaemon> daemon_;
     std::string path_;
+    AvahiCache::Places counted_;
 };
 
 /// A call that the daemon answers when the network has.
@@ -137,7 +147,8 @@ void AvahiDaemon::pulse() {
 }
 
 void AvahiDaemon::stand(Standing standing) {
-    if (standing_ != standing && standing_ != Standing::refusing) {
+    const bool isNews = standing_ != Standing::crowded || standing != Standing::serving;
+    if (standing_ != standing && standing_ != Standing::refusing && isNews) {
         standing_ = standing;
         changed_(standing);
     }
@@ -207,7 +218,7 @@ void AvahiDaemon::itemSignal(sd_bus_message* signal) {
     const auto browse = found->second.lock();
     if (browse &&
         sd_bus_message_read(signal, "iisss", &interface, &protocol, &name, &type, &domain) > 0) {
-        browse->sighted({{name, type, domain}, interface, protocol, came});
+        browse->tell({{name, type, domain}, interface, protocol, came});
     }
 }
 

@@ -2,7 +2,7 @@
 #define AMBRELKIT_LINUX_NEARBYDEVICES_AVAHIDAEMON_HPP
 
 #include "AmbrelKit/Linux/Bus/Daemon.hpp"
-#include "AmbrelKit/Linux/NearbyDevices/DiscoveryStack.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/AvahiCache.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
 #include <deque>
@@ -16,6 +16,7 @@ public:
     enum class Standing {
         asked, ///< it has not answered yet
         serving,
+        crowded,  ///< it serves, and there may be more services than it keeps
         overdue,  ///< it left all that it can answer by itself unanswered for a second
         silent,   ///< and for two
         refusing, ///< it does not serve us (policy, an old interface), and never will
@@ -56,6 +57,7 @@ private:
     Standing standing_ = Standing::asked;
     std::deque<std::weak_ptr<Browse>> unprepared_;
     std::map<std::string, std::weak_ptr<Browse>> browses_;
+    AvahiCache cache_;
     std::deque<std::weak_ptr<Question>> waiting_;
     int underWay_ = 0;
 

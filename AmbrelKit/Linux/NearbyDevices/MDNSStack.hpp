@@ -7,7 +7,7 @@ namespace AmbrelKit::Linux {
 
 /// Whose multicast DNS finds services.
 enum class MDNSStack : std::uint8_t {
-    /// avahi-daemon's where it serves, else the embedded one.
+    /// avahi-daemon's where it serves and surely keeps all that there is, else the embedded one.
     automatic,
     /// avahi-daemon's alone: without it no service is found, and the source's report says why.
     daemon,

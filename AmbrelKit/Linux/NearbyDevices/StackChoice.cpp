@@ -95,7 +95,7 @@ void StackChoice::daemonStands(Standing standing) {
         return;
     }
     daemon_ = standing;
-    if (standing == Standing::silent || standing == Standing::refusing) {
+    if (standing != Standing::serving && standing != Standing::overdue) {
         missDaemon();
     } else {
         publish();
@@ -145,13 +145,19 @@ SourceCondition StackChoice::condition() const {
 SourceCondition StackChoice::embeddedCondition() const {
     return daemon_ == Standing::silent
                ? listening(embeddedMeans, SourceReason::daemonSilent, {daemonName})
-               : listening(embeddedMeans);
+           : daemon_ == Standing::crowded ? listening(embeddedMeans, SourceReason::avahiCacheFull)
+                                          : listening(embeddedMeans);
 }
 
 SourceCondition StackChoice::daemonCondition() const {
     switch (*daemon_) {
     case Standing::serving:
         return listening(daemonName);
+    case Standing::crowded: {
+        auto condition = listening(daemonName, SourceReason::avahiCacheFull);
+        condition.isPartial = true;
+        return condition;
+    }
     case Standing::overdue:
     case Standing::silent:
         return because(SourceReason::daemonSilent, {daemonName});

@@ -18,11 +18,11 @@ namespace AmbrelKit::Linux {
 /// anew.
 ///
 /// Where the host allows both, the daemon is used when its name has an owner. When there is none,
-/// or it refuses or is silent for two seconds, the embedded stack is used, and is kept if a daemon
-/// comes later: it finds as much beside one, and a change would only interrupt the search. A daemon
-/// that goes is given a second to come back before the embedded stack takes the port, which a
-/// daemon may want for itself when it starts. Where the embedded stack cannot run, a daemon that is
-/// silent is waited for.
+/// or it refuses, is silent for two seconds or may not keep all that there is, the embedded stack
+/// is used, and is kept if a daemon comes later: it finds as much beside one, and a change would
+/// only interrupt the search. A daemon that goes is given a second to come back before the embedded
+/// stack takes the port, which a daemon may want for itself when it starts. Where the embedded
+/// stack cannot run, a daemon that is silent is waited for, and one that keeps too little goes on.
 ///
 /// What it knows it says on the loop's board, for as long as it lives.
 ///

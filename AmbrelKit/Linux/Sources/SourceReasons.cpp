@@ -68,6 +68,9 @@ constexpr std::array table{
         "example)"},
     Row{noAvahiLibrary, unavailable, "no-library", "libavahi-core can't be loaded",
         "install it (Debian: libavahi-core7), or use avahi-daemon"},
+    Row{avahiCacheFull, listening, "cache-full",
+        "there may be more services than the cache of avahi-daemon holds",
+        "raise cache-entries-max, 4096 unless set, under [server] in /etc/avahi/avahi-daemon.conf"},
     Row{noNetlinkForServices, refused, "no-netlink",
         "this process may not ask the kernel for its interfaces",
         "let it use AF_NETLINK sockets (RestrictAddressFamilies= of its unit), or use "

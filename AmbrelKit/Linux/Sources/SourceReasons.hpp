@@ -36,6 +36,7 @@ enum class SourceReason : std::uint8_t {
     avahiStopped,
     avahiRefuses,
     noAvahiLibrary,
+    avahiCacheFull,
     noNetlinkForServices,
     noMulticastInterface,
     mdnsPortTaken,

@@ -171,6 +171,42 @@ TEST_F(ServicesConditionTest, WhatTheHostChoseIsNeverReplacedByTheOther) {
     EXPECT_EQ(condition(), "unavailable: no-daemon");
 }
 
+TEST_F(ServicesConditionTest, ACacheThatMayHaveDroppedServicesIsNotTheLastWord) {
+    run("mount -t tmpfs none /etc/avahi");
+    const struct {
+        std::size_t services;
+        const char* configuration;
+        Linux::MDNSStack mdns;
+        std::string expected;
+        bool isTold;
+    } rows[] = {
+        {682, "", Linux::MDNSStack::automatic, "listening: avahi-daemon", false},
+        {683, "", Linux::MDNSStack::automatic, "listening: cache-full: embedded mDNS", false},
+        {683, "", Linux::MDNSStack::daemon, "listening: cache-full: avahi-daemon", true},
+        {683, "[server]\ncache-entries-max=8192\n", Linux::MDNSStack::daemon,
+         "listening: avahi-daemon", false},
+    };
+    for (const auto& row : rows) {
+        std::ofstream("/etc/avahi/avahi-daemon.conf") << row.configuration;
+        daemon->items.clear();
+        for (std::size_t i = 0; i < row.services; ++i) {
+            daemon->items.push_back({.name = std::to_string(i), .protocol = 0});
+            daemon->items.push_back({.name = std::to_string(i), .protocol = 1});
+        }
+        collector->found.clear();
+        beginCollection();
+        browser = collector->search(Linux::makeNetServiceBrowserFactory(driver.loop(), row.mdns),
+                                    "_ipp._tcp.");
+        EXPECT_TRUE(driver.until([&] { return collector->found.size() == row.services; }));
+        EXPECT_TRUE(becomes(row.expected)) << condition();
+        EXPECT_EQ(shortfall(account()).find("cache-entries-max") != std::string::npos, row.isTold)
+            << row.expected;
+        collection.reset();
+        browser.reset();
+        collector->services.clear();
+    }
+}
+
 TEST_F(ServicesConditionTest, TheEmbeddedStackDoesNotWaitForABusThatHangs) {
     bus.freeze();
     search();

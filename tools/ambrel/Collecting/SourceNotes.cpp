@@ -32,7 +32,7 @@ void SourceNotes::tell(Source source, const SourceAccount& account) {
         return;
     }
     auto& told = told_.at(static_cast<std::size_t>(source));
-    const bool fails = account.outcome == SourceOutcome::failed;
+    const bool fails = account.outcome == SourceOutcome::failed || account.failure.isPartial;
     if (fails && told == account.failure) {
         return;
     }
