@@ -11,9 +11,6 @@ namespace AmbrelKit::Linux {
 
 namespace {
 
-/// Browsed as a type of services, it has the types as instances: `_ipp` of `_tcp`.
-constexpr const char* metaType = "_services._dns-sd._udp";
-
 class FollowedTypes final : public AnnouncedServiceTypes,
                             public StackChoice::Client,
                             public std::enable_shared_from_this<FollowedTypes> {

@@ -64,7 +64,7 @@ public:
     }
 
     void tell(const Sighting& sighting) {
-        const bool isCrowded = daemon_->cache_.count(sighting, counted_);
+        const bool isCrowded = type != metaType && daemon_->cache_.count(sighting, counted_);
         sighted_(sighting);
         if (isCrowded) {
             daemon_->stand(Standing::crowded);

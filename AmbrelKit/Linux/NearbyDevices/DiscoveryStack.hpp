@@ -14,6 +14,9 @@ namespace AmbrelKit::Linux {
 /// The loopback's index, the same in every network namespace.
 constexpr int loopbackInterface = 1;
 
+/// Browsed as a type of services, it has the types as instances: `_ipp` of `_tcp`.
+constexpr const char* metaType = "_services._dns-sd._udp";
+
 /// A service instance in Avahi's notation: no trailing dots, the name as it is on the wire.
 struct ServiceName {
     std::string name;
