@@ -34,7 +34,7 @@ enum class SourceState : std::uint8_t {
 /// How a source fared in a collection.
 enum class SourceOutcome : std::uint8_t {
     notAsked,    ///< the host does not permit it, or the mode does not need it
-    listened,    ///< and missed nothing from when it began to
+    listened,    ///< and was never away from when it began to
     interrupted, ///< it listened, was away, and came back
     failed,      ///< it never listened, or was away when the collection ended; what is left out of
                  ///< the build fails also where the host does not permit it

@@ -20,7 +20,7 @@ public:
 
 private:
     struct Said {
-        const void* who;
+        const void* who = nullptr;
         SourceCondition condition = {};
     };
 
