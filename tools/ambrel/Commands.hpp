@@ -49,7 +49,7 @@ void defineRecordCommand(CLI::App& command, ExitStatus& status);
 void defineReplayCommand(CLI::App& command, ExitStatus& status);
 void defineReportCommand(CLI::App& command, ExitStatus& status);
 void defineScanCommand(CLI::App& command, ExitStatus& status);
-void defineStoreCommand(CLI::App& command, ExitStatus& status);
+void defineStoreCommand(CLI::App& store, ExitStatus& status);
 void defineWatchCommand(CLI::App& command, ExitStatus& status);
 
 } // namespace Ambrel
