@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 """Runs a command that scans for services beside a real neighbour, and checks what it found.
 
-    bed.py [--daemon | --daemon-alone] [--services N | --variety] [--at SECONDS WHAT]... [--types TYPE,... | --subtype] [--details]
-        [--fares HOW] COMMAND [ARGUMENT...]
+    bed.py [--daemon | --daemon-alone] [--services N [--ipv6-only] | --variety] [--at SECONDS WHAT]...
+        [--types TYPE,... | --subtype] [--details] [--fares HOW] COMMAND [ARGUMENT...]
 
 The command runs in a network namespace that a veth pair joins to another, in which an avahi-daemon
-publishes services of the three types below, N of them on hosts of their own, or 19 of twelve types. It is to print a
-collection's dictionary. With --daemon an avahi-daemon on a private bus runs on the command's side,
-with --daemon-alone one that lets no other use its port. So long into the scan (at 0: before it)
+publishes services of the three types below, N of them on hosts of their own, or 19 of twelve types. With --ipv6-only it
+speaks nothing else, and tells no IPv4 address. The command is to print a collection's dictionary. With --daemon an
+avahi-daemon on a private bus runs on the command's side, with --daemon-alone one that lets no other use its port. So long into the scan (at 0: before it)
 the daemon gets a signal (KILL, STOP, CONT) or is started again (START), or the neighbour publishes
 ten services more (PUBLISH). The command looks for services of all types, for those of --types, or for the one of a --subtype.
 With --details it is `ambrel`, and what its details say of the services is checked, too; with --fares, how that search
@@ -144,11 +144,12 @@ class Bed:
         with open(self.folder / "hosts", "a") as file:
             file.writelines(f"{a} {host}\n" for host, addresses in hosts.items() for a in addresses)
 
-    def avahi(self, side, with_bus, alone=False):
+    def avahi(self, side, with_bus, alone=False, ipv4=True):
         folder = self.folder / side
         folder.mkdir(exist_ok=True)
         (folder / "conf").write_text(
             f"[server]\nhost-name={side}\nallow-interfaces=v0\nenable-dbus={'yes' if with_bus else 'no'}\n"
+            f"use-ipv4={'yes' if ipv4 else 'no'}\n"
             f"disallow-other-stacks={'yes' if alone else 'no'}\n"
             "[wide-area]\nenable-wide-area=no\n[publish]\npublish-workstation=no\npublish-hinfo=no\n")
         own = f"mount --bind {self.folder}/services /etc/avahi/services; mount --bind {self.folder}/hosts /etc/avahi/hosts;"
@@ -209,8 +210,10 @@ def inside(options):
         bed.join_sides()
         services, hosts = (varied_services() if options.variety else
                            many_services(options.services) if options.services else few_services())
+        for service in services if options.ipv6_only else []:
+            service.address = None
         bed.write_services(services, hosts)
-        neighbour = bed.avahi("near", with_bus=False)
+        neighbour = bed.avahi("near", with_bus=False, ipv4=not options.ipv6_only)
         bed.wait_for_services(len(services))
         daemon = None
 
@@ -255,6 +258,7 @@ def main():
     parser.add_argument("--daemon", action="store_true")
     parser.add_argument("--services", type=int, default=0)
     parser.add_argument("--daemon-alone", action="store_true")
+    parser.add_argument("--ipv6-only", action="store_true")
     parser.add_argument("--details", action="store_true")
     parser.add_argument("--fares")
     parser.add_argument("--at", nargs=2, action="append", default=[])

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
 
+#include "AmbrelKit/Linux/NearbyDevices/AnswerSieve.hpp"
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 
 #include <chrono>
@@ -78,7 +79,7 @@ template <class Body> auto contained(Body body) noexcept -> decltype(body()) {
     }
 }
 
-EventLoop& loopOf(const AvahiPoll* poll) { return *static_cast<EventLoop*>(poll->userdata); }
+AvahiGround& groundOf(const AvahiPoll* poll) { return *static_cast<AvahiGround*>(poll->userdata); }
 
 bool isReadable(int descriptor) {
     pollfd entry{descriptor, POLLIN, 0};
@@ -90,14 +91,17 @@ AvahiWatch* newWatch(const AvahiPoll* poll, int descriptor, AvahiWatchEvent even
     return contained([&] {
         setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
         auto watch = std::make_shared<AvahiWatch>();
-        watch->source = loopOf(poll).watch(
+        watch->source = groundOf(poll).loop.watch(
             descriptor, events,
-            [watch = watch.get(), descriptor, callback, userdata](std::uint32_t happened) {
+            [watch = watch.get(), sieve = groundOf(poll).sieve, descriptor, callback,
+             userdata](std::uint32_t happened) {
                 const auto keep = watch->self;
                 watch->happened = static_cast<AvahiWatchEvent>(happened);
                 int left = mostInOneTurn;
                 do {
-                    callback(watch, descriptor, watch->happened, userdata);
+                    if (sieve == nullptr || sieve->admitsNext(descriptor)) {
+                        callback(watch, descriptor, watch->happened, userdata);
+                    }
                 } while (watch->self && watch->happened == AVAHI_WATCH_IN && --left > 0 &&
                          isReadable(descriptor));
             });
@@ -163,7 +167,7 @@ AvahiTimeout* newTimeout(const AvahiPoll* poll, const timeval* time, AvahiTimeou
                          void* userdata) {
     return contained([&] {
         auto timeout = std::make_shared<AvahiTimeout>();
-        timeout->source = loopOf(poll).deadline(
+        timeout->source = groundOf(poll).loop.deadline(
             [timeout = timeout.get(), callback, userdata] { run(*timeout, callback, userdata); });
         updateTimeout(timeout.get(), time);
         timeout->self = timeout;
@@ -178,8 +182,8 @@ void freeTimeout(AvahiTimeout* timeout) {
 
 } // namespace
 
-AvahiPoll avahiPollOn(EventLoop& loop) {
-    return {&loop,     newWatch,   updateWatch,   eventsOf,
+AvahiPoll avahiPollOn(AvahiGround& ground) {
+    return {&ground,   newWatch,   updateWatch,   eventsOf,
             freeWatch, newTimeout, updateTimeout, freeTimeout};
 }
 

@@ -5,11 +5,17 @@
 
 namespace AmbrelKit::Linux {
 
+class AnswerSieve;
 class EventLoop;
 
-/// What Avahi's embedded stack waits on, put on `loop`, which must outlive the result and every
-/// server that is made with it.
-AvahiPoll avahiPollOn(EventLoop& loop);
+/// What servers of Avahi's embedded stack run on. It must outlive them.
+struct AvahiGround {
+    EventLoop& loop;
+    AnswerSieve* sieve = nullptr; ///< before their sockets
+};
+
+/// What Avahi waits on, put on `ground`, which must outlive the result.
+AvahiPoll avahiPollOn(AvahiGround& ground);
 
 } // namespace AmbrelKit::Linux
 

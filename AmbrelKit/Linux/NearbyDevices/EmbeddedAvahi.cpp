@@ -1,11 +1,12 @@
 #include "AmbrelKit/Linux/NearbyDevices/EmbeddedAvahi.hpp"
 
 #include "AmbrelKit/Linux/Libraries/AvahiCore.hpp"
-#include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/MulticastNetwork.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/PacedBrowse.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
 #include <utility>
+#include <vector>
 
 namespace AmbrelKit::Linux {
 
@@ -61,6 +62,36 @@ private:
     Object* object_ = nullptr;
 };
 
+/// One question by each protocol, of which the first answer counts. Avahi would take the parts of
+/// one answer from one protocol alone, and what came by IPv4 may be lacking by IPv6.
+class EmbeddedAvahi::EitherProtocol final : public Lookup,
+                                            public std::enable_shared_from_this<EitherProtocol> {
+public:
+    explicit EitherProtocol(Served served) : served_(std::move(served)) {}
+
+    /// Null when `ask` can't by either.
+    template <class Ask> std::shared_ptr<Lookup> start(const Ask& ask) {
+        for (const int protocol : {AVAHI_PROTO_INET, AVAHI_PROTO_INET6}) {
+            if (auto lookup = ask(protocol, weakly(weak_from_this(), &EitherProtocol::answered))) {
+                open_.push_back(std::move(lookup));
+            }
+        }
+        return open_.empty() ? nullptr : shared_from_this();
+    }
+
+private:
+    void answered(std::optional<ServiceRecord> record) {
+        if (record || ++failed_ == open_.size()) {
+            open_.clear();
+            served_(std::move(record));
+        }
+    }
+
+    Served served_;
+    std::vector<std::shared_ptr<Lookup>> open_;
+    std::size_t failed_ = 0;
+};
+
 namespace {
 
 /// Records kept for each interface. Avahi's own limit holds some 800 services and drops the rest
@@ -88,7 +119,9 @@ HostAddress hostAddress(const AvahiAddress& address) {
 } // namespace
 
 EmbeddedAvahi::EmbeddedAvahi(const std::shared_ptr<EventLoop>& loop)
-    : loop_(loop), poll_(avahiPollOn(*loop)) {}
+    : loop_(loop),
+      pace_(*loop_, [this] { return sieve_.recentRecords(); }), ground_{*loop_, &sieve_},
+      poll_(avahiPollOn(ground_)) {}
 
 std::shared_ptr<EmbeddedAvahi> EmbeddedAvahi::start(const std::shared_ptr<EventLoop>& loop) {
     if (missingSockets() || !avahiLibrary.isThere()) {
@@ -132,6 +165,14 @@ void EmbeddedAvahi::reportNext() {
 
 std::shared_ptr<Lookup> EmbeddedAvahi::browse(const std::string& type, const std::string& domain,
                                               Sighted sighted) {
+    const auto ask = [self = shared_from_this(), type, domain](int protocol, Sighted told) {
+        return self->browseBy(protocol, type, domain, std::move(told));
+    };
+    return PacedBrowse::start(*loop_, pace_, sieve_, ask, std::move(sighted));
+}
+
+std::shared_ptr<Lookup> EmbeddedAvahi::browseBy(int protocol, const std::string& type,
+                                                const std::string& domain, Sighted sighted) {
     using Browse = Query<AvahiSServiceBrowser, Sighted>;
     const auto changed = [](AvahiSServiceBrowser*, AvahiIfIndex interface, AvahiProtocol protocol,
                             AvahiBrowserEvent event, const char* name, const char* type,
@@ -146,7 +187,7 @@ std::shared_ptr<Lookup> EmbeddedAvahi::browse(const std::string& type, const std
     auto browse = std::make_shared<Browse>(shared_from_this(), std::move(sighted),
                                            avahi_s_service_browser_free);
     return browse->started(
-        avahi_s_service_browser_prepare(server_, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, type.c_str(),
+        avahi_s_service_browser_prepare(server_, AVAHI_IF_UNSPEC, protocol, type.c_str(),
                                         domain.empty() ? nullptr : domain.c_str(),
                                         AvahiLookupFlags{}, changed, browse.get()),
         avahi_s_service_browser_start);
@@ -154,6 +195,14 @@ std::shared_ptr<Lookup> EmbeddedAvahi::browse(const std::string& type, const std
 
 std::shared_ptr<Lookup> EmbeddedAvahi::resolve(const ServiceName& service, int interface,
                                                bool withTXT, Served served) {
+    return std::make_shared<EitherProtocol>(std::move(served))
+        ->start([&](int protocol, Served answered) {
+            return resolveBy(protocol, service, interface, withTXT, std::move(answered));
+        });
+}
+
+std::shared_ptr<Lookup> EmbeddedAvahi::resolveBy(int protocol, const ServiceName& service,
+                                                 int interface, bool withTXT, Served served) {
     using Resolve = Query<AvahiSServiceResolver, Served>;
     const auto answered = [](AvahiSServiceResolver*, AvahiIfIndex, AvahiProtocol,
                              AvahiResolverEvent event, const char*, const char*, const char*,
@@ -180,7 +229,7 @@ std::shared_ptr<Lookup> EmbeddedAvahi::resolve(const ServiceName& service, int i
         flags |= AVAHI_LOOKUP_NO_TXT;
     }
     return resolve->started(avahi_s_service_resolver_prepare(
-                                server_, interface, AVAHI_PROTO_UNSPEC, service.name.c_str(),
+                                server_, interface, protocol, service.name.c_str(),
                                 service.type.c_str(), service.domain.c_str(), AVAHI_PROTO_UNSPEC,
                                 static_cast<AvahiLookupFlags>(flags), answered, resolve.get()),
                             avahi_s_service_resolver_start);

@@ -1,8 +1,10 @@
 #ifndef AMBRELKIT_LINUX_NEARBYDEVICES_EMBEDDEDAVAHI_HPP
 #define AMBRELKIT_LINUX_NEARBYDEVICES_EMBEDDEDAVAHI_HPP
 
+#include "AmbrelKit/Linux/NearbyDevices/AnswerSieve.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/DiscoveryStack.hpp"
-#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/QuestionPace.hpp"
 
 #include <avahi-core/core.h>
 #include <deque>
@@ -33,12 +35,20 @@ public:
 
 private:
     template <class Object, class Receiver> class Query;
+    class EitherProtocol;
 
     explicit EmbeddedAvahi(const std::shared_ptr<EventLoop>& loop);
+    std::shared_ptr<Lookup> browseBy(int protocol, const std::string& type,
+                                     const std::string& domain, Sighted sighted);
+    std::shared_ptr<Lookup> resolveBy(int protocol, const ServiceName& service, int interface,
+                                      bool withTXT, Served served);
     void queue(std::function<void()> report);
     void reportNext();
 
     std::shared_ptr<EventLoop> loop_;
+    AnswerSieve sieve_;
+    QuestionPace pace_;
+    AvahiGround ground_;
     AvahiPoll poll_;
     AvahiServer* server_ = nullptr;
     std::deque<std::function<void()>> reports_;

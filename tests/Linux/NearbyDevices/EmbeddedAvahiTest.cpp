@@ -27,7 +27,7 @@ using testing::UnorderedElementsAre;
 class Neighbour {
 public:
     explicit Neighbour(const LoopDriver& driver)
-        : loop_(driver.loop()), poll_(avahiPollOn(*loop_)) {
+        : loop_(driver.loop()), ground_{*loop_}, poll_(avahiPollOn(ground_)) {
         avahi_set_log_function([](AvahiLogLevel, const char*) {});
         AvahiServerConfig config{};
         avahi_server_config_init(&config);
@@ -81,6 +81,7 @@ private:
     }
 
     std::shared_ptr<EventLoop> loop_;
+    AvahiGround ground_;
     AvahiPoll poll_;
     AvahiServer* server_ = nullptr;
     AvahiSEntryGroup* group_ = nullptr;

@@ -1,0 +1,250 @@
+#include "AmbrelKit/Linux/NearbyDevices/AnswerSieve.hpp"
+
+#include <algorithm>
+#include <arpa/nameser.h>
+#include <cstring>
+#include <functional>
+#include <netinet/in.h>
+#include <optional>
+#include <string_view>
+#include <sys/socket.h>
+
+namespace AmbrelKit::Linux {
+
+namespace {
+
+/// What came by IPv4 is kept for once to twice this time.
+constexpr std::chrono::seconds memory{10};
+
+constexpr std::chrono::milliseconds recently{500};
+
+constexpr std::uint16_t mdnsPort = 5353;
+
+constexpr std::size_t headerLength = 12;
+constexpr unsigned isAnswer = 0x8000;
+constexpr unsigned opcodeAndResult = 0x780f; ///< not zero: ignored by whoever reads it
+constexpr unsigned replacesOthers = 0x8000;  ///< in the class of a record
+
+/// A record that is held for less is wanted each time it comes; Avahi asks anew after four fifths
+/// of the time.
+constexpr unsigned shortestLifetime = 60;
+
+unsigned twoBytes(const std::uint8_t* at) { return unsigned{at[0]} << 8 | at[1]; }
+
+/// Appends the name at `at`, without compression. The end of it there, or null.
+const std::uint8_t* appendName(std::string& text, const std::uint8_t* begin,
+                               const std::uint8_t* end, const std::uint8_t* at) {
+    std::array<std::uint8_t, NS_MAXCDNAME> name{};
+    const int length = ns_name_unpack(begin, end, at, name.data(), name.size());
+    if (length < 0) {
+        return nullptr;
+    }
+    std::size_t size = 1;
+    while (name[size - 1] != 0) {
+        size += name[size - 1] + 1U;
+    }
+    text.append(reinterpret_cast<const char*>(name.data()), size);
+    return at + length;
+}
+
+/// How many bytes precede the name in the data of a record, or nothing where there is none to be
+/// written out.
+std::optional<std::ptrdiff_t> bytesBeforeName(unsigned type) {
+    switch (type) {
+    case ns_t_ptr:
+    case ns_t_cname:
+    case ns_t_nsec:
+        return 0;
+    case ns_t_srv:
+        return 6;
+    default:
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+struct AnswerSieve::Datagram {
+    const std::uint8_t* begin = nullptr;
+    const std::uint8_t* end = nullptr;
+    bool byIPv6 = false;
+    bool isMulticast = false;
+    int interface = 0;
+    std::uint16_t port = 0;
+
+    /// From what recvmsg has filled in; nothing when that is not of an mDNS socket.
+    static std::optional<Datagram> of(msghdr& message, const sockaddr_storage& sender) {
+        Datagram datagram;
+        for (auto* entry = CMSG_FIRSTHDR(&message); entry != nullptr;
+             entry = CMSG_NXTHDR(&message, entry)) {
+            if (entry->cmsg_level == IPPROTO_IP && entry->cmsg_type == IP_PKTINFO) {
+                in_pktinfo info{};
+                std::memcpy(&info, CMSG_DATA(entry), sizeof info);
+                datagram.interface = info.ipi_ifindex;
+                datagram.isMulticast = IN_MULTICAST(ntohl(info.ipi_addr.s_addr));
+                datagram.port = ntohs(reinterpret_cast<const sockaddr_in&>(sender).sin_port);
+            } else if (entry->cmsg_level == IPPROTO_IPV6 && entry->cmsg_type == IPV6_PKTINFO) {
+                in6_pktinfo info{};
+                std::memcpy(&info, CMSG_DATA(entry), sizeof info);
+                datagram.byIPv6 = true;
+                datagram.interface = static_cast<int>(info.ipi6_ifindex);
+                datagram.isMulticast = IN6_IS_ADDR_MULTICAST(&info.ipi6_addr);
+                datagram.port = ntohs(reinterpret_cast<const sockaddr_in6&>(sender).sin6_port);
+            }
+        }
+        return datagram.interface > 0 ? std::optional(datagram) : std::nullopt;
+    }
+};
+
+bool AnswerSieve::admitsNext(int descriptor) {
+    sockaddr_storage sender{};
+    std::array<std::uint8_t, 256> control{};
+    iovec place{buffer_.data(), buffer_.size()};
+    msghdr message{};
+    message.msg_name = &sender;
+    message.msg_namelen = sizeof sender;
+    message.msg_iov = &place;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    const auto size = recvmsg(descriptor, &message, MSG_PEEK | MSG_DONTWAIT);
+    auto datagram = size > 0 && (message.msg_flags & MSG_TRUNC) == 0 ? Datagram::of(message, sender)
+                                                                     : std::nullopt;
+    if (!datagram) {
+        if (sender.ss_family == AF_NETLINK) {
+            forget();
+        }
+        return true;
+    }
+    datagram->begin = buffer_.data();
+    datagram->end = buffer_.data() + size;
+    if (admits(*datagram)) {
+        return true;
+    }
+    recv(descriptor, nullptr, 0, MSG_DONTWAIT);
+    return false;
+}
+
+bool AnswerSieve::admits(const Datagram& datagram) {
+    const auto* const header = datagram.begin;
+    if (datagram.end - header < static_cast<std::ptrdiff_t>(headerLength)) {
+        return true;
+    }
+    const unsigned flags = twoBytes(header + 2);
+    if ((flags & isAnswer) == 0) {
+        return false;
+    }
+    const bool isPlain = (flags & opcodeAndResult) == 0 && twoBytes(header + 4) == 0 &&
+                         twoBytes(header + 6) != 0 && twoBytes(header + 8) == 0 &&
+                         datagram.isMulticast && datagram.port == mdnsPort;
+    const std::size_t count = twoBytes(header + 6) + twoBytes(header + 10);
+    if (!isPlain || !readRecords(datagram, count)) {
+        return true;
+    }
+    forgetTheOld();
+    const bool isNew =
+        !std::ranges::all_of(sets_, [this](const RecordSet& set) { return isKnown(set); });
+    if (isNew) {
+        admitted_.emplace_back(Clock::now(), count);
+        recent_ += count;
+    } else if (datagram.byIPv6) {
+        ++repeatsByIPv6_;
+    }
+    if (isNew && !datagram.byIPv6) {
+        std::ranges::for_each(sets_, [this](const RecordSet& set) { note(set); });
+    }
+    return isNew;
+}
+
+bool AnswerSieve::readRecords(const Datagram& datagram, std::size_t count) {
+    sets_.clear();
+    const auto* at = datagram.begin + headerLength;
+    for (; count > 0 && at != nullptr; --count) {
+        at = readRecord(datagram, at);
+    }
+    return at != nullptr;
+}
+
+/// Adds the record at `at` to its set. The end of it, or null where it cannot be read.
+const std::uint8_t* AnswerSieve::readRecord(const Datagram& datagram, const std::uint8_t* at) {
+    constexpr std::ptrdiff_t fixedLength = 10;
+    text_.assign(reinterpret_cast<const char*>(&datagram.interface), sizeof datagram.interface);
+    at = appendName(text_, datagram.begin, datagram.end, at);
+    if (at == nullptr || datagram.end - at < fixedLength ||
+        datagram.end - at - fixedLength < static_cast<std::ptrdiff_t>(twoBytes(at + 8))) {
+        return nullptr;
+    }
+    const auto* const data = at + fixedLength;
+    const auto* const end = data + twoBytes(at + 8);
+    const unsigned type = twoBytes(at);
+    const unsigned itsClass = twoBytes(at + 2);
+    const unsigned lifetime = twoBytes(at + 4) << 16 | twoBytes(at + 6);
+    text_.append(reinterpret_cast<const char*>(at), 2);
+    const std::hash<std::string_view> hash;
+    std::uint64_t key = hash(text_);
+
+    const auto* rest = data;
+    if (const auto before = bytesBeforeName(type); before && end - data > *before) {
+        text_.append(reinterpret_cast<const char*>(data), static_cast<std::size_t>(*before));
+        rest = appendName(text_, datagram.begin, end, data + *before);
+        if (rest == nullptr) {
+            return nullptr;
+        }
+    }
+    text_.append(reinterpret_cast<const char*>(rest), static_cast<std::size_t>(end - rest));
+    const std::uint64_t content = hash(text_);
+    if ((itsClass & replacesOthers) == 0) {
+        key = content;
+    }
+    const auto same = std::ranges::find(sets_, key, &RecordSet::key);
+    auto& set = same != sets_.end() ? *same : sets_.emplace_back(RecordSet{.key = key});
+    set.content += content;
+    set.lasts = set.lasts && lifetime >= shortestLifetime;
+    return end;
+}
+
+bool AnswerSieve::isKnown(const RecordSet& set) const {
+    auto known = known_.find(set.key);
+    if (known == known_.end()) {
+        known = knownBefore_.find(set.key);
+        if (known == knownBefore_.end()) {
+            return false;
+        }
+    }
+    return set.lasts && known->second == set.content;
+}
+
+void AnswerSieve::note(const RecordSet& set) {
+    if (set.lasts) {
+        known_.insert_or_assign(set.key, set.content);
+    } else {
+        known_.erase(set.key);
+        knownBefore_.erase(set.key);
+    }
+}
+
+void AnswerSieve::forget() {
+    known_.clear();
+    knownBefore_.clear();
+}
+
+void AnswerSieve::forgetTheOld() {
+    const auto now = Clock::now();
+    if (now - knownSince_ < memory) {
+        return;
+    }
+    knownBefore_ = now - knownSince_ < 2 * memory ? std::move(known_) : Known();
+    known_.clear();
+    knownSince_ = now;
+}
+
+std::size_t AnswerSieve::recentRecords() {
+    const auto now = Clock::now();
+    while (!admitted_.empty() && now - admitted_.front().first > recently) {
+        recent_ -= admitted_.front().second;
+        admitted_.pop_front();
+    }
+    return recent_;
+}
+
+} // namespace AmbrelKit::Linux

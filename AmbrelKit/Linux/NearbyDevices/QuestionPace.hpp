@@ -1,0 +1,34 @@
+#ifndef AMBRELKIT_LINUX_NEARBYDEVICES_QUESTIONPACE_HPP
+#define AMBRELKIT_LINUX_NEARBYDEVICES_QUESTIONPACE_HPP
+
+#include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
+
+#include <deque>
+
+namespace AmbrelKit::Linux {
+
+/// When each of many questions is asked. As long as few records come in, one at once, and at each
+/// step twice as many as before. While many do, the rest waits for these to be digested, but none
+/// so long that its answers would come too late for a collection.
+class QuestionPace {
+public:
+    /// `recentRecords` tells how many have come within the last half second.
+    QuestionPace(EventLoop& loop, std::function<std::size_t()> recentRecords);
+
+    /// Asks now or later, inside this call or from the loop.
+    void add(std::function<void()> ask);
+
+private:
+    void step();
+
+    std::function<std::size_t()> recentRecords_;
+    std::deque<std::function<void()>> waiting_;
+    std::size_t atOnce_ = 1;
+    bool stepping_ = false;
+    std::chrono::steady_clock::time_point latest_; ///< for those that wait
+    std::shared_ptr<Deadline> next_;
+};
+
+} // namespace AmbrelKit::Linux
+
+#endif

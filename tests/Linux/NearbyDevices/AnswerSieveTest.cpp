@@ -1,0 +1,146 @@
+#include "AmbrelKit/Linux/NearbyDevices/AnswerSieve.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/QuestionPace.hpp"
+#include "AmbrelKit/Platform/Descriptor.hpp"
+#include "tests/support/Isolation.hpp"
+#include "tests/support/LoopDriver.hpp"
+
+#include <arpa/inet.h>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <net/if.h>
+#include <sys/socket.h>
+
+namespace {
+
+using namespace AmbrelKit;
+using namespace AmbrelKit::Linux;
+using namespace std::string_literals;
+
+constexpr int yes = 1;
+
+/// A member of the mDNS group of a family on one link, which hears what it sends.
+struct Member {
+    Member(int family, int link) : socket(::socket(family, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+        const int descriptor = socket.get();
+        setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        if (family == AF_INET) {
+            auto& ipv4 = reinterpret_cast<sockaddr_in&>(group);
+            ipv4.sin_port = htons(5353);
+            inet_pton(AF_INET, "224.0.0.251", &ipv4.sin_addr);
+            const ip_mreqn place{ipv4.sin_addr, {}, link};
+            setsockopt(descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &place, sizeof place);
+            setsockopt(descriptor, IPPROTO_IP, IP_MULTICAST_IF, &place, sizeof place);
+            setsockopt(descriptor, IPPROTO_IP, IP_PKTINFO, &yes, sizeof yes);
+        } else {
+            auto& ipv6 = reinterpret_cast<sockaddr_in6&>(group);
+            ipv6.sin6_port = htons(5353);
+            ipv6.sin6_scope_id = static_cast<unsigned>(link);
+            inet_pton(AF_INET6, "ff02::fb", &ipv6.sin6_addr);
+            const ipv6_mreq place{ipv6.sin6_addr, ipv6.sin6_scope_id};
+            setsockopt(descriptor, IPPROTO_IPV6, IPV6_V6ONLY, &yes, sizeof yes);
+            setsockopt(descriptor, IPPROTO_IPV6, IPV6_ADD_MEMBERSHIP, &place, sizeof place);
+            setsockopt(descriptor, IPPROTO_IPV6, IPV6_MULTICAST_IF, &link, sizeof link);
+            setsockopt(descriptor, IPPROTO_IPV6, IPV6_RECVPKTINFO, &yes, sizeof yes);
+        }
+        group.ss_family = static_cast<sa_family_t>(family);
+        EXPECT_EQ(bind(descriptor, reinterpret_cast<sockaddr*>(&group), sizeof group), 0);
+    }
+
+    void send(const std::string& message) const {
+        EXPECT_EQ(sendto(socket.get(), message.data(), message.size(), 0,
+                         reinterpret_cast<const sockaddr*>(&group), sizeof group),
+                  message.size());
+    }
+
+    [[nodiscard]] bool holdsSomething() const {
+        char byte = 0;
+        return recv(socket.get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0;
+    }
+
+    sockaddr_storage group{};
+    Descriptor socket;
+};
+
+std::string twoBytes(std::size_t number) {
+    return {static_cast<char>(number >> 8), static_cast<char>(number)};
+}
+
+std::string answer(const std::vector<std::string>& records, std::size_t flags = 0x8400) {
+    std::string message = twoBytes(0) + twoBytes(flags) + twoBytes(0) + twoBytes(records.size()) +
+                          twoBytes(0) + twoBytes(0);
+    for (const auto& record : records) {
+        message += record;
+    }
+    return message;
+}
+
+std::string record(const std::string& type, const std::string& data, char lifetime = 120) {
+    return "\4host\5local\0"s + type + twoBytes(0) + twoBytes(static_cast<std::size_t>(lifetime)) +
+           twoBytes(data.size()) + data;
+}
+
+const auto a = [](char last) { return record("\0\1\x80\1"s, {10, 0, 0, last}); };
+const auto pointer = [](const std::string& to) { return record("\0\14\0\1"s, to); };
+
+TEST(AnswerSieveTest, OnlyAnswersThatSayNothingNewAreLeftOut) {
+    if (const std::string reason = isolate(); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    ASSERT_EQ(std::system("ip link add near type veth peer name far && ip link set far up && "
+                          "ip address add 10.9.1.1/24 dev near && ip link set near up && "
+                          "ip address add fd77::1/64 dev near nodad"),
+              0);
+    const int link = static_cast<int>(if_nametoindex("near"));
+    const Member ipv4(AF_INET, link);
+    const Member ipv6(AF_INET6, link);
+    AnswerSieve sieve;
+    const struct {
+        const char* what;
+        const Member& by;
+        std::string message;
+        bool isAdmitted;
+    } steps[] = {
+        {"a neighbour that speaks IPv6 only", ipv6, answer({pointer("\1s\0"s)}), true},
+        {"what the stack was told by IPv6 alone", ipv4, answer({pointer("\1s\0"s)}), true},
+        {"an answer", ipv4, answer({pointer("\1x\0"s), a(1)}), true},
+        {"the same by IPv6", ipv6, answer({pointer("\1x\0"s), a(1)}), false},
+        {"the same once more, in pieces", ipv4, answer({a(1)}), false},
+        {"the same with compression", ipv6, answer({pointer("\1x\xc0\x17"s)}), false},
+        {"the same with one thing more", ipv6, answer({a(1), pointer("\1y\0"s)}), true},
+        {"a further service", ipv4, answer({pointer("\1y\0"s)}), true},
+        {"both, each of which is known", ipv6, answer({pointer("\1y\0"s), pointer("\1x\0"s)}),
+         false},
+        {"another address", ipv4, answer({a(2)}), true},
+        {"the former again", ipv4, answer({a(1)}), true},
+        {"two of which one was known", ipv4, answer({a(1), a(2)}), true},
+        {"both, the other way round", ipv6, answer({a(2), a(1)}), false},
+        {"one alone, which ends the other", ipv6, answer({a(1)}), true},
+        {"a goodbye", ipv4, answer({record("\0\1\x80\1"s, {10, 0, 0, 1}, 0)}), true},
+        {"what was taken back", ipv6, answer({a(1), a(2)}), true},
+        {"a question", ipv4, answer({a(7)}, 0), false},
+        {"an answer that is cut short", ipv4, answer({a(9)}).substr(0, 30), true},
+        {"its like, whole", ipv4, answer({a(9)}), true},
+    };
+    for (const auto& step : steps) {
+        step.by.send(step.message);
+        EXPECT_EQ(sieve.admitsNext(step.by.socket.get()), step.isAdmitted) << step.what;
+        EXPECT_EQ(step.by.holdsSomething(), step.isAdmitted) << step.what;
+        recv(step.by.socket.get(), nullptr, 0, MSG_DONTWAIT);
+    }
+    EXPECT_EQ(sieve.repeatsByIPv6(), 4);
+}
+
+TEST(QuestionPaceTest, ManyTypesAreAllAskedInTimeHoweverMuchComesIn) {
+    const LoopDriver driver;
+    for (const auto& [recent, inTime] : {std::pair(0, 1500), std::pair(100000, 4500)}) {
+        int asked = 0;
+        QuestionPace pace(*driver.loop(), [recent = recent] { return recent; });
+        for (int i = 0; i < 31; ++i) {
+            pace.add([&] { ++asked; });
+        }
+        EXPECT_EQ(asked, recent == 0 ? 1 : 0);
+        EXPECT_TRUE(driver.until([&] { return asked == 31; }, std::chrono::milliseconds(inTime)));
+    }
+}
+
+} // namespace
