@@ -40,7 +40,7 @@ public:
         for (const Element& element : list) {
             candidates.push_back(&element);
         }
-        content_ = std::make_shared<Content>(inOrder(std::move(candidates)));
+        content_ = std::make_shared<Content>(copies(inOrder(std::move(candidates))));
     }
 
     [[nodiscard]] GroupedList appending(Element element) const {
@@ -59,24 +59,18 @@ public:
 
     /// Calls `visit` with each element, in order.
     template <class Visit> void forEach(Visit visit) const {
-        if (noteCount() > 0) {
-            const Elements all = elements();
-            std::for_each(all.begin(), all.end(), visit);
-        } else {
+        if (noteCount() == 0) {
             std::for_each(ordered().begin(), ordered().end(), visit);
+            return;
+        }
+        for (const Element* each : withNotes()) {
+            visit(*each);
         }
     }
 
     /// The elements in order.
     [[nodiscard]] std::vector<Element> elements() const {
-        if (noteCount() == 0) {
-            return ordered();
-        }
-        if constexpr (std::is_same_v<Order, ByKey<keyPath>>) {
-            return merged(ordered(), newestNotes());
-        } else {
-            return inOrder(candidates());
-        }
+        return noteCount() == 0 ? ordered() : copies(withNotes());
     }
 
     /// The list of what `transform` makes of each element, which leaves it its key and its place.
@@ -143,6 +137,15 @@ private:
     static decltype(auto) keyOf(const Element* element) { return std::invoke(keyPath, *element); }
     static bool inOrderOf(const Element* a, const Element* b) { return Order{}(*a, *b); }
 
+    /// The elements in order, where they are.
+    [[nodiscard]] Pointers withNotes() const {
+        if constexpr (std::is_same_v<Order, ByKey<keyPath>>) {
+            return merged(ordered(), newestNotes());
+        } else {
+            return inOrder(candidates());
+        }
+    }
+
     /// The last note of each key, in the order of the keys.
     [[nodiscard]] Pointers newestNotes() const {
         Pointers notes; // the newest first
@@ -157,20 +160,22 @@ private:
     }
 
     /// Both of them, a note in the place of what has its key.
-    static Elements merged(const Elements& ordered, const Pointers& notes) {
-        Elements all;
-        all.reserve(std::max(ordered.size(), notes.size()));
+    static Pointers merged(const Elements& ordered, const Pointers& notes) {
+        Pointers all;
+        all.reserve(ordered.size() + notes.size());
         auto next = ordered.begin();
         for (const Element* note : notes) {
             for (; next != ordered.end() && Order{}(*next, *note); ++next) {
-                all.push_back(*next);
+                all.push_back(&*next);
             }
             if (next != ordered.end() && !Order{}(*note, *next)) {
                 ++next;
             }
-            all.push_back(*note);
+            all.push_back(note);
         }
-        all.insert(all.end(), next, ordered.end());
+        for (; next != ordered.end(); ++next) {
+            all.push_back(&*next);
+        }
         return all;
     }
 
@@ -187,14 +192,25 @@ private:
         return candidates;
     }
 
-    static Elements inOrder(Pointers candidates) {
-        const auto groups = group(candidates, keyOf);
-        std::erase_if(candidates,
-                      [&](const Element* each) { return groups.at(keyOf(each)) != each; });
+    /// Of `candidates` the last of each key.
+    static Pointers inOrder(Pointers candidates) {
+        Pointers newest;
+        newest.reserve(candidates.size());
+        for (const auto& [key, each] : group(candidates, keyOf)) {
+            newest.push_back(each);
+        }
+        std::sort(newest.begin(), newest.end(), std::less<>());
+        std::erase_if(candidates, [&](const Element* each) {
+            return !std::binary_search(newest.begin(), newest.end(), each, std::less<>());
+        });
         std::stable_sort(candidates.begin(), candidates.end(), inOrderOf);
+        return candidates;
+    }
+
+    static Elements copies(const Pointers& pointers) {
         Elements elements;
-        elements.reserve(candidates.size());
-        for (const Element* each : candidates) {
+        elements.reserve(pointers.size());
+        for (const Element* each : pointers) {
             elements.push_back(*each);
         }
         return elements;
