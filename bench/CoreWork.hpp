@@ -59,6 +59,7 @@ struct PlainSighting {
 
 inline std::vector<PlainSighting> plain(const std::vector<BluetoothPeripheral>& list) {
     std::vector<PlainSighting> sightings;
+    sightings.reserve(list.size());
     for (const auto& each : list) {
         sightings.push_back({each.identifier, std::string(each.name->string()), each.timestamp});
     }
