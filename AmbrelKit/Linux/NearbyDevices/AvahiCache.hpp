@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <map>
+#include <set>
+#include <string>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -13,18 +15,33 @@ namespace AmbrelKit::Linux {
 /// each interface and protocol, drops what comes beyond that, and tells nobody.
 class AvahiCache {
 public:
-    /// By interface and protocol.
-    using Places = std::map<std::pair<int, int>, std::size_t>;
+    using Place = std::pair<int, int>; ///< interface and protocol
 
-    /// Counts a sighting of a browser. True when there may be services that the daemon has dropped.
-    [[nodiscard]] bool count(const Sighting& sighting, Places& ofBrowser);
+    /// What one browser is told, counted for as long as this lives.
+    class Browser {
+    public:
+        Browser(AvahiCache& cache, std::string type);
+        ~Browser();
+        Browser(const Browser&) = delete;
+        Browser& operator=(const Browser&) = delete;
 
-    /// Takes back what a browser that goes has counted.
-    void forget(const Places& ofBrowser);
+        /// True when there may be services that the daemon has dropped.
+        [[nodiscard]] bool count(const Sighting& sighting);
+
+    private:
+        friend class AvahiCache;
+        AvahiCache& cache_;
+        std::string type_;
+        std::map<Place, std::size_t> told_;
+    };
 
 private:
-    Places services_;
-    std::size_t fits_ = 0; ///< services at a place, surely; 0: not known yet
+    [[nodiscard]] bool isCrowded(const Place& place);
+    [[nodiscard]] std::size_t services(const Place& place) const;
+
+    std::set<const Browser*> browsers_;
+    std::map<Place, std::size_t> told_; ///< all browsers: at least what there is
+    std::size_t fits_ = 0;              ///< services at a place, surely; 0: not known yet
 };
 
 } // namespace AmbrelKit::Linux

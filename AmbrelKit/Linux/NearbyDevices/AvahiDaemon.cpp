@@ -46,9 +46,8 @@ public:
     Browse(std::shared_ptr<AvahiDaemon> daemon, std::string type, std::string domain,
            Sighted sighted)
         : type(std::move(type)), domain(std::move(domain)), sighted_(std::move(sighted)),
-          daemon_(std::move(daemon)) {}
+          daemon_(std::move(daemon)), counted_(daemon_->cache_, this->type) {}
     ~Browse() override {
-        daemon_->cache_.forget(counted_);
         if (!path_.empty()) {
             daemon_->browses_.erase(path_);
             daemon_->daemon_.send({path_, browserInterface, "Free"}, {});
@@ -64,7 +63,7 @@ public:
     }
 
     void tell(const Sighting& sighting) {
-        const bool isCrowded = type != metaType && daemon_->cache_.count(sighting, counted_);
+        const bool isCrowded = type != metaType && counted_.count(sighting);
         sighted_(sighting);
         if (isCrowded) {
             daemon_->stand(Standing::crowded);
@@ -78,7 +77,7 @@ private:
     Sighted sighted_;
     std::shared_ptr<AvahiDaemon> daemon_;
     std::string path_;
-    AvahiCache::Places counted_;
+    AvahiCache::Browser counted_;
 };
 
 /// A call that the daemon answers when the network has.

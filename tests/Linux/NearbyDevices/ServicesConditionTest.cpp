@@ -177,13 +177,14 @@ TEST_F(ServicesConditionTest, ACacheThatMayHaveDroppedServicesIsNotTheLastWord) 
         std::size_t services;
         const char* configuration;
         Linux::MDNSStack mdns;
+        std::size_t found; ///< by two kits
         std::string expected;
         bool isTold;
     } rows[] = {
-        {682, "", Linux::MDNSStack::automatic, "listening: avahi-daemon", false},
-        {683, "", Linux::MDNSStack::automatic, "listening: cache-full: embedded mDNS", false},
-        {683, "", Linux::MDNSStack::daemon, "listening: cache-full: avahi-daemon", true},
-        {683, "[server]\ncache-entries-max=8192\n", Linux::MDNSStack::daemon,
+        {682, "", Linux::MDNSStack::automatic, 1364, "listening: avahi-daemon", false},
+        {683, "", Linux::MDNSStack::automatic, 683, "listening: cache-full: embedded mDNS", false},
+        {683, "", Linux::MDNSStack::daemon, 1366, "listening: cache-full: avahi-daemon", true},
+        {683, "[server]\ncache-entries-max=8192\n", Linux::MDNSStack::daemon, 1366,
          "listening: avahi-daemon", false},
     };
     for (const auto& row : rows) {
@@ -195,9 +196,13 @@ TEST_F(ServicesConditionTest, ACacheThatMayHaveDroppedServicesIsNotTheLastWord) 
         }
         collector->found.clear();
         beginCollection();
-        browser = collector->search(Linux::makeNetServiceBrowserFactory(driver.loop(), row.mdns),
-                                    "_ipp._tcp.");
-        EXPECT_TRUE(driver.until([&] { return collector->found.size() == row.services; }));
+        const auto search = [&] {
+            return collector->search(Linux::makeNetServiceBrowserFactory(driver.loop(), row.mdns),
+                                     "_ipp._tcp.");
+        };
+        browser = search();
+        const auto another = search();
+        EXPECT_TRUE(driver.until([&] { return collector->found.size() == row.found; }));
         EXPECT_TRUE(becomes(row.expected)) << condition();
         EXPECT_EQ(shortfall(account()).find("cache-entries-max") != std::string::npos, row.isTold)
             << row.expected;
