@@ -110,7 +110,7 @@ AMBREL_API void ambrel_free(void* text);
 // ---- The loop ----
 //
 // Each thread has one, made on first use: -EMFILE and the like when the system gives no descriptor
-// for it. A host with a loop of its own polls the descriptor for reading and dispatches when it is
+// for it, -ELIBACC when libsystemd can't be loaded. A host with a loop of its own polls the descriptor for reading and dispatches when it is
 // readable; nothing else is needed.
 
 /// A descriptor that is readable when there is something to dispatch, or a negative errno. It stays
@@ -189,7 +189,7 @@ enum {
 
 /// Whose multicast DNS finds services.
 enum {
-    AMBREL_MDNS_AUTOMATIC = 0, ///< avahi-daemon's where it serves, else the embedded one
+    AMBREL_MDNS_AUTOMATIC = 0, ///< the daemon's where it serves and surely keeps all, else embedded
     AMBREL_MDNS_DAEMON = 1,    ///< avahi-daemon's alone
     AMBREL_MDNS_EMBEDDED = 2   ///< the one in this process alone; no daemon is asked
 };
@@ -237,7 +237,7 @@ typedef struct ambrel_kit_options {
 
 /// A kit on this machine, driven by the calling thread's loop; `options` may be NULL. No daemon is
 /// asked anything yet. -EINVAL for an option that is out of its range, or an address that is not
-/// numeric; -EMFILE and the like when the system gives no descriptor.
+/// numeric; -EMFILE, -ELIBACC and the like when there is no loop.
 AMBREL_API int ambrel_kit_new(const ambrel_kit_options* options, ambrel_kit** kit,
                               ambrel_error* error);
 

@@ -20,7 +20,7 @@ public:
 
     /// The loop of the calling thread, made on first use and kept until the thread ends; the main
     /// thread's is never destroyed. Throws std::system_error when the system gives no descriptor
-    /// for it. From then on a timer needs no further one.
+    /// for it, or libsystemd can't be loaded. From then on a timer needs no further one.
     static std::shared_ptr<RunLoop> current();
 
     /// Runs until `stop()` is called. What a callback throws leaves through here; the loop may be

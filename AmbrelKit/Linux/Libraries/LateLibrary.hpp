@@ -17,7 +17,7 @@ public:
     [[nodiscard]] AMBRELKIT_SEAM bool isThere() const;
 
     /// The address of one of its functions or variables. Throws std::system_error when the library
-    /// can't be loaded.
+    /// can't be loaded, or has none of that name.
     [[nodiscard]] AMBRELKIT_SEAM void* symbol(const char* name) const;
 
 private:

@@ -4,6 +4,7 @@
 #include "AmbrelKit/Linux/NearbyDevices/DiscoveryStack.hpp"
 
 #include <systemd/sd-bus.h>
+
 namespace AmbrelKit::Linux {
 
 // What avahi-daemon answers on the bus. An error, or what is of other types than it should be, is

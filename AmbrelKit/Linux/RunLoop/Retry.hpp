@@ -12,8 +12,8 @@
 namespace AmbrelKit::Linux {
 
 /// Does something again after a while, and after twice as long each time until it is reset; after
-/// half of that already if something else wakes the loop then. Gone, it does it no more, also when
-/// it goes inside its own callback.
+/// half of that already if another deadline wakes the loop then. Gone, it does it no more, also
+/// when it goes inside its own callback.
 class Retry {
 public:
     struct Delays {
