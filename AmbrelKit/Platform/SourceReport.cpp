@@ -98,7 +98,7 @@ std::string shortfall(const SourceAccount& account) {
         text += (text.empty() || away.empty() ? "" : ", ") + away;
     }
     if (account.outcome == SourceOutcome::failed || account.failure.isPartial) {
-        text += text.empty() ? "" : ": ";
+        text += text.empty() ? "" : account.failure.isPartial ? ", " : ": ";
         text += account.failure.reason.empty()
                     ? "it had not answered when the collection ended"
                     : withRemedy(account.failure.reason, account.failure.remedy);

@@ -36,10 +36,9 @@ void SourceNotes::tell(Source source, const SourceAccount& account) {
     if (fails && told == account.failure) {
         return;
     }
-    const bool failed =
-        std::exchange(told, fails ? std::optional(account.failure) : std::nullopt).has_value();
+    const auto before = std::exchange(told, fails ? std::optional(account.failure) : std::nullopt);
     std::string text = shortfall(account);
-    if (text.empty() && failed) {
+    if (text.empty() && before && !before->isPartial) {
         text = "works again";
     }
     if (fails && source == Source::lifecycle) {
