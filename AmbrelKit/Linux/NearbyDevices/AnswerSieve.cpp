@@ -16,6 +16,9 @@ namespace {
 /// What came by IPv4 is kept for once to twice this time.
 constexpr std::chrono::seconds memory{10};
 
+/// As many records as the stack keeps of an interface; more are some flood.
+constexpr std::size_t mostKnown = 65536;
+
 constexpr std::chrono::milliseconds recently{500};
 
 constexpr std::uint16_t mdnsPort = 5353;
@@ -145,8 +148,8 @@ bool AnswerSieve::admits(const Datagram& datagram) {
     const bool isNew =
         !std::ranges::all_of(sets_, [this](const RecordSet& set) { return isKnown(set); });
     if (isNew) {
+        recent_ = recentRecords() + count;
         admitted_.emplace_back(Clock::now(), count);
-        recent_ += count;
     } else if (datagram.byIPv6) {
         ++repeatsByIPv6_;
     }
@@ -215,6 +218,9 @@ bool AnswerSieve::isKnown(const RecordSet& set) const {
 }
 
 void AnswerSieve::note(const RecordSet& set) {
+    if (known_.size() >= mostKnown) {
+        forget();
+    }
     if (set.lasts) {
         known_.insert_or_assign(set.key, set.content);
     } else {
