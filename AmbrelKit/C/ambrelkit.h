@@ -110,8 +110,8 @@ AMBREL_API void ambrel_free(void* text);
 // ---- The loop ----
 //
 // Each thread has one, made on first use: -EMFILE and the like when the system gives no descriptor
-// for it, -ELIBACC when libsystemd can't be loaded. A host with a loop of its own polls the descriptor for reading and dispatches when it is
-// readable; nothing else is needed.
+// for it, -ELIBACC when libsystemd can't be loaded. A host with a loop of its own polls the
+// descriptor for reading and dispatches when it is readable; nothing else is needed.
 
 /// A descriptor that is readable when there is something to dispatch, or a negative errno. It stays
 /// the same; it is owned by the loop, and only to be polled.
