@@ -190,12 +190,14 @@ private:
         place_.show(state_, place);
         Table::Rows sources;
         for (const auto& report : reports_->reports()) {
-            const auto& [state, means, id, reason, remedy] = report.condition;
+            const auto& condition = report.condition;
             const auto& account = report.collection;
             const std::string count = ", reports: " + std::to_string(account.reports);
-            std::array row{std::string(code(report.source)), std::string(code(state)),
-                           state == SourceState::listening ? means + count : reason};
-            if (state == SourceState::idle && account.outcome != SourceOutcome::notAsked) {
+            std::array row{std::string(code(report.source)), std::string(code(condition.state)),
+                           condition.state == SourceState::listening ? condition.means + count
+                                                                     : condition.reason};
+            if (condition.state == SourceState::idle &&
+                account.outcome != SourceOutcome::notAsked) {
                 const auto lacks = shortfall(account);
                 row[1] = code(account.outcome);
                 row[2] = lacks.empty() ? account.means + count : lacks;
