@@ -47,9 +47,10 @@ Lines joined() {
     EXPECT_EQ(seteuid(ordinaryUser), 0);
     Lines lines;
     for (const auto& host : NetworkEnvironment::shared().availableNetworks()) {
-        lines.push_back(host.interface.string() + " " +
-                        (host.ssid ? host.ssid->string() : "(no name)") + " " +
-                        (host.bssid ? host.bssid->string() : "(no address)"));
+        std::string line(host.interface.string());
+        line.append(" ").append(host.ssid ? host.ssid->string() : "(no name)");
+        line.append(" ").append(host.bssid ? host.bssid->string() : "(no address)");
+        lines.push_back(std::move(line));
     }
     EXPECT_EQ(seteuid(0), 0);
     return lines;
