@@ -19,7 +19,9 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <string>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 

@@ -1,10 +1,23 @@
 #include "AmbrelKit/Linux/Libraries/LateLibrary.hpp"
 
+#include "AmbrelKit/Platform/Descriptor.hpp"
+
 #include <cerrno>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <system_error>
 
 namespace AmbrelKit::Linux {
+
+namespace {
+
+/// Why nothing is loaded: the loader tells it in words alone.
+int whyNotLoaded() {
+    const Descriptor another(open("/", O_PATH | O_CLOEXEC));
+    return another.get() < 0 ? errno : ELIBACC;
+}
+
+} // namespace
 
 bool LateLibrary::isThere() const { return dlopen(name_, RTLD_NOW) != nullptr; }
 
@@ -13,7 +26,7 @@ void* LateLibrary::symbol(const char* name) const {
     void* const address = library != nullptr ? dlsym(library, name) : nullptr;
     if (address == nullptr) {
         const char* const problem = dlerror();
-        throw std::system_error(ELIBACC, std::generic_category(),
+        throw std::system_error(whyNotLoaded(), std::generic_category(),
                                 problem != nullptr ? problem : name_);
     }
     return address;
