@@ -250,7 +250,10 @@ def inside(options):
             assert f"{fared['outcome']} {fared['means']}" == options.fares, fared
         services = [service for service in services if (not options.types or service.type in options.types)
                     and (not options.subtype or service.is_of_subtype)]
-        return check(output, services) if scan.returncode == 0 else 1
+        if scan.returncode != 0:
+            print(f"ended with {scan.returncode}, having printed:\n{output.decode(errors='backslashreplace')}")
+            return 1
+        return check(output, services)
 
 
 def main():
