@@ -219,7 +219,7 @@ TEST_F(ServicesConditionTest, TheEmbeddedStackDoesNotWaitForABusThatHangs) {
 }
 
 TEST_F(ServicesConditionTest, OfANetworkThatNobodyElseCanBeOn) {
-    run("ip link set far down");
+    run("ip link set far down; until ip link show near | grep -q NO-CARRIER; do sleep 0.01; done");
     beginCollection();
     search();
     ASSERT_TRUE(becomes("unavailable: no-interface")) << condition();
