@@ -106,12 +106,12 @@ class Kit(LibraryObject):
 
     ``services``: the DNS-SD types to look for, such as ``_ipp._tcp``, or ``all`` for whatever the network says it has;
     an empty list for none. None: what ``ambrel`` looks for: the types that ``NSBonjourServices`` lists in the JSON file
-    that ``$AMBREL_INFO`` names, else common ones. ``mdns``: avahi-daemon where it serves and
-    surely keeps all that there is, else mDNS in this process, or one of them alone. ``location_source``: GeoClue, and gpsd
-    where that is not there, or one of them alone, or neither. ``location_accuracy``: how exactly GeoClue is asked. ``desktop_id``: the name of the program's
-    desktop file, without ``.desktop``, by which GeoClue knows it. ``gpsd_address``, numeric, and ``gpsd_port``: 127.0.0.1 and
-    2947 unless given. Raises ValueError for what is none of these, OSError when the system gives no descriptor,
-    or libsystemd is missing.
+    that ``$AMBREL_INFO`` names, else common ones. ``mdns``: avahi-daemon where it serves and surely keeps all that there
+    is, else mDNS in this process, or one of them alone. ``location_source``: GeoClue, and gpsd where that is not there, or
+    one of them alone, or neither. ``location_accuracy``: how exactly GeoClue is asked. ``desktop_id``: the name of the
+    program's desktop file, without ``.desktop``, by which GeoClue knows it. ``gpsd_address``, numeric, and ``gpsd_port``:
+    127.0.0.1 and 2947 unless given. Raises ValueError for what is none of these, OSError when the system gives no
+    descriptor, or libsystemd is missing.
     """
 
     _unref = "ambrel_kit_unref"
