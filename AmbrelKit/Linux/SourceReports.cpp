@@ -3,7 +3,6 @@
 #include "AmbrelKit/Linux/RunLoop/EventLoop.hpp"
 #include "AmbrelKit/Linux/Sources/LoopBoard.hpp"
 
-#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -13,9 +12,9 @@ std::shared_ptr<SourceReports> sourceReports(std::function<void()> changed) {
     const auto loop = EventLoop::current();
     std::function<void()> noted;
     if (changed) {
-        noted = [tell = loop->deadline(std::move(changed))] {
+        noted = [tell = loop->deferral(std::move(changed))] {
             try {
-                tell->arm(std::chrono::steady_clock::now());
+                tell->schedule();
             } catch (const std::system_error&) { // a forked child only drops what it inherited
             }
         };

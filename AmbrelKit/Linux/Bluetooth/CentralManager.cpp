@@ -35,8 +35,8 @@ void CentralManager::setDelegate(std::weak_ptr<BluetoothCentralManagerDelegate> 
     announcement_.reset();
     followAsNeeded();
     if (blueZ_ && !delegate_.expired()) {
-        announcement_ = loop_->deadline([this] { blueZStateChanged(); });
-        announcement_->arm(std::chrono::steady_clock::now());
+        announcement_ = loop_->deferral([this] { blueZStateChanged(); });
+        announcement_->schedule();
     }
 }
 

@@ -35,7 +35,7 @@ private:
     std::shared_ptr<LoopBoard> board_;
     std::weak_ptr<BluetoothCentralManagerDelegate> delegate_;
     std::shared_ptr<BlueZ> blueZ_; ///< held while following
-    std::shared_ptr<Deadline> announcement_;
+    std::shared_ptr<Deferral> announcement_;
     BluetoothManagerState state_ = BluetoothManagerState::unknown;
     bool scanning_ = false;
     std::optional<std::vector<UUID>> services_;

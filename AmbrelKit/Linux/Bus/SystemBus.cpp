@@ -93,7 +93,7 @@ SystemBus::SystemBus(std::shared_ptr<EventLoop> loop)
 
 std::shared_ptr<SystemBus> SystemBus::make(const std::shared_ptr<EventLoop>& loop) {
     std::shared_ptr<SystemBus> bus(new SystemBus(loop));
-    bus->absence_ = loop->deadline(weakly(bus, &SystemBus::tellAbsence));
+    bus->absence_ = loop->deferral(weakly(bus, &SystemBus::tellAbsence));
     bus->connect();
     return bus;
 }
@@ -135,7 +135,7 @@ void SystemBus::close() {
 void SystemBus::lost() {
     close();
     reconnect_.schedule();
-    absence_->arm(std::chrono::steady_clock::now());
+    absence_->schedule();
 }
 
 int SystemBus::disconnected(sd_bus_message* /*signal*/, void* self, sd_bus_error* /*error*/) {
@@ -228,7 +228,7 @@ void SystemBus::enrol(const std::shared_ptr<BusRegistration>& registration) {
     if (bus_ != nullptr) {
         registration->connected();
     } else {
-        absence_->arm(std::chrono::steady_clock::now());
+        absence_->schedule();
     }
 }
 

@@ -147,7 +147,7 @@ private:
     bool answered_ = false; ///< since then
     sd_bus_slot* disconnected_ = nullptr;
     Retry reconnect_;
-    std::shared_ptr<Deadline> absence_;
+    std::shared_ptr<Deferral> absence_;
     WeakList<BusRegistration> registrations_;
 };
 

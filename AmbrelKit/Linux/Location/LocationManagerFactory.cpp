@@ -43,7 +43,7 @@ public:
     static std::shared_ptr<Manager> make(EventLoop& loop, std::shared_ptr<Standings> standings,
                                          ChosenSource chosen) {
         auto manager = std::make_shared<Manager>(std::move(standings), std::move(chosen));
-        manager->report_ = loop.deadline(weakly(manager, &Manager::report));
+        manager->report_ = loop.deferral(weakly(manager, &Manager::report));
         return manager;
     }
 
@@ -60,7 +60,7 @@ public:
 
 private:
     void begin();
-    void reportSoon() { report_->arm(std::chrono::steady_clock::now()); }
+    void reportSoon() { report_->schedule(); }
     void report();
     void tell(LocationManagerDelegate& delegate);
 
@@ -72,7 +72,7 @@ private:
 
     // What is to be told, each from a turn of its own of the loop.
     std::weak_ptr<LocationManagerDelegate> delegate_;
-    std::shared_ptr<Deadline> report_;
+    std::shared_ptr<Deferral> report_;
     Status status_;
     std::optional<Status> told_;
     std::string failure_;
