@@ -1,19 +1,24 @@
-// random_life [--host COMMAND...] SEQUENCES [SEED]: random lives of kits against the model, and
-// says how they went. Those of a host in a program of its own, in C or Python, are written to it
-// line by line, and it writes what its kits did.
+// random_life SEQUENCES [SEED [c|python COMMAND...]]: random lives of kits against the model. Those
+// of a host in C or Python are written to its program line by line, and it writes what its kits
+// did.
 
 #include "tests/life/KitHost.hpp"
 #include "tests/life/Model.hpp"
 
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <functional>
 #include <iostream>
 #include <random>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+/// The address sanitizer's: whether anything is lost now.
+extern "C" [[gnu::weak]] int __lsan_do_recoverable_leak_check(); // NOLINT
 
 using namespace Life;
 
@@ -53,6 +58,56 @@ void explain(const Program& program, const Ability& host, const Perform& perform
     std::cerr << perform(program);
 }
 
+/// A host in a program of its own, one for each process that asks for it.
+class Conversation {
+public:
+    explicit Conversation(char** command) : command_(command) {}
+
+    std::string operator()(const Program& program) {
+        if (process_ != getpid()) {
+            begin();
+        }
+        for (const Step& step : program) {
+            std::fputs((words(step) + "\n").c_str(), to_);
+        }
+        std::fputs("run\n", to_);
+        std::fflush(to_);
+        std::string trace;
+        for (char line[8192]; std::fgets(line, sizeof line, from_) != nullptr;) {
+            if (std::strcmp(line, ".\n") == 0) {
+                return trace;
+            }
+            trace += line;
+        }
+        return trace + "and it has ended\n";
+    }
+
+private:
+    void begin() {
+        int there[2];
+        int back[2];
+        if (pipe2(there, O_CLOEXEC) != 0 || pipe2(back, O_CLOEXEC) != 0) {
+            std::abort();
+        }
+        if (fork() == 0) {
+            dup2(there[0], STDIN_FILENO);
+            dup2(back[1], STDOUT_FILENO);
+            execvp(*command_, command_);
+            _exit(127);
+        }
+        close(there[0]);
+        close(back[1]);
+        to_ = fdopen(there[1], "w");
+        from_ = fdopen(back[0], "r");
+        process_ = getpid();
+    }
+
+    char** command_;
+    pid_t process_ = 0;
+    FILE* to_ = nullptr;
+    FILE* from_ = nullptr;
+};
+
 int run(std::uint64_t count, std::uint64_t seed, const Ability& host, const Perform& perform) {
     auto* const current = static_cast<std::uint64_t*>(mmap(
         nullptr, sizeof(std::uint64_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
@@ -63,7 +118,8 @@ int run(std::uint64_t count, std::uint64_t seed, const Ability& host, const Perf
                 return false;
             }
         }
-        return true;
+        return __lsan_do_recoverable_leak_check == nullptr ||
+               __lsan_do_recoverable_leak_check() == 0;
     });
     if (good) {
         return 0;
@@ -89,10 +145,14 @@ int main(int argc, char** argv) {
                std::from_chars(argv[index], argv[index] + std::strlen(argv[index]), value).ec ==
                    std::errc();
     };
-    if (argc < 2 || !number(1, count) || !number(2, seed)) {
-        std::cerr << "usage: random_life SEQUENCES [SEED]\n";
+    const std::string_view host = argc > 4 ? argv[3] : "";
+    if (argc < 2 || argc == 4 || !number(1, count) || !number(2, seed) ||
+        (argc > 4 && host != "c" && host != "python")) {
+        std::cerr << "usage: random_life SEQUENCES [SEED [c|python COMMAND...]]\n";
         return 2;
     }
+    std::signal(SIGPIPE, SIG_IGN);
     std::cout << count << " lives from seed " << seed << std::endl;
-    return run(count, seed, inCPlusPlus, trace);
+    return host.empty() ? run(count, seed, inCPlusPlus, trace)
+                        : run(count, seed, host == "c" ? inC : inPython, Conversation(argv + 4));
 }
