@@ -109,8 +109,7 @@ private:
         case Op::discover:
             return platform_.bluetooth().reportDiscovery(
                 {.identifier = UUID::parse(peripheral(step.value)).value(),
-                 .name =
-                     step.who == 0 ? std::nullopt : std::optional(std::to_string(step.who))});
+                 .name = step.who == 0 ? std::nullopt : std::optional(std::to_string(step.who))});
         case Op::found:
             return platform_.bonjour().reportFound(services[step.value].type,
                                                    services[step.value].name);
