@@ -2,6 +2,7 @@
 // dictionary, the kernel's table of routes, the name of the unit that this process runs in.
 
 #include "AmbrelKit/Linux/Location/DesktopId.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/AnnouncedServiceTypes.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/UsualServiceTypes.hpp"
 #include "AmbrelKit/Linux/Network/PrimaryAddress.hpp"
 #include "AmbrelKit/Platform/Bundle.hpp"
@@ -32,7 +33,7 @@ void readAsInformation(std::string_view content) {
     const auto types = Linux::usualServiceTypes();
     check(!types.empty() || services);
     for (const std::string& type : types) {
-        check(type.ends_with('.') && isValidUTF8(type));
+        check(isValidUTF8(type) && (type.ends_with('.') || type == Linux::allServiceTypes));
     }
     check(isValidUTF8(Linux::desktopId({})));
 }
