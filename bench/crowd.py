@@ -2,11 +2,11 @@
 """Many devices in one process, each of which answers multicast DNS for itself, over IPv4 and IPv6 and in datagrams
 of its own, as RFC 6762 has it: a host with an address of each kind that offers one service.
 
-    crowd.py INTERFACE COUNT [--loss SHARE] [--slow SECONDS] [--seed NUMBER] TYPE...
+    crowd.py INTERFACE COUNT [--loss SHARE] [--slow SECONDS] [--seed NUMBER] [--ipv4] TYPE...
 
 The services are of the types in turn; each has its number in its name, in its port and as the id in its TXT record.
 A share of the answers is lost, and each takes up to so many seconds longer; with the same seed, a device's answers
-do so alike. Writes a line when it listens.
+do so alike. Writes a line when it listens; with --ipv4 not to IPv6.
 """
 
 import argparse
@@ -213,11 +213,13 @@ def main():
     parser.add_argument("--loss", type=float, default=0)
     parser.add_argument("--slow", type=float, default=0)
     parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--ipv4", action="store_true")
     parser.add_argument("types", nargs="+")
     options = parser.parse_args()
     devices = [Device(number, f"{options.types[number % len(options.types)]}.local", options.seed)
                for number in range(options.count)]
-    links = [Link(family, options.interface, devices, options) for family in (socket.AF_INET, socket.AF_INET6)]
+    families = (socket.AF_INET,) if options.ipv4 else (socket.AF_INET, socket.AF_INET6)
+    links = [Link(family, options.interface, devices, options) for family in families]
     selector = selectors.DefaultSelector()
     for link in links:
         selector.register(link.socket, selectors.EVENT_READ, link)

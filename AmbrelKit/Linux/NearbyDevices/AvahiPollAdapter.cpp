@@ -21,6 +21,7 @@ struct AvahiWatch {
 };
 
 struct AvahiTimeout {
+    AmbrelKit::Linux::AvahiGround& ground;
     std::shared_ptr<AmbrelKit::Linux::Deadline> source;
 };
 
@@ -30,9 +31,6 @@ namespace {
 
 /// So many datagrams are handled in one turn of the loop: each turn costs more than most of them.
 constexpr int mostInOneTurn = 32;
-
-/// What is due at nearly the same time is done at the same time.
-constexpr std::chrono::milliseconds slack{8};
 
 /// What Avahi asks a socket to hold. The answers to one question come at once, a datagram from each
 /// responder; the system's limit for ordinary users, often less, holds.
@@ -101,14 +99,15 @@ void freeWatch(AvahiWatch* watch) {
 
 void updateTimeout(AvahiTimeout* timeout, const timeval* time) {
     contained([&] {
-        time != nullptr ? timeout->source->arm(steady(*time), slack) : timeout->source->disarm();
+        time != nullptr ? timeout->source->arm(steady(*time), timeout->ground.slack())
+                        : timeout->source->disarm();
     });
 }
 
 AvahiTimeout* newTimeout(const AvahiPoll* poll, const timeval* time, AvahiTimeoutCallback callback,
                          void* userdata) {
     return contained([&] {
-        auto timeout = std::make_unique<AvahiTimeout>();
+        auto timeout = std::make_unique<AvahiTimeout>(groundOf(poll));
         timeout->source = groundOf(poll).loop.deadline(
             [timeout = timeout.get(), callback, userdata] { callback(timeout, userdata); });
         updateTimeout(timeout.get(), time);

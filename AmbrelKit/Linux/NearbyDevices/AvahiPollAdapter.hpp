@@ -2,6 +2,8 @@
 #define AMBRELKIT_LINUX_NEARBYDEVICES_AVAHIPOLLADAPTER_HPP
 
 #include <avahi-common/watch.h>
+#include <chrono>
+#include <functional>
 
 namespace AmbrelKit::Linux {
 
@@ -12,6 +14,8 @@ class EventLoop;
 struct AvahiGround {
     EventLoop& loop;
     AnswerSieve* sieve = nullptr; ///< before their sockets
+    /// How late they may be with what they have to do now.
+    std::function<std::chrono::milliseconds()> slack = [] { return std::chrono::milliseconds(8); };
 };
 
 /// What Avahi waits on, put on `ground`, which must outlive the result.

@@ -98,6 +98,10 @@ namespace {
 /// without a word.
 constexpr unsigned cacheLimit = 65536;
 
+constexpr std::chrono::milliseconds busySlack{8};
+constexpr std::chrono::milliseconds firstSlack{50};
+constexpr std::chrono::milliseconds idleSlack{1000};
+
 std::optional<std::string> txtBytes(AvahiStringList* list) {
     std::vector<std::string> texts;
     for (; list != nullptr; list = avahi_string_list_get_next(list)) {
@@ -120,8 +124,15 @@ HostAddress hostAddress(const AvahiAddress& address) {
 
 EmbeddedAvahi::EmbeddedAvahi(const std::shared_ptr<EventLoop>& loop)
     : loop_(loop),
-      pace_(*loop_, [this] { return sieve_.recentRecords(); }), ground_{*loop_, &sieve_},
+      pace_(*loop_, [this] { return sieve_.recentRecords(); }), ground_{*loop_, &sieve_,
+                                                                        [this] { return slack(); }},
       poll_(avahiPollOn(ground_)) {}
+
+/// What is due at nearly the same time is done at the same time. Where nothing is found, questions
+/// are all that is due, and what is asked again joins the ticks.
+std::chrono::milliseconds EmbeddedAvahi::slack() const {
+    return reported_ ? busySlack : pace_.isAsking() ? firstSlack : idleSlack;
+}
 
 std::shared_ptr<EmbeddedAvahi> EmbeddedAvahi::start(const std::shared_ptr<EventLoop>& loop) {
     if (missingSockets() || !avahiLibrary.isThere()) {
@@ -150,6 +161,7 @@ EmbeddedAvahi::~EmbeddedAvahi() {
 }
 
 void EmbeddedAvahi::queue(std::function<void()> report) {
+    reported_ = true;
     reports_.push_back(std::move(report));
     nextReport_->schedule();
 }
@@ -168,7 +180,9 @@ std::shared_ptr<Lookup> EmbeddedAvahi::browse(const std::string& type, const std
     const auto ask = [self = shared_from_this(), type, domain](int protocol, Sighted told) {
         return self->browseBy(protocol, type, domain, std::move(told));
     };
-    return PacedBrowse::start(*loop_, pace_, sieve_, ask, std::move(sighted));
+    auto browse = PacedBrowse::start(*loop_, pace_, lost_, sieve_, ask, std::move(sighted));
+    lost_.add(browse);
+    return browse;
 }
 
 std::shared_ptr<Lookup> EmbeddedAvahi::browseBy(int protocol, const std::string& type,

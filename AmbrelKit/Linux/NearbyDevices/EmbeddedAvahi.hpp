@@ -4,6 +4,7 @@
 #include "AmbrelKit/Linux/NearbyDevices/AnswerSieve.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/AvahiPollAdapter.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/DiscoveryStack.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/LostAnswers.hpp"
 #include "AmbrelKit/Linux/NearbyDevices/QuestionPace.hpp"
 
 #include <avahi-core/core.h>
@@ -42,12 +43,15 @@ private:
                                      const std::string& domain, Sighted sighted);
     std::shared_ptr<Lookup> resolveBy(int protocol, const ServiceName& service, int interface,
                                       bool withTXT, Served served);
+    [[nodiscard]] std::chrono::milliseconds slack() const;
     void queue(std::function<void()> report);
     void reportNext();
 
     std::shared_ptr<EventLoop> loop_;
     AnswerSieve sieve_;
     QuestionPace pace_;
+    LostAnswers lost_;
+    bool reported_ = false; ///< anything yet
     AvahiGround ground_;
     AvahiPoll poll_;
     AvahiServer* server_ = nullptr;

@@ -1,5 +1,5 @@
 #include "AmbrelKit/Linux/NearbyDevices/AnswerSieve.hpp"
-#include "AmbrelKit/Linux/NearbyDevices/QuestionPace.hpp"
+#include "AmbrelKit/Linux/NearbyDevices/PacedBrowse.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
 #include "tests/support/Isolation.hpp"
 #include "tests/support/LoopDriver.hpp"
@@ -130,17 +130,60 @@ TEST(AnswerSieveTest, OnlyAnswersThatSayNothingNewAreLeftOut) {
     EXPECT_EQ(sieve.repeatsByIPv6(), 4);
 }
 
-TEST(QuestionPaceTest, ManyTypesAreAllAskedInTimeHoweverMuchComesIn) {
+TEST(QuestionPaceTest, ManyTypesAreAllAskedInTimeAndFewSteps) {
     const LoopDriver driver;
-    for (const auto& [recent, inTime] : {std::pair(0, 1500), std::pair(100000, 4500)}) {
+    for (const auto& [recent, mostSteps] : {std::pair(0, 3), {200, 5}, {100000, 17}}) {
         int asked = 0;
-        QuestionPace pace(*driver.loop(), [recent = recent] { return recent; });
+        int steps = 0;
+        QuestionPace pace(*driver.loop(), [&steps, recent = recent] {
+            ++steps;
+            return recent;
+        });
         for (int i = 0; i < 31; ++i) {
             pace.add([&] { ++asked; });
         }
-        EXPECT_EQ(asked, recent == 0 ? 1 : 0);
-        EXPECT_TRUE(driver.until([&] { return asked == 31; }, std::chrono::milliseconds(inTime)));
+        EXPECT_EQ(asked, recent == 100000 ? 0 : 1);
+        EXPECT_TRUE(driver.until([&] { return asked == 31; }));
+        EXPECT_LE(steps, mostSteps) << recent;
     }
+}
+
+/// A stack that is asked for one type, and what it is asked by IPv4.
+struct AskedStack {
+    [[nodiscard]] std::shared_ptr<PacedBrowse> browse() {
+        const auto ask = [this](int protocol, const PacedBrowse::Sighted& sighted) {
+            if (protocol == 0) {
+                ++asked;
+                tell = sighted;
+            }
+            return std::make_shared<Lookup>();
+        };
+        auto browse = PacedBrowse::start(*driver.loop(), pace, lost, sieve, ask, [](auto&) {});
+        lost.add(browse);
+        return browse;
+    }
+
+    LoopDriver driver;
+    AnswerSieve sieve;
+    QuestionPace pace{*driver.loop(), [] { return 0; }};
+    LostAnswers lost;
+    int asked = 0;
+    PacedBrowse::Sighted tell;
+};
+
+TEST(PacedBrowseTest, WhereAnswersGetLostQuestionsAreAskedAnewBeforeTheStacksLongPauses) {
+    AskedStack lossy;
+    AskedStack good;
+    const auto browses = {lossy.browse(), good.browse()};
+    lossy.tell({});
+    good.tell({});
+    lossy.driver.during(std::chrono::milliseconds(1200));
+    lossy.tell({}); // what came in time by now is told of, and this one late
+    EXPECT_TRUE(lossy.driver.until([&] { return lossy.asked == 2; }));
+    lossy.tell({}); // anew, what was told before
+    lossy.driver.until([&] { return lossy.asked == 5; });
+    EXPECT_LE(lossy.asked, 4) << "and nothing came late since";
+    EXPECT_EQ(good.asked, 1);
 }
 
 } // namespace
