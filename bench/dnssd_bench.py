@@ -116,7 +116,8 @@ def beds(options, folder):
     return [*(each for kind in ("neighbour", "crowd") for count in GAPS for each in bed(f"{kind}-{count}", count, kind)),
             *bed("slow-200", 200, "crowd", "--slow", 2, scanners=alone),
             *(each for seed in range(LOSSY_BEDS)
-              for each in bed("lossy-200", 200, "crowd", "--loss", 0.2, "--seed", seed, scanners=alone, rounds=4))]
+              for name, *more in (["lossy-200"], ["lossy4-200", "--ipv4"])
+              for each in bed(name, 200, "crowd", "--loss", 0.2, "--seed", seed, *more, scanners=alone, rounds=4))]
 
 
 async def measured(options, folder):

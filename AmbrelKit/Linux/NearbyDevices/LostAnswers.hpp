@@ -37,7 +37,7 @@ public:
 
     /// Whether one came in the last seconds.
     [[nodiscard]] bool lately() const {
-        return std::chrono::steady_clock::now() - last_ < std::chrono::seconds(3);
+        return std::chrono::steady_clock::now() - last_ < std::chrono::seconds(5);
     }
 
 private:

@@ -89,11 +89,12 @@ void PacedBrowse::askAnew() {
 }
 
 void PacedBrowse::askAnew(Part& part) {
-    if (!part.lookup) {
+    const bool isEnough = part.timesAnew == mostTimesAnew;
+    if (!part.lookup && !isEnough) {
         ++part.timesAnew;
         askBy(part);
         part.anew->arm(part.asked + beforePauses[0]);
-    } else if (part.timesAnew < mostTimesAnew && lost_.lately()) {
+    } else if (!isEnough && lost_.lately()) {
         part.lookup.reset();
         part.anew->arm(Clock::now() + untilForgotten);
     } else {
