@@ -37,7 +37,7 @@ private:
 /// The types at the beginning of `text` that are complete: "a{sv}i" of "a{sv}ia{".
 std::string completeTypes(std::string_view text);
 
-/// A path, or a name, that D-Bus allows: what it does not allow is replaced.
+/// A path that D-Bus allows: what it does not allow is replaced.
 std::string busPath(std::string_view text);
 
 #endif

@@ -1,10 +1,9 @@
 #include "fuzz/support/FuzzedBus.hpp"
 
+#include "fuzz/support/BusMessage.hpp"
 #include "fuzz/support/VirtualTime.hpp"
 
 #include <array>
-#include <cstddef>
-#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -15,86 +14,10 @@
 namespace {
 
 using AmbrelKit::Descriptor;
+using namespace BusMessage;
 
 constexpr const char* busName = "org.freedesktop.DBus";
-
-// Where each stands in the head of a message, of which the fields are the last part.
-constexpr std::size_t typeAt = 1;
-constexpr std::size_t flagsAt = 2;
-constexpr std::size_t bodyLengthAt = 4;
-constexpr std::size_t serialAt = 8;
-constexpr std::size_t fieldsLengthAt = 12;
-constexpr std::size_t headLength = 16;
-
-enum Type : std::uint8_t { call = 1, reply = 2, error = 3, signalled = 4 };
-enum Field : std::uint8_t {
-    path = 1,
-    interface = 2,
-    member = 3,
-    errorName = 4,
-    replySerial = 5,
-    destination = 6,
-    sender = 7,
-    signature = 8,
-    descriptors = 9,
-};
-
-constexpr std::uint8_t withoutReply = 1;
-
-std::uint32_t numberAt(std::string_view bytes, std::size_t at) {
-    std::uint32_t number = 0;
-    std::memcpy(&number, bytes.data() + at, sizeof number);
-    return number;
-}
-
-void addField(BusValues& fields, Field field, const char* type, std::string_view text) {
-    fields.align(8);
-    fields.appendNumber(field, 1);
-    fields.appendSignature(type);
-    *type == 'g' ? fields.appendSignature(text) : fields.appendText(text);
-}
-
-void addField(BusValues& fields, Field field, std::uint32_t number) {
-    fields.align(8);
-    fields.appendNumber(field, 1);
-    fields.appendSignature("u");
-    fields.appendNumber(number, 4);
-}
-
-/// A text among the fields of a call of the kit's, which have texts, paths and one signature.
-std::string_view textField(std::string_view message, Field wanted) {
-    const std::size_t end = headLength + numberAt(message, fieldsLengthAt);
-    for (std::size_t at = headLength; at + 8 <= end; at = (at + 7) / 8 * 8) {
-        const bool isShort = message[at + 2] == 'g';
-        const std::size_t textAt = isShort ? at + 5 : at + 8;
-        const std::size_t length =
-            isShort ? static_cast<std::uint8_t>(message[at + 4]) : numberAt(message, at + 4);
-        if (message[at] == static_cast<char>(wanted)) {
-            return message.substr(textAt, length);
-        }
-        at = textAt + length + 1;
-    }
-    return {};
-}
-
-/// An interface, a member or an error has the characters that a path has, each element one.
-std::string busMember(std::string_view text) {
-    auto name = busPath(text).substr(1, 100);
-    std::replace(name.begin(), name.end(), '/', '_');
-    return name.empty() || (name[0] >= '0' && name[0] <= '9') ? "M" + name : name;
-}
-
-std::string busInterface(std::string text) {
-    std::replace(text.begin(), text.end(), '.', '/');
-    std::string name;
-    const auto elements = busPath(text).substr(0, 200);
-    for (std::size_t at = 0; at < elements.size();) {
-        const auto end = std::min(elements.find('/', at + 1), elements.size());
-        name += (name.empty() ? "" : ".") + busMember(elements.substr(at + 1, end - at - 1));
-        at = end;
-    }
-    return name.find('.') == std::string::npos ? "org." + name : name;
-}
+constexpr int mostSteps = 200;
 
 int lowestFreeDescriptor() {
     const Descriptor probe(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
@@ -116,8 +39,6 @@ FuzzedBus::FuzzedBus(std::vector<std::string> words)
     const std::string name(address.sun_path + 1, size - offsetof(sockaddr_un, sun_path) - 1);
     setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:abstract=" + name).c_str(), 1);
 }
-
-FuzzedBus::~FuzzedBus() = default;
 
 void FuzzedBus::begin() { lowestFree_ = lowestFreeDescriptor(); }
 
@@ -313,8 +234,8 @@ void FuzzedBus::send(Connection& connection, std::uint8_t type, BusValues fields
 }
 
 FuzzedBus::Connection* FuzzedBus::find(int socket) {
-    const auto found = std::find_if(connections_.begin(), connections_.end(),
-                                    [&](const auto& each) { return each->socket.get() == socket; });
+    const auto isIt = [&](const auto& each) { return each->socket.get() == socket; };
+    const auto found = std::ranges::find_if(connections_, isIt);
     return found != connections_.end() ? found->get() : nullptr;
 }
 
@@ -363,9 +284,8 @@ void FuzzedBus::step(Bytes& input) {
 }
 
 void FuzzedBus::play(Bytes input) {
-    constexpr int mostSteps = 200;
     settle();
-    for (int count = 0; !input.isEmpty() && count < mostSteps; ++count) {
+    for (int left = mostSteps; !input.isEmpty() && left > 0; --left) {
         step(input);
         settle();
     }

@@ -16,7 +16,7 @@ class FuzzedBus {
 public:
     /// What the input may name by one byte, beside any text: paths, interfaces, members, types.
     explicit FuzzedBus(std::vector<std::string> words);
-    ~FuzzedBus();
+    ~FuzzedBus() = default;
     FuzzedBus(const FuzzedBus&) = delete;
     FuzzedBus& operator=(const FuzzedBus&) = delete;
 
