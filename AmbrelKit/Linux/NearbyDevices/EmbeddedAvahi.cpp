@@ -122,8 +122,8 @@ HostAddress hostAddress(const AvahiAddress& address) {
 
 } // namespace
 
-EmbeddedAvahi::EmbeddedAvahi(const std::shared_ptr<EventLoop>& loop)
-    : loop_(loop),
+EmbeddedAvahi::EmbeddedAvahi(std::shared_ptr<EventLoop> loop)
+    : loop_(std::move(loop)),
       pace_(*loop_, [this] { return sieve_.recentRecords(); }), ground_{*loop_, &sieve_,
                                                                         [this] { return slack(); }},
       poll_(avahiPollOn(ground_)) {}

@@ -38,7 +38,7 @@ private:
     template <class Object, class Receiver> class Query;
     class EitherProtocol;
 
-    explicit EmbeddedAvahi(const std::shared_ptr<EventLoop>& loop);
+    explicit EmbeddedAvahi(std::shared_ptr<EventLoop> loop);
     std::shared_ptr<Lookup> browseBy(int protocol, const std::string& type,
                                      const std::string& domain, Sighted sighted);
     std::shared_ptr<Lookup> resolveBy(int protocol, const ServiceName& service, int interface,
