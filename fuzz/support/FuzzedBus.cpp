@@ -77,11 +77,11 @@ void FuzzedBus::accept() {
 bool FuzzedBus::read(Connection& connection) {
     constexpr std::string_view begin = "BEGIN\r\n";
     std::array<char, 65536> bytes;
+    auto& received = connection.received;
     const auto count = recv(connection.socket.get(), bytes.data(), bytes.size(), 0);
     if (count <= 0) {
         return count < 0 && errno == EAGAIN;
     }
-    auto& received = connection.received;
     received.append(bytes.data(), static_cast<std::size_t>(count));
     if (received.starts_with('\0')) {
         const auto end = received.find(begin);
@@ -96,9 +96,8 @@ bool FuzzedBus::read(Connection& connection) {
         if (received.size() < length) {
             break;
         }
-        const std::string message = received.substr(0, length);
+        take(connection, received.substr(0, length));
         received.erase(0, length);
-        take(connection, message);
     }
     return true;
 }
