@@ -1,5 +1,6 @@
 // So many Bluetooth peripherals on the system bus, as BlueZ shows them to who discovers: each is
-// heard once a second.
+// heard once a second. So many of them leave each second, and others come: with addresses that were
+// never heard before, as phones have them.
 
 #include "tests/support/FakeBlueZ.hpp"
 
@@ -17,49 +18,59 @@ constexpr int ticksPerSecond = 100;
 
 class Peripherals {
 public:
-    Peripherals(FakeBlueZ& blueZ, int count) : blueZ_(blueZ), count_(count) {}
+    Peripherals(FakeBlueZ& blueZ, int count, int strangers)
+        : blueZ_(blueZ), count_(count), strangers_(strangers) {}
 
     void tick() {
         if (blueZ_.discoverers(adapter).empty()) {
             return;
         }
-        if (!known_) {
-            known_ = true;
-            for (int i = 0; i < count_; ++i) {
-                blueZ_.add(
-                    adapter,
-                    {.address = address(i), .name = "Device " + std::to_string(i), .rssi = -60});
-            }
+        for (; come_ < count_; ++come_) {
+            add(come_);
         }
         for (int i = 0; i < count_ / ticksPerSecond; ++i, ++heard_) {
-            blueZ_.heard(adapter, address(heard_ % count_), -40 - heard_ % 50);
+            blueZ_.heard(adapter, address(gone_ + heard_ % count_), -40 - heard_ % 50);
+        }
+        for (due_ += strangers_; due_ >= ticksPerSecond; due_ -= ticksPerSecond) {
+            blueZ_.remove(adapter, address(gone_++));
+            add(come_++);
         }
     }
 
 private:
+    void add(int device) {
+        blueZ_.add(
+            adapter,
+            {.address = address(device), .name = "Device " + std::to_string(device), .rssi = -60});
+    }
+
     static std::string address(int device) {
         std::array<char, 24> text{};
-        std::snprintf(text.data(), text.size(), "C0:FF:EE:00:%02X:%02X", device >> 8,
-                      device & 0xFF);
+        std::snprintf(text.data(), text.size(), "C0:FF:EE:%02X:%02X:%02X", device >> 16 & 0xFF,
+                      device >> 8 & 0xFF, device & 0xFF);
         return text.data();
     }
 
     FakeBlueZ& blueZ_;
     int count_;
-    bool known_ = false;
+    int strangers_;
+    int come_ = 0; ///< so many have
+    int gone_ = 0;
     int heard_ = 0;
+    int due_ = 0; ///< hundredths of strangers
 };
 
 } // namespace
 
-/// Peripherals COUNT: writes a line when it can be asked.
+/// Peripherals COUNT [STRANGERS]: writes a line when it can be asked.
 int main(int count, char** arguments) {
     sd_event* loop = nullptr;
     sd_event_default(&loop);
     FakeBlueZ blueZ(loop);
     blueZ.start();
     blueZ.plug(adapter);
-    Peripherals peripherals(blueZ, count == 2 ? std::atoi(arguments[1]) : 0);
+    Peripherals peripherals(blueZ, count > 1 ? std::atoi(arguments[1]) : 0,
+                            count > 2 ? std::atoi(arguments[2]) : 0);
     sd_event_add_time_relative(
         loop, nullptr, CLOCK_MONOTONIC, 0, 1,
         [](sd_event_source* source, std::uint64_t /*time*/, void* self) {

@@ -78,8 +78,8 @@ class Network:
         await reached(self.folder / "far.log", ".service) successfully established", count)
         await rested(daemon)
 
-    async def avahi(self, side, name, bus, mounts=""):
-        more = "" if bus != NO_BUS else "cache-entries-max=65536"
+    async def avahi(self, side, name, bus, mounts="", objects=1024):
+        more = f"objects-per-client-max={objects}" if bus != NO_BUS else "cache-entries-max=65536"
         (self.folder / f"{name}.conf").write_text(AVAHI.format(name=name, bus="no" if bus == NO_BUS else "yes", more=more))
         log = self.folder / f"{name}.log"
         with open(log, "w", encoding="utf-8") as file:
