@@ -1,5 +1,6 @@
 #include "AmbrelKit/Platform/SourceBoard.hpp"
 
+#include <new>
 #include <utility>
 
 namespace AmbrelKit {
@@ -82,7 +83,16 @@ std::shared_ptr<SourceReports> SourceBoard::reports(std::function<void()> noted)
     return reader;
 }
 
-void SourceBoard::publish(Source source, SourceCondition condition) {
+/// Destructors publish, too.
+void SourceBoard::publish(Source source, const SourceCondition& condition) {
+    try {
+        take(source, condition);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
+
+void SourceBoard::take(Source source, SourceCondition condition) {
     Entry& entry = this->entry(source);
     if (entry.condition == condition) {
         return;
@@ -98,9 +108,9 @@ void SourceBoard::publish(Source source, SourceCondition condition) {
     readers_.each([](const Reader& reader) { reader.note(); });
 }
 
-void SourceBoard::answer(Source source, SourceCondition condition, bool isReport) {
+void SourceBoard::answer(Source source, const SourceCondition& condition, bool isReport) {
     if (running_ > 0) {
-        publish(source, std::move(condition));
+        publish(source, condition);
         if (isReport) {
             count(source);
         }

@@ -31,8 +31,9 @@ public:
     SourceBoard& operator=(const SourceBoard&) = delete;
     virtual ~SourceBoard() = default;
 
-    /// What is known of the source from now on. Saying the same again costs a comparison.
-    virtual void publish(Source source, SourceCondition condition);
+    /// What is known of the source from now on. Saying the same again costs a comparison. What there
+    /// is no memory for goes untold.
+    virtual void publish(Source source, const SourceCondition& condition);
 
     [[nodiscard]] const SourceCondition& condition(Source source) const {
         return entry(source).condition;
@@ -45,7 +46,7 @@ public:
 
     /// As `publish`, by a source that only a tick asks, of what it has just answered, and `count`,
     /// if that `isReport`. Nothing of it is kept while no collection runs: then nobody listens.
-    void answer(Source source, SourceCondition condition, bool isReport);
+    void answer(Source source, const SourceCondition& condition, bool isReport);
 
     [[nodiscard]] SourceReport report(Source source) const;
 
@@ -85,6 +86,7 @@ private:
     [[nodiscard]] const Entry& entry(Source source) const {
         return entries_.at(static_cast<std::size_t>(source));
     }
+    void take(Source source, SourceCondition condition);
     void beginCollection();
     void endCollection();
 

@@ -28,20 +28,20 @@ void Sources::impose(Source source, const SourceCondition& condition) {
     }
 }
 
-void Sources::publish(Source source, SourceCondition condition) {
+void Sources::publish(Source source, const SourceCondition& condition) {
     if (!imposed_.at(index(source))) {
-        SourceBoard::publish(source, std::move(condition));
+        SourceBoard::publish(source, condition);
     }
 }
 
-SourceCondition Sources::byItself(Source source) const {
-    SourceCondition condition;
-    parts_.at(index(source)).each([&condition](const SourceCondition& part) {
-        if (part.state != SourceState::idle) {
-            condition = part;
-        }
-    });
-    return condition;
+const SourceCondition& Sources::byItself(Source source) const {
+    static const SourceCondition idle;
+    const SourceCondition* newest = &idle;
+    static_cast<void>(parts_.at(index(source)).any([&newest](const SourceCondition& part) {
+        newest = part.state != SourceState::idle ? &part : newest;
+        return false;
+    }));
+    return *newest;
 }
 
 Sources::Part::Part(std::shared_ptr<Sources> sources, Source source)

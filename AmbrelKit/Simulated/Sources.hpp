@@ -31,7 +31,7 @@ public:
     /// idle, `{}`, is imposed: then it fares by itself again.
     AMBRELKIT_API void impose(Source source, const SourceCondition& condition);
 
-    AMBRELKIT_API void publish(Source source, SourceCondition condition) override;
+    AMBRELKIT_API void publish(Source source, const SourceCondition& condition) override;
 
     /// One of those that the kit has of a source. Of several that are not idle, the newest speaks.
     class Part {
@@ -53,7 +53,7 @@ public:
     };
 
 private:
-    [[nodiscard]] SourceCondition byItself(Source source) const;
+    [[nodiscard]] const SourceCondition& byItself(Source source) const;
 
     std::array<std::optional<SourceCondition>, allSources.size()> imposed_;
     std::array<WeakList<const SourceCondition>, allSources.size()> parts_; ///< oldest first

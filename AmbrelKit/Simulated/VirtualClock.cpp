@@ -42,7 +42,9 @@ public:
         : context_(std::move(context)), schedule_(std::move(schedule)), interval_(interval),
           repeats_(repeats), tick_(std::move(tick)),
           place_(context_->now, schedule_->scheduledCount++) {
-        enterNextFire();
+        if (findNextFire()) {
+            schedule_->timers.emplace(place_, this);
+        }
     }
 
     ScheduledTimer(const ScheduledTimer&) = delete;
@@ -55,19 +57,22 @@ public:
     }
 
     void fire() {
-        leave();
-        if (repeats_) {
-            enterNextFire();
+        auto entry = schedule_->timers.extract(place_); // moved, it takes no memory
+        if (repeats_ && findNextFire()) {
+            entry.key() = place_;
+            schedule_->timers.insert(std::move(entry));
         }
         tick_(*this);
     }
 
 private:
-    void enterNextFire() {
-        if (place_.first <= nanoseconds::max() - interval_) { // else it is due after all time
-            place_.first += interval_;
-            schedule_->timers.emplace(place_, this);
+    /// False where it is due after all time.
+    bool findNextFire() {
+        if (place_.first > nanoseconds::max() - interval_) {
+            return false;
         }
+        place_.first += interval_;
+        return true;
     }
 
     void leave() { schedule_->timers.erase(place_); }

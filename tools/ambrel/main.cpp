@@ -9,6 +9,7 @@
 #include <csignal>
 #include <exception>
 #include <memory>
+#include <new>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -118,6 +119,9 @@ int main(int argc, char** argv) {
         dieOf(end.signal());
     } catch (const CommandError& error) {
         return fail(error.status(), error);
+    } catch (const std::bad_alloc&) {
+        say("out of memory");
+        return failed;
     } catch (const std::exception& error) {
         return fail(failed, error);
     }

@@ -7,9 +7,11 @@ namespace AmbrelKit {
 
 namespace {
 
-/// A limited list is cut down once it may have twice its limit, or twice this, not at each
-/// addition.
-constexpr std::size_t fewestCut = 64;
+/// A limited list is cut down once so many more may be in it, not at each addition; but records may
+/// be large.
+bool isOvergrown(std::size_t count, std::size_t limit) {
+    return count > limit && count - limit > limit / 8;
+}
 
 /// A record that takes nothing in any more shares what it can with the one before it.
 AmbrelData closed(const AmbrelData& record, const AmbrelData* before) {
@@ -36,7 +38,7 @@ CollectedData CollectedData::appending(const std::optional<AmbrelData>& data) co
     }
     list.earlier_ = earlier_.appending(closed(*newest_, earlier_.recent()));
     const bool outOfOrder = data->createdAt() < newest_->createdAt();
-    const bool overgrown = limit_ && list.earlier_.countAtMost() / 2 > std::max(*limit_, fewestCut);
+    const bool overgrown = limit_ && isOvergrown(list.earlier_.countAtMost(), *limit_);
     return outOfOrder || overgrown ? list.rebuilt() : list;
 }
 
