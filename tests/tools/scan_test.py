@@ -205,6 +205,23 @@ class CommandLine(unittest.TestCase):
                 self.assertEqual((result.returncode, result.stderr), (status, f"ambrel: {problem}\n"))
         self.assertEqual(ambrel("replay", "--quiet", "-", given=header + step).stdout.count("\n"), 1)
 
+    @unittest.skipIf(b"__asan_init" in pathlib.Path(AMBREL).read_bytes(), "the sanitizers need descriptors themselves")
+    def test_few_descriptors_are_told_in_one_line(self):
+        script = '{"ambrelReplay":1}\n{"at":1,"host":"startScanning"}\n'
+        with tempfile.TemporaryDirectory() as folder:
+            ambrel("store", "save", "-", given='{"timestamp":1}', AMBREL_DOCUMENTS_DIR=folder)
+            for limit in range(5, 13):  # with fewer no program starts
+                for command in "scan " + " ".join(NOTHING), "store list", "store last", "replay -", "report -o -", "doctor":
+                    result = subprocess.run(
+                        ["sh", "-c", f'ulimit -n {limit} && exec "$0" "$@"', AMBREL, *command.split()], input=script,
+                        env=environment(AMBREL_DOCUMENTS_DIR=folder, **NO_BUS), capture_output=True, text=True,
+                        timeout=PATIENCE, check=False)
+                    with self.subTest(f"{limit}: {command}"):
+                        told = [line for line in result.stderr.splitlines() if not line.startswith("ambrel: note: ")]
+                        self.assertIn(result.returncode, (0, 1, 3), result.stderr)
+                        self.assertRegex("\n".join(told), r"^(ambrel: .+)?$")
+                        self.assertEqual(bool(told), result.returncode == 1)
+
     def test_the_doctor_judges_what_is_asked(self):
         for option, asked in [
             ("--only=bluetooth", ["bluetooth"]),
