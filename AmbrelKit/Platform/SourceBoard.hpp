@@ -31,8 +31,8 @@ public:
     SourceBoard& operator=(const SourceBoard&) = delete;
     virtual ~SourceBoard() = default;
 
-    /// What is known of the source from now on. Saying the same again costs a comparison. What there
-    /// is no memory for goes untold.
+    /// What is known of the source from now on. Saying the same again costs a comparison. What
+    /// there is no memory for goes untold.
     virtual void publish(Source source, const SourceCondition& condition);
 
     [[nodiscard]] const SourceCondition& condition(Source source) const {
