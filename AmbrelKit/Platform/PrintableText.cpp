@@ -24,6 +24,21 @@ bool isSelector(Character character) {
 /// They have no width, though Unicode does not call them ignorable.
 bool isAnnotation(Character character) { return character >= 0xFFF9 && character <= 0xFFFB; }
 
+/// By itself.
+bool isSeen(Character character) {
+    if (character == illFormed) {
+        return false;
+    }
+    switch (utf8proc_category(character)) {
+    case UTF8PROC_CATEGORY_CC:
+    case UTF8PROC_CATEGORY_ZL:
+    case UTF8PROC_CATEGORY_ZP:
+        return false;
+    default:
+        return utf8proc_get_property(character)->ignorable == 0 && !isAnnotation(character);
+    }
+}
+
 /// The alphabets that need no joiner end before the Hebrew one; emoji are behind it, too.
 bool joins(Character character) {
     constexpr Character hebrew = 0x0590;
@@ -46,7 +61,7 @@ bool hasShapes(Character character) {
 bool shapes(Character character, Character before, Character after) {
     constexpr Character blackFlag = 0x1F3F4;
     if (isJoiner(character)) {
-        return joins(before) && joins(after);
+        return joins(before) && joins(after) && isSeen(after);
     }
     if (isTag(character)) {
         return before == blackFlag || isTag(before);
@@ -55,18 +70,7 @@ bool shapes(Character character, Character before, Character after) {
 }
 
 bool isPrintable(Character character, Character before, Character after) {
-    if (character == illFormed) {
-        return false;
-    }
-    switch (utf8proc_category(character)) {
-    case UTF8PROC_CATEGORY_CC:
-    case UTF8PROC_CATEGORY_ZL:
-    case UTF8PROC_CATEGORY_ZP:
-        return false;
-    default:
-        return (utf8proc_get_property(character)->ignorable == 0 && !isAnnotation(character)) ||
-               shapes(character, before, after);
-    }
+    return isSeen(character) || shapes(character, before, after);
 }
 
 struct Piece {
@@ -93,10 +97,11 @@ template <class Escape> std::string escaped(std::string_view text, Escape escape
         const Piece next = firstOf(text);
         if (isPrintable(piece.character, before, next.character)) {
             shown += piece.bytes;
+            before = piece.character;
         } else {
             shown += escape(piece);
+            before = illFormed; // an escape has no shape
         }
-        before = piece.character;
         piece = next;
     }
     return shown;

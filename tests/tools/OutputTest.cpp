@@ -140,6 +140,8 @@ TEST_F(Output, NothingInANameIsUnseen) {
         {"❤\uFE0F\U000E0100", "❤\uFE0F\\U000e0100"},
         {"\uFE0Fa\u200Db", R"(\ufe0fa\u200db)"},
         {"a\u034F\u17B4\uFFF9b", R"(a\u034f\u17b4\ufff9b)"},
+        {"a\U000E0041\U000E0042", R"(a\U000e0041\U000e0042)"}, // an escape lets nothing after it in
+        {"❤\u200D\u200Ba", R"(❤\u200d\u200ba)"},
     };
     for (const auto& [name, shown] : cases) {
         EXPECT_EQ(printable(name), shown);
