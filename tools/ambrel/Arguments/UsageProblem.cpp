@@ -44,6 +44,10 @@ std::string suggestion(std::string_view typed, const Candidates& candidates) {
     typed = typed.substr(0, typed.find('='));
     const std::string_view name =
         typed.substr(std::min(typed.find_first_not_of('-'), typed.size()));
+    constexpr std::size_t longestName = 64;
+    if (name.size() > longestName) { // no slip: and the distance takes the product of the lengths
+        return "";
+    }
     std::string question;
     std::size_t least = name.size() / 3 + 1; // what is farther is another word
     for (const auto& [candidate, said] : candidates) {
