@@ -153,6 +153,37 @@ constexpr const char* everythingStarted =
     "systemctl unmask -q --runtime systemd-logind; systemctl kill -q -s CONT systemd-logind; "
     "systemctl start dbus.socket dbus systemd-logind avahi-daemon.socket avahi-daemon bluetooth";
 
+TEST_F(SystemdTest, ADaemonRestartedInACollectionIsFollowedAgain) {
+    struct Row {
+        const char* daemon;
+        const char* source; ///< which tells of it
+        bool costsNothing = true;
+    };
+    for (const auto& [daemon, source, costsNothing] :
+         {Row{"systemd-logind", "lifecycle"}, Row{"bluetooth", "bluetooth"},
+          Row{"avahi-daemon", "services"}, Row{"dbus", "lifecycle", false}}) {
+        SCOPED_TRACE(daemon);
+        ASSERT_TRUE(
+            eventually([] { return bluetoothIs("Powered") && !bluetoothIs("Discovering"); }));
+        const Unit host("host", Unit::login("user", 3),
+                        watch(0) + " --outcome /run/user/1000/outcome");
+        ASSERT_TRUE(eventually([] { return bluetoothIs("Discovering") && sleepDelays() == 1; }));
+        shell(std::string("systemctl restart ") + daemon);
+        ASSERT_TRUE(host.delivers(1));
+        const auto heard = names(host.delivered()[0]);
+        EXPECT_TRUE(heard.contains("Printer of the guest"));
+        EXPECT_TRUE(heard == everybody() || !costsNothing) << host.delivered()[0];
+        const auto outcome = json::parse(shell("tail -n 1 /run/user/1000/outcome"));
+        EXPECT_EQ(outcome.at("sources").at(source).at("outcome"), "interrupted") << outcome;
+
+        shell(everythingStarted);
+        EXPECT_TRUE(eventually([] { return bluetoothIs("Powered") && sleepDelays() == 0; }));
+        sleepFor(2);
+        ASSERT_TRUE(host.delivers(2));
+        EXPECT_EQ(names(host.delivered()[1]), everybody());
+    }
+}
+
 TEST_F(SystemdTest, TheDoctorSaysWhatIsSo) {
     struct Row {
         const char* so;
