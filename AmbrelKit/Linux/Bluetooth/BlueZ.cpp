@@ -49,7 +49,7 @@ void BlueZ::ownerChanged(const std::string& owner) {
 }
 
 void BlueZ::adaptersChanged(std::string_view discovery) {
-    wasThere_ = true;
+    wasThere_ |= life_.objects->areKnown() || life_.objects->areRefused();
     if (life_.discovery && life_.adapter == discovery) {
         life_.discovery->reported(life_.objects->adapters().at(life_.adapter).discovering);
     }
@@ -128,7 +128,9 @@ SourceCondition BlueZ::condition() const {
         return *std::move(obstacle);
     }
     if (!life_.objects->areKnown()) {
-        return starting(daemonSilent, {"bluetooth"});
+        const std::string& failure = life_.objects->failure();
+        return failure.empty() ? starting(daemonSilent, {"bluetooth"})
+                               : because(blueZFails, {failure});
     }
     if (!life_.discovery->isWanted()) {
         return {};

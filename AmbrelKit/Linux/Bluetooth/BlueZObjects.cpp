@@ -19,6 +19,8 @@ constexpr std::size_t mostDevices = 10'000;
 constexpr Retry::Delays forAdapters{.first = Discovery::retryDelays.first,
                                     .longest = std::chrono::minutes(1)};
 
+constexpr std::string_view objectsSignature = "a{oa{sa{sv}}}";
+
 void takeAddress(BlueZDevice& device, const DeviceProperties& read) {
     auto address = device.address;
     const bool random = read.addressIsRandom.value_or(address && address->random);
@@ -74,7 +76,10 @@ void BlueZObjects::replied(sd_bus_message* reply) {
     if (isError(reply, SD_BUS_ERROR_ACCESS_DENIED)) {
         answer_ = Answer::refused;
     } else if (isError(reply)) {
-        askAgain_.schedule();
+        failed(isError(reply, SD_BUS_ERROR_NO_REPLY) ? "" : errorText(reply)); // that: it went
+        return;
+    } else if (std::string_view(sd_bus_message_get_signature(reply, 1)) != objectsSignature) {
+        failed(std::string(unreadableAnswer));
         return;
     } else {
         answer_ = Answer::given;
@@ -88,6 +93,14 @@ void BlueZObjects::replied(sd_bus_message* reply) {
         });
     }
     receivers_.adaptersChanged({});
+}
+
+void BlueZObjects::failed(std::string failure) {
+    askAgain_.schedule();
+    if (failure_ != failure && receivers_.heard) {
+        failure_ = std::move(failure);
+        receivers_.adaptersChanged({});
+    }
 }
 
 void BlueZObjects::received(sd_bus_message* signal) {
@@ -107,6 +120,9 @@ void BlueZObjects::received(sd_bus_message* signal) {
 }
 
 void BlueZObjects::added(std::string_view path, const ObjectProperties& object) {
+    if (path.empty()) {
+        return;
+    }
     if (object.device && receivers_.heard) {
         tellIfHeard(path, *remember(path, *object.device));
     }

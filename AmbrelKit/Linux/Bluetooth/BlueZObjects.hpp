@@ -47,8 +47,9 @@ public:
 
     /// Called from the loop.
     struct Receivers {
-        /// The adapters are known, are others than before, or are refused. `discovery` is the path
-        /// of the one that has just told whether it discovers, if any has.
+        /// The adapters are known, are others than before, are refused, or, for who hears devices,
+        /// cannot be told. `discovery` is the path of the one that has just told whether it
+        /// discovers, if any has.
         std::function<void(std::string_view discovery)> adaptersChanged;
         /// The device, whose address and RSSI are present, was just heard over Low Energy. Without
         /// this receiver nothing is heard of devices: what others discover wakes nobody.
@@ -62,6 +63,8 @@ public:
     [[nodiscard]] const std::string& daemon() const { return daemon_.name(); }
     [[nodiscard]] bool areKnown() const { return answer_ == Answer::given; }
     [[nodiscard]] bool areRefused() const { return answer_ == Answer::refused; }
+    /// Why they are neither, as BlueZ says it; empty while it has not answered.
+    [[nodiscard]] const std::string& failure() const { return failure_; }
     [[nodiscard]] const Adapters& adapters() const { return adapters_; }
 
 private:
@@ -79,6 +82,7 @@ private:
     void hear();
     void ask();
     void replied(sd_bus_message* reply);
+    void failed(std::string failure);
     void received(sd_bus_message* signal);
     void added(std::string_view path, const ObjectProperties& object);
     void changed(std::string_view path, const ObjectProperties& object);
@@ -93,6 +97,7 @@ private:
     Receivers receivers_;
     Retry askAgain_;
     Answer answer_ = Answer::none;
+    std::string failure_;
     Adapters adapters_;
     std::unordered_map<std::string, std::shared_ptr<BlueZDevice>, PathHash, std::equal_to<>>
         devices_;

@@ -3,6 +3,7 @@
 #include "AmbrelKit/Linux/Libraries/Systemd.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
+#include <string_view>
 #include <utility>
 
 namespace AmbrelKit::Linux {
@@ -59,7 +60,12 @@ void NameWatch::lost() {
     tell("");
 }
 
+/// sd-bus takes anybody for the bus who sends to this connection alone, past what the bus sifts.
 void NameWatch::ownerChanged(sd_bus_message* signal) {
+    const char* const sender = sd_bus_message_get_sender(signal);
+    if (sender == nullptr || std::string_view(sender) != "org.freedesktop.DBus") {
+        return;
+    }
     const char* name = nullptr;
     const char* before = nullptr;
     const char* after = nullptr;

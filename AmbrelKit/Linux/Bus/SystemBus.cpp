@@ -12,7 +12,8 @@ namespace {
 constexpr Retry::Delays busDelays{.first = std::chrono::seconds(1),
                                   .longest = std::chrono::seconds(64)};
 
-constexpr std::uint64_t usualTimeout = 0; // 25 s
+/// Who hangs may go on after sd-bus would have given up, and its answer is then the only one; who
+/// dies is told of by its name.
 constexpr std::uint64_t noTimeout = UINT64_MAX;
 
 constexpr const char* disconnectedRule = "type='signal',sender='org.freedesktop.DBus.Local',"
@@ -167,7 +168,7 @@ std::optional<SourceCondition> SystemBus::obstacle() const {
 std::unique_ptr<PendingCall> SystemBus::call(const BusMethod& method, const BusArguments& arguments,
                                              BusReceiver replied) {
     sd_bus_slot* slot = nullptr;
-    if (!transmit(method, arguments, std::move(replied), usualTimeout, &slot)) {
+    if (!transmit(method, arguments, std::move(replied), &slot)) {
         return nullptr;
     }
     return std::make_unique<PendingCall>(slot);
@@ -175,10 +176,10 @@ std::unique_ptr<PendingCall> SystemBus::call(const BusMethod& method, const BusA
 
 bool SystemBus::send(const BusMethod& method, const BusArguments& arguments, BusReceiver replied) {
     if (!replied) {
-        return transmit(method, arguments, {}, usualTimeout, nullptr);
+        return transmit(method, arguments, {}, nullptr);
     }
     sd_bus_slot* slot = nullptr;
-    if (!transmit(method, arguments, std::move(replied), noTimeout, &slot)) {
+    if (!transmit(method, arguments, std::move(replied), &slot)) {
         return false;
     }
     sd_bus_slot_set_floating(slot, 1);
@@ -187,7 +188,7 @@ bool SystemBus::send(const BusMethod& method, const BusArguments& arguments, Bus
 }
 
 bool SystemBus::transmit(const BusMethod& method, const BusArguments& arguments,
-                         BusReceiver replied, std::uint64_t timeout, sd_bus_slot** slot) {
+                         BusReceiver replied, sd_bus_slot** slot) {
     if (bus_ == nullptr) {
         return false;
     }
@@ -208,7 +209,7 @@ bool SystemBus::transmit(const BusMethod& method, const BusArguments& arguments,
         return sd_bus_message_set_expect_reply(raw, 0) >= 0 && sd_bus_send(bus_, raw, nullptr) >= 0;
     }
     auto reply = std::make_unique<Reply>(Reply{weak_from_this(), std::move(replied)});
-    if (sd_bus_call_async(bus_, slot, raw, &Reply::run, reply.get(), timeout) < 0) {
+    if (sd_bus_call_async(bus_, slot, raw, &Reply::run, reply.get(), noTimeout) < 0) {
         return false;
     }
     sd_bus_slot_set_destroy_callback(*slot, [](void* self) { delete static_cast<Reply*>(self); });
@@ -227,8 +228,12 @@ void SystemBus::enrol(const std::shared_ptr<BusRegistration>& registration) {
     registrations_.add(registration);
     if (bus_ != nullptr) {
         registration->connected();
-    } else {
-        absence_->schedule();
+        return;
+    }
+    absence_->schedule();
+    if (wasConnected_) { // it may have come back long ago, and is wanted now
+        reconnect_.reset();
+        reconnect_.schedule();
     }
 }
 

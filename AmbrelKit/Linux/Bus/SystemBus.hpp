@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <systemd/sd-bus.h>
 
 namespace AmbrelKit::Linux {
@@ -34,6 +35,9 @@ using BusReceiver = std::function<void(sd_bus_message*)>;
 
 /// Whether a reply is an error: the one of this name, if one is given.
 bool isError(sd_bus_message* reply, const char* name = nullptr);
+
+/// What a reply says that is of other types than its method has, for people.
+inline constexpr std::string_view unreadableAnswer = "its answer cannot be read";
 
 /// What a reply that is an error says, for people; empty when it is none.
 std::string errorText(sd_bus_message* reply);
@@ -88,7 +92,7 @@ private:
 
 /// A connection to the system bus: `loop->shared<SystemBus>()`, or by `make` one's own. Sources
 /// hold it for as long as they want something from it; meanwhile a connection that cannot be had or
-/// is lost is tried for again, after 1 s and then less and less often.
+/// is lost is tried for again, after 1 s and then less and less often until somebody new wants it.
 ///
 /// Nothing here waits, and nothing calls back inside a call made here: replies and signals come
 /// from the loop, guarded. A connection that is lost first fails every call that waits for its
@@ -100,8 +104,8 @@ public:
     SystemBus(const SystemBus&) = delete;
     SystemBus& operator=(const SystemBus&) = delete;
 
-    /// Calls a method. Null when it cannot be sent (no connection, wrong arguments): then no reply
-    /// comes.
+    /// Calls a method, and waits for its reply for as long as the connection lasts. Null when it
+    /// cannot be sent (no connection, wrong arguments): then no reply comes.
     [[nodiscard]] std::unique_ptr<PendingCall>
     call(const BusMethod& method, const BusArguments& arguments, BusReceiver replied);
 
@@ -137,7 +141,7 @@ private:
     void lost();
     void tellAbsence();
     [[nodiscard]] bool transmit(const BusMethod& method, const BusArguments& arguments,
-                                BusReceiver replied, std::uint64_t timeout, sd_bus_slot** slot);
+                                BusReceiver replied, sd_bus_slot** slot);
     static int disconnected(sd_bus_message*, void* self, sd_bus_error*);
 
     std::shared_ptr<EventLoop> loop_;

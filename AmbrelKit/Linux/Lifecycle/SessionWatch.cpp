@@ -2,6 +2,7 @@
 
 #include "AmbrelKit/Linux/Bus/BusReading.hpp"
 #include "AmbrelKit/Linux/Libraries/Systemd.hpp"
+#include "AmbrelKit/Platform/UTF8.hpp"
 
 #include <cstdlib>
 #include <string_view>
@@ -33,7 +34,7 @@ std::string sessionName(const std::string& path) {
     char* decoded = nullptr;
     sd_bus_path_decode(path.c_str(), "/org/freedesktop/login1/session", &decoded);
     const std::unique_ptr<char, void (*)(void*)> name(decoded, std::free);
-    return name ? name.get() : path;
+    return name ? repairedUTF8(name.get()) : path;
 }
 
 SessionWatch::SessionWatch(std::shared_ptr<SystemBus> bus, const std::string& logind,

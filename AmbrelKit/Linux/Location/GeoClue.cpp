@@ -55,6 +55,12 @@ void GeoClue::connect() {
 void GeoClue::ownerChanged(const std::string& owner) {
     const bool lived = std::exchange(life_, nullptr) != nullptr;
     busAnswers_ = true;
+    if (lived &&
+        (condition_.state == SourceState::starting || condition_.state == SourceState::listening)) {
+        auto meanwhile = bus_->obstacle().value_or(because(SourceReason::geoClueStopped));
+        meanwhile.state = SourceState::starting;
+        await(meanwhile);
+    }
     if (!owner.empty()) {
         reconnect_.cancel();
         life_ = std::make_unique<Life>(bus_, owner);
@@ -62,10 +68,6 @@ void GeoClue::ownerChanged(const std::string& owner) {
                           weakly(weak_from_this(), &GeoClue::clientMade));
     } else if (lived) {
         reconnect_.schedule();
-        if (condition_.state == SourceState::starting ||
-            condition_.state == SourceState::listening) {
-            await(starting(SourceReason::geoClueStopped));
-        }
     } else {
         activate();
     }
@@ -149,7 +151,8 @@ void GeoClue::refusedOrFailed(sd_bus_message* reply) {
                        : refusal("GeoClue refuses the location: " + said));
     } else {
         reconnect_.schedule();
-        become(because(SourceReason::geoClueFails, {said}));
+        become(because(SourceReason::geoClueFails,
+                       {isError(reply) ? std::string_view(said) : unreadableAnswer}));
     }
 }
 

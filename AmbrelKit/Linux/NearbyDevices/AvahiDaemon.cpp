@@ -118,14 +118,15 @@ void AvahiDaemon::askByItself(const Daemon::Method& method, const BusArguments& 
                               BusReceiver replied) {
     const auto answered = [weak = weak_from_this(),
                            replied = std::move(replied)](sd_bus_message* reply) {
-        if (const auto self = weak.lock()) {
+        const auto self = weak.lock();
+        if (self) {
             --self->unanswered_;
             self->answersSince_ = true;
-            if (!isError(reply)) {
-                self->stand(Standing::serving);
-            }
         }
         replied(reply);
+        if (self && !isError(reply)) {
+            self->stand(Standing::serving);
+        }
     };
     if (daemon_.send(method, arguments, answered)) {
         ++unanswered_;
@@ -194,6 +195,9 @@ void AvahiDaemon::prepare(const std::shared_ptr<Browse>& browse) {
             } else if (const auto connection = bus.lock()) {
                 connection->send({owner, path, browserInterface, "Free"}, {});
             }
+        } else if (self) { // what answers so is no Avahi
+            self->stand(Standing::refusing);
+            return;
         }
         if (self) {
             self->prepareWaiting();

@@ -44,6 +44,7 @@ constexpr std::array table{
         "systemctl enable --now bluetooth, once BlueZ is installed"},
     Row{blueZRefuses, refused, "not-allowed", "this user may not use BlueZ",
         "allow it in /etc/dbus-1/system.d (Debian: adduser USER bluetooth), then log in again"},
+    Row{blueZFails, unavailable, "daemon-fails", "BlueZ fails: {0}", "systemctl restart bluetooth"},
     Row{noAdapter, unavailable, "no-adapter", "there is no Bluetooth adapter",
         "plug one in, or let this virtual machine or container have the host's"},
     Row{adapterUnused, unavailable, "adapter-unused",

@@ -24,6 +24,7 @@ enum class SourceReason : std::uint8_t {
     blueZNotInstalled,
     blueZNotRunning,
     blueZRefuses,
+    blueZFails, ///< {what it says}
     noAdapter,
     adapterUnused,
     discoveryFails,           ///< {adapter, what BlueZ says}

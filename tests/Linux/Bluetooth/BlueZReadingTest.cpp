@@ -104,6 +104,7 @@ TEST_F(BluetoothTest, GarbledObjectsLeaveTheRest) {
         filling("oas", "/org/bluez/hci0/none", 1, device),
         filling("oas", "/org/bluez/hci8", 1, "org.bluez.Adapter1"),
         filling("os", "/org/bluez/hci0", "org.bluez.Adapter1"),
+        filling("a{sa{sv}}", 1, "org.bluez.Adapter1", 1, "Powered", "b", 1),
     };
     beginScan();
     for (const auto& fill : contents) {
@@ -118,6 +119,10 @@ TEST_F(BluetoothTest, GarbledObjectsLeaveTheRest) {
                         "Address", "s", lamp.c_str(), "Name", "u", 1U, "RSSI", "n", -2));
     EXPECT_THAT(reports(), ElementsAre("- -2"));
     EXPECT_THAT(receiver->states, ElementsAre(5));
+    fake.power("hci0", false);
+    ASSERT_TRUE(until([&] { return receiver->states.back() == 4; }));
+    fake.power("hci0", true);
+    EXPECT_TRUE(scanning("hci0")) << "and not with what has no path";
 }
 
 /// A signal that comes over a connection as these bytes.

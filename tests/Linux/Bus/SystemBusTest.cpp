@@ -91,6 +91,26 @@ TEST_F(SystemBusTest, ANameWatchFollowsTheOwner) {
     EXPECT_EQ(owners, (std::vector<std::string>{"none", "somebody", "none"}));
 }
 
+TEST_F(SystemBusTest, NobodyButTheBusTellsWhoOwnsAName) {
+    const auto watch = NameWatch::start(bus, "org.ambrelkit.Test", note);
+    ASSERT_TRUE(driver.until([&] { return owners.size() == 1; }));
+    const Owner stranger(driver); // whom the watch is told of, and whose word it is not to take
+    ASSERT_TRUE(driver.until([&] { return owners.size() == 2; }));
+    for (int peer = 0; peer < 10; ++peer) { // this connection is one of them
+        sd_bus_message* signal = nullptr;
+        sd_bus_message_new_signal(stranger.bus, &signal, "/org/freedesktop/DBus",
+                                  "org.freedesktop.DBus", "NameOwnerChanged");
+        sd_bus_message_append(signal, "sss", "org.ambrelkit.Test", ":1.1", ":1.999");
+        EXPECT_GE(
+            sd_bus_send_to(stranger.bus, signal, (":1." + std::to_string(peer)).c_str(), nullptr),
+            0);
+        sd_bus_message_unref(signal);
+    }
+    sd_bus_flush(stranger.bus);
+    drain();
+    EXPECT_EQ(owners.size(), 2U);
+}
+
 TEST_F(SystemBusTest, AWatchMayBeDroppedInItsOwnCallback) {
     std::shared_ptr<NameWatch> watch;
     watch = NameWatch::start(bus, "org.ambrelkit.Test", [&](const std::string& owner) {
