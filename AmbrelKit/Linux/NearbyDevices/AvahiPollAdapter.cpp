@@ -107,7 +107,7 @@ void updateTimeout(AvahiTimeout* timeout, const timeval* time) {
 AvahiTimeout* newTimeout(const AvahiPoll* poll, const timeval* time, AvahiTimeoutCallback callback,
                          void* userdata) {
     return contained([&] {
-        auto timeout = std::make_unique<AvahiTimeout>(groundOf(poll));
+        std::unique_ptr<AvahiTimeout> timeout(new AvahiTimeout{groundOf(poll), nullptr});
         timeout->source = groundOf(poll).loop.deadline(
             [timeout = timeout.get(), callback, userdata] { callback(timeout, userdata); });
         updateTimeout(timeout.get(), time);
