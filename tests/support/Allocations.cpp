@@ -11,13 +11,13 @@ constexpr std::size_t plenty = std::numeric_limits<std::size_t>::max();
 
 std::size_t bytes = 0;
 std::size_t left = plenty;
-bool lasts = false;
+bool lastsOn = false;
 bool failed = false;
 
 void* allocate(std::size_t size) {
     if (left == 0) {
         failed = true;
-        left = lasts ? 0 : plenty;
+        left = lastsOn ? 0 : plenty;
         throw std::bad_alloc();
     }
     left -= left != plenty ? 1 : 0;
@@ -47,9 +47,9 @@ namespace Allocations {
 
 std::size_t held() { return bytes; }
 
-Shortage::Shortage(std::size_t after, Lasts how) {
+Shortage::Shortage(std::size_t after, Lasts lasts) {
     left = after;
-    lasts = how == on;
+    lastsOn = lasts == on;
     failed = false;
 }
 
