@@ -130,7 +130,7 @@ SourceCondition BlueZ::condition() const {
     if (!life_.objects->areKnown()) {
         const std::string& failure = life_.objects->failure();
         return failure.empty() ? starting(daemonSilent, {"bluetooth"})
-                               : because(blueZFails, {failure});
+                               : starting(blueZFails, {failure});
     }
     if (!life_.discovery->isWanted()) {
         return {};
