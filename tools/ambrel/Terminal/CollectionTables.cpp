@@ -220,7 +220,8 @@ std::string localTimeOf(const JSONDictionary& dictionary) {
 std::string mark(const std::string& time, const Page& page) {
     constexpr std::size_t usual = 80;
     constexpr std::string_view dash = "─";
-    std::string line = "── " + time + " ";
+    std::string line =
+        cut("── " + time, page.columns - std::min<std::size_t>(page.columns, 1)) + " ";
     const std::size_t width = page.columns == unlimited ? usual : page.columns;
     for (std::size_t column = displayWidth(line); column < width; ++column) {
         line += dash;
