@@ -20,7 +20,8 @@ bool eventually(const std::function<bool()>& condition);
 /// How many delays of sleep logind has granted to `ambrel`.
 int sleepDelays();
 
-/// Has the machine sleep for about so many seconds, by way of logind, and returns when it is awake.
+/// Has the machine sleep for about so many seconds, four at least, by way of logind, and returns
+/// when it is awake.
 void sleepFor(int seconds);
 
 /// The names of a record's peripherals and services.

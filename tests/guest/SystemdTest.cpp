@@ -178,7 +178,7 @@ TEST_F(SystemdTest, ADaemonRestartedInACollectionIsFollowedAgain) {
 
         shell(everythingStarted);
         EXPECT_TRUE(eventually([] { return bluetoothIs("Powered") && sleepDelays() == 0; }));
-        sleepFor(2);
+        sleepFor(4);
         ASSERT_TRUE(host.delivers(2));
         EXPECT_EQ(names(host.delivered()[1]), everybody());
     }
