@@ -6,10 +6,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
+#include <functional>
+#include <initializer_list>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -135,6 +140,41 @@ TEST(Collection, IsDeliveredThoughNoDescriptorIsLeft) {
     // A thread of its own has a loop of its own: what that opens late is not there yet.
     std::thread([] { collectTwice(&AmbrelSDK::startScanning, 1); }).join();
     std::thread([] { collectTwice(&AmbrelSDK::startScanningOnce, 2); }).join();
+}
+
+TEST(Collection, GoesOnThoughAForkedChildUsesTheKit) {
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere", 1);
+    const auto loop = RunLoop::current();
+    ForwardClock clock;
+    const auto host = std::make_shared<QuietHost>();
+    host->delivered = [&] { loop->stop(); };
+    auto kit = Linux::create(Linux::platformServices());
+    kit->setDelegate(host);
+    kit->startScanning();
+    const auto soon = loop->scheduledTimer(0.5, false, [&](Timer&) { loop->stop(); });
+    loop->run();
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(60);
+        int refused = 0;
+        for (const auto& use : std::initializer_list<std::function<void()>>{
+                 [&] { kit->stopScanning(); }, [&] { loop->dispatch(); }, [&] { loop->run(); }}) {
+            try {
+                use();
+            } catch (const std::system_error& error) {
+                refused += error.code().value() == ECHILD ? 1 : 0;
+            }
+        }
+        kit.reset();
+        _exit(refused);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_GE(WEXITSTATUS(status), 2) << "a child runs the loop of its parent";
+    clock.setForward(10s);
+    loop->run();
+    EXPECT_EQ(host->deliveries, 1);
 }
 
 } // namespace
