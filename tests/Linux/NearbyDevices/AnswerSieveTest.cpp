@@ -174,7 +174,7 @@ struct AskedStack {
 TEST(PacedBrowseTest, WhereAnswersGetLostQuestionsAreAskedAnewBeforeTheStacksLongPauses) {
     AskedStack lossy;
     AskedStack good;
-    const auto browses = {lossy.browse(), good.browse()};
+    [[maybe_unused]] const auto browses = {lossy.browse(), good.browse()};
     lossy.tell({});
     good.tell({});
     lossy.driver.during(std::chrono::milliseconds(1200));
