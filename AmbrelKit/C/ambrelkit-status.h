@@ -97,9 +97,9 @@ AMBREL_API int ambrel_source_reports_outcome(const ambrel_source_reports* report
 AMBREL_API int ambrel_source_reports_json(const ambrel_source_reports* reports, char** json,
                                           size_t* length, ambrel_error* error);
 
-/// What people should know of the source's collection, in one line, such as "hci0 is switched off:
-/// bluetoothctl power on", in `text`, to be freed by `ambrel_free`; empty when it listened
-/// throughout, but for moments within a tenth of a second, or was not asked.
+/// What people should know of the source's collection, in one printable line, such as "hci0 is
+/// switched off: bluetoothctl power on", in `text`, to be freed by `ambrel_free`; empty when it
+/// listened throughout, but for moments within a tenth of a second, or was not asked.
 AMBREL_API int ambrel_source_reports_shortfall(const ambrel_source_reports* reports, int source,
                                                char** text, ambrel_error* error);
 

@@ -1,5 +1,6 @@
 #include "AmbrelKit/Platform/SourceReport.hpp"
 
+#include "AmbrelKit/Platform/PrintableText.hpp"
 #include "AmbrelKit/Platform/SourceReports.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 
@@ -103,7 +104,7 @@ std::string shortfall(const SourceAccount& account) {
                     ? "it had not answered when the collection ended"
                     : withRemedy(account.failure.reason, account.failure.remedy);
     }
-    return text;
+    return printable(text); // a daemon, a host may have chosen a part of it
 }
 
 JSONDictionary dictionary(const SourceReport& report) {

@@ -90,9 +90,9 @@ struct SourceReport {
 [[nodiscard]] AMBRELKIT_API std::string withRemedy(const std::string& reason,
                                                    const std::string& remedy);
 
-/// What people should know of a collection: "hci0 is switched off: bluetoothctl power on", "BlueZ
-/// was away from 3.1 s to 3.6 s". Empty when the source listened to all throughout, but for
-/// moments within a tenth of a second, or was not asked.
+/// What people should know of a collection, in one printable line: "hci0 is switched off:
+/// bluetoothctl power on", "BlueZ was away from 3.1 s to 3.6 s". Empty when the source listened to
+/// all throughout, but for moments within a tenth of a second, or was not asked.
 [[nodiscard]] AMBRELKIT_API std::string shortfall(const SourceAccount& account);
 
 /// The report as a dictionary, without the name of its source: one of those that

@@ -121,6 +121,13 @@ TEST_F(FollowedSources, areInTheConditionThatATestImposes) {
               "simulated network was away from 2.0 s to 3.0 s");
 }
 
+TEST(Shortfall, NoReasonThatADaemonGaveCommandsTheTerminal) {
+    SourceAccount account;
+    account.outcome = SourceOutcome::failed;
+    account.failure.reason = "\x1b[2J\n";
+    EXPECT_EQ(shortfall(account), R"(\u001b[2J\u000a)");
+}
+
 TEST_F(FollowedSources, areToldOfWhenTimeAdvancesAndOnceForAll) {
     host.sdk()->startScanning();
     platform.bluetooth().reportState(BluetoothManagerState::poweredOn);
