@@ -186,7 +186,7 @@ TEST(SourceBoard, accountsForACollection) {
               },
               R"({"outcome":"failed","reports":0,"means":"caf\uFFFD","reason":"caf\uFFFD",
                   "absences":[{"who":"caf\uFFFD","from":0.0,"reason":"caf\uFFFD"}]})",
-              "caf\xe9 was away from 0.0 s on: caf\xe9"},
+              R"(caf\xe9 was away from 0.0 s on: caf\xe9)"},
              {"the next collection starts afresh",
               [](Board& b) {
                   b.begin();
