@@ -276,7 +276,7 @@ int main(int argc, char** argv) {
         SIGTERM,
         [](gpointer self) {
             g_application_quit(G_APPLICATION(self));
-            return G_SOURCE_REMOVE;
+            return G_SOURCE_CONTINUE;
         },
         application);
     const int status = g_application_run(G_APPLICATION(application), argc, argv);

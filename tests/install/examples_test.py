@@ -16,7 +16,7 @@ import time
 SOURCE, BUILD, COMPILER, *FLAGS = sys.argv[1:]
 BED = [sys.executable, f"{SOURCE}/tests/network/bed.py", "--types", "_ipp._tcp,_http._tcp"]
 # Those that go on after the collection: their input ends, or they are told to end.
-UNTIL = {"poll": "sleep 14 | $0", "qt": "timeout 14 $0; [ $? -eq 124 ]", "gtk": "timeout --preserve-status 14 $0",
+UNTIL = {"poll": "sleep 14 | $0", "qt": "timeout 14 $0; [ $? -eq 124 ]", "gtk": "timeout --foreground --preserve-status 14 $0",
          "minimal_py": f"exec {sys.executable} $0"}
 
 
