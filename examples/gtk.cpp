@@ -274,7 +274,7 @@ int main(int argc, char** argv) {
                      &opened);
     g_unix_signal_add(
         SIGTERM,
-        [](gpointer self) {
+        [](gpointer self) -> gboolean {
             g_application_quit(G_APPLICATION(self));
             return G_SOURCE_CONTINUE;
         },
