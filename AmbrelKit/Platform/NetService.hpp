@@ -46,8 +46,8 @@ public:
     /// The instance name, valid UTF-8.
     [[nodiscard]] virtual std::string name() const = 0;
 
-    /// The service type with a trailing dot, for example `_ipp._tcp.`. That is the service's own:
-    /// found by a subtype, `_colour._sub._ipp._tcp.`, it is still `_ipp._tcp.`.
+    /// The type of the service itself with a trailing dot, for example "_ipp._tcp."; that also of
+    /// one found by a subtype, "_colour._sub._ipp._tcp.".
     [[nodiscard]] virtual std::string type() const = 0;
 
     /// The resolved socket addresses, absent until resolved. Each is a byte string in the BSD
