@@ -37,7 +37,7 @@ public:
     GLibDriver& operator=(const GLibDriver&) = delete;
 
 private:
-    /// GLib keeps it until a callback that runs has returned, also when the driver is gone.
+    // GLib keeps it until a callback that runs has returned, also when the driver is gone.
     struct Duty {
         std::shared_ptr<RunLoop> loop;
         Failed failed;

@@ -23,7 +23,9 @@ extern "C" {
 
 typedef struct ambrel_simulated ambrel_simulated;
 
+/// How a simulated platform begins.
 typedef struct ambrel_simulated_options {
+    /// `sizeof` the struct, by the initializer.
     size_t size;
     /// The wall clock at virtual time 0, in nanoseconds since 1970.
     int64_t start;
@@ -32,6 +34,7 @@ typedef struct ambrel_simulated_options {
     const char* const* identifiers;
 } ambrel_simulated_options;
 
+/// A struct with its size, and else zero.
 #define AMBREL_SIMULATED_OPTIONS_INIT                                                              \
     { sizeof(ambrel_simulated_options), 0, NULL }
 
@@ -42,6 +45,7 @@ typedef struct ambrel_simulated_options {
 /// own, must not run at once. -EINVAL for a text that is no UUID.
 AMBREL_API int ambrel_simulated_new(const ambrel_simulated_options* options,
                                     ambrel_simulated** platform, ambrel_error* error);
+/// One reference more; gives it back. On the thread of the objects.
 AMBREL_API ambrel_simulated* ambrel_simulated_ref(ambrel_simulated* platform);
 /// Kits may outlive the platform; nothing happens to them any more. In a callback it lives until
 /// that has returned.
@@ -96,6 +100,7 @@ AMBREL_API int ambrel_simulated_source_reports_new(ambrel_simulated* platform,
 
 /// What is known of a source at a time. Texts are copied; NULL is the empty text.
 typedef struct ambrel_source_condition {
+    /// `sizeof` the struct, by the initializer.
     size_t size;
     const char* means;  ///< by what it listens: "BlueZ, hci0"
     const char* code;   ///< of the reason, for programs
@@ -105,6 +110,7 @@ typedef struct ambrel_source_condition {
     int32_t reserved;   ///< 0
 } ambrel_source_condition;
 
+/// A struct with its size, and else zero: idle.
 #define AMBREL_SOURCE_CONDITION_INIT                                                               \
     { sizeof(ambrel_source_condition), NULL, NULL, NULL, NULL, 0, 0 }
 
@@ -114,9 +120,13 @@ AMBREL_API int ambrel_simulated_impose(ambrel_simulated* platform, int source,
                                        const ambrel_source_condition* condition,
                                        ambrel_error* error);
 
+/// Who receives the trace of a replay.
 typedef struct ambrel_trace {
+    /// `sizeof` the struct, by the initializer.
     size_t size;
+    /// Handed to each callback.
     void* context;
+    /// The context is not used any more. May be NULL.
     void (*destroy)(void* context);
     /// The kit has done something: a line of the trace (docs/replay.md), one JSON object and a line
     /// feed, `length` bytes in all, valid until this returns. It may come while objects go: call
@@ -124,6 +134,7 @@ typedef struct ambrel_trace {
     void (*line)(void* context, const char* text, size_t length);
 } ambrel_trace;
 
+/// A struct with its size, and else zero.
 #define AMBREL_TRACE_INIT                                                                          \
     { sizeof(ambrel_trace), NULL, NULL, NULL }
 

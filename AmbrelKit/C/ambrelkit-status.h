@@ -11,19 +11,24 @@ extern "C" {
 #endif
 
 typedef struct ambrel_observer {
+    /// `sizeof` the struct, by the initializer.
     size_t size;
+    /// Handed to each callback.
     void* context;
+    /// The context is not used any more. May be NULL.
     void (*destroy)(void* context);
     /// Something has become another; called from the loop, once for all that came together. May be
     /// NULL.
     int (*changed)(void* context);
 } ambrel_observer;
 
+/// A struct with its size, and else zero.
 #define AMBREL_OBSERVER_INIT                                                                       \
     { sizeof(ambrel_observer), NULL, NULL, NULL }
 
 // ---- The machine's own answers ----
 
+/// What follows the machine's own answers: counted, of one thread.
 typedef struct ambrel_host_status ambrel_host_status;
 
 /// Follows what this machine shows of the permissions and settings, for hosts that want no better
@@ -33,6 +38,7 @@ typedef struct ambrel_host_status ambrel_host_status;
 /// system gives no descriptor.
 AMBREL_API int ambrel_host_status_new(const ambrel_observer* observer, ambrel_host_status** status,
                                       ambrel_error* error);
+/// One reference more; gives it back.
 AMBREL_API ambrel_host_status* ambrel_host_status_ref(ambrel_host_status* status);
 /// The last one ends it: `changed` is not called any more.
 AMBREL_API ambrel_host_status* ambrel_host_status_unref(ambrel_host_status* status);
@@ -75,6 +81,7 @@ enum {
                                     ///< does not permit it
 };
 
+/// What follows how the sources fare: counted, of one thread.
 typedef struct ambrel_source_reports ambrel_source_reports;
 
 /// How the sources of the thread's loop fare, whichever kit uses them: what they know anyway; no
@@ -82,13 +89,16 @@ typedef struct ambrel_source_reports ambrel_source_reports;
 /// -EMFILE and the like when the system gives no descriptor.
 AMBREL_API int ambrel_source_reports_new(const ambrel_observer* observer,
                                          ambrel_source_reports** reports, ambrel_error* error);
+/// One reference more; gives it back.
 AMBREL_API ambrel_source_reports* ambrel_source_reports_ref(ambrel_source_reports* reports);
 /// The last one ends it: `changed` is not called any more.
 AMBREL_API ambrel_source_reports* ambrel_source_reports_unref(ambrel_source_reports* reports);
 
-/// The state of a source now, and its outcome; -EINVAL for a source that is none, or without an
-/// object.
+/// The state of a source now, AMBREL_SOURCE_…; -EINVAL for a source that is none, or
+/// without an object.
 AMBREL_API int ambrel_source_reports_state(const ambrel_source_reports* reports, int source);
+/// The same of its outcome in the collection that runs, else the last one, an enum
+/// ambrel_source_outcome.
 AMBREL_API int ambrel_source_reports_outcome(const ambrel_source_reports* reports, int source);
 
 /// All that is known now, as a JSON object in `json`, to be freed by `ambrel_free`, and its length

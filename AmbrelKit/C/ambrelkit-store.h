@@ -24,8 +24,11 @@ AMBREL_API int ambrel_store_save(const char* json, size_t length, ambrel_error* 
 /// else of the dictionary is looked at.
 AMBREL_API int ambrel_store_delete(const char* json, size_t length, ambrel_error* error);
 
+/// Who is shown the saved dictionaries.
 typedef struct ambrel_store_visitor {
+    /// `sizeof` the struct, by the initializer.
     size_t size;
+    /// Handed to each callback.
     void* context;
     /// One saved dictionary. A positive number ends the visit, and is what the function returns. It
     /// may save and delete; what is saved meanwhile is not visited, and what is deleted is told to
@@ -35,6 +38,7 @@ typedef struct ambrel_store_visitor {
     void (*skipped)(void* context, const char* line);
 } ambrel_store_visitor;
 
+/// A struct with its size, and else zero.
 #define AMBREL_STORE_VISITOR_INIT                                                                  \
     { sizeof(ambrel_store_visitor), NULL, NULL, NULL }
 

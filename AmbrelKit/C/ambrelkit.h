@@ -57,8 +57,11 @@ extern "C" {
 
 /// Of this header.
 #define AMBREL_VERSION_MAJOR 0
+/// The second number of the version: with the first, what C++ and Python hosts rely on.
 #define AMBREL_VERSION_MINOR 1
+/// The third number: what changes no promise.
 #define AMBREL_VERSION_PATCH 0
+/// All three as text.
 #define AMBREL_VERSION "0.1.0"
 
 /// As one number, which grows with the version.
@@ -68,6 +71,7 @@ extern "C" {
 /// The version of the library that runs: AMBREL_VERSION and AMBREL_VERSION_NUMBER of its own
 /// header. Any thread.
 AMBREL_API const char* ambrel_version(void);
+/// AMBREL_VERSION_NUMBER of the library that runs. On any thread.
 AMBREL_API int ambrel_version_number(void);
 
 // ---- Errors ----
@@ -98,6 +102,7 @@ typedef struct ambrel_error {
     const char* description;
 } ambrel_error;
 
+/// An error that says nothing yet. Free what it holds with ambrel_error_free().
 #define AMBREL_ERROR_INIT                                                                          \
     { NULL, 0, NULL }
 
@@ -154,8 +159,10 @@ enum {
 
 /// What a host implements.
 typedef struct ambrel_delegate {
+    /// `sizeof` the struct, by the initializer.
     size_t size;
     void* context; ///< what the callbacks are given
+    /// The context is not used any more; never called below a callback of this struct. May be NULL.
     void (*destroy)(void* context);
 
     /// A collection is finished, or a recent one is handed over again. `json` is its dictionary:
@@ -172,11 +179,14 @@ typedef struct ambrel_delegate {
     int (*status)(void* context, int question, int64_t* answer);
 } ambrel_delegate;
 
+/// A struct with its size, and else zero.
 #define AMBREL_DELEGATE_INIT                                                                       \
     { sizeof(ambrel_delegate), NULL, NULL, NULL, NULL }
 
 // ---- The kit ----
 
+/// A kit: counted, of one thread. The last reference ends what it does, and nothing more is
+/// delivered.
 typedef struct ambrel_kit ambrel_kit;
 
 /// Where fixes come from.
@@ -212,6 +222,7 @@ enum {
 
 /// How a kit on this machine looks around. All of it is copied.
 typedef struct ambrel_kit_options {
+    /// `sizeof` the struct, by the initializer.
     size_t size;
     /// The DNS-SD types to look for, such as "_ipp._tcp", or "all" for whatever the network says it
     /// has, with NULL at the end; no type: no services. NULL: those that the JSON object in the
@@ -232,6 +243,7 @@ typedef struct ambrel_kit_options {
     int32_t reserved;          ///< 0
 } ambrel_kit_options;
 
+/// A struct with its size, and else zero.
 #define AMBREL_KIT_OPTIONS_INIT                                                                    \
     { sizeof(ambrel_kit_options), NULL, NULL, NULL, 0, 0, 0, 0, 0, 0 }
 
@@ -241,6 +253,7 @@ typedef struct ambrel_kit_options {
 AMBREL_API int ambrel_kit_new(const ambrel_kit_options* options, ambrel_kit** kit,
                               ambrel_error* error);
 
+/// One reference more; gives it back.
 AMBREL_API ambrel_kit* ambrel_kit_ref(ambrel_kit* kit);
 
 /// The last one ends what runs, and lets go of the delegate: nothing is delivered or asked any
@@ -287,6 +300,7 @@ AMBREL_API int ambrel_kit_set_time_threshold(ambrel_kit* kit, int64_t seconds, a
 /// How many records the kit keeps, the newest; 0, as at first, for every one. A host that runs for
 /// months sets it.
 AMBREL_API int ambrel_kit_set_history_limit(ambrel_kit* kit, size_t limit, ambrel_error* error);
+/// How many records it keeps; 0 for every one.
 AMBREL_API size_t ambrel_kit_history_limit(const ambrel_kit* kit);
 
 #ifdef __cplusplus

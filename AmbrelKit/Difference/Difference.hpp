@@ -20,6 +20,7 @@
 
 namespace AmbrelKit {
 
+/// How a difference is written.
 struct DifferenceOptions {
     /// Show the parts that are equal too, beside those that are not.
     bool keepsEqualParts = false;
@@ -129,8 +130,10 @@ public:
     AMBRELKIT_API ~Description();
 
 private:
+    /// @cond
     template <class Before, class After> friend std::string
     difference(const Before& before, const After& after, const DifferenceOptions& options);
+    /// @endcond
 
     AMBRELKIT_API explicit Description(const DifferenceOptions& options);
     /// Of the two elements described.
@@ -279,6 +282,8 @@ struct SourceAccount;
 struct SourceCondition;
 struct SourceReport;
 
+/// Describes one of the kit's own values.
+///@{
 AMBRELKIT_API void describe(Description& into, AmbrelPermissionStatus status);
 AMBRELKIT_API void describe(Description& into, Source source);
 AMBRELKIT_API void describe(Description& into, SourceOutcome outcome);
@@ -293,6 +298,7 @@ AMBRELKIT_API void describe(Description& into, const SourceAccount& account);
 AMBRELKIT_API void describe(Description& into, const SourceCondition& condition);
 AMBRELKIT_API void describe(Description& into, const SourceReport& report);
 AMBRELKIT_API void describe(Description& into, const UUID& identifier);
+///@}
 
 } // namespace AmbrelKit
 

@@ -19,11 +19,18 @@ namespace AmbrelKit::Linux {
 struct PlatformServices {
     /// The main bundle's list of DNS-SD service types.
     std::optional<std::vector<std::string>> bonjourServices;
+    /// Makes one at each start that may use Bluetooth; so do the next two for location and
+    /// services.
     BluetoothManagerFactory bluetoothManagerFactory;
+    /// See `LocationManagerFactory`.
     LocationManagerFactory locationManagerFactory;
+    /// See `NetServiceBrowserFactory`.
     NetServiceBrowserFactory netServiceBrowserFactory;
+    /// Makes the ticks of a collection.
     TimerFactory timerFactory;
+    /// Tells of resumes and sessions.
     std::shared_ptr<NotificationCenter> notificationCenter;
+    /// Delays sleep while a background task is open.
     std::shared_ptr<Application> application;
 };
 

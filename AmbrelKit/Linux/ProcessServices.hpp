@@ -14,6 +14,7 @@ namespace AmbrelKit::Linux {
 
 /// The Wi-Fi network that one interface is joined to.
 struct JoinedNetwork {
+    /// Its name, as the kernel has it: "wlan0".
     std::string interface;
     std::optional<std::string> ssid;  ///< UTF-8
     std::optional<std::string> bssid; ///< six pairs of hexadecimal digits joined by colons

@@ -9,8 +9,11 @@ namespace AmbrelKit {
 /// A descriptor that is closed with its owner; -1 for none.
 class Descriptor {
 public:
+    /// Takes it over; -1 for none.
     explicit Descriptor(int descriptor = -1) : descriptor_(descriptor) {}
+    /// The other one has none afterwards.
     Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    /// Closes its own, and takes the other's over.
     Descriptor& operator=(Descriptor&& other) noexcept {
         std::swap(descriptor_, other.descriptor_);
         return *this;
@@ -22,6 +25,7 @@ public:
             close(descriptor_);
         }
     }
+    /// The descriptor, still owned; -1 for none.
     [[nodiscard]] int get() const { return descriptor_; }
 
 private:

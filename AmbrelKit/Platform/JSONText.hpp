@@ -16,6 +16,7 @@ namespace AmbrelKit {
 /// A text is no JSON, or a value has no JSON form.
 class AMBRELKIT_API JSONTextError : public std::runtime_error {
 public:
+    /// `reason` is one line; `byte` counts from 0.
     explicit JSONTextError(const std::string& reason, std::size_t byte = 0)
         : std::runtime_error(reason), byte_(byte) {}
 

@@ -27,12 +27,15 @@ enum class LocationAuthorizationStatus : int {
 /// A place on the WGS 84 ellipsoid, in finite degrees: a record that holds any other has no JSON
 /// form, and its collection is not delivered.
 struct LocationCoordinate {
+    /// Degrees north, -90 to 90; whatever the source says, also not a number.
     double latitude = 0;
+    /// Degrees east, -180 to 180; the same.
     double longitude = 0;
 };
 
 /// One fix as the platform determined it.
 struct LocationFix {
+    /// Where.
     LocationCoordinate coordinate;
     /// When the platform determined the fix, not when it reported it.
     std::chrono::system_clock::time_point timestamp;

@@ -18,6 +18,7 @@ inline constexpr std::string_view ApplicationDidBecomeActiveNotification =
 
 /// What was posted.
 struct Notification {
+    /// What it is called; observers compare it.
     std::string name;
 };
 

@@ -20,12 +20,15 @@ namespace AmbrelKit {
 /// it knows when that changes, and counts what it reports.
 class AMBRELKIT_API SourceBoard : public std::enable_shared_from_this<SourceBoard> {
 public:
+    /// What a board reads time from.
     struct Clock {
         std::function<std::chrono::nanoseconds()>
             elapsed; ///< since whenever; steady, sleep included
+        /// The wall clock.
         std::function<std::chrono::system_clock::time_point()> date;
     };
 
+    /// Every source is idle on a new board.
     explicit SourceBoard(Clock clock);
     SourceBoard(const SourceBoard&) = delete;
     SourceBoard& operator=(const SourceBoard&) = delete;
@@ -35,6 +38,7 @@ public:
     /// there is no memory for goes untold.
     virtual void publish(Source source, const SourceCondition& condition);
 
+    /// What was published of it last.
     [[nodiscard]] const SourceCondition& condition(Source source) const {
         return entry(source).condition;
     }
@@ -48,6 +52,7 @@ public:
     /// if that `isReport`. Nothing of it is kept while no collection runs: then nobody listens.
     void answer(Source source, const SourceCondition& condition, bool isReport);
 
+    /// All that is known of it, with its account of the collection. Asks nobody.
     [[nodiscard]] SourceReport report(Source source) const;
 
     /// While a timer lives that is made by what this returns, and is not invalidated, a collection

@@ -18,9 +18,11 @@ namespace AmbrelKit {
 /// A part of the platform that reports to collections.
 enum class Source : std::uint8_t { bluetooth, services, location, address, wifi, lifecycle };
 
+/// Every source, in the order in which they are told.
 inline constexpr std::array allSources{Source::bluetooth, Source::services, Source::location,
                                        Source::address,   Source::wifi,     Source::lifecycle};
 
+/// What a source does now. More may be added.
 enum class SourceState : std::uint8_t {
     idle,        ///< nobody asks it
     starting,    ///< it is asked, and cannot tell yet whether it will listen
@@ -41,12 +43,16 @@ enum class SourceOutcome : std::uint8_t {
 };
 
 // Short names for programs, which stay as they are: "bluetooth", "left-out", "not-asked".
+/// Of a source.
 [[nodiscard]] AMBRELKIT_API std::string_view code(Source source);
+/// Of a state.
 [[nodiscard]] AMBRELKIT_API std::string_view code(SourceState state);
+/// Of how a source fared.
 [[nodiscard]] AMBRELKIT_API std::string_view code(SourceOutcome outcome);
 
 /// What is known of a source at a time. The texts are English, for people, and may change.
 struct SourceCondition {
+    /// What it does.
     SourceState state = SourceState::idle;
     std::string means = {};  ///< by what it listens: "BlueZ, hci0"; a comma ends whose it is
     std::string code = {};   ///< of the reason, for programs: it stays as it is
@@ -54,6 +60,7 @@ struct SourceCondition {
     std::string remedy = {}; ///< what would help
     bool isPartial = false;  ///< it listens, and for this reason may not hear of all that is there
 
+    /// Memberwise.
     bool operator==(const SourceCondition&) const = default;
 };
 
@@ -64,21 +71,26 @@ struct SourceAbsence {
     std::string who;                               ///< was away: "BlueZ"
     SourceCondition why;                           ///< what it said last of itself meanwhile
 
+    /// Memberwise.
     bool operator==(const SourceAbsence&) const = default;
 };
 
 /// What a source did in one collection, so far.
 struct SourceAccount {
+    /// How it fared.
     SourceOutcome outcome = SourceOutcome::notAsked;
     std::string means = {};                   ///< by what it listened last
     std::size_t reports = 0;                  ///< that it gave to the kit
     std::vector<SourceAbsence> absences = {}; ///< in their order
     SourceCondition failure = {}; ///< what it said last when not listening, or hearing a part
 
+    /// Memberwise.
     bool operator==(const SourceAccount&) const = default;
 };
 
+/// How a source fares now, and fared in the collection. A value: it does not follow what changes.
 struct SourceReport {
+    /// Whose it is.
     Source source{};
     SourceCondition condition;                   ///< now
     std::chrono::system_clock::time_point since; ///< when that state began

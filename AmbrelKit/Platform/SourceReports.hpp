@@ -20,6 +20,7 @@ public:
     SourceReports& operator=(const SourceReports&) = delete;
     virtual ~SourceReports() = default;
 
+    /// What is known of that source now; without waiting, and without asking anyone.
     [[nodiscard]] virtual SourceReport report(Source source) const = 0;
 
     /// When the collection began that runs, else the last one; absent before the first.

@@ -16,6 +16,7 @@ namespace AmbrelKit {
 /// A 128-bit universally unique identifier. A plain value: any thread, no ownership.
 class UUID {
 public:
+    /// As in RFC 4122, the first byte first.
     using Bytes = std::array<std::uint8_t, 16>;
 
     /// The nil identifier, all bytes zero.
@@ -34,10 +35,11 @@ public:
     /// The canonical text: 36 characters, upper-case hexadecimal digits.
     [[nodiscard]] AMBRELKIT_API std::string text() const;
 
+    /// Its bytes.
     [[nodiscard]] constexpr const Bytes& bytes() const { return bytes_; }
 
     /// The order of the canonical texts, which is that of the bytes.
-    friend constexpr auto operator<=>(const UUID&, const UUID&) = default;
+    constexpr auto operator<=>(const UUID&) const = default;
 
 private:
     Bytes bytes_{};
@@ -45,7 +47,9 @@ private:
 
 } // namespace AmbrelKit
 
+/// Equal identifiers have equal hashes, the same in each process.
 template <> struct std::hash<AmbrelKit::UUID> {
+    /// Of all its bytes.
     AMBRELKIT_API std::size_t operator()(const AmbrelKit::UUID& uuid) const noexcept;
 };
 

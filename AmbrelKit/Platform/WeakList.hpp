@@ -12,6 +12,7 @@ namespace AmbrelKit {
 /// Those who are to be told of something, known weakly, in the order in which they were added.
 template <class Member> class WeakList {
 public:
+    /// Adds it at the end.
     void add(std::weak_ptr<Member> member) {
         if (members_.size() >= crowd_) { // those that are gone cost nothing but their place
             std::erase_if(members_, [](const auto& one) { return one.expired(); });
@@ -20,10 +21,12 @@ public:
         members_.push_back(std::move(member));
     }
 
+    /// Removes it where it is there.
     void remove(const std::weak_ptr<Member>& member) {
         removals_ += std::erase_if(members_, [&](const auto& one) { return isSame(one, member); });
     }
 
+    /// Whether it is there, and still lives.
     [[nodiscard]] bool contains(const std::weak_ptr<Member>& member) const {
         return std::ranges::any_of(members_, [&](const auto& one) { return isSame(one, member); });
     }

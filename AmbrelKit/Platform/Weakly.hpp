@@ -19,6 +19,7 @@ template <class Self, class Body> [[nodiscard]] auto weakly(std::weak_ptr<Self> 
     };
 }
 
+/// The same, known by one who holds it.
 template <class Self, class Body>
 [[nodiscard]] auto weakly(const std::shared_ptr<Self>& self, Body body) {
     return weakly(std::weak_ptr<Self>(self), std::move(body));

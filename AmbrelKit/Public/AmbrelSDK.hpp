@@ -89,12 +89,16 @@ public:
     /// How many records the facade keeps, the newest; absent (the default) for every one. At least
     /// 1; a host that runs for months sets it.
     [[nodiscard]] virtual std::optional<std::size_t> historyLimit() const = 0;
+    /// Sets it, from now on: what is beyond it goes.
     virtual void setHistoryLimit(std::optional<std::size_t> limit) = 0;
 
 protected:
     AmbrelSDK() = default;
+    /// For those who derive.
+    ///@{
     AmbrelSDK(const AmbrelSDK&) = default;
     AmbrelSDK& operator=(const AmbrelSDK&) = default;
+    ///@}
 };
 
 } // namespace AmbrelKit

@@ -32,6 +32,7 @@ namespace AmbrelKit {
 /// store is ready before any code of the host runs, and until the process has ended.
 class AmbrelStorage {
 public:
+    /// Receives one dictionary; what it throws ends the visit.
     using Visitor = std::function<void(JSONDictionary collection)>;
 
     /// The one instance, made on first use and never destroyed.

@@ -14,6 +14,7 @@ namespace AmbrelKit::Simulated {
 /// that lives and has a delegate; otherwise nobody hears it. A new manager tells nothing by itself.
 class BluetoothRadio {
 public:
+    /// A `Platform` makes it.
     AMBRELKIT_API BluetoothRadio(std::shared_ptr<Context> context,
                                  std::shared_ptr<Sources> sources);
 

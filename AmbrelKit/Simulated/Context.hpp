@@ -15,7 +15,9 @@ namespace AmbrelKit::Simulated {
 
 /// One value of a call that the kit made.
 struct Argument {
+    /// Its name in a trace.
     std::string_view name;
+    /// Valid during the call.
     std::variant<bool, std::int64_t, double, std::string_view, const JSONDictionary*> value;
 };
 
@@ -25,6 +27,7 @@ struct Event {
     std::chrono::nanoseconds at; ///< virtual time
     std::string_view object;     ///< "timer", "bluetooth", "delegate" …
     std::string_view operation;  ///< for example "startUpdatingLocation"
+    /// In the order of a trace; valid during the call.
     std::span<const Argument> arguments;
 };
 
@@ -39,10 +42,13 @@ struct Context {
     std::chrono::nanoseconds start{};  ///< the wall clock at virtual time 0, since 1970
     std::chrono::nanoseconds now{};    ///< virtual time
     std::chrono::nanoseconds offset{}; ///< how far the wall clock was set away from start + now
+    /// Who is told; may be empty.
     EventSink sink;
 
+    /// Since 1970.
     [[nodiscard]] std::chrono::nanoseconds wallClock() const { return start + now + offset; }
 
+    /// Tells the sink that this object was asked that.
     void report(std::string_view object, std::string_view operation,
                 std::initializer_list<Argument> arguments = {}) const {
         if (sink) {

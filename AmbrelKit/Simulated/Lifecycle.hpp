@@ -16,6 +16,7 @@ namespace AmbrelKit::Simulated {
 /// A notification centre of its own, apart from the thread's.
 class NotificationCenter final : public AmbrelKit::NotificationCenter {
 public:
+    /// A `Platform` makes it.
     AMBRELKIT_API NotificationCenter(std::shared_ptr<Context> context,
                                      std::shared_ptr<Sources> sources);
 
@@ -37,6 +38,7 @@ private:
 /// An application whose background tasks expire when it is told so. Task identifiers count from 1.
 class Application final : public AmbrelKit::Application {
 public:
+    /// A `Platform` makes it.
     AMBRELKIT_API explicit Application(std::shared_ptr<Context> context);
 
     AMBRELKIT_API BackgroundTaskIdentifier

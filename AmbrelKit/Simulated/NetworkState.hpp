@@ -15,11 +15,13 @@ namespace AmbrelKit::Simulated {
 
 /// One entry of the interface-address list.
 struct InterfaceAddress {
+    /// Of the interface: "wlan0".
     std::string name;
     /// The text of an IPv4 or IPv6 address. Any other text makes an entry of no known family;
     /// absent, one without an address.
     std::optional<std::string> address;
 
+    /// Memberwise.
     bool operator==(const InterfaceAddress&) const = default;
 };
 
@@ -31,6 +33,7 @@ public:
     NetworkState& operator=(const NetworkState&) = delete;
     ~NetworkState() = default;
 
+    /// Has these from the next tick on.
     AMBRELKIT_API void setInterfaces(const std::vector<InterfaceAddress>& interfaces);
 
     /// What the two captive-network queries answer: the interfaces that can be asked, and what is
@@ -43,14 +46,16 @@ public:
         return entries_.empty() ? nullptr : &entries_.front().link;
     }
 
+    /// What the kit is told of wireless interfaces: a list of names, or nothing.
     [[nodiscard]] AMBRELKIT_API std::optional<JSONValue> supportedInterfaces() const;
     [[nodiscard]] AMBRELKIT_API std::optional<JSONValue>
+    /// What the kit is told of one: "SSID" and "BSSID", or nothing.
     currentNetworkInfo(const std::string& interface) const;
 
 private:
     struct Entry {
         std::string name;
-        sockaddr_in6 address{}; ///< room for either family
+        sockaddr_in6 address{}; // room for either family
         ifaddrs link{};
     };
 

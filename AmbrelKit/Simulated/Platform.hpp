@@ -48,6 +48,7 @@ struct PlatformSettings {
 /// ones must not run at once. Everything is used on one thread.
 class Platform {
 public:
+    /// Begins at virtual time 0 with nothing around. Replaces the settings of the process.
     AMBRELKIT_API explicit Platform(PlatformSettings settings = {});
     Platform(const Platform&) = delete;
     Platform& operator=(const Platform&) = delete;
@@ -72,14 +73,22 @@ public:
     [[nodiscard]] AMBRELKIT_API std::shared_ptr<AmbrelSDK>
     createSDK(std::optional<std::vector<std::string>> bonjourServices);
 
+    /// Lets time pass, and runs what is due.
     [[nodiscard]] VirtualClock& clock() { return *clock_; }
+    /// The Bluetooth radio, whose state is unknown until it reports one.
     [[nodiscard]] BluetoothRadio& bluetooth() { return *bluetooth_; }
+    /// Where the device is.
     [[nodiscard]] LocationService& location() { return *location_; }
+    /// The DNS-SD services around. A `ServiceDiscovery` reports only what is searched for.
     [[nodiscard]] ServiceDiscovery& bonjour() { return *bonjour_; }
+    /// Tells the kit of resumes.
     [[nodiscard]] NotificationCenter& notificationCenter() { return *notificationCenter_; }
+    /// The background tasks.
     [[nodiscard]] Application& application() { return *application_; }
+    /// The addresses, and the joined Wi-Fi.
     [[nodiscard]] NetworkState& network() { return *network_; }
 
+    /// How the sources fare, and how they are to.
     [[nodiscard]] Sources& sources() { return *sources_; }
 
     /// A handle on how the sources fare, as `Linux::sourceReports` makes one for a machine.

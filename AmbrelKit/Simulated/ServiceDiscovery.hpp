@@ -18,9 +18,13 @@ namespace AmbrelKit::Simulated {
 
 /// What a resolved DNS-SD service has to tell, in the forms of `NetService`.
 struct ServiceRecords {
+    /// Socket addresses, as `NetService::addresses` has them; absent until resolved.
     std::optional<std::vector<std::string>> addresses;
+    /// The TXT record's bytes as on the wire; absent for none.
     std::optional<std::string> txt;
+    /// The name of the host; for details, never in the dictionary.
     std::optional<std::string> hostName = {};
+    /// The interface on which it was found; the same.
     std::optional<std::string> interface = {};
 };
 
@@ -29,6 +33,7 @@ struct ServiceRecords {
 /// found first and kept as long as the network.
 class ServiceDiscovery {
 public:
+    /// A `Platform` makes it.
     AMBRELKIT_API ServiceDiscovery(std::shared_ptr<Context> context,
                                    std::shared_ptr<Sources> sources);
 

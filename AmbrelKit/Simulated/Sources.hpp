@@ -25,6 +25,7 @@ namespace AmbrelKit::Simulated {
 /// The objects go on reporting meanwhile what they are told to.
 class Sources final : public SourceBoard {
 public:
+    /// A `Platform` makes it.
     AMBRELKIT_API explicit Sources(const std::shared_ptr<Context>& context);
 
     /// The source is in this condition from now on, whatever the kit and the platform do, until
@@ -36,12 +37,15 @@ public:
     /// One of those that the kit has of a source. Of several that are not idle, the newest speaks.
     class Part {
     public:
+        /// One more of that source, idle.
         AMBRELKIT_API Part(std::shared_ptr<Sources> sources, Source source);
         Part(const Part&) = delete;
         Part& operator=(const Part&) = delete;
         ~Part() { fares({}); }
 
+        /// It is in this condition from now on.
         AMBRELKIT_API void fares(SourceCondition condition);
+        /// It has given the kit one report more.
         void reports() const { sources_->count(source_); }
 
     private:

@@ -13,6 +13,7 @@ namespace AmbrelKit::Simulated {
 /// Time that passes only when it is told to, and the timers that run on it.
 class VirtualClock {
 public:
+    /// A `Platform` makes it.
     AMBRELKIT_API explicit VirtualClock(std::shared_ptr<Context> context);
 
     /// Virtual time: how much has passed since the start, whatever the wall clock was set to.

@@ -13,6 +13,7 @@ namespace AmbrelKit {
 /// The one error that the kit reports to its host. A plain value; thrown by value.
 class AMBRELKIT_API AmbrelError final : public std::exception {
 public:
+    /// What went wrong.
     enum class Case {
         /// The reuse threshold was not from 0 to 30.
         invalidThresholdValue,
@@ -21,8 +22,10 @@ public:
     using enum Case;
 
     // NOLINTNEXTLINE(google-explicit-constructor): a case is an error
+    /// The error of that case.
     AmbrelError(Case error) noexcept : case_(error) {}
 
+    /// Which case it is.
     [[nodiscard]] Case error() const noexcept { return case_; }
 
     /// The description, in English, for people. Valid as long as the program runs.
@@ -40,12 +43,15 @@ private:
 struct AmbrelErrorObject {
     std::string domain; ///< "AmbrelKit.AmbrelError"
     int code = 0;       ///< the case's position
+    /// The same for people, in English; it may change.
     std::string description;
 };
 
 } // namespace AmbrelKit
 
+/// Equal errors have equal hashes.
 template <> struct std::hash<AmbrelKit::AmbrelError> {
+    /// Of the case alone.
     std::size_t operator()(const AmbrelKit::AmbrelError& error) const noexcept {
         return std::hash<AmbrelKit::AmbrelError::Case>{}(error.error());
     }

@@ -16,6 +16,7 @@ namespace AmbrelKit::Linux {
 /// What was found of one source. The texts are English, for people, and may change.
 struct SourceDiagnosis {
     std::string source; ///< one of `Diagnosis::sources()`
+    /// Whether a collection would use it as well as this machine could.
     bool usable = false;
     std::string finding;                   ///< what is used here, or what stands in the way
     std::string remedy;                    ///< what would make it work, or work better
@@ -46,8 +47,11 @@ public:
 
 protected:
     Diagnosis() = default;
+    /// For those who derive.
+    ///@{
     Diagnosis(const Diagnosis&) = default;
     Diagnosis& operator=(const Diagnosis&) = default;
+    ///@}
 };
 
 } // namespace AmbrelKit::Linux

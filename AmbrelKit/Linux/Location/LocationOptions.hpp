@@ -31,15 +31,20 @@ enum class LocationSourceKind {
     none,
 };
 
+/// Where a kit's fixes come from, and to whom they go. Plain values, copied when they are handed
+/// over.
 struct LocationOptions {
+    /// Which daemons are asked.
     LocationSourceKind source = LocationSourceKind::automatic;
     /// The name of the host's desktop file, without `.desktop`: whom the user permits or refuses.
     /// Where it is empty, the main bundle's identifier stands in; without that, the application
     /// that the desktop started this process as; without that, the program's name.
     std::string desktopId = {};
+    /// How exact a fix GeoClue is asked for; gpsd's are as exact as its receiver.
     LocationAccuracy accuracy = LocationAccuracy::exact;
     /// gpsd's address, a numeric IPv4 or IPv6 one, and its port.
     std::string gpsdAddress = "127.0.0.1";
+    /// The port, 1 to 65535.
     std::uint16_t gpsdPort = 2947;
 };
 

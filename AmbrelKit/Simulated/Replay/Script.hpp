@@ -19,6 +19,7 @@ namespace AmbrelKit::Simulated {
 /// A script is wrong at a line. The message says what is wrong, in one line.
 class AMBRELKIT_API ScriptError : public std::runtime_error {
 public:
+    /// `line` counts from 1.
     ScriptError(std::size_t line, const std::string& reason)
         : std::runtime_error(reason), line_(line) {}
 
@@ -31,12 +32,16 @@ private:
 
 /// A script's first line.
 struct ScriptHeader {
+    /// How its platform begins.
     PlatformSettings platform;
+    /// What the kit is made with.
     std::optional<std::vector<std::string>> bonjourServices;
 };
 
 /// Something that the host does.
 struct HostCall {
+    /// What is called: the facade's operations by their names, and what a script has its host do
+    /// beside.
     enum class Operation : std::uint8_t {
         startScanning,
         startScanningOnce,
@@ -51,6 +56,7 @@ struct HostCall {
         create,
     };
 
+    /// Which one.
     Operation operation = Operation::startScanning;
     std::int64_t threshold = 0; ///< of `setThreshold`
 };
@@ -58,57 +64,91 @@ struct HostCall {
 /// The actions of a step, one type each.
 namespace ScriptActions {
 
+/// `onDelivery`: done inside the next delivery, once.
 struct OnDelivery {
+    /// In this order.
     std::vector<HostCall> calls;
 };
+/// `statuses`: what the delegate answers from now on.
 struct Statuses {
+    /// The questions with their answers.
     std::vector<std::pair<StatusQuery, AmbrelPermissionStatus>> answers;
+    /// Memberwise.
     bool operator==(const Statuses&) const = default;
 };
+/// `clock`
 struct Clock {
+    /// How far the wall clock is ahead of virtual time.
     std::chrono::nanoseconds offset;
 };
+/// `bluetooth` with `state`
 struct BluetoothState {
+    /// What the manager reports.
     BluetoothManagerState state;
 };
+/// `bluetooth` with `discover`
 struct BluetoothDiscover {
+    /// Which one was seen.
     Peripheral peripheral;
 };
+/// `bonjour` with `found`
 struct BonjourFound {
+    /// With its trailing dot.
     std::string type;
+    /// Of the instance.
     std::string name;
 };
+/// `bonjour` with `resolved`
 struct BonjourResolved {
+    /// With its trailing dot.
     std::string type;
+    /// Of the instance.
     std::string name;
+    /// What it resolves to.
     ServiceRecords records;
 };
+/// `location` with `authorization`
 struct LocationAuthorization {
+    /// What the manager reports.
     LocationAuthorizationStatus status;
 };
+/// `location` with `update`
 struct LocationUpdate {
+    /// In this order.
     std::vector<LocationFix> fixes;
 };
+/// `location` with `fail`
 struct LocationFail {
+    /// For people.
     std::string error;
 };
+/// `network` with `interfaces`
 struct NetworkInterfaces {
+    /// All that there are from now on.
     std::vector<InterfaceAddress> interfaces;
+    /// Memberwise.
     bool operator==(const NetworkInterfaces&) const = default;
 };
+/// `network` with `captive`
 struct NetworkCaptive {
+    /// A list of names, as JSON, or null.
     JSONValue supported;
+    /// By name: "SSID" and "BSSID".
     JSONDictionary info;
+    /// Memberwise.
     bool operator==(const NetworkCaptive&) const = default;
 };
 struct DidBecomeActive {};
+/// `application` with `expire`
 struct Expire {
+    /// Counted from 1.
     BackgroundTaskIdentifier task;
 };
 struct End {};
 
 } // namespace ScriptActions
 
+/// Any step.
 using ScriptAction =
     std::variant<HostCall, ScriptActions::OnDelivery, ScriptActions::Statuses, ScriptActions::Clock,
                  ScriptActions::BluetoothState, ScriptActions::BluetoothDiscover,
@@ -120,8 +160,11 @@ using ScriptAction =
 
 /// Any other line of a script.
 struct ScriptStep {
+    /// Of the script, counted from 1.
     std::size_t line = 0;
+    /// Since the start; never before the step that stands before it.
     std::chrono::nanoseconds at{};
+    /// What is done then.
     ScriptAction action;
 };
 
