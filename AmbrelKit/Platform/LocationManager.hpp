@@ -27,9 +27,9 @@ enum class LocationAuthorizationStatus : int {
 /// A place on the WGS 84 ellipsoid, in finite degrees: a record that holds any other has no JSON
 /// form, and its collection is not delivered.
 struct LocationCoordinate {
-    /// Degrees north, -90 to 90; whatever the source says, also not a number.
+    /// Degrees north, -90 to 90.
     double latitude = 0;
-    /// Degrees east, -180 to 180; the same.
+    /// Degrees east, -180 to 180.
     double longitude = 0;
 };
 
