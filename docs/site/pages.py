@@ -105,7 +105,7 @@ def main(folder):
         text = page.converted()
         wrong += page.wrong
         pathlib.Path(folder, f"{number:02}_{label(path)}.md").write_text(text + "\n", encoding="utf-8")
-    unlisted = {*ROOT.glob("docs/*.md")} - {*pages}
+    unlisted = {*ROOT.glob("docs/**/*.md")} - {*pages}
     wrong += [f"docs/README.md does not list {path.relative_to(ROOT)}" for path in sorted(unlisted)]
     print(" ".join(str(path) for path in sorted(files)))
     sys.exit("\n".join(wrong) or 0)
