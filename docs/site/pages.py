@@ -79,21 +79,33 @@ class Page:
             elif fenced:
                 pass
             elif heading := re.match(r"(#+) (.*)", line):
-                title = heading[2].replace("`", "")
+                title = heading[2].replace("`", "") if self.path != ROOT / "README.md" or heading[1] != "#" else "README"
                 name = f"{where}_{next(names)}"
                 line = f"{heading[1]} {title} {{#{label(self.path) if heading[1] == '#' else name}}}"
                 if heading[1] == "#" and self.path == FIRST:
                     line = f"# {title} {{#mainpage}}"
             lines.append(line)
         # Links may break over lines; what is code stays as it is.
-        return re.sub(rf"^```.*?^```$|{LINK.pattern}|`([^`]*)`", self.inline, "\n".join(lines), flags=re.MULTILINE | re.DOTALL)
+        return re.sub(rf"^```.*?^```$|{LINK.pattern}|`([^`]*)`|\bAmbrelKit\b(?![:/`])", self.inline, "\n".join(lines), flags=re.MULTILINE | re.DOTALL)
 
     def inline(self, match):
         if match[3]:
             return self.link(match)
+        if match[0] == "AmbrelKit":
+            return "%AmbrelKit"  # not a link to its namespace, wherever it is named
         if match[4] and "'" in match[4]:  # Doxygen takes `word' for a quotation
             return f"<code>{re.sub(r'([@%#])', chr(92) + chr(92) + r'1', html.escape(match[4]))}</code>"
         return match[0]
+
+
+def topic(title, text, pages):
+    """A section of the first page as a page of its own, which has those that it lists below it."""
+
+    def listed_below(match):
+        path = (FIRST.parent / match[3]).resolve()
+        return f'@subpage {label(path)} "{match[2]}"' if path in pages else match[2]
+
+    return f"# {title} {{#topic_{slug(title)}}}\n\n{LINK.sub(listed_below, text)}"
 
 
 def main(folder):
@@ -105,6 +117,8 @@ def main(folder):
         text = page.converted()
         wrong += page.wrong
         pathlib.Path(folder, f"{number:02}_{label(path)}.md").write_text(text + "\n", encoding="utf-8")
+    for number, (title, text) in enumerate(re.findall(r"^## (.*)\n((?:(?!## ).*\n)*)", FIRST.read_text(encoding="utf-8"), re.MULTILINE)):
+        pathlib.Path(folder, f"topic_{number}.md").write_text(topic(title, text, pages), encoding="utf-8")
     unlisted = {*ROOT.glob("docs/**/*.md")} - {*pages}
     wrong += [f"docs/README.md does not list {path.relative_to(ROOT)}" for path in sorted(unlisted)]
     print(" ".join(str(path) for path in sorted(files)))
