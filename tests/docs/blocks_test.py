@@ -89,6 +89,9 @@ def main():
     counts, failed = collections.Counter(), 0
     for page in [*PAGES, *sorted(SOURCE.glob("docs/**/*.md"))]:
         text = page.read_text(encoding="utf-8")
+        if indented := re.search(r"\n\n {4}\S.*", re.sub(r"^```.*?^```$", "", text, flags=re.MULTILINE | re.DOTALL)):
+            failed += 1
+            print(f"{page.relative_to(SOURCE)}: a block without an info string: {indented[0].strip()}")
         with tempfile.TemporaryDirectory() as folder:
             for match in re.finditer(r"^```(\S*) ?(.*)\n((?:.*\n)*?)```$", text, re.MULTILINE):
                 language, how, block = match.groups()
