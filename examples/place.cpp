@@ -1,6 +1,5 @@
-// A source of its own: a kiosk that stands where it was put up, and needs no receiver. Takes one
-// collection and prints it. c++ -std=c++20 place.cpp -o place $(pkg-config --cflags --libs
-// ambrelkit)
+// A source of its own, for a kiosk that stands where it was put up: takes one collection.
+// c++ -std=c++20 place.cpp -o place $(pkg-config --cflags --libs ambrelkit)
 #include "PrintingHost.hpp"
 
 #include <AmbrelKit/Linux/PlatformServices.hpp>

@@ -21,8 +21,8 @@ public:
 
     using enum Case;
 
-    // NOLINTNEXTLINE(google-explicit-constructor): a case is an error
     /// The error of that case.
+    // NOLINTNEXTLINE(google-explicit-constructor): a case is an error
     AmbrelError(Case error) noexcept : case_(error) {}
 
     /// Which case it is.
