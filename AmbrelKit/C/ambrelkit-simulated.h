@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_SIMULATED_H
 #define AMBRELKIT_SIMULATED_H
 
+/// @file
 /// A platform on which nothing happens but what it is told, in virtual time: for tests of hosts and
 /// of bindings, and to run replay scripts. In a library of its own, ambrelkit-simulated.
 /// <ambrelkit.h> says what holds for all functions.
@@ -21,6 +22,7 @@
 extern "C" {
 #endif
 
+/// A simulated platform: counted, of one thread.
 typedef struct ambrel_simulated ambrel_simulated;
 
 /// How a simulated platform begins.

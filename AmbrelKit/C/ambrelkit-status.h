@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_STATUS_H
 #define AMBRELKIT_STATUS_H
 
+/// @file
 /// What this machine shows of its permissions and of its sources: a part of <ambrelkit.h>, which
 /// includes this.
 
@@ -10,6 +11,7 @@
 extern "C" {
 #endif
 
+/// Who is told of changes.
 typedef struct ambrel_observer {
     /// `sizeof` the struct, by the initializer.
     size_t size;

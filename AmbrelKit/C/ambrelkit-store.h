@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_STORE_H
 #define AMBRELKIT_STORE_H
 
+/// @file
 /// The store of <ambrelkit.h>, which includes this.
 ///
 /// Keeps dictionaries as files, one each, in "collections" of the documents folder:

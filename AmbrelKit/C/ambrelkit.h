@@ -1,6 +1,7 @@
 #ifndef AMBRELKIT_H
 #define AMBRELKIT_H
 
+/// @file
 /// AmbrelKit for C and every language that calls C: a ten-second snapshot of what surrounds the
 /// device, as one JSON object.
 ///
@@ -48,6 +49,7 @@ extern "C" {
 #endif
 
 #ifdef __GNUC__
+/// What the library shows bears it.
 #define AMBREL_API __attribute__((visibility("default")))
 #else
 #define AMBREL_API
