@@ -122,9 +122,10 @@ EventLoop::EventLoop() {
         checked(sd_event_add_io(event_, &wakeSource_, wakeDescriptor_, EPOLLIN, &drainWake, this),
                 "watch an event descriptor");
         checked(sd_event_add_time(event_, &clockSource_, CLOCK_MONOTONIC, never,
-                                  accuracyMicroseconds, &runDue, this),
+                                  accuracyMicroseconds, &clockRang, this),
                 "prepare the timers");
-        checked(sd_event_source_set_enabled(clockSource_, SD_EVENT_ON), "prepare the timers");
+        checked(sd_event_add_defer(event_, &dueSource_, &runDue, this), "prepare the timers");
+        checked(sd_event_source_set_enabled(dueSource_, SD_EVENT_OFF), "prepare the timers");
     } catch (...) {
         release();
         throw;
@@ -136,6 +137,7 @@ EventLoop::~EventLoop() { release(); }
 void EventLoop::release() noexcept {
     sd_event_source_disable_unref(wakeSource_);
     sd_event_source_disable_unref(clockSource_);
+    sd_event_source_disable_unref(dueSource_);
     sd_event_unref(event_);
     if (wakeDescriptor_ >= 0) {
         close(wakeDescriptor_);
@@ -150,8 +152,12 @@ int EventLoop::drainWake(sd_event_source* /*source*/, int descriptor, std::uint3
     return 0;
 }
 
+int EventLoop::clockRang(sd_event_source* source, std::uint64_t /*due*/, void* self) {
+    return runDue(source, self);
+}
+
 /// Runs all that are due, one after the other, in one turn: a turn costs more than most of them.
-int EventLoop::runDue(sd_event_source* /*source*/, std::uint64_t /*due*/, void* self) {
+int EventLoop::runDue(sd_event_source* /*source*/, void* self) {
     auto& loop = *static_cast<EventLoop*>(self);
     const auto& deadlines = loop.deadlines_;
     while (!deadlines.empty() && deadlines.begin()->first <= std::chrono::steady_clock::now()) {
@@ -163,7 +169,8 @@ int EventLoop::runDue(sd_event_source* /*source*/, std::uint64_t /*due*/, void* 
     return 0;
 }
 
-/// Only before the loop looks for events: so the kernel is told at most once for a sleep.
+/// Only before the loop looks for events: so the kernel is told at most once for a sleep, and not
+/// at all of what is due by now.
 void EventLoop::setClock() {
     auto latest = Deadline::Time::max();
     for (const auto& [time, deadline] : deadlines_) {
@@ -172,9 +179,14 @@ void EventLoop::setClock() {
         }
         latest = std::min(latest, time + deadline->slack_);
     }
+    if (latest <= std::chrono::steady_clock::now()) {
+        checked(sd_event_source_set_enabled(dueSource_, SD_EVENT_ONESHOT), "arm the timers");
+        return;
+    }
     checked(sd_event_source_set_time(clockSource_,
                                      latest < Deadline::Time::max() ? microseconds(latest) : never),
             "arm the timers");
+    checked(sd_event_source_set_enabled(clockSource_, SD_EVENT_ONESHOT), "arm the timers");
 }
 
 std::shared_ptr<EventLoop> EventLoop::current() {

@@ -155,7 +155,8 @@ private:
     EventLoop();
     void release() noexcept;
     static int drainWake(sd_event_source*, int descriptor, std::uint32_t, void* self);
-    static int runDue(sd_event_source*, std::uint64_t, void* self);
+    static int clockRang(sd_event_source*, std::uint64_t, void* self);
+    static int runDue(sd_event_source*, void* self);
     void setClock();
     [[nodiscard]] std::shared_ptr<EventLoop> enter();
     template <class Step> void turn(Step step);
@@ -168,6 +169,7 @@ private:
     int wakeDescriptor_ = -1;
     sd_event_source* wakeSource_ = nullptr;
     sd_event_source* clockSource_ = nullptr;
+    sd_event_source* dueSource_ = nullptr;
     Deadline::Armed deadlines_; ///< one clock wakes for all, once for those due together
     int callbacksLeft_ = 0;     ///< until the loop looks for other events, and the host has a turn
     bool turning_ = false;

@@ -248,6 +248,18 @@ TEST_F(EventLoopTest, WhatIsDueTogetherWakesOnceYetStopsAndThrowsOneByOne) {
     EXPECT_LT(Clock::now() - start, patience);
 }
 
+TEST_F(EventLoopTest, ADeadlineLongPastDoesNotWaitForAllThatIsDeferred) {
+    int deferred = 0;
+    std::shared_ptr<Deferral> next;
+    next = loop->deferral([&] { ++deferred < 100 ? next->schedule() : loop->stop(); });
+    int deferredBefore = -1;
+    const auto deadline = loop->deadline([&] { deferredBefore = deferred; });
+    next->schedule();
+    deadline->arm(Deadline::Time()); // as Avahi does
+    loop->run();
+    EXPECT_THAT(deferredBefore, testing::AllOf(testing::Ge(0), testing::Lt(10)));
+}
+
 TEST_F(EventLoopTest, WhatTheLastCallbackOfARunChangedIsArmedForAHostThatPolls) {
     bool ran = false;
     const auto deadline = loop->deadline([&] { ran = true; });
