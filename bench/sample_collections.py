@@ -2,9 +2,10 @@
 """Writes a replay script of many collections: ten weeks of a device that its user carries between a
 home, an office, a café and a train, one collection every ten minutes.
 
-    bench/sample_collections.py 10000 | ambrel replay --quiet - > sample.ndjson
+    bench/sample_collections.py 10000 [DEVICE] | ambrel replay --quiet - > sample.ndjson
 
-The same number gives the same script, and thus the same collections, everywhere.
+The same numbers give the same script, and thus the same collections, everywhere. Another DEVICE than 1 has another
+home, and shares the office and the café.
 """
 
 import json
@@ -15,7 +16,11 @@ START = 1_700_000_000  # 2023-11-14T22:13:20Z, a Tuesday
 EVERY = 600  # seconds from one collection to the next
 TYPES = ["_ipp._tcp.", "_airplay._tcp.", "_ssh._tcp."]
 
-rng = random.Random(1)
+if len(sys.argv) not in (2, 3) or not all(map(str.isdigit, sys.argv[1:])):
+    sys.exit(__doc__)
+device = int(sys.argv[2]) if len(sys.argv) == 3 else 1
+rng = random.Random(device)
+owner = f" {device}" if device > 1 else ""
 
 
 def identifiers(count):
@@ -32,7 +37,7 @@ def service(place, kind, name, host, **txt):
 
 # SSID, interface address, how many of the place's peripherals are in range, and its location.
 PLACES = {
-    "home": ("Birch House", "192.168.1.23", (4, 9), (59.3326, 18.0649)),
+    "home": (f"Birch House{owner}", "192.168.1.23", (4, 9), (59.3326, 18.0649)),
     "office": ("Office", "10.20.0.117", (25, 60), (59.3409, 18.0580)),
     "cafe": ("Café Nord", "172.16.4.52", (8, 20), (59.3358, 18.0712)),
     "train": (None, None, (15, 45), None),
@@ -40,8 +45,8 @@ PLACES = {
 RESIDENTS = {"home": identifiers(12), "office": identifiers(90)}
 COMPANIONS = list(zip(identifiers(3), ["Watch", "Earbuds", "Key finder"]))
 SERVICES = [
-    service("home", "_ipp._tcp.", "Home printer", 40, ty="InkPrint 200", color="T"),
-    service("home", "_airplay._tcp.", "Living room", 41, model="TV-55"),
+    service("home", "_ipp._tcp.", f"Home printer{owner}", 40, ty="InkPrint 200", color="T"),
+    service("home", "_airplay._tcp.", f"Living room{owner}", 41, model="TV-55"),
     service("office", "_ipp._tcp.", "Printer 3rd floor", 30, ty="LaserPrint 9", color="F"),
     service("office", "_ipp._tcp.", "Printer 4th floor", 31, ty="LaserPrint 9", color="F"),
     service("office", "_ssh._tcp.", "build-07", 77),
@@ -110,8 +115,6 @@ def collection(begin):
 
 
 def main():
-    if len(sys.argv) != 2 or not sys.argv[1].isdigit():
-        sys.exit(__doc__)
     count = int(sys.argv[1])
     write = lambda line: print(json.dumps(line, ensure_ascii=False, separators=(",", ":")))
     write({"ambrelReplay": 1, "start": START, "bonjourServices": TYPES})
