@@ -38,8 +38,9 @@ public:
 
     /// Begins to search for services of `type` ("_ipp._tcp.", the trailing dot may be missing; or a
     /// subtype, "_colour._sub._ipp._tcp.", which finds those services of the type that have it) in
-    /// `domain` (empty: the default browsing domains of the platform). Reports come from the run loop,
-    /// never from inside this call. A type or domain that the platform refuses gives no report.
+    /// `domain` (empty: the default browsing domains of the platform). Reports come from the run
+    /// loop, never from inside this call. A type or domain that the platform refuses gives no
+    /// report.
     virtual void searchForServicesOfType(const std::string& type, const std::string& domain) = 0;
 };
 
