@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/ptrace.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 
 namespace AmbrelKit {
@@ -150,6 +151,12 @@ TEST_F(SaveInterruptedTest, ALossOfPowerFindsWholeFiles) {
     EXPECT_FALSE(killedAtStep(
         endless, [this] { store.save(marked(1, 'b')); }, &calls));
     EXPECT_EQ(calls, "write sync rename sync ");
+
+    std::filesystem::remove_all(documents); // then the entries of the folders are saved, too
+    calls.clear();
+    EXPECT_FALSE(killedAtStep(
+        endless, [this] { store.save(marked(1, 'c')); }, &calls));
+    EXPECT_EQ(calls, "write sync rename sync sync sync ");
 }
 
 TEST_F(SaveInterruptedTest, TwoProcessesSaveOneTimestamp) {
@@ -177,6 +184,7 @@ TEST_F(SaveInterruptedTest, TwoProcessesSaveOneTimestamp) {
 }
 
 TEST_F(SaveInterruptedTest, ANewFileLeavesThoseThatOthersAreMaking) {
+    mkfifo((documents / ".ambrel-saving-pipe").c_str(), 0600); // whose opening might wait for ever
     NewFile first(documents, documents / "first");
     const NewFile second(documents, documents / "second");
     first.write("whole");
