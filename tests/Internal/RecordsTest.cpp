@@ -4,7 +4,10 @@
 #include <AmbrelKit/AmbrelError.hpp>
 
 #include <cmath>
+#include <map>
+#include <string>
 #include <unordered_set>
+#include <vector>
 
 namespace AmbrelKit {
 namespace {
@@ -88,6 +91,28 @@ TEST_F(Records, EqualityCoversWhatIsNotWritten) {
     const auto nowhere = data.copyWithLocation({std::nan(""), 1, at(0)});
     const auto copy = nowhere; // NOLINT(performance-unnecessary-copy-initialization)
     EXPECT_NE(nowhere, copy) << "no NaN is equal to itself";
+}
+
+TEST_F(Records, WhatAListSharesBetweenItsRecordsKeepsItsSpelling) {
+    const std::string composed = "\u00e9";
+    const std::string decomposed = "e\u0301"; // which is the same text
+    const std::map<Text, Text> txtRecords[] = {
+        {{composed, composed}}, {{composed, decomposed}}, {{decomposed, composed}}, {}};
+    CollectedData list;
+    std::vector<std::string> given;
+    for (const auto& txtRecord : txtRecords) {
+        const auto number = static_cast<int>(given.size()) + 1;
+        const auto data = AmbrelData::new_(uuid(number), at(number))
+                              .copyWithNearbyDevices(NearbyDevices(
+                                  {{"Office", "_ipp._tcp.", "192.0.2.9", txtRecord, at(number)}}));
+        given.push_back(json(data).dump());
+        list = list.appending(data);
+    }
+    std::vector<std::string> kept;
+    for (const AmbrelData& data : list.records()) {
+        kept.push_back(json(data).dump());
+    }
+    EXPECT_EQ(kept, given);
 }
 
 TEST_F(Records, AMovedRecordAndListCanBeUsed) {

@@ -72,6 +72,7 @@ TEST_F(Facade, TheThresholdTakesZeroToThirty) {
             EXPECT_EQ(error, AmbrelError::invalidThresholdValue);
             EXPECT_STREQ(error.what(), "Threshold must be more than 0 and less than 30");
         }
+        EXPECT_FALSE(host.sdk()->setAmbrelTimeThreshold(bad, nullptr));
         AmbrelErrorObject object;
         EXPECT_FALSE(host.sdk()->setAmbrelTimeThreshold(bad, &object));
         EXPECT_EQ(object.domain, "AmbrelKit.AmbrelError");

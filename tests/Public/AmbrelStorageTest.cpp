@@ -222,6 +222,7 @@ TEST_F(StorageTest, VisitsByTime) {
     put("another", R"({"timestamp":2.75})");
     put("one more", R"({"timestamp":2e16})");
     put("without a time", "{}");
+    put("2.50", R"({"timestamp":2.6})"); // the store would have called it 2.5
     std::filesystem::create_directory(collections / "2.0");
     const auto visited = [this](double since, double until) {
         std::vector<double> times;
@@ -233,11 +234,13 @@ TEST_F(StorageTest, VisitsByTime) {
     };
     const double ever = std::numeric_limits<double>::infinity();
     EXPECT_THAT(store.savedTimestamps(), ElementsAre(-1, 0, 2, 2.5, 3, 1e16));
-    EXPECT_THAT(visited(2.1, 3), ElementsAre(2.5, 2.75, 3));
-    EXPECT_THAT(std::exchange(reports, {}), ElementsAre(HasSubstr("2.75: No such file")));
-    EXPECT_THAT(visited(-ever, ever), ElementsAre(-100, -1, 0, 2, 2.75, 1e16, 2e16));
+    EXPECT_THAT(visited(2.1, 3), ElementsAre(2.5, 2.6, 2.75, 3));
+    EXPECT_THAT(std::exchange(reports, {}),
+                ElementsAre(HasSubstr("2.6: No such file"), HasSubstr("2.75: No such file")));
+    EXPECT_THAT(visited(-ever, ever), ElementsAre(-100, -1, 0, 2, 2.6, 2.75, 1e16, 2e16));
     // The directory is skipped; what is named by hand is not found by its time, and stays.
     EXPECT_THAT(reports, ElementsAre(HasSubstr("2.0: Is a dir"), HasSubstr("2.0: Is a dir"),
+                                     HasSubstr("2.6: No such file"),
                                      HasSubstr("2.75: No such file"), HasSubstr("2e+16: No such")));
 }
 
