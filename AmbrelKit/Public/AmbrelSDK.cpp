@@ -78,11 +78,13 @@ void Facade::startScanningOnce() {
 
 void Facade::completeScanning() {
     const auto keep = entered();
+    beforeStart_.task = false;
     taskScheduler_->endBackgroundTask();
 }
 
 void Facade::stopScanning() {
     const auto keep = entered();
+    beforeStart_ = {};
     stop();
     scanningSuspender()->disable();
     taskScheduler_->endBackgroundTask();
@@ -90,6 +92,7 @@ void Facade::stopScanning() {
 
 void Facade::automaticModeForNotificationAndBackgroundTask() {
     const auto keep = entered();
+    beforeStart_ = {.automatic = true, .task = true};
     configureResumeAndSuspendScanning(ScanningMode::automatic);
     configureBackgroundTask(ScanningMode::automatic);
 }

@@ -82,6 +82,12 @@ private:
     void configureResumeAndSuspendScanning(ScanningMode mode);
     void configureBackgroundTask(ScanningMode mode);
 
+    /// What outlasts a collection.
+    struct Lasting {
+        bool automatic = false; ///< the host's return to the front starts another one
+        bool task = false;      ///< the host may go on in the background
+    };
+
     KitThread thread_;
     std::weak_ptr<AmbrelSDKDelegate> delegate_;
     std::shared_ptr<BluetoothDevicesProvider> bluetoothDevicesProvider_;
@@ -92,6 +98,7 @@ private:
     std::shared_ptr<BackgroundTaskScheduler> taskScheduler_;
     std::shared_ptr<Timer> timer_;
     std::shared_ptr<ScanningBackgroundSuspender> scanningSuspender_;
+    Lasting beforeStart_; ///< what a start that fails goes back to; a host's call in it counts
     std::shared_ptr<DataStore> store_;
 };
 

@@ -9,6 +9,10 @@ namespace {
 
 constexpr double tickInterval = 1.0; // seconds
 
+ScanningMode modeWhere(bool automatic) {
+    return automatic ? ScanningMode::automatic : ScanningMode::once;
+}
+
 bool isGranted(AmbrelPermissionStatus status) { return status == AmbrelPermissionStatus::granted; }
 
 } // namespace
@@ -30,8 +34,8 @@ void Facade::start(ScanningMode mode) {
         deliverEmptyRecord();
         return;
     }
-    const bool wasAutomatic = scanningSuspender()->isEnabled();
-    const bool hadTask = taskScheduler_->holdsTask();
+    beforeStart_ = {.automatic = scanningSuspender()->isEnabled(),
+                    .task = taskScheduler_->holdsTask()};
     std::vector<std::function<void()>> stops; // of the sources that were told to start
     const auto startIfGranted = [&stops](AmbrelPermissionStatus status, auto& source) {
         if (isGranted(status)) {
@@ -48,10 +52,10 @@ void Facade::start(ScanningMode mode) {
         startIfGranted(PermissionsHelper::networkPermissionStatus(), *nearbyDevicesProvider_);
     } catch (...) { // most likely from the host that was asked: nothing has been started then
         invalidateTimer();
-        configureResumeAndSuspendScanning(wasAutomatic ? ScanningMode::automatic
-                                                       : ScanningMode::once);
-        if (taskScheduler_->holdsTask() != hadTask) {
-            configureBackgroundTask(hadTask ? ScanningMode::automatic : ScanningMode::once);
+        const auto before = beforeStart_;
+        configureResumeAndSuspendScanning(modeWhere(before.automatic));
+        if (taskScheduler_->holdsTask() != before.task) {
+            configureBackgroundTask(modeWhere(before.task));
         }
         for (const auto& stop : stops) { // last, since the one that has failed may fail again
             stop();

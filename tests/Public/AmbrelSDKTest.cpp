@@ -260,6 +260,25 @@ TEST_F(Facade, AStartThatThrowsHasNotHappened) {
     }
 }
 
+TEST_F(Facade, AHostThatStopsTheStartThatItThenRefusesIsNotPutBackIntoAutomaticMode) {
+    host.create();
+    host.sdk()->automaticModeForNotificationAndBackgroundTask();
+    host.setQueryHandler([&, asked = std::make_shared<int>(0)](StatusQuery) {
+        if (++*asked == 9) { // the first for a source
+            host.sdk()->stopScanning();
+            throw std::runtime_error("asked");
+        }
+    });
+    EXPECT_THROW(host.sdk()->startScanningOnce(), std::runtime_error);
+    host.setQueryHandler(nullptr);
+    calls.clear();
+    platform.clock().advanceBy(20s);
+    platform.notificationCenter().post(ApplicationDidBecomeActiveNotification);
+    EXPECT_EQ(calls, "");
+    host.sdk()->completeScanning();
+    EXPECT_EQ(calls, "") << "it holds a task";
+}
+
 TEST_F(Facade, ASourceThatFailsHalfwayThroughItsStartIsStopped) {
     Host other(platform, {{"_ipp._tcp.", "_http._tcp."}});
     other.setStatus(StatusQuery::networkPermission, AmbrelPermissionStatus::granted);

@@ -64,12 +64,15 @@ private:
         case Op::startScanningOnce:
             return scan(kit->store, false);
         case Op::completeScanning:
+            kit->taskBefore = false;
             return endTask(*kit);
         case Op::stopScanning:
+            kit->automaticBefore = kit->taskBefore = false;
             stop(kit);
             kit->suspender->disable();
             return endTask(*kit);
         case Op::automaticMode:
+            kit->automaticBefore = kit->taskBefore = true;
             return setAutomatic(*kit, true);
         case Op::setThreshold:
             if (step.value < 0 || step.value > 30) {

@@ -94,6 +94,8 @@ struct Kit {
     std::vector<std::shared_ptr<Object>> browsers = {};
     std::vector<std::shared_ptr<Object>> services = {};
     std::optional<int> task = {};
+    bool automaticBefore = false; ///< the start at hand
+    bool taskBefore = false;
     std::shared_ptr<Store> store = nullptr;
     std::shared_ptr<Suspender> suspender = nullptr;
 };

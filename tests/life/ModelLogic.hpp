@@ -107,8 +107,8 @@ protected:
             askAll(record);
             return deliver(kit, json(record));
         }
-        const bool wasAutomatic = kit->suspender->observer != nullptr;
-        const bool hadTask = kit->task.has_value();
+        kit->automaticBefore = kit->suspender->observer != nullptr;
+        kit->taskBefore = kit->task.has_value();
         std::vector<std::function<void()>> begun;
         try {
             invalidateTimer(*kit);
@@ -133,7 +133,8 @@ protected:
             }
         } catch (...) { // it has not happened
             invalidateTimer(*kit);
-            setObserver(*kit, wasAutomatic);
+            const bool hadTask = kit->taskBefore;
+            setObserver(*kit, kit->automaticBefore);
             if (kit->task.has_value() != hadTask) {
                 setTask(*kit, hadTask);
             }

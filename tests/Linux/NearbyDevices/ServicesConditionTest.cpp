@@ -1,5 +1,6 @@
 #include "tests/Linux/NearbyDevices/AvahiFixture.hpp"
 
+#include "AmbrelKit/Linux/NearbyDevices/MulticastNetwork.hpp"
 #include "AmbrelKit/Linux/PlatformServices.hpp"
 #include "AmbrelKit/Linux/SourceReports.hpp"
 #include "AmbrelKit/Platform/Descriptor.hpp"
@@ -33,6 +34,8 @@ protected:
             run("ip link add near type veth peer name far && ip address add 10.9.1.1/24 dev near "
                 "&& "
                 "ip link set far up && ip link set near up");
+            const auto runs = [] { return Linux::networkDoesMulticast() == true; };
+            ASSERT_TRUE(driver.until(runs)) << "what the kernel says some time after it is up";
         }
     }
 
