@@ -15,8 +15,11 @@ import time
 
 SOURCE, BUILD, COMPILER, *FLAGS = sys.argv[1:]
 BED = [sys.executable, f"{SOURCE}/tests/network/bed.py", "--types", "_ipp._tcp,_http._tcp"]
-# Those that go on after the collection: their input ends, or they are told to end.
-UNTIL = {"poll": "sleep 14 | $0", "qt": "timeout 14 $0; [ $? -eq 124 ]", "gtk": "timeout --foreground --preserve-status 14 $0",
+# Those that go on after the collection: once it is delivered, they are told to end, or their input ends.
+DELIVERED = "for each in $(seq 600); do [ -s $0.out ] && break; sleep 0.1; done"
+TOLD = f"$0 >$0.out & {DELIVERED}; kill $!; wait $!; status=$?; cat $0.out; exit $status"
+UNTIL = {"poll": f"{{ {DELIVERED}; }} | $0 >$0.out; status=$?; cat $0.out; exit $status",
+         "qt": TOLD.replace("exit $status", "[ $status -eq 143 ]"), "gtk": TOLD,
          "minimal_py": f"exec {sys.executable} $0"}
 
 
