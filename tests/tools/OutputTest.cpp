@@ -107,6 +107,9 @@ TEST_F(Output, TablesFitTheTerminal) {
             EXPECT_LE(displayWidth(line), columns) << line;
         }
     }
+    const auto text = dictionary((R"({"nearbyDevices": ")" + std::string(80, 'g') + "\"}").c_str());
+    EXPECT_THAT(collectionTables(text, {}, {.columns = 40, .style = {}}, {}),
+                testing::EndsWith("Services:\n  " + std::string(37, 'g') + "…\n"));
 }
 
 TEST_F(Output, ANarrowListKeepsTheCountsAndCutsNoTimestamp) {

@@ -22,6 +22,8 @@ namespace {
 
 using Row = std::vector<Cell>;
 
+constexpr std::size_t indentation = 2; ///< of what stands below a heading
+
 /// When something was seen, from the collection's start where both are points in time.
 Cell seen(const JSONValue& sighting, const JSONValue& start) {
     const JSONValue& time = member(sighting, "timestamp");
@@ -148,7 +150,6 @@ std::string rowsOf(const Subject& subject, const Part& part,
     }
     std::stable_partition(rows.begin(), rows.end(),
                           [](const Row& row) { return row.front().meaning != Meaning::faint; });
-    constexpr std::size_t indentation = 2;
     Table table(part.columns, subject.page, indentation);
     table.choose(subject.options.columns);
     for (Row& row : rows) {
@@ -164,8 +165,11 @@ std::string section(const Subject& subject, const Part& part) {
     const auto heading = [&](const std::string& text, Meaning meaning = Meaning::plain) {
         const std::string title = part.title + std::string(":");
         const bool fits = displayWidth(title) + 1 + displayWidth(text) <= page.columns;
-        std::string line = "\n" + page.style(Meaning::heading, title) + (fits ? " " : "\n  ");
-        return line + page.style(meaning, text) + "\n";
+        const std::string line = "\n" + page.style(Meaning::heading, title);
+        return line +
+               (fits ? " " + page.style(meaning, text)
+                     : "\n  " + page.style(meaning, cut(text, page.columns - indentation))) +
+               "\n";
     };
     if (list.is_null() || (list.is_array() && list.empty())) {
         return heading(nothingOf(subject, part.source, part.permission, part.none), Meaning::faint);
