@@ -22,7 +22,7 @@ namespace {
 
 using Row = std::vector<Cell>;
 
-constexpr std::size_t indentation = 2; ///< of what stands below a heading
+constexpr std::size_t belowHeading = 2; ///< the indentation of what stands there
 
 /// When something was seen, from the collection's start where both are points in time.
 Cell seen(const JSONValue& sighting, const JSONValue& start) {
@@ -150,7 +150,7 @@ std::string rowsOf(const Subject& subject, const Part& part,
     }
     std::stable_partition(rows.begin(), rows.end(),
                           [](const Row& row) { return row.front().meaning != Meaning::faint; });
-    Table table(part.columns, subject.page, indentation);
+    Table table(part.columns, subject.page, belowHeading);
     table.choose(subject.options.columns);
     for (Row& row : rows) {
         table.add(std::move(row));
@@ -168,7 +168,7 @@ std::string section(const Subject& subject, const Part& part) {
         const std::string line = "\n" + page.style(Meaning::heading, title);
         return line +
                (fits ? " " + page.style(meaning, text)
-                     : "\n  " + page.style(meaning, cut(text, page.columns - indentation))) +
+                     : "\n  " + page.style(meaning, cut(text, page.columns - belowHeading))) +
                "\n";
     };
     if (list.is_null() || (list.is_array() && list.empty())) {
