@@ -23,8 +23,9 @@ public:
     /// throw.
     using Failed = std::function<void(std::exception_ptr)>;
 
-    /// An exception cannot leave through Qt: `failed` is given it, and without that the process is
-    /// terminated. Throws std::system_error when the system gives no descriptor for the `RunLoop`.
+    /// Begins. An exception cannot leave through Qt: `failed` is given it, and without that the
+    /// process is terminated. Throws std::system_error when the system gives no descriptor for the
+    /// `RunLoop`.
     explicit QtDriver(Failed failed = {})
         : notifier_(std::make_unique<QSocketNotifier>(RunLoop::current()->fileDescriptor(),
                                                       QSocketNotifier::Read)) {

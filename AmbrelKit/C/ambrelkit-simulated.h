@@ -13,8 +13,7 @@
 ///     ambrel_kit_set_delegate(kit, &delegate, NULL); // one that grants Bluetooth
 ///     ambrel_kit_start_scanning_once(kit, NULL);
 ///     ambrel_simulated_feed(platform, event, strlen(event), NULL); // {"bluetooth": {"state": 5}}
-///     ... ambrel_simulated_advance(platform, 11000000000, NULL); // the delegate has its
-///     dictionary now
+///     ambrel_simulated_advance(platform, 11000000000, NULL); // the delegate has its dictionary
 
 #include <ambrelkit.h>
 
@@ -64,11 +63,10 @@ AMBREL_API int ambrel_simulated_kit_new(ambrel_simulated* platform,
 /// "statuses" and "end", which are the caller's own business, and without its "at":
 ///
 ///     {"bluetooth": {"state": 5}}
-///     {"bluetooth": {"discover": {"identifier": "C0FFEE00-0000-4000-8000-000000000001", "name":
-///     "Lamp"}}}
+///     {"bluetooth": {"discover": {"identifier": "C0FFEE00-0000-4000-8000-000000000001"}}}
 ///     {"bonjour": {"found": {"type": "_ipp._tcp.", "name": "Printer"}}}
-///     {"bonjour": {"resolved": {"type": "_ipp._tcp.", "name": "Printer", "addresses":
-///     ["10020277c00002090000000000000000"]}}}
+///     {"bonjour": {"resolved": {"type": "_ipp._tcp.", "name": "Printer",
+///                               "addresses": ["10020277c00002090000000000000000"]}}}
 ///     {"location": {"update": [{"latitude": 60.1, "longitude": 24.9, "timestamp": 1700000000}]}}
 ///     {"location": {"authorization": 4}}, {"location": {"fail": "no signal"}}
 ///     {"network": {"interfaces": [{"name": "en0", "address": "192.0.2.9"}]}}
@@ -77,7 +75,8 @@ AMBREL_API int ambrel_simulated_kit_new(ambrel_simulated* platform,
 ///     {"application": "didBecomeActive"}, {"application": {"expire": 1}}
 ///
 /// Returns when the kits have dealt with it; what they call back fails here. -EBADMSG with
-/// AMBREL_ERROR_DOMAIN_SCRIPT when it is none of these.
+/// AMBREL_ERROR_DOMAIN_SCRIPT when it is none of these; -ERANGE where the wall clock would leave
+/// what 64 bits hold.
 AMBREL_API int ambrel_simulated_feed(ambrel_simulated* platform, const char* json, size_t length,
                                      ambrel_error* error);
 
@@ -88,7 +87,7 @@ AMBREL_API int ambrel_simulated_feed(ambrel_simulated* platform, const char* jso
 AMBREL_API int ambrel_simulated_advance(ambrel_simulated* platform, int64_t duration,
                                         ambrel_error* error);
 
-/// The virtual time, in nanoseconds; 0 without a platform.
+/// The virtual time, in nanoseconds since the platform was made; 0 without a platform.
 AMBREL_API int64_t ambrel_simulated_now(const ambrel_simulated* platform);
 
 /// How the sources of this platform fare, as `ambrel_source_reports_new` makes them of the
@@ -152,8 +151,10 @@ enum {
 };
 
 /// Runs a whole replay script (docs/replay.md) on a platform and a host of its own, and tells
-/// `trace` what the kit did. `flags` are some of the above, or 0. -EBADMSG with
-/// AMBREL_ERROR_DOMAIN_SCRIPT when a line is wrong: the steps before it have run.
+/// `trace` what the kit did, all before it returns: time is virtual. Meanwhile
+/// the settings of the process are the script's own, so that no other kit may collect. `flags` are
+/// some of the above, or 0. -EBADMSG with AMBREL_ERROR_DOMAIN_SCRIPT when a line is wrong: the
+/// steps before it have run.
 AMBREL_API int ambrel_replay(const char* script, size_t length, unsigned flags,
                              const ambrel_trace* trace, ambrel_error* error);
 

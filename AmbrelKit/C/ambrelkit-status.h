@@ -36,8 +36,8 @@ typedef struct ambrel_host_status ambrel_host_status;
 /// Follows what this machine shows of the permissions and settings, for hosts that want no better
 /// answers of their own. No daemon is started, no device looked for, no user asked; what is not
 /// known yet is unknown, so that a host makes it some time ahead of its first collection.
-/// `observer` may be NULL; it is copied. The thread's loop drives it. -EMFILE and the like when the
-/// system gives no descriptor.
+/// `observer` may be NULL; it is copied. The thread's loop drives it. -EMFILE, -ELIBACC and the
+/// like when there is no loop.
 AMBREL_API int ambrel_host_status_new(const ambrel_observer* observer, ambrel_host_status** status,
                                       ambrel_error* error);
 /// One reference more; gives it back.
@@ -53,15 +53,16 @@ AMBREL_API int64_t ambrel_host_status_get(const ambrel_host_status* status, int 
 
 /// The sources. Later versions may have others.
 enum {
-    AMBREL_SOURCE_BLUETOOTH = 0,
-    AMBREL_SOURCE_SERVICES = 1,
-    AMBREL_SOURCE_LOCATION = 2,
-    AMBREL_SOURCE_ADDRESS = 3,
-    AMBREL_SOURCE_WIFI = 4,
-    AMBREL_SOURCE_LIFECYCLE = 5,
-    AMBREL_SOURCE_COUNT = 6
+    AMBREL_SOURCE_BLUETOOTH = 0, ///< peripherals
+    AMBREL_SOURCE_SERVICES = 1,  ///< DNS-SD services
+    AMBREL_SOURCE_LOCATION = 2,  ///< fixes
+    AMBREL_SOURCE_ADDRESS = 3,   ///< the IPv4 address
+    AMBREL_SOURCE_WIFI = 4,      ///< the joined networks
+    AMBREL_SOURCE_LIFECYCLE = 5, ///< sleep, resumes and sessions
+    AMBREL_SOURCE_COUNT = 6      ///< how many this version has
 };
 
+/// What a source does now. Later versions may have others.
 enum {
     AMBREL_SOURCE_IDLE = 0,      ///< nobody asks it
     AMBREL_SOURCE_STARTING = 1,  ///< it is asked, and cannot tell yet whether it will listen
@@ -88,7 +89,7 @@ typedef struct ambrel_source_reports ambrel_source_reports;
 
 /// How the sources of the thread's loop fare, whichever kit uses them: what they know anyway; no
 /// daemon is asked. `observer` may be NULL, and is copied; it is told of states, not of counts.
-/// -EMFILE and the like when the system gives no descriptor.
+/// -EMFILE, -ELIBACC and the like when there is no loop.
 AMBREL_API int ambrel_source_reports_new(const ambrel_observer* observer,
                                          ambrel_source_reports** reports, ambrel_error* error);
 /// One reference more; gives it back.
@@ -99,8 +100,7 @@ AMBREL_API ambrel_source_reports* ambrel_source_reports_unref(ambrel_source_repo
 /// The state of a source now, AMBREL_SOURCE_…; -EINVAL for a source that is none, or
 /// without an object.
 AMBREL_API int ambrel_source_reports_state(const ambrel_source_reports* reports, int source);
-/// The same of its outcome in the collection that runs, else the last one, an enum
-/// ambrel_source_outcome.
+/// The same of its outcome in the collection that runs, else the last one, AMBREL_OUTCOME_….
 AMBREL_API int ambrel_source_reports_outcome(const ambrel_source_reports* reports, int source);
 
 /// All that is known now, as a JSON object in `json`, to be freed by `ambrel_free`, and its length

@@ -208,13 +208,14 @@ enum {
 
 /// How exactly GeoClue is asked; the user's own setting may allow less. 0 is exact.
 enum {
-    AMBREL_ACCURACY_COUNTRY = 1,
-    AMBREL_ACCURACY_CITY = 4,
-    AMBREL_ACCURACY_NEIGHBORHOOD = 5,
-    AMBREL_ACCURACY_STREET = 6,
-    AMBREL_ACCURACY_EXACT = 8
+    AMBREL_ACCURACY_COUNTRY = 1,      ///< the country
+    AMBREL_ACCURACY_CITY = 4,         ///< the city
+    AMBREL_ACCURACY_NEIGHBORHOOD = 5, ///< the part of the city
+    AMBREL_ACCURACY_STREET = 6,       ///< the street
+    AMBREL_ACCURACY_EXACT = 8         ///< as exactly as can be had
 };
 
+/// What else a kit does; `flags` has some of them, or 0.
 enum {
     /// Looks for services as `ambrel` does: for types that homes and offices announce where
     /// `service_types` is NULL and the list is not there, and beside "all", which not every device
@@ -290,7 +291,8 @@ AMBREL_API int ambrel_kit_complete_scanning(ambrel_kit* kit, ambrel_error* error
 /// done: to be called again.
 AMBREL_API int ambrel_kit_stop_scanning(ambrel_kit* kit, ambrel_error* error);
 
-/// Turns the automatic mode on without starting a collection now.
+/// Turns the automatic mode on without starting a collection now. Sleep is delayed from here on, as
+/// after a collection, until `ambrel_kit_complete_scanning`.
 AMBREL_API int ambrel_kit_automatic_mode_for_notification_and_background_task(ambrel_kit* kit,
                                                                               ambrel_error* error);
 
@@ -302,7 +304,7 @@ AMBREL_API int ambrel_kit_set_time_threshold(ambrel_kit* kit, int64_t seconds, a
 /// How many records the kit keeps, the newest; 0, as at first, for every one. A host that runs for
 /// months sets it.
 AMBREL_API int ambrel_kit_set_history_limit(ambrel_kit* kit, size_t limit, ambrel_error* error);
-/// How many records it keeps; 0 for every one.
+/// How many records it keeps; 0 for every one, or without a kit.
 AMBREL_API size_t ambrel_kit_history_limit(const ambrel_kit* kit);
 
 #ifdef __cplusplus

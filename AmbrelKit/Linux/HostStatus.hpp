@@ -23,8 +23,8 @@ namespace AmbrelKit::Linux {
 class AMBRELKIT_API HostStatus {
 public:
     /// Begins to follow. `changed` is called from the loop when an answer is another than before;
-    /// it may do anything, also drop this. Throws std::system_error when the system gives no
-    /// descriptor.
+    /// it may do anything, also drop this; what it throws leaves through the loop. Throws
+    /// std::system_error when there is no loop, as `RunLoop::current()` does.
     [[nodiscard]] static std::shared_ptr<HostStatus> start(std::function<void()> changed = {});
 
     HostStatus() = default;

@@ -40,12 +40,13 @@ struct PlatformServices {
 /// replaced before. The timers are for collections: while one is scheduled, the clock is steady.
 /// What the application object has begun for a kit ends with the last kit that holds it. Nothing is
 /// asked of any daemon yet. `location` says where fixes come from, and to whom, `mdns` by what
-/// services are found. Throws std::system_error when the system gives no descriptor for the loop,
-/// and std::invalid_argument for a gpsd address that is not numeric.
+/// services are found. Throws std::system_error when there is no loop, as `RunLoop::current()`
+/// does, and std::invalid_argument for a gpsd address that is not numeric.
 AMBRELKIT_API PlatformServices platformServices(const LocationOptions& location = {},
                                                 MDNSStack mdns = MDNSStack::automatic);
 
-/// A facade on these services: the designated constructor with each of them.
+/// A facade on these services: the designated constructor with each of them, none of which may be
+/// empty or null but the list of types.
 AMBRELKIT_API std::shared_ptr<AmbrelSDK> create(PlatformServices services);
 
 } // namespace AmbrelKit::Linux

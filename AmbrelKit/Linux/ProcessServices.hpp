@@ -23,7 +23,8 @@ struct JoinedNetwork {
 /// What every kit of this process asks without an object to ask: the time, at each event, and the
 /// state of the network, at each tick of a collection. A host that wants one of them otherwise,
 /// or wants to see the answers, replaces it before it starts a collection, on the thread of its
-/// kits. The closures are called from the kit's callbacks; they may not wait.
+/// kits. All three closures are set. They are called from the kit's callbacks, and may not wait;
+/// what one throws leaves as a host's exception does (docs/threads-and-lifetimes.md).
 struct ProcessServices {
     /// This machine's is the wall clock, steady while a collection runs.
     std::function<std::chrono::system_clock::time_point()> currentDate;
@@ -36,7 +37,7 @@ struct ProcessServices {
     AMBRELKIT_API static ProcessServices current();
 
     /// Has these used until the handle is dropped; then those that were used before are again.
-    /// Several handles may be dropped in any order.
+    /// Several handles may be dropped in any order, on the thread of the kits.
     [[nodiscard]] AMBRELKIT_API std::shared_ptr<void> install() const;
 };
 

@@ -15,7 +15,8 @@ namespace AmbrelKit::Linux {
 ///
 /// `changed` is called from the loop after the condition of a source has become another, once for
 /// all that came together; counts alone are not told of. It may do anything, also drop the handle,
-/// which ends it. Throws std::system_error when the system gives no descriptor.
+/// which ends it; what it throws leaves through the loop. Throws std::system_error when there is no
+/// loop, as `RunLoop::current()` does.
 [[nodiscard]] AMBRELKIT_API std::shared_ptr<SourceReports>
 sourceReports(std::function<void()> changed = {});
 

@@ -13,7 +13,7 @@ namespace AmbrelKit {
 /// Identifies a background task of an application.
 using BackgroundTaskIdentifier = std::int64_t;
 
-/// The host application as its platform sees it. Used on one thread.
+/// The host application as its platform sees it. Used on one thread, also from its own handlers.
 class AMBRELKIT_API Application {
 public:
     virtual ~Application() = default;
@@ -23,8 +23,8 @@ public:
     static std::shared_ptr<Application> shared();
 
     /// Asks the platform to let the application work on for a while when it would otherwise be
-    /// suspended. `name` is for people. `expirationHandler` runs from the run loop when the time is
-    /// up; the task is to be ended then. Returns at once with the task's identifier.
+    /// suspended. `name` is for people (UTF-8). `expirationHandler` runs from the run loop when the
+    /// time is up; the task is to be ended then. Returns at once with the task's identifier.
     virtual BackgroundTaskIdentifier
     beginBackgroundTask(const std::string& name, std::function<void()> expirationHandler) = 0;
 

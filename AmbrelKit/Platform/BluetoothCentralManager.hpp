@@ -52,7 +52,7 @@ inline constexpr int unknownSignalStrength = 127;
 
 /// Receives a manager's reports, on the thread that made the manager. A report may come while a
 /// call to the manager is on the stack. The receiver may call the manager, or let go of it, inside
-/// a report.
+/// a report; what it throws leaves through what reported, as a rule the run loop.
 class AMBRELKIT_API BluetoothCentralManagerDelegate {
 public:
     virtual ~BluetoothCentralManagerDelegate() = default;

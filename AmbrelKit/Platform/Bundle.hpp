@@ -45,7 +45,8 @@ public:
     /// key, or its value is not a string.
     [[nodiscard]] AMBRELKIT_API std::optional<std::string> identifier() const;
 
-    /// The dictionary that holds where no file gives one; nothing takes it away again.
+    /// The dictionary that holds where no file gives one, from the next question on; nothing takes
+    /// it away again. A facade that was made before keeps what it was made with.
     AMBRELKIT_API void setInfoDictionary(std::optional<JSONDictionary> dictionary);
 
 private:

@@ -6,7 +6,8 @@
 
 namespace AmbrelKit {
 
-/// A descriptor that is closed with its owner; -1 for none.
+/// A descriptor of the kernel that is closed with its owner; -1 for none. Of any thread, one at a
+/// time.
 class Descriptor {
 public:
     /// Takes it over; -1 for none.

@@ -6,7 +6,7 @@
 
 namespace AmbrelKit {
 
-/// Two lower-case hexadecimal digits for each byte.
+/// Two lower-case hexadecimal digits for each byte. On any thread.
 inline std::string hexadecimal(std::string_view bytes) {
     constexpr std::string_view digits = "0123456789abcdef";
     std::string text;

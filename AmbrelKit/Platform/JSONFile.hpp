@@ -13,7 +13,7 @@ namespace AmbrelKit {
 /// as a pipe that never ends, is refused without being waited for.
 ///
 /// Throws an error in one line that begins with the path: `std::system_error` where the system says
-/// why, else `std::runtime_error`.
+/// why, else `std::runtime_error`. Reads before it returns, on any thread.
 AMBRELKIT_API JSONValue readJSONFile(const std::string& path);
 
 } // namespace AmbrelKit

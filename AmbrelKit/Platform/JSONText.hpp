@@ -27,18 +27,16 @@ private:
     std::size_t byte_;
 };
 
-// The bounds of JSON text in both directions, so that what is written can be read. Whoever reads
-// text from outside reads it here.
-
-/// How many arrays and dictionaries may stand inside one another. To copy, write or compare a value
-/// takes some stack for each of them.
+/// How many arrays and dictionaries may stand inside one another, in both directions, so that what
+/// is written can be read. To copy, write or compare a value takes some stack for each of them.
 constexpr int greatestJSONDepth = 512;
 
-/// In bytes: 16 MiB. A value takes up to thirty times the memory of its text.
+/// In bytes, likewise: 16 MiB. A value takes up to thirty times the memory of its text.
 constexpr std::size_t greatestJSONLength = std::size_t{1} << 24U;
 
 /// The dictionary as compact UTF-8 text. Throws `JSONTextError` when it holds a number that is not
-/// finite, text that is not UTF-8, bytes or a discarded value, or is beyond the bounds.
+/// finite, text that is not UTF-8, bytes or a discarded value, or is beyond the bounds. On any
+/// thread, as the next two.
 AMBRELKIT_API std::string writeJSON(const JSONDictionary& dictionary);
 
 /// The dictionary or array that `text` holds. Throws `JSONTextError` when it holds anything else,

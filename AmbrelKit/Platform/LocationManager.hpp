@@ -17,11 +17,11 @@ class LocationManager;
 /// Whether the user lets this program use the location. A platform may report other numbers; they
 /// mean nothing.
 enum class LocationAuthorizationStatus : int {
-    notDetermined = 0, ///< the user has not been asked, or has not answered
-    restricted = 1,    ///< not allowed, and not for the user to decide
-    denied = 2,        ///< refused
-    authorizedAlways = 3,
-    authorizedWhenInUse = 4,
+    notDetermined = 0,       ///< the user has not been asked, or has not answered
+    restricted = 1,          ///< not allowed, and not for the user to decide
+    denied = 2,              ///< refused
+    authorizedAlways = 3,    ///< allowed
+    authorizedWhenInUse = 4, ///< allowed while this program is in use
 };
 
 /// A place on the WGS 84 ellipsoid, in finite degrees: a record that holds any other has no JSON
@@ -40,19 +40,19 @@ struct LocationFix {
     /// When the platform determined the fix, not when it reported it.
     std::chrono::system_clock::time_point timestamp;
 
-    // What the platform may tell beside it, each finite. No record holds it.
-
-    /// In metres: the place is likely to be no further away than that.
+    /// In metres, finite, as the next two: the place is likely to be no further away than that. No
+    /// record holds it, nor what follows.
     std::optional<double> horizontalAccuracy = {};
     /// In metres above the mean level of the sea.
     std::optional<double> altitude = {};
     /// In metres, of the altitude.
     std::optional<double> verticalAccuracy = {};
-    /// Who determined the fix, as "GeoClue" or "gpsd"; may be empty.
+    /// Who determined the fix, as "GeoClue" or "gpsd", valid UTF-8; may be empty.
     std::string determinedBy = {};
 };
 
-/// Receives a manager's reports, on the thread that made the manager.
+/// Receives a manager's reports, on the thread that made the manager. The receiver may call the
+/// manager, or let go of it, inside a report; what it throws leaves through the run loop.
 class AMBRELKIT_API LocationManagerDelegate {
 public:
     virtual ~LocationManagerDelegate() = default;
@@ -66,7 +66,7 @@ public:
     virtual void locationManagerDidUpdateLocations(LocationManager& manager,
                                                    const std::vector<LocationFix>& locations) = 0;
 
-    /// A fix could not be had; `error` says why, for people. Updates go on.
+    /// A fix could not be had; `error` says why, for people (UTF-8). Updates go on.
     virtual void locationManagerDidFailWithError(LocationManager& manager,
                                                  const std::string& error) = 0;
 };

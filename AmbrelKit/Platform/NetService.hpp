@@ -16,7 +16,8 @@ namespace AmbrelKit {
 
 class NetService;
 
-/// Receives a service's reports, on the thread that found the service.
+/// Receives a service's reports, on the thread that found the service. The receiver may call the
+/// service, or let go of it, inside a report; what it throws leaves through the run loop.
 class AMBRELKIT_API NetServiceDelegate {
 public:
     virtual ~NetServiceDelegate() = default;
@@ -38,9 +39,9 @@ public:
     /// Replaces the receiver. Once it is absent nothing is reported any more.
     virtual void setDelegate(std::weak_ptr<NetServiceDelegate> delegate) = 0;
 
-    /// Asks for the service's addresses and TXT record. `seconds` is how long to try; 0 sets no
-    /// limit. The answer is reported from the run loop, never from inside this call. A service that
-    /// does not answer is silent.
+    /// Asks for the service's addresses and TXT record. `seconds` is how long to try; 0, or
+    /// less, sets no limit. The answer is reported from the run loop, never from inside this call.
+    /// A service that does not answer is silent.
     virtual void resolveWithTimeout(double seconds) = 0;
 
     /// The instance name, valid UTF-8.
@@ -72,7 +73,7 @@ public:
 
     /// The keys (as valid UTF-8) and values (raw bytes) of TXT record bytes. Of two equal keys
     /// (ASCII case ignored) the first wins; a string without key is skipped, one without `=` has an
-    /// empty value, and a string that runs past the end ends the record.
+    /// empty value, and a string that runs past the end ends the record. On any thread.
     static std::map<std::string, std::string> dictionaryFromTXTRecordData(std::string_view record);
 };
 

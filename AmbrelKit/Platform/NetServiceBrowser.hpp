@@ -12,7 +12,8 @@ namespace AmbrelKit {
 
 class NetServiceBrowser;
 
-/// Receives a browser's reports, on the thread that made the browser.
+/// Receives a browser's reports, on the thread that made the browser. The receiver may call the
+/// browser, or let go of it, inside a report; what it throws leaves through the run loop.
 class AMBRELKIT_API NetServiceBrowserDelegate {
 public:
     virtual ~NetServiceBrowserDelegate() = default;

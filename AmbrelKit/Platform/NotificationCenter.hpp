@@ -18,7 +18,7 @@ inline constexpr std::string_view ApplicationDidBecomeActiveNotification =
 
 /// What was posted.
 struct Notification {
-    /// What it is called; observers compare it.
+    /// What it is called; observers compare it byte by byte.
     std::string name;
 };
 

@@ -24,7 +24,7 @@ public:
     static std::shared_ptr<RunLoop> current();
 
     /// Runs until `stop()` is called. What a callback throws leaves through here; the loop may be
-    /// run again. Not to be called from a callback of the same loop.
+    /// run again. Throws std::logic_error when it is called from a callback of the same loop.
     virtual void run() = 0;
 
     /// Makes `run()` return after the callback that is running. When the loop is not running, the
@@ -35,10 +35,12 @@ public:
     [[nodiscard]] virtual int fileDescriptor() const = 0;
 
     /// Runs what is due now, without waiting. What a callback throws leaves through here; the rest
-    /// stays due. Not to be called from a callback of the same loop.
+    /// stays due. Throws std::logic_error as `run()` does.
     virtual void dispatch() = 0;
 
-    /// Schedules a timer on this loop, as `TimerFactory` says.
+    /// Schedules a timer on this loop, as `TimerFactory` says. An interval of less than 0.1 ms, or
+    /// of more than 1e9 s, is taken for that. Ticks that came due while the loop did not run are
+    /// one.
     [[nodiscard]] virtual std::shared_ptr<Timer> scheduledTimer(double interval, bool repeats,
                                                                 TimerTick tick) = 0;
 };

@@ -16,7 +16,14 @@
 namespace AmbrelKit {
 
 /// A part of the platform that reports to collections.
-enum class Source : std::uint8_t { bluetooth, services, location, address, wifi, lifecycle };
+enum class Source : std::uint8_t {
+    bluetooth, ///< peripherals
+    services,  ///< DNS-SD services
+    location,  ///< fixes
+    address,   ///< the IPv4 address
+    wifi,      ///< the joined networks
+    lifecycle, ///< sleep, resumes and sessions
+};
 
 /// Every source, in the order in which they are told.
 inline constexpr std::array allSources{Source::bluetooth, Source::services, Source::location,
@@ -42,12 +49,11 @@ enum class SourceOutcome : std::uint8_t {
                  ///< the build fails also where the host does not permit it
 };
 
-// Short names for programs, which stay as they are: "bluetooth", "left-out", "not-asked".
-/// Of a source.
+/// The short name of a source for programs, which stays as it is: "bluetooth". On any thread.
 [[nodiscard]] AMBRELKIT_API std::string_view code(Source source);
-/// Of a state.
+/// The same of a state: "left-out".
 [[nodiscard]] AMBRELKIT_API std::string_view code(SourceState state);
-/// Of how a source fared.
+/// The same of how a source fared: "not-asked".
 [[nodiscard]] AMBRELKIT_API std::string_view code(SourceOutcome outcome);
 
 /// What is known of a source at a time. The texts are English, for people, and may change.
@@ -98,17 +104,17 @@ struct SourceReport {
 };
 
 /// What stands in the way, and what would help, where that is known: "hci0 is switched off:
-/// bluetoothctl power on".
+/// bluetoothctl power on". On any thread.
 [[nodiscard]] AMBRELKIT_API std::string withRemedy(const std::string& reason,
                                                    const std::string& remedy);
 
 /// What people should know of a collection, in one printable line: "hci0 is switched off:
 /// bluetoothctl power on", "BlueZ was away from 3.1 s to 3.6 s". Empty when the source listened to
-/// all throughout, but for moments within a tenth of a second, or was not asked.
+/// all throughout, but for moments within a tenth of a second, or was not asked. On any thread.
 [[nodiscard]] AMBRELKIT_API std::string shortfall(const SourceAccount& account);
 
 /// The report as a dictionary, without the name of its source: one of those that
-/// docs/outcome.schema.json describes.
+/// docs/outcome.schema.json describes. On any thread.
 [[nodiscard]] AMBRELKIT_API JSONDictionary dictionary(const SourceReport& report);
 
 } // namespace AmbrelKit

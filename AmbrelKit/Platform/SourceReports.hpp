@@ -38,7 +38,8 @@ public:
     }
 };
 
-/// All reports as one dictionary, in the form that docs/outcome.schema.json describes.
+/// All reports as one dictionary, in the form that docs/outcome.schema.json describes. On the
+/// thread of the handle.
 [[nodiscard]] AMBRELKIT_API JSONDictionary dictionary(const SourceReports& reports);
 
 } // namespace AmbrelKit

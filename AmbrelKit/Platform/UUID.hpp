@@ -29,7 +29,8 @@ public:
     /// groups of 8-4-4-4-12 joined by hyphens. Anything else gives nothing.
     AMBRELKIT_API static std::optional<UUID> parse(std::string_view text);
 
-    /// A new random identifier (version 4), from the system's random source.
+    /// A new random identifier (version 4), from the system's random source. Throws
+    /// std::system_error where that gives nothing.
     AMBRELKIT_API static UUID random();
 
     /// The canonical text: 36 characters, upper-case hexadecimal digits.

@@ -9,7 +9,8 @@
 
 namespace AmbrelKit {
 
-/// Those who are to be told of something, known weakly, in the order in which they were added.
+/// Those who are to be told of something, known weakly, in the order in which they were added. Used
+/// on one thread.
 template <class Member> class WeakList {
 public:
     /// Adds it at the end.

@@ -28,8 +28,9 @@ public:
 
     /// A collection is finished, or a recent one is handed over again. `data` is its dictionary:
     /// "timestamp" (whole seconds since 1970), "bleScan", "nearbyDevices", "ambrel_analytics", and
-    /// where known "ip", "wifiNetwork" and "locationCollection". May be called from inside a public
-    /// operation.
+    /// where known "ip", "wifiNetwork" and "locationCollection". It is valid during the call. May
+    /// be called from inside a public operation. What it throws leaves through that, else through
+    /// `RunLoop::run()` or `dispatch()`.
     virtual void didReceiveUpdateWithCollectedData(const JSONDictionary& data) = 0;
 
     /// Whether Bluetooth is switched on.

@@ -73,9 +73,9 @@ public:
     AMBRELKIT_API void forEachSavedCollection(const Visitor& visit) const;
 
     /// The same, oldest first, for the dictionaries from `since` to `until`, both included, in
-    /// seconds since 1970. A file with a name of ours is placed by its name, and not opened when it
-    /// is out of range; any other by the "timestamp" that it holds, and before all others when it
-    /// holds none.
+    /// seconds since 1970; they may be infinite, and with one that is NaN there are none. A file
+    /// with a name of ours is placed by its name, and not opened when it is out of range; any other
+    /// by the "timestamp" that it holds, and before all others when it holds none.
     AMBRELKIT_API void forEachSavedCollection(double since, double until,
                                               const Visitor& visit) const;
 
@@ -88,10 +88,10 @@ public:
     [[nodiscard]] AMBRELKIT_API static std::optional<std::string>
     fileName(const JSONDictionary& dictionary);
 
-    /// The directory of the files. It need not exist.
+    /// The directory of the files, as bytes of the environment, UTF-8 or not. It need not exist.
     [[nodiscard]] AMBRELKIT_API static std::string path();
 
-    /// The documents folder; nothing when the environment names no folder and no home.
+    /// The documents folder likewise; nothing when the environment names no folder and no home.
     [[nodiscard]] AMBRELKIT_API static std::optional<std::string> documentsPath();
 
 protected:

@@ -18,13 +18,13 @@ namespace AmbrelKit::Simulated {
 
 /// The questions of `AmbrelSDKDelegate`, in its order.
 enum class StatusQuery : std::size_t {
-    bluetoothSetting,
-    bluetoothPermission,
-    locationSetting,
-    locationPermission,
-    locationPrecisePermission,
-    networkSetting,
-    networkPermission,
+    bluetoothSetting,          ///< is Bluetooth switched on?
+    bluetoothPermission,       ///< may this program look for peripherals?
+    locationSetting,           ///< is location switched on?
+    locationPermission,        ///< may this program use the location?
+    locationPrecisePermission, ///< may the location be exact?
+    networkSetting,            ///< is the network switched on?
+    networkPermission,         ///< may this program look for services?
 };
 
 /// The operations' names, by query.

@@ -48,8 +48,8 @@ public:
 
     /// What the kit is told of wireless interfaces: a list of names, or nothing.
     [[nodiscard]] AMBRELKIT_API std::optional<JSONValue> supportedInterfaces() const;
-    [[nodiscard]] AMBRELKIT_API std::optional<JSONValue>
     /// What the kit is told of one: "SSID" and "BSSID", or nothing.
+    [[nodiscard]] AMBRELKIT_API std::optional<JSONValue>
     currentNetworkInfo(const std::string& interface) const;
 
 private:

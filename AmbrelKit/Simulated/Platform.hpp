@@ -45,7 +45,8 @@ struct PlatformSettings {
 /// While it lives, the settings of the process are its own: the reuse threshold (30 again), the
 /// clock, the identifier source and the sources of a tick's network state. They are what they were
 /// before when it goes, so there may be several, of which the newest counts, but kits on different
-/// ones must not run at once. Everything is used on one thread.
+/// ones must not run at once. Everything is used on one thread, also from callbacks of the kit;
+/// what those throw leaves through the operation of the platform that led to them.
 class Platform {
 public:
     /// Begins at virtual time 0 with nothing around. Replaces the settings of the process.

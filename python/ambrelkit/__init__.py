@@ -16,7 +16,8 @@ system shows. For its tests there is `ambrelkit.simulated`, a platform that does
 
 The library's descriptor lies in asyncio's loop. A program with another loop, such as GTK's, polls `fileno` and calls
 `dispatch` when that is readable. All objects that a process has at a time live on one thread; use on another raises
-RuntimeError, and so does use in a process that was forked from one that has used them. The store may be used on any.
+RuntimeError, and so does use in a process that was forked from one that has used them. The store may be used on any. An
+object that is closed raises ValueError, but for `close`.
 
 The library is ``libambrelkit.so.0``, where the loader finds it, or in the folder that ``$AMBRELKIT_LIBRARY_DIR`` names.
 """

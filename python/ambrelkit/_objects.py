@@ -221,7 +221,8 @@ def _turn() -> None:
 def fileno() -> int:
     """The descriptor of the calling thread's loop: readable when there is something to ``dispatch``.
 
-    For hosts with a loop other than asyncio's, such as GTK's; it is only to be polled.
+    For hosts with a loop other than asyncio's, such as GTK's; it is only to be polled. OSError when the system gives none,
+    or libsystemd is missing.
     """
     owner.check()
     return call("ambrel_loop_fd")
@@ -230,7 +231,7 @@ def fileno() -> int:
 def dispatch() -> None:
     """Runs what is due on the calling thread's loop, without waiting.
 
-    Raises what a callback raises; the rest stays due.
+    Raises what a callback raises; the rest stays due. RuntimeError from a callback of the loop.
     """
     owner.check()
     call("ambrel_loop_dispatch")

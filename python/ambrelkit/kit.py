@@ -190,11 +190,13 @@ class Kit(LibraryObject):
         call("ambrel_kit_complete_scanning", self._handle)
 
     def stop_scanning(self) -> None:
-        """Ends the running collection without handing it over, the automatic mode and the background task."""
+        """Ends the running collection without handing it over, the automatic mode and the background task. Nothing is
+        handed over then until the next start. When an answer of the delegate raises, call it again."""
         call("ambrel_kit_stop_scanning", self._handle)
 
     def automatic_mode_for_notification_and_background_task(self) -> None:
-        """Turns the automatic mode on without starting a collection now."""
+        """Turns the automatic mode on without starting a collection now. Sleep is delayed from here on, until
+        ``complete_scanning``."""
         call("ambrel_kit_automatic_mode_for_notification_and_background_task", self._handle)
 
     def set_time_threshold(self, seconds: int) -> None:
@@ -207,7 +209,7 @@ class Kit(LibraryObject):
     @property
     def history_limit(self) -> int | None:
         """How many records the kit keeps, the newest; None, as at first, for every one. A host that runs for months
-        sets it."""
+        sets it. Setting it raises ValueError for less than 1."""
         return function("ambrel_kit_history_limit")(self._handle) or None
 
     @history_limit.setter

@@ -83,7 +83,7 @@ class Platform(LibraryObject):
     ``start``: the wall clock then, in seconds since 1970. ``identifiers``: the UUIDs that the kit gets for its records; after
     them, and without, 00000000-0000-4000-8000-000000000001 and so on. While it lives, the settings of the process are its
     own: the reuse threshold (30 again), the clock, the identifiers and the state of the network. So kits on different
-    platforms, or on the machine's own, must not run at once.
+    platforms, or on the machine's own, must not run at once. ValueError for an identifier that is no UUID.
     """
 
     _unref = "ambrel_simulated_unref"
@@ -112,7 +112,7 @@ class Platform(LibraryObject):
 
     def advance(self, seconds: float) -> None:
         """Lets time pass: the timers that are due run in their order. What a delegate raises is raised, and time stands
-        still then."""
+        still then. ValueError where ``seconds`` is negative, or more than 64 bits hold in nanoseconds."""
         self._do("ambrel_simulated_advance", round(seconds * _SECOND))
 
     def _do(self, name: str, *arguments: Any) -> None:
@@ -132,7 +132,8 @@ class Platform(LibraryObject):
         return SimulatedReports(self, changed)
 
     def impose(self, source: SourceName, state: State, *, means: str = "", code: str = "", reason: str = "", remedy: str = "") -> None:
-        """Has the source be in this condition, whatever happens."""
+        """Has the source be in this condition, whatever happens, until ``release``. ValueError for a source or a state that
+        is none."""
         condition = Condition(
             means=zero_ended(means), code=zero_ended(code), reason=zero_ended(reason), remedy=zero_ended(remedy),
             state=get_args(State).index(state))

@@ -28,7 +28,8 @@ class HostStatus(_Observing):
     """What this machine shows of the permissions and settings, for hosts that have no better answers of their own.
 
     No daemon is started, no device looked for, no user asked. What is not known yet is None, so make it some time
-    ahead of the first collection. ``changed`` is called, from the loop, when an answer has become another.
+    ahead of the first collection. ``changed`` is called, from the loop, when an answer has become another. Raises OSError
+    when the system gives no descriptor.
     """
 
     _unref = "ambrel_host_status_unref"
@@ -76,7 +77,8 @@ def source_number(name: SourceName) -> int:
 class SourceReports(_Observing):
     """How the sources of the thread's loop fare, whichever kit uses them: what they know anyway, no daemon is asked.
 
-    ``changed`` is called, from the loop, when the state of one has become another.
+    ``changed`` is called, from the loop, when the state of one has become another. ValueError for a source that is none,
+    OSError when the system gives no descriptor.
     """
 
     _unref = "ambrel_source_reports_unref"

@@ -50,8 +50,8 @@ class Store:
 
     They lie in ``collections`` of ``$AMBREL_DOCUMENTS_DIR``, else ``$STATE_DIRECTORY``, else ``$XDG_DATA_HOME/ambrelkit``, else
     ``~/.local/share/ambrelkit``, where ``ambrel store`` looks, too. A record is known by its ``timestamp``: two with the same
-    share a file, and the later replaces the earlier. Nothing is kept open between calls; any thread may make them. They
-    raise ``StoreError`` when the file work can't be done::
+    share a file, and the later replaces the earlier. Nothing is kept open between calls; any thread may make them, and any
+    callback. They raise ``StoreError`` when the file work can't be done, ValueError or TypeError for what has no JSON form::
 
         with ambrelkit.Store() as store:
             store.save(await ambrelkit.scan())

@@ -24,13 +24,14 @@ struct SourceDiagnosis {
     std::string code = {};                 ///< of the reason, as in `SourceCondition`
 };
 
-/// An examination of the sources that a collection on this machine would use: an owned handle,
-/// dropping it ends the examination.
+/// An examination of the sources that a collection on this machine would use: an owned handle of
+/// the thread that made it; dropping it ends the examination, and `done` is not called any more.
 class AMBRELKIT_API Diagnosis {
 public:
     virtual ~Diagnosis() = default;
 
     /// What can be examined: "bluetooth", "services", "location", "address", "wifi", "lifecycle".
+    /// On any thread.
     [[nodiscard]] static std::vector<std::string> sources();
 
     /// Begins to examine the sources `wanted` by using them as a collection with these options

@@ -9,11 +9,11 @@ namespace AmbrelKit::Linux {
 /// How exactly GeoClue is asked for the location. The user's own setting may allow less; then no
 /// fix may come at all.
 enum class LocationAccuracy : std::uint32_t {
-    country = 1,
-    city = 4,
-    neighborhood = 5,
-    street = 6,
-    exact = 8,
+    country = 1,      ///< the country
+    city = 4,         ///< the city
+    neighborhood = 5, ///< the part of the city
+    street = 6,       ///< the street
+    exact = 8,        ///< as exactly as can be had
 };
 
 /// Where fixes come from.
@@ -42,7 +42,7 @@ struct LocationOptions {
     std::string desktopId = {};
     /// How exact a fix GeoClue is asked for; gpsd's are as exact as its receiver.
     LocationAccuracy accuracy = LocationAccuracy::exact;
-    /// gpsd's address, a numeric IPv4 or IPv6 one, and its port.
+    /// gpsd's address, a numeric IPv4 or IPv6 one; names are not looked up.
     std::string gpsdAddress = "127.0.0.1";
     /// The port, 1 to 65535.
     std::uint16_t gpsdPort = 2947;

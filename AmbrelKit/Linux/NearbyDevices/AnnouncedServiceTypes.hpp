@@ -29,11 +29,11 @@ public:
     /// `type` is such as `_ipp._tcp`, without a trailing dot.
     using Appeared = std::function<void(const std::string& type)>;
 
-    /// Begins to ask in `domain`, by default the platform's own, by `mdns`. `appeared` is called
-    /// from the loop, once for each type, in the order in which they appear; types that differ in
-    /// ASCII case are one, and what is not a well-formed type is passed over. It may do anything,
-    /// also drop this. Without a network, or in a build without DNS-SD, nothing appears. Throws
-    /// std::system_error when the system gives no descriptor for the loop.
+    /// Begins to ask in `domain` ("local"; empty: the platform's own), by `mdns`. `appeared` is
+    /// called from the loop, once for each type, in the order in which they appear; types that
+    /// differ in ASCII case are one, and what is not a well-formed type is passed over. It may do
+    /// anything, also drop this. Without a network, or in a build without DNS-SD, nothing appears.
+    /// Throws std::system_error when there is no loop, as `RunLoop::current()` does.
     [[nodiscard]] static std::shared_ptr<AnnouncedServiceTypes>
     start(Appeared appeared, const std::string& domain = {}, MDNSStack mdns = MDNSStack::automatic);
 

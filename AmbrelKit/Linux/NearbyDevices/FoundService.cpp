@@ -1,5 +1,6 @@
 #include "AmbrelKit/Linux/NearbyDevices/FoundService.hpp"
 
+#include "AmbrelKit/Linux/RunLoop/LoopTimer.hpp"
 #include "AmbrelKit/Platform/UTF8.hpp"
 #include "AmbrelKit/Platform/Weakly.hpp"
 
@@ -74,9 +75,7 @@ void FoundService::resolveWithTimeout(double seconds) {
             end();
             asked_ = {};
         });
-        const std::chrono::duration<double> limit(seconds);
-        limit_->arm(std::chrono::steady_clock::now() +
-                    std::chrono::duration_cast<std::chrono::nanoseconds>(limit));
+        limit_->arm(std::chrono::steady_clock::now() + keepableInterval(seconds));
     }
     begin();
 }

@@ -9,16 +9,14 @@
 
 namespace AmbrelKit::Linux {
 
-// What the kernel tells of the network beyond what a collection asks it for, as it is now. No
-// privilege is needed, and nothing waits. Callable on any thread, also from a callback.
-
 /// The name of the interface that has this IPv4 address (in dotted decimal), of several the one
-/// whose address a collection would take; nothing when none has it.
+/// whose address a collection would take; nothing when none has it. The kernel's answer of now: no
+/// privilege is needed, and nothing waits. On any thread, in callbacks too.
 [[nodiscard]] AMBRELKIT_API std::optional<std::string>
 interfaceWithAddress(const std::string& addressIPv4);
 
 /// The frequency, in MHz, of the access point that the interface of this name is joined to; nothing
-/// when there is none, or Wi-Fi was left out of the build.
+/// when there is none, or Wi-Fi was left out of the build. On any thread likewise.
 [[nodiscard]] AMBRELKIT_API std::optional<std::uint32_t>
 joinedFrequency(const std::string& interface);
 

@@ -21,7 +21,8 @@ struct TraceOptions {
 /// script says so or ends. Throws ScriptError when a line is wrong; the steps before it have run.
 /// Throws std::system_error when the script can't be read.
 ///
-/// The settings of the process belong to the run meanwhile, as `Platform` says.
+/// The settings of the process belong to the run meanwhile, as `Platform` says: no other kit may
+/// collect then. Time is virtual, and waits for nothing but the script.
 AMBRELKIT_API void replay(std::istream& script, TraceOptions options,
                           std::function<void(std::string_view line)> print);
 

@@ -43,22 +43,22 @@ struct HostCall {
     /// What is called: the facade's operations by their names, and what a script has its host do
     /// beside.
     enum class Operation : std::uint8_t {
-        startScanning,
-        startScanningOnce,
-        completeScanning,
-        stopScanning,
-        automaticMode,
-        setThreshold,
-        attachDelegate,
-        detachDelegate,
-        releaseDelegate,
-        release,
-        create,
+        startScanning,     ///< as the facade's
+        startScanningOnce, ///< as the facade's
+        completeScanning,  ///< as the facade's
+        stopScanning,      ///< as the facade's
+        automaticMode,     ///< `automaticModeForNotificationAndBackgroundTask`
+        setThreshold,      ///< `setAmbrelTimeThreshold`
+        attachDelegate,    ///< the facade has the delegate
+        detachDelegate,    ///< the facade has none
+        releaseDelegate,   ///< the delegate is gone
+        release,           ///< the facade is let go of
+        create,            ///< there is a new facade
     };
 
     /// Which one.
     Operation operation = Operation::startScanning;
-    std::int64_t threshold = 0; ///< of `setThreshold`
+    std::int64_t threshold = 0; ///< of `setThreshold`, in seconds
 };
 
 /// The actions of a step, one type each.
@@ -138,12 +138,14 @@ struct NetworkCaptive {
     /// Memberwise.
     bool operator==(const NetworkCaptive&) const = default;
 };
+/// `application` with `didBecomeActive`
 struct DidBecomeActive {};
 /// `application` with `expire`
 struct Expire {
     /// Counted from 1.
     BackgroundTaskIdentifier task;
 };
+/// `end`: the script ends here.
 struct End {};
 
 } // namespace ScriptActions

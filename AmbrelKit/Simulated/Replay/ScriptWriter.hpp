@@ -8,13 +8,11 @@
 
 namespace AmbrelKit::Simulated {
 
-// Lines of a script, without their line feed: what is read of them is what they were written of.
-// Bytes of a text that are not UTF-8 are replaced.
-
-/// The first line.
+/// The first line of a script, without its line feed: what is read of it is what it was written of.
+/// Bytes of a text that are not UTF-8 are replaced. On any thread.
 [[nodiscard]] AMBRELKIT_API std::string scriptLine(const ScriptHeader& header);
 
-/// Any other line. The step's time is not negative.
+/// Any other line likewise. The step's time is not negative.
 [[nodiscard]] AMBRELKIT_API std::string scriptLine(const ScriptStep& step);
 
 } // namespace AmbrelKit::Simulated
