@@ -9,15 +9,21 @@ Answers = dict[str, Any]
 
 
 def lines(folder: str) -> Iterator[dict[str, Any]]:
-    """One collection at a time, each once, though what was sent twice is there twice."""
+    """One collection at a time, each once, though what was sent twice is there twice; what was cut off is no line."""
     seen = set()
     for path in sorted(pathlib.Path(folder).glob("*.ndjson")):
         with path.open("rb") as file:
             for line in file:
                 mark = hash(line)
-                if mark not in seen:
-                    seen.add(mark)
-                    yield json.loads(line)
+                if mark in seen:
+                    continue
+                seen.add(mark)
+                try:
+                    collection = json.loads(line)
+                except ValueError:
+                    continue
+                if isinstance(collection, dict) and "timestamp" in collection:
+                    yield collection
 
 
 def of_device(folder: str) -> Answers:

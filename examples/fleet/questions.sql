@@ -1,6 +1,6 @@
 CREATE VIEW collections AS
 SELECT DISTINCT * REPLACE (CAST(device AS VARCHAR) AS device)
-FROM read_json('device=*/*.ndjson', format = 'newline_delimited', hive_partitioning = true, columns = {
+FROM read_json('device=*/*.ndjson', format = 'newline_delimited', hive_partitioning = true, ignore_errors = true, columns = {
     "timestamp": 'BIGINT',
     ip: 'VARCHAR',
     wifiNetwork: 'STRUCT(connectedDevices STRUCT(name VARCHAR)[])',
@@ -8,7 +8,8 @@ FROM read_json('device=*/*.ndjson', format = 'newline_delimited', hive_partition
     locationCollection: 'STRUCT(lat DOUBLE, lon DOUBLE, "timestamp" BIGINT)',
     nearbyDevices: 'STRUCT(name VARCHAR, protocolType VARCHAR, address VARCHAR,
                            txtRecord MAP(VARCHAR, VARCHAR), "timestamp" BIGINT)[]'
-});
+})
+WHERE "timestamp" IS NOT NULL;
 
 CREATE VIEW placed AS
 SELECT *, wifiNetwork.connectedDevices[1].name AS network

@@ -43,7 +43,7 @@ def run(*command, folder, **options):
 
 
 def compiled(text, folder, language, *options):
-    flags = FLAGS if language == "c++" else ["-std=c99", *FLAGS[1:]]
+    flags = FLAGS if language == "c++" else ["-std=c99", "-Werror=implicit", *FLAGS[1:]]
     run(COMPILER if language == "c++" else "cc", "-x", language, "-", *flags, *options, folder=folder, input=text)
 
 
@@ -107,7 +107,8 @@ def main():
                         raise ValueError(f"its info string has to say what is done with it: {sorted(HOW.get(language, HOW))}")
                 except (ValueError, subprocess.TimeoutExpired, jsonschema.ValidationError) as error:
                     failed += 1
-                    print(f"{page.relative_to(SOURCE)}:{text.count(chr(10), 0, match.start()) + 1}: {error}")
+                    reason = getattr(error, "message", error)  # without the whole schema
+                    print(f"{page.relative_to(SOURCE)}:{text.count(chr(10), 0, match.start()) + 1}: {reason}")
     sources = (SOURCE / "docs/sources.md").read_text(encoding="utf-8")
     rows = list(reasons())
     for row in rows:

@@ -4,6 +4,7 @@ fleet_test.py SOURCE AMBREL. $AMBREL_DUCKDB, a folder with @duckdb/node-api of n
 queries of the page run on its sample; $AMBREL_SPARK_PARSER, with dt-sql-parser and esbuild, has the page's Spark read.
 """
 
+import fcntl
 import json
 import os
 import pathlib
@@ -51,6 +52,7 @@ class Questions(unittest.TestCase):
         twice = pathlib.Path(cls.folder.name, "device=2/collections.ndjson")
         with twice.open("a", encoding="utf-8") as file:  # as a broker may have it
             file.write(cls.texts["device=2"].splitlines(keepends=True)[0])
+            file.write(cls.texts["device=2"].splitlines()[0][:-2])  # as when it is being written, or the power went
         cls.answers = json.loads(run(sys.executable, FLEET / "ask", cls.folder.name))
 
     def found(self, pattern):
@@ -144,8 +146,8 @@ class Broker(unittest.TestCase):
     def save(self, lines):
         run(AMBREL, "store", "save", "-", input=b"\n".join(lines) + b"\n", env=self.environment)
 
-    def send(self):
-        return subprocess.run([sys.executable, FLEET / "send", "van-7", self.state, "-h", "127.0.0.1"],
+    def send(self, name="van-7"):
+        return subprocess.run([sys.executable, FLEET / "send", name, self.state, "-h", "127.0.0.1"],
                               env=self.environment, stderr=subprocess.DEVNULL, timeout=240, check=False).returncode
 
     def arrived(self):
@@ -190,6 +192,18 @@ class Broker(unittest.TestCase):
         self.archive()
         self.assertEqual(self.send(), 0)
         self.wait_for(self.lines)
+
+    def test_a_name_that_the_archive_would_pass_over_sends_nothing(self):
+        self.broker()
+        self.save(self.lines[:1])
+        for name in "", "..", "a b", "a/b", "-v", "x\n", "x" * 65:
+            self.assertNotEqual(self.send(name), 0, name)
+        self.assertFalse(self.state.exists())
+
+    def test_of_two_that_send_at_once_one_ends(self):
+        with open(f"{self.state}.lock", "w", encoding="utf-8") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            self.assertNotEqual(self.send(), 0)
 
     def test_who_sends_something_else_writes_nowhere_else(self):
         self.broker()
