@@ -19,6 +19,9 @@ constexpr std::chrono::seconds memory{10};
 /// As many records as the stack keeps of an interface; more are some flood.
 constexpr std::size_t mostKnown = 65536;
 
+/// What a flood tells until those are asked again that it has crowded out.
+constexpr std::size_t mostPutOff = 4 * mostKnown;
+
 constexpr std::chrono::milliseconds recently{500};
 
 constexpr std::uint16_t mdnsPort = 5353;
@@ -65,6 +68,11 @@ std::optional<std::ptrdiff_t> bytesBeforeName(unsigned type) {
     }
 }
 
+template <class Address> std::uint64_t hashOf(const Address& address) {
+    const std::string_view bytes(reinterpret_cast<const char*>(&address), sizeof address);
+    return std::hash<std::string_view>()(bytes);
+}
+
 } // namespace
 
 struct AnswerSieve::Datagram {
@@ -74,6 +82,7 @@ struct AnswerSieve::Datagram {
     bool isMulticast = false;
     int interface = 0;
     std::uint16_t port = 0;
+    std::uint64_t sender = 0; ///< a hash of where it comes from
 
     /// From what recvmsg has filled in; nothing when that is not of an mDNS socket.
     static std::optional<Datagram> of(msghdr& message, const sockaddr_storage& sender) {
@@ -85,14 +94,18 @@ struct AnswerSieve::Datagram {
                 std::memcpy(&info, CMSG_DATA(entry), sizeof info);
                 datagram.interface = info.ipi_ifindex;
                 datagram.isMulticast = IN_MULTICAST(ntohl(info.ipi_addr.s_addr));
-                datagram.port = ntohs(reinterpret_cast<const sockaddr_in&>(sender).sin_port);
+                const auto& from = reinterpret_cast<const sockaddr_in&>(sender);
+                datagram.port = ntohs(from.sin_port);
+                datagram.sender = hashOf(from.sin_addr);
             } else if (entry->cmsg_level == IPPROTO_IPV6 && entry->cmsg_type == IPV6_PKTINFO) {
                 in6_pktinfo info{};
                 std::memcpy(&info, CMSG_DATA(entry), sizeof info);
                 datagram.byIPv6 = true;
                 datagram.interface = static_cast<int>(info.ipi6_ifindex);
                 datagram.isMulticast = IN6_IS_ADDR_MULTICAST(&info.ipi6_addr);
-                datagram.port = ntohs(reinterpret_cast<const sockaddr_in6&>(sender).sin6_port);
+                const auto& from = reinterpret_cast<const sockaddr_in6&>(sender);
+                datagram.port = ntohs(from.sin6_port);
+                datagram.sender = hashOf(from.sin6_addr);
             }
         }
         return datagram.interface > 0 ? std::optional(datagram) : std::nullopt;
@@ -111,8 +124,7 @@ bool AnswerSieve::admitsNext(int descriptor) {
     message.msg_control = control.data();
     message.msg_controllen = control.size();
     const auto size = recvmsg(descriptor, &message, MSG_PEEK | MSG_DONTWAIT);
-    auto datagram = size > 0 && (message.msg_flags & MSG_TRUNC) == 0 ? Datagram::of(message, sender)
-                                                                     : std::nullopt;
+    auto datagram = size > 0 ? Datagram::of(message, sender) : std::nullopt;
     if (!datagram) {
         if (sender.ss_family == AF_NETLINK) {
             forget();
@@ -121,7 +133,8 @@ bool AnswerSieve::admitsNext(int descriptor) {
     }
     datagram->begin = buffer_.data();
     datagram->end = buffer_.data() + size;
-    if (admits(*datagram)) {
+    const bool isTooLong = (message.msg_flags & MSG_TRUNC) != 0;
+    if (!isTooLong && admits(*datagram)) {
         return true;
     }
     recv(descriptor, nullptr, 0, MSG_DONTWAIT);
@@ -139,24 +152,52 @@ bool AnswerSieve::admits(const Datagram& datagram) {
     }
     const bool isPlain = (flags & opcodeAndResult) == 0 && twoBytes(header + 4) == 0 &&
                          twoBytes(header + 6) != 0 && twoBytes(header + 8) == 0 &&
-                         datagram.isMulticast && datagram.port == mdnsPort;
-    const std::size_t count = twoBytes(header + 6) + twoBytes(header + 10);
-    if (!isPlain || !readRecords(datagram, count)) {
+                         datagram.port == mdnsPort;
+    if (!isPlain) {
         return true;
     }
     forgetTheOld();
-    const bool isNew =
-        !std::ranges::all_of(sets_, [this](const RecordSet& set) { return isKnown(set); });
+    const std::size_t count = twoBytes(header + 6) + twoBytes(header + 10);
+    const bool isRead = readRecords(datagram, count);
+    const std::size_t records = isRead ? count : sets_.size() + 1;
+    const bool isForAll = isRead && datagram.isMulticast;
+    const bool isNew = !isForAll || !std::ranges::all_of(sets_, [this](const RecordSet& set) {
+        return isKnown(set);
+    });
+    if (isNew && !isAffordable(datagram, records)) {
+        return false;
+    }
     if (isNew) {
-        recent_ = recentRecords() + count;
-        admitted_.emplace_back(Clock::now(), count);
+        recent_ = recentRecords() + records;
+        admitted_.emplace_back(Clock::now(), records);
     } else if (datagram.byIPv6) {
         ++repeatsByIPv6_;
     }
-    if (isNew && !datagram.byIPv6) {
+    if (isNew && isForAll && !datagram.byIPv6) {
         std::ranges::for_each(sets_, [this](const RecordSet& set) { note(set); });
     }
     return isNew;
+}
+
+/// Of what may be too much, the sets are remembered.
+bool AnswerSieve::isAffordable(const Datagram& datagram, std::size_t records) {
+    std::size_t services = 0;
+    bool isHeardAgain = true;
+    for (const RecordSet& set : sets_) {
+        services += isKnown(set) ? 0 : set.pointers;
+        isHeardAgain = isHeardAgain && putOff_.contains(set.content);
+    }
+    const auto cost = std::max(records, services * NeighbourBudget::perService);
+    if (budget_.grants(datagram.sender, cost, isHeardAgain)) {
+        return true;
+    }
+    if (putOff_.size() >= mostPutOff) {
+        putOff_.clear();
+    }
+    for (const RecordSet& set : sets_) {
+        putOff_.insert(set.content);
+    }
+    return false;
 }
 
 bool AnswerSieve::readRecords(const Datagram& datagram, std::size_t count) {
@@ -202,6 +243,7 @@ const std::uint8_t* AnswerSieve::readRecord(const Datagram& datagram, const std:
     const auto same = std::ranges::find(sets_, key, &RecordSet::key);
     auto& set = same != sets_.end() ? *same : sets_.emplace_back(RecordSet{.key = key});
     set.content += content;
+    set.pointers += type == ns_t_ptr ? 1 : 0;
     set.lasts = set.lasts && lifetime >= shortestLifetime;
     return end;
 }
@@ -242,6 +284,8 @@ void AnswerSieve::forgetTheOld() {
     knownBefore_ = now - knownSince_ < 2 * memory ? std::move(known_) : Known();
     known_.clear();
     knownSince_ = now;
+    budget_.renew();
+    putOff_.clear();
 }
 
 std::size_t AnswerSieve::recentRecords() {

@@ -1,6 +1,8 @@
 #ifndef AMBRELKIT_LINUX_NEARBYDEVICES_ANSWERSIEVE_HPP
 #define AMBRELKIT_LINUX_NEARBYDEVICES_ANSWERSIEVE_HPP
 
+#include "AmbrelKit/Linux/NearbyDevices/NeighbourBudget.hpp"
+
 #include <array>
 #include <chrono>
 #include <cstddef>
@@ -8,6 +10,7 @@
 #include <deque>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -19,7 +22,7 @@ namespace AmbrelKit::Linux {
 /// what is known, and what this and other hosts ask comes in, too. So the stack is given answers
 /// alone, without those that consist of what came by IPv4 in the last seconds on the same
 /// interface. All else is for the stack: what replaces something or takes it back, what cannot be
-/// read.
+/// read; but no more than the neighbours' budget has room for.
 class AnswerSieve {
 public:
     /// Whether what is next in the socket `descriptor` is for the stack; if not, it has been taken
@@ -40,6 +43,7 @@ private:
         std::uint64_t key = 0;
         std::uint64_t content = 0;
         bool lasts = true; ///< long enough to do without a repeat
+        std::size_t pointers = 0;
     };
     using Known = std::unordered_map<std::uint64_t, std::uint64_t>; // content by key
 
@@ -49,6 +53,7 @@ private:
     [[nodiscard]] bool readRecords(const Datagram& datagram, std::size_t count);
     const std::uint8_t* readRecord(const Datagram& datagram, const std::uint8_t* at);
     [[nodiscard]] bool isKnown(const RecordSet& set) const;
+    [[nodiscard]] bool isAffordable(const Datagram& datagram, std::size_t records);
     void note(const RecordSet& set);
     void forget();
     void forgetTheOld();
@@ -59,6 +64,8 @@ private:
     Known known_;                             ///< what came by IPv4
     Known knownBefore_;
     Clock::time_point knownSince_;
+    NeighbourBudget budget_;
+    std::unordered_set<std::uint64_t> putOff_; ///< contents
     std::deque<std::pair<Clock::time_point, std::size_t>> admitted_;
     std::size_t recent_ = 0; ///< of `admitted_`
     std::size_t repeatsByIPv6_ = 0;
