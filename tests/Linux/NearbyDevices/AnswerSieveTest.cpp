@@ -82,7 +82,17 @@ std::string record(const std::string& type, const std::string& data, char lifeti
 const auto a = [](char last) { return record("\0\1\x80\1"s, {10, 0, 0, last}); };
 const auto pointer = [](const std::string& to) { return record("\0\14\0\1"s, to); };
 
-TEST(AnswerSieveTest, OnlyAnswersThatSayNothingNewAreLeftOut) {
+/// So many that were not there before.
+std::vector<std::string> services(int count) {
+    static int number = 0;
+    std::vector<std::string> records;
+    for (int i = 0; i < count; ++i, ++number) {
+        records.push_back(pointer("\2"s + twoBytes(static_cast<std::size_t>(number)) + "\0"s));
+    }
+    return records;
+}
+
+TEST(AnswerSieveTest, OnlyAnswersThatSayNothingNewOrTooMuchAreLeftOut) {
     if (const std::string reason = isolate(); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
@@ -94,12 +104,13 @@ TEST(AnswerSieveTest, OnlyAnswersThatSayNothingNewAreLeftOut) {
     const Member ipv4(AF_INET, link);
     const Member ipv6(AF_INET6, link);
     AnswerSieve sieve;
-    const struct {
+    struct Step {
         const char* what;
         const Member& by;
         std::string message;
         bool isAdmitted;
-    } steps[] = {
+    };
+    std::vector<Step> steps = {
         {"a neighbour that speaks IPv6 only", ipv6, answer({pointer("\1s\0"s)}), true},
         {"what the stack was told by IPv6 alone", ipv4, answer({pointer("\1s\0"s)}), true},
         {"an answer", ipv4, answer({pointer("\1x\0"s), a(1)}), true},
@@ -120,7 +131,15 @@ TEST(AnswerSieveTest, OnlyAnswersThatSayNothingNewAreLeftOut) {
         {"a question", ipv4, answer({a(7)}, 0), false},
         {"an answer that is cut short", ipv4, answer({a(9)}).substr(0, 30), true},
         {"its like, whole", ipv4, answer({a(9)}), true},
+        {"what is longer than may be", ipv4, answer(services(400)), false},
     };
+    for (int i = 0; i < 9; ++i) {
+        steps.push_back({"ever new services", ipv4, answer(services(330)), true});
+    }
+    const auto more = answer(services(30));
+    steps.push_back({"more than 3,000 of one neighbour", ipv4, more, false});
+    steps.push_back({"these once more", ipv4, more, true});
+    steps.push_back({"one of another", ipv6, answer(services(1)), true});
     for (const auto& step : steps) {
         step.by.send(step.message);
         EXPECT_EQ(sieve.admitsNext(step.by.socket.get()), step.isAdmitted) << step.what;
