@@ -1,5 +1,7 @@
 #include "AmbrelKit/Linux/NearbyDevices/AnswerSieve.hpp"
 
+#include "AmbrelKit/Linux/NearbyDevices/RecordBytes.hpp"
+
 #include <algorithm>
 #include <arpa/nameser.h>
 #include <cstring>
@@ -26,7 +28,6 @@ constexpr std::chrono::milliseconds recently{500};
 
 constexpr std::uint16_t mdnsPort = 5353;
 
-constexpr std::size_t headerLength = 12;
 constexpr unsigned isAnswer = 0x8000;
 constexpr unsigned opcodeAndResult = 0x780f; ///< not zero: ignored by whoever reads it
 constexpr unsigned replacesOthers = 0x8000;  ///< in the class of a record
@@ -34,39 +35,6 @@ constexpr unsigned replacesOthers = 0x8000;  ///< in the class of a record
 /// A record that is held for less is wanted each time it comes; Avahi asks anew after four fifths
 /// of the time.
 constexpr unsigned shortestLifetime = 60;
-
-unsigned twoBytes(const std::uint8_t* at) { return unsigned{at[0]} << 8 | at[1]; }
-
-/// Appends the name at `at`, without compression. The end of it there, or null.
-const std::uint8_t* appendName(std::string& text, const std::uint8_t* begin,
-                               const std::uint8_t* end, const std::uint8_t* at) {
-    std::array<std::uint8_t, NS_MAXCDNAME> name{};
-    const int length = ns_name_unpack(begin, end, at, name.data(), name.size());
-    if (length < 0) {
-        return nullptr;
-    }
-    std::size_t size = 1;
-    while (name[size - 1] != 0) {
-        size += name[size - 1] + 1U;
-    }
-    text.append(reinterpret_cast<const char*>(name.data()), size);
-    return at + length;
-}
-
-/// How many bytes precede the name in the data of a record, or nothing where there is none to be
-/// written out.
-std::optional<std::ptrdiff_t> bytesBeforeName(unsigned type) {
-    switch (type) {
-    case ns_t_ptr:
-    case ns_t_cname:
-    case ns_t_nsec:
-        return 0;
-    case ns_t_srv:
-        return 6;
-    default:
-        return std::nullopt;
-    }
-}
 
 template <class Address> std::uint64_t hashOf(const Address& address) {
     const std::string_view bytes(reinterpret_cast<const char*>(&address), sizeof address);
@@ -160,7 +128,7 @@ bool AnswerSieve::admits(const Datagram& datagram) {
     const std::size_t count = twoBytes(header + 6) + twoBytes(header + 10);
     const bool isRead = readRecords(datagram, count);
     const std::size_t records = isRead ? count : sets_.size() + 1;
-    const bool isForAll = isRead && datagram.isMulticast;
+    const bool isForAll = isRead && areOrdinary_ && datagram.isMulticast;
     const bool isNew = !isForAll || !std::ranges::all_of(sets_, [this](const RecordSet& set) {
         return isKnown(set);
     });
@@ -173,8 +141,11 @@ bool AnswerSieve::admits(const Datagram& datagram) {
     } else if (datagram.byIPv6) {
         ++repeatsByIPv6_;
     }
-    if (isNew && isForAll && !datagram.byIPv6) {
-        std::ranges::for_each(sets_, [this](const RecordSet& set) { note(set); });
+    if (isNew && !datagram.byIPv6) {
+        for (RecordSet& set : sets_) {
+            set.lasts = set.lasts && isForAll;
+            note(set);
+        }
     }
     return isNew;
 }
@@ -182,7 +153,7 @@ bool AnswerSieve::admits(const Datagram& datagram) {
 /// Of what may be too much, the sets are remembered.
 bool AnswerSieve::isAffordable(const Datagram& datagram, std::size_t records) {
     std::size_t services = 0;
-    bool isHeardAgain = true;
+    bool isHeardAgain = !sets_.empty();
     for (const RecordSet& set : sets_) {
         services += isKnown(set) ? 0 : set.pointers;
         isHeardAgain = isHeardAgain && putOff_.contains(set.content);
@@ -202,6 +173,7 @@ bool AnswerSieve::isAffordable(const Datagram& datagram, std::size_t records) {
 
 bool AnswerSieve::readRecords(const Datagram& datagram, std::size_t count) {
     sets_.clear();
+    areOrdinary_ = true;
     const auto* at = datagram.begin + headerLength;
     for (; count > 0 && at != nullptr; --count) {
         at = readRecord(datagram, at);
@@ -213,6 +185,7 @@ bool AnswerSieve::readRecords(const Datagram& datagram, std::size_t count) {
 const std::uint8_t* AnswerSieve::readRecord(const Datagram& datagram, const std::uint8_t* at) {
     constexpr std::ptrdiff_t fixedLength = 10;
     text_.assign(reinterpret_cast<const char*>(&datagram.interface), sizeof datagram.interface);
+    const auto* const name = at;
     at = appendName(text_, datagram.begin, datagram.end, at);
     if (at == nullptr || datagram.end - at < fixedLength ||
         datagram.end - at - fixedLength < static_cast<std::ptrdiff_t>(twoBytes(at + 8))) {
@@ -223,6 +196,11 @@ const std::uint8_t* AnswerSieve::readRecord(const Datagram& datagram, const std:
     const unsigned type = twoBytes(at);
     const unsigned itsClass = twoBytes(at + 2);
     const unsigned lifetime = twoBytes(at + 4) << 16 | twoBytes(at + 6);
+    areOrdinary_ = areOrdinary_ &&
+                   isOrdinaryName(datagram.begin, name,
+                                  std::string_view(text_).substr(sizeof datagram.interface)) &&
+                   (itsClass & ~replacesOthers) == ns_c_in &&
+                   isOrdinaryData(datagram.begin, type, data, end);
     text_.append(reinterpret_cast<const char*>(at), 2);
     const std::hash<std::string_view> hash;
     std::uint64_t key = hash(text_);

@@ -21,7 +21,8 @@ namespace AmbrelKit::Linux {
 /// new: most neighbours answer by IPv6 once more what they have answered by IPv4, many answer anew
 /// what is known, and what this and other hosts ask comes in, too. So the stack is given answers
 /// alone, without those that consist of what came by IPv4 in the last seconds on the same
-/// interface. All else is for the stack: what replaces something or takes it back, what cannot be
+/// interface, and that the stack surely took: it reads no further than to a record that it refuses.
+/// All else is for the stack: what replaces something or takes it back, what cannot be
 /// read; but no more than the neighbours' budget has room for.
 class AnswerSieve {
 public:
@@ -60,8 +61,10 @@ private:
 
     std::array<std::uint8_t, 9000> buffer_{}; ///< the longest that mDNS allows
     std::vector<RecordSet> sets_;             ///< of the datagram at hand
-    std::string text_;                        ///< of the record at hand
-    Known known_;                             ///< what came by IPv4
+    bool areOrdinary_ =
+        true;          ///< the records of the datagram: Avahi drops what follows one it refuses
+    std::string text_; ///< of the record at hand
+    Known known_;      ///< what came by IPv4
     Known knownBefore_;
     Clock::time_point knownSince_;
     NeighbourBudget budget_;

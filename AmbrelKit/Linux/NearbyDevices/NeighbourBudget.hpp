@@ -8,9 +8,10 @@
 namespace AmbrelKit::Linux {
 
 /// How much new a stack takes in of what its neighbours tell, counted in records. One neighbour may
-/// tell of 3,000 services, more than a network has, and all together of 5,000: below that, nobody
-/// is held back. What is beyond waits until it is heard again, as whoever offers a service answers
-/// whenever they are asked, while a flood of ever new names is not heard again.
+/// tell of 3,000 services, more than a network has, and all together of 5,000; each of half as many
+/// again as are left for the others, so that no few neighbours use up all. What is beyond waits
+/// until it is heard again, as whoever offers a service answers whenever they are asked, while a
+/// flood of ever new names is not heard again.
 class NeighbourBudget {
 public:
     /// What a service costs, whether or not all that belongs to it comes with it: it is looked for.
@@ -23,9 +24,17 @@ public:
     void renew() { *this = {}; }
 
 private:
-    std::array<std::uint32_t, 4096> used_{}; ///< by hash of the sender: few share one
-    std::size_t usedByAll_ = 0;
-    std::size_t usedAgain_ = 0;
+    class Share {
+    public:
+        [[nodiscard]] bool grants(std::uint64_t sender, std::size_t cost, std::size_t most);
+
+    private:
+        std::array<std::uint32_t, 4096> used_{}; ///< by hash of the sender: few share one
+        std::size_t usedByAll_ = 0;
+    };
+
+    Share first_;
+    Share again_;
 };
 
 } // namespace AmbrelKit::Linux

@@ -133,6 +133,25 @@ TEST(AnswerSieveTest, OnlyAnswersThatSayNothingNewOrTooMuchAreLeftOut) {
         {"its like, whole", ipv4, answer({a(9)}), true},
         {"what is longer than may be", ipv4, answer(services(400)), false},
     };
+    const auto refused = {record("\0\1\x80\1"s, "\1\2\3"),
+                          record("\0\1\x80\3"s, "\1\2\3\4"),
+                          record("\0\20\x80\1"s, "\x9x"),
+                          record("\0\41\x80\1"s, "\0\0\0\0\0\x9\1x\0y"s),
+                          record("\0\15\x80\1"s, "\x50x"),
+                          pointer("\1\xff\0"s),
+                          pointer("\2\0x\0"s),
+                          pointer("\3\xef\xb7\x90\0"s),
+                          pointer("\xc0\4"s),
+                          pointer("\xc0\x27"s)};
+    for (char last = 20; const std::string& record : refused) {
+        steps.push_back({"what Avahi drops", ipv4, answer({record, a(last)}), true});
+        steps.push_back({"what it has not read", ipv4, answer({a(last)}), true});
+        ++last;
+    }
+    steps.push_back({"what was told", ipv4, answer({a(19)}), true});
+    steps.push_back({"its end, and nothing more", ipv4,
+                     answer({record("\0\1\x80\1"s, {10, 0, 0, 19}, 0), "\xff"}), true});
+    steps.push_back({"it again", ipv4, answer({a(19)}), true});
     for (int i = 0; i < 9; ++i) {
         steps.push_back({"ever new services", ipv4, answer(services(330)), true});
     }
@@ -147,6 +166,21 @@ TEST(AnswerSieveTest, OnlyAnswersThatSayNothingNewOrTooMuchAreLeftOut) {
         recv(step.by.socket.get(), nullptr, 0, MSG_DONTWAIT);
     }
     EXPECT_EQ(sieve.repeatsByIPv6(), 4);
+}
+
+TEST(NeighbourBudgetTest, FewThatTellAllTheyMayAndRepeatItLeaveRoomForAnother) {
+    for (const std::uint64_t few : {1, 2, 10}) {
+        NeighbourBudget budget;
+        for (bool isOver = false; !isOver;) {
+            isOver = true;
+            for (std::uint64_t sender = 0; sender < few; ++sender) {
+                isOver = !budget.grants(sender, NeighbourBudget::perService, true) && isOver;
+            }
+        }
+        for (int service = 0; service < 100; ++service) {
+            EXPECT_TRUE(budget.grants(few, NeighbourBudget::perService, false)) << few;
+        }
+    }
 }
 
 TEST(QuestionPaceTest, ManyTypesAreAllAskedInTimeAndFewSteps) {
