@@ -16,9 +16,10 @@ import time
 SOURCE, BUILD, COMPILER, *FLAGS = sys.argv[1:]
 BED = [sys.executable, f"{SOURCE}/tests/network/bed.py", "--types", "_ipp._tcp,_http._tcp"]
 # Those that go on after the collection: once it is delivered, they are told to end, or their input ends.
-DELIVERED = "for each in $(seq 600); do [ -s $0.out ] && break; sleep 0.1; done"
-TOLD = f"$0 >$0.out & {DELIVERED}; kill $!; wait $!; status=$?; cat $0.out; exit $status"
-UNTIL = {"poll": f"{{ {DELIVERED}; }} | $0 >$0.out; status=$?; cat $0.out; exit $status",
+DELIVERED = "for each in $(seq 600); do [ -s $0.out ] && break; {}sleep 0.1; done"
+TOLD = (f"$0 >$0.out & {DELIVERED.format('kill -0 $! || break; ')}; kill $!; wait $!; status=$?; cat $0.out; "
+        "exit $status")
+UNTIL = {"poll": f"{{ {DELIVERED.format('')}; }} | $0 >$0.out; status=$?; cat $0.out; exit $status",
          "qt": TOLD.replace("exit $status", "[ $status -eq 143 ]"), "gtk": TOLD,
          "minimal_py": f"exec {sys.executable} $0"}
 
@@ -61,9 +62,10 @@ def main():
                              stderr=subprocess.DEVNULL, text=True) as display:
         try:
             programs = build(folder)
-            # Leaks of the toolkits are not ours to mend, and GTK need not start a session bus to be read aloud.
+            # Leaks of the toolkits are not ours to mend. A session bus that one of them started through the display
+            # would end with its bed, and GLib ends every other program that is on it.
             os.environ |= {"DISPLAY": f":{display.stdout.readline().strip()}", "ASAN_OPTIONS": "detect_leaks=0",
-                           "GTK_A11Y": "none"}
+                           "GTK_A11Y": "none", "DBUS_SESSION_BUS_ADDRESS": "disabled:"}
             running = {name: subprocess.Popen([*BED, "sh", "-c", UNTIL.get(name, "exec $0"), program],
                                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
                        for name, program in programs.items()}
